@@ -1,0 +1,8 @@
+// Path helpers that the product calls. Rows in ../README.md.
+#pragma once
+
+#include <windows.h>
+
+extern "C" {
+LPWSTR WINAPI PathFindFileNameW(LPCWSTR path);
+}

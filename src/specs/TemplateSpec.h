@@ -1,0 +1,75 @@
+// One job that the controller gave the worker: look for this template image, in this region of that
+// window, in this way. A plain value; its matrices are shared between copies and never written after
+// preparation, so copies stay valid while the store changes.
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <string>
+
+// The platform's handles by declaration only: the decision of a region is computed without the platform.
+struct HWND__;
+struct HMONITOR__;
+
+namespace quillmark {
+
+enum class MatchMode : std::int32_t { Gray = 0, Bgr = 1, S = 2, H = 3, HS = 4 };
+
+// Right and bottom are exclusive.
+struct Rect {
+  std::int32_t left = 0, top = 0, right = 0, bottom = 0;
+
+  friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+struct TemplateSpec {
+  std::wstring name;  // key in the store, compared exactly
+  std::wstring path;  // template image file
+  cv::Rect roi;       // region in logical pixels (those of the template), relative to the client area
+  MatchMode mode = MatchMode::Gray;
+  bool vividFlat = false;  // strongly saturated and flat: hsvMean[1] > 100 and hsvStd[1] < 20
+
+  // Target window. Bound anew on each tick in the capture loop's own copy; the store holds the defaults.
+  std::wstring target;  // part of a title, or an executable name ending in ".exe" or ".EXE"
+  HWND__* targetHwnd = nullptr;
+  HMONITOR__* targetMonitor = nullptr;
+  Rect targetRect;  // client area, desktop pixels
+  bool targetValid = false;
+  double targetScaleX = 1.0, targetScaleY = 1.0;  // desktop pixels per logical pixel
+
+  // Limits. Differences and similarities lie between 0 and 1.
+  double maxDiff = 0.1;         // largest accepted difference
+  double minScore = 0.0;        // smallest accepted similarity, 0 for none
+  double edgeMin = 0.75;        // smallest edge correlation
+  double edgeMinFloor = 0.66;   // relaxation goes no lower
+  double edgeRelaxDiff = 0.065; // relaxed at or below this difference
+  double edgeRelaxStep = 0.06;  // by this much
+
+  // Prepared once from the image; all of the template's size.
+  cv::Mat tmplBgr;        // 8UC3
+  cv::Mat tmplGray;       // 8UC1
+  cv::Mat tmplMask;       // 8UC1, 255 where opaque; empty without an alpha channel
+  cv::Mat tmplHue;        // 8UC1, 0 to 179
+  cv::Mat tmplSat;        // 8UC1
+  cv::Mat tmplEdgeZm;     // 32FC1, edge image over 255 less its mean
+  cv::Mat tmplEdgeDilZm;  // 32FC1, the same of the dilated edge image
+  double edgeDensity = 0.0;  // share of edge pixels
+  cv::Scalar hsvMean, hsvStd;  // of H, S, V over the opaque pixels
+  cv::Mat tmplRedMask;         // 8UC1
+  double redRatio = 0.0;       // share of red pixels
+  double labAMean = 0.0;       // mean of the 8-bit a* plane, 128 is neutral
+
+  // Red objects.
+  bool redHint = false;            // the spec looks for a red object
+  bool colorGate = false;          // the colour tests take part in the decision
+  std::int32_t chromaChannel = 0;  // 1 compares the Cr plane, 2 the Cb plane, else none
+  double chromaMin = 0.88;         // smallest correlation of that plane
+  cv::Mat tmplCr, tmplCb;          // 8UC1
+
+  // Scheduling.
+  std::int32_t frameDivisor = 1;  // above 1: only every n-th monitor frame
+  std::int32_t intervalMs = 0;    // above 0: least time between two schedulings on one monitor
+  std::int32_t monitorPin = 0;    // 0 none, -1 the primary monitor, n >= 1 the n-th monitor
+};
+
+}  // namespace quillmark
