@@ -1,0 +1,90 @@
+#include "core/ColorGate.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace quillmark {
+namespace {
+
+bool IsRed(const cv::Vec3b& pixel, int hueLow = kRedHueLow, int hueHigh = kRedHueHigh) {
+  cv::Mat mask;
+  BuildRedMaskHSV(cv::Mat(1, 1, CV_8UC3, cv::Scalar(pixel[0], pixel[1], pixel[2])), mask, hueLow, hueHigh, 80,
+                  50);
+  return mask.at<std::uint8_t>(0, 0) == 255;
+}
+
+TEST(ColorGate, TakesBoundsInclusively) {
+  const struct {
+    cv::Vec3b pixel;
+    bool red;
+  } cases[] = {
+      {{0, 80, 50}, true},     {{10, 80, 50}, true},    {{11, 255, 255}, false}, {{169, 255, 255}, false},
+      {{170, 80, 50}, true},   {{179, 255, 255}, true}, {{180, 255, 255}, true}, {{181, 255, 255}, false},
+      {{90, 255, 255}, false}, {{5, 79, 255}, false},   {{5, 255, 49}, false},   {{0, 0, 255}, false},
+  };
+  for (const auto& c : cases) EXPECT_EQ(IsRed(c.pixel), c.red) << c.pixel;
+}
+
+TEST(ColorGate, PassesEveryHueWhenTheBandsMeet) {
+  for (int hue = 0; hue <= 180; ++hue) {
+    EXPECT_TRUE(IsRed(cv::Vec3b(static_cast<std::uint8_t>(hue), 255, 255), 100, 100)) << hue;
+  }
+}
+
+TEST(ColorGate, AgreesWithThePixelwiseRuleOverRandomImages) {
+  cv::RNG random(4711);
+  for (int round = 0; round < 50; ++round) {
+    cv::Mat hsv(random.uniform(1, 40), random.uniform(1, 40), CV_8UC3);
+    random.fill(hsv, cv::RNG::UNIFORM, 0, 256);
+    const int low = random.uniform(0, 180), high = random.uniform(0, 181);
+    const int sat = random.uniform(0, 256), val = random.uniform(0, 256);
+    cv::Mat mask;
+    BuildRedMaskHSV(hsv, mask, low, high, sat, val);
+    ASSERT_EQ(mask.type(), CV_8UC1);
+    ASSERT_EQ(mask.size(), hsv.size());
+    for (int y = 0; y < hsv.rows; ++y) {
+      for (int x = 0; x < hsv.cols; ++x) {
+        const auto p = hsv.at<cv::Vec3b>(y, x);
+        const bool red = (p[0] <= low || (p[0] >= high && p[0] <= 180)) && p[1] >= sat && p[2] >= val;
+        ASSERT_EQ(mask.at<std::uint8_t>(y, x), red ? 255 : 0) << p;
+      }
+    }
+  }
+}
+
+TEST(ColorGate, RefusesOtherImageTypesAndLeavesTheMask) {
+  for (const cv::Mat& image :
+       {cv::Mat(), cv::Mat(2, 2, CV_8UC1, cv::Scalar(0)), cv::Mat(2, 2, CV_8UC4, cv::Scalar(0)),
+        cv::Mat(2, 2, CV_16UC3, cv::Scalar(0))}) {
+    cv::Mat mask(1, 1, CV_8UC1, cv::Scalar(77));
+    try {
+      BuildRedMaskHSV(image, mask, 10, 170, 80, 50);
+      FAIL() << "type " << image.type() << " was taken";
+    } catch (const cv::Exception& error) {
+      EXPECT_EQ(error.code, cv::Error::StsAssert);
+      EXPECT_EQ(error.err, "hsv.type() == CV_8UC3");
+      EXPECT_EQ(error.func, "BuildRedMaskHSV");
+    }
+    ASSERT_EQ(mask.size(), cv::Size(1, 1));
+    EXPECT_EQ(mask.at<std::uint8_t>(0, 0), 77);
+  }
+}
+
+TEST(ColorGate, KeepsOneMorphologyElementAThread) {
+  const cv::Mat& mine = MorphKernel3x3();
+  const cv::Mat* theirs = nullptr;
+  cv::Mat contents;
+  std::thread([&] {
+    theirs = &MorphKernel3x3();
+    contents = MorphKernel3x3().clone();
+  }).join();
+  EXPECT_EQ(&mine, &MorphKernel3x3());
+  EXPECT_NE(&mine, theirs);
+  const cv::Mat ones = cv::Mat::ones(3, 3, CV_8UC1);
+  EXPECT_EQ(cv::norm(mine, ones), 0.0);
+  EXPECT_EQ(cv::norm(contents, ones), 0.0);
+}
+
+}  // namespace
+}  // namespace quillmark
