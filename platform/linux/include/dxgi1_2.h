@@ -1,0 +1,112 @@
+// The part of the platform's graphics infrastructure that desktop duplication needs, for Linux: adapters,
+// their outputs, and the frames of an output. Rows in ../README.md.
+#pragma once
+
+#include <unknwn.h>
+#include <windows.h>
+
+#define DXGI_ERROR_INVALID_CALL (static_cast<HRESULT>(0x887A0001u))
+#define DXGI_ERROR_NOT_FOUND (static_cast<HRESULT>(0x887A0002u))
+#define DXGI_ERROR_UNSUPPORTED (static_cast<HRESULT>(0x887A0004u))
+#define DXGI_ERROR_DEVICE_REMOVED (static_cast<HRESULT>(0x887A0005u))
+#define DXGI_ERROR_ACCESS_LOST (static_cast<HRESULT>(0x887A0026u))
+#define DXGI_ERROR_WAIT_TIMEOUT (static_cast<HRESULT>(0x887A0027u))
+
+enum DXGI_FORMAT {
+  DXGI_FORMAT_UNKNOWN = 0,
+  DXGI_FORMAT_B8G8R8A8_UNORM = 87,
+};
+// How far the output's picture is turned clockwise to stand upright on the desktop.
+enum DXGI_MODE_ROTATION {
+  DXGI_MODE_ROTATION_UNSPECIFIED = 0,
+  DXGI_MODE_ROTATION_IDENTITY = 1,
+  DXGI_MODE_ROTATION_ROTATE90 = 2,
+  DXGI_MODE_ROTATION_ROTATE180 = 3,
+  DXGI_MODE_ROTATION_ROTATE270 = 4,
+};
+enum DXGI_MODE_SCANLINE_ORDER { DXGI_MODE_SCANLINE_ORDER_UNSPECIFIED = 0 };
+enum DXGI_MODE_SCALING { DXGI_MODE_SCALING_UNSPECIFIED = 0 };
+
+struct DXGI_RATIONAL {
+  UINT Numerator;
+  UINT Denominator;
+};
+struct DXGI_SAMPLE_DESC {
+  UINT Count;
+  UINT Quality;
+};
+struct DXGI_MODE_DESC {
+  UINT Width;
+  UINT Height;
+  DXGI_RATIONAL RefreshRate;
+  DXGI_FORMAT Format;
+  DXGI_MODE_SCANLINE_ORDER ScanlineOrdering;
+  DXGI_MODE_SCALING Scaling;
+};
+struct DXGI_OUTPUT_DESC {
+  WCHAR DeviceName[32];
+  RECT DesktopCoordinates;
+  BOOL AttachedToDesktop;
+  DXGI_MODE_ROTATION Rotation;
+  HMONITOR Monitor;
+};
+struct DXGI_OUTDUPL_DESC {
+  DXGI_MODE_DESC ModeDesc;  // of the picture as the output delivers it, not turned
+  DXGI_MODE_ROTATION Rotation;
+  BOOL DesktopImageInSystemMemory;
+};
+struct DXGI_OUTDUPL_POINTER_POSITION {
+  POINT Position;
+  BOOL Visible;
+};
+struct DXGI_OUTDUPL_FRAME_INFO {
+  LARGE_INTEGER LastPresentTime;
+  LARGE_INTEGER LastMouseUpdateTime;
+  UINT AccumulatedFrames;
+  BOOL RectsCoalesced;
+  BOOL ProtectedContentMaskedOut;
+  DXGI_OUTDUPL_POINTER_POSITION PointerPosition;
+  UINT TotalMetadataBufferSize;
+  UINT PointerShapeBufferSize;
+};
+
+struct IDXGIResource : IUnknown {};
+
+struct IDXGIOutputDuplication : IUnknown {
+  virtual void GetDesc(DXGI_OUTDUPL_DESC* desc) = 0;
+  virtual HRESULT AcquireNextFrame(UINT timeoutMs, DXGI_OUTDUPL_FRAME_INFO* info, IDXGIResource** frame) = 0;
+  virtual HRESULT ReleaseFrame() = 0;
+};
+
+struct IDXGIOutput : IUnknown {
+  virtual HRESULT GetDesc(DXGI_OUTPUT_DESC* desc) = 0;
+};
+
+struct IDXGIOutput1 : IDXGIOutput {
+  virtual HRESULT DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication) = 0;
+};
+
+struct IDXGIAdapter : IUnknown {
+  virtual HRESULT EnumOutputs(UINT index, IDXGIOutput** output) = 0;
+};
+
+struct IDXGIAdapter1 : IDXGIAdapter {};
+
+struct IDXGIFactory1 : IUnknown {
+  virtual HRESULT EnumAdapters1(UINT index, IDXGIAdapter1** adapter) = 0;
+};
+
+namespace quillmark::layer {
+
+template <>
+inline constexpr GUID interfaceId<IDXGIFactory1>{
+    0x770AAE78, 0xF26F, 0x4DBA, {0xA8, 0x29, 0x25, 0x3C, 0x83, 0xD1, 0xB3, 0x87}};
+template <>
+inline constexpr GUID interfaceId<IDXGIOutput1>{
+    0x00CDDEA8, 0x939B, 0x4B83, {0xA3, 0x40, 0xA6, 0x85, 0x22, 0x66, 0x66, 0xCC}};
+
+}  // namespace quillmark::layer
+
+extern "C" {
+HRESULT WINAPI CreateDXGIFactory1(REFIID id, void** factory);
+}
