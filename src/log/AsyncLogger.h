@@ -1,27 +1,53 @@
 // The one diagnostic log of the process: any thread hands in a line, a thread of the logger's own writes
-// the lines in batches to the debugger output, so that no caller waits for a sink.
+// the lines in batches to the debugger output, so that no caller waits for a sink. Memory is bounded: of a
+// flood the newest 8192 lines are kept.
 //
 // Threading: Log may be called from any thread. The queue's lock is the innermost lock of the process.
 #pragma once
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace quillmark {
 
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// Where the lines go. The process's own logger writes to the debugger output only.
+struct LogSinks {
+  bool toDebugOutput = true;
+  bool toConsole = false;  // wide standard output
+  bool toFile = false;     // `file`, when there is one
+  bool flushFile = true;   // after each batch
+  std::unique_ptr<std::FILE, CloseFile> file;
+};
+
+// What stands in front of a message: local time, and the thread that logged it.
+struct LogStamp {
+  std::uint32_t year, month, day, hour, minute, second, milliseconds;
+  std::uint32_t threadId;
+};
+
 class AsyncLogger {
  public:
+  static constexpr std::size_t MaxQueuedLines = 8192;
+
   // The process's logger, made on the first call; drained and joined at process exit.
   // Raises std::system_error when its thread cannot be started.
   static AsyncLogger& Instance();
 
-  AsyncLogger();
+  explicit AsyncLogger(LogSinks sinks = {});
+  // Writes every line logged before, then joins the thread.
   ~AsyncLogger();
   AsyncLogger(const AsyncLogger&) = delete;
   AsyncLogger& operator=(const AsyncLogger&) = delete;
@@ -30,8 +56,26 @@ class AsyncLogger {
   // the oldest goes.
   void Log(const std::wstring& message);
 
+  // Lines that had to go because the queue was full.
+  [[nodiscard]] std::uint64_t DroppedLines() const;
+  // Lines that wait for the sinks; never above MaxQueuedLines.
+  [[nodiscard]] std::size_t QueuedLines() const;
+
   // "2025-11-15 21:14:06.042 [T7312] message", now and on the calling thread.
   static std::wstring FormatLogLine(const std::wstring& message);
+  static std::wstring FormatLogLine(const std::wstring& message, const LogStamp& stamp);
+
+ private:
+  void Run();
+  void WriteBatch(std::vector<std::wstring>& batch);
+
+  mutable std::mutex mutex;  // guards queue and droppedLines
+  std::condition_variable wakeup;
+  std::deque<std::wstring> queue;  // formatted, oldest first
+  std::uint64_t droppedLines = 0;
+  std::atomic<bool> stopRequested{false};  // set under the mutex, so that the waiting thread sees it
+  const LogSinks sinks;
+  std::thread worker;  // last: it uses everything above
 };
 
 }  // namespace quillmark
