@@ -1,0 +1,129 @@
+#include "core/Matcher.h"
+
+#include <algorithm>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+
+namespace quillmark {
+namespace {
+
+// Grey templates with less contrast than this, in levels, are compared without normalisation.
+constexpr double kFlatTemplateStdDev = 3.0;
+
+// Keeps the correlation of uniform images at 0 instead of 0 / 0.
+constexpr double kCorrelationGuard = 1e-12;
+
+bool CannotHold(const cv::Mat& image, const cv::Mat& tpl) {
+  return image.empty() || tpl.empty() || image.cols < tpl.cols || image.rows < tpl.rows;
+}
+
+double NormalisedDot(const cv::Mat& a, const cv::Mat& b) {
+  return a.dot(b) / (std::sqrt(a.dot(a) * b.dot(b)) + kCorrelationGuard);
+}
+
+cv::Mat FloatLessMean(const cv::Mat& image8u) {
+  cv::Mat result;
+  image8u.convertTo(result, CV_32F);
+  cv::subtract(result, cv::Scalar(cv::mean(result)[0]), result);
+  return result;
+}
+
+}  // namespace
+
+double NCC1x1_Gray(const cv::Mat& a8u, const cv::Mat& b8u) {
+  if (a8u.empty() || b8u.empty() || a8u.size() != b8u.size()) return -1.0;
+  CV_Assert(a8u.type() == CV_8U && b8u.type() == CV_8U);
+  return NormalisedDot(FloatLessMean(a8u), FloatLessMean(b8u));
+}
+
+double Corr1x1_ZeroMean(const cv::Mat& x32f_zm, const cv::Mat& t32f_zm) {
+  CV_Assert(x32f_zm.type() == CV_32F && t32f_zm.type() == CV_32F);
+  CV_Assert(x32f_zm.size() == t32f_zm.size());
+  return NormalisedDot(x32f_zm, t32f_zm);
+}
+
+void HueToVec2(const cv::Mat& H8u, cv::Mat& cosOut, cv::Mat& sinOut) {
+  CV_Assert(H8u.type() == CV_8U);
+  constexpr double kRadiansPerHue = 0.01745329238474369;  // pi / 180 in single precision
+  cv::Mat angle;
+  H8u.convertTo(angle, CV_32F, kRadiansPerHue);
+  cv::polarToCart(cv::Mat::ones(angle.size(), CV_32F), angle, cosOut, sinOut);
+}
+
+bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score) {
+  if (CannotHold(hue8u, hueTpl8u)) return false;
+  struct Scratch {
+    cv::Mat imageCos, imageSin, tplCos, tplSin, map, sinMap;
+  };
+  thread_local Scratch s;
+  HueToVec2(hue8u, s.imageCos, s.imageSin);
+  HueToVec2(hueTpl8u, s.tplCos, s.tplSin);
+  cv::matchTemplate(s.imageCos, s.tplCos, s.map, cv::TM_CCORR_NORMED);
+  cv::matchTemplate(s.imageSin, s.tplSin, s.sinMap, cv::TM_CCORR_NORMED);
+  cv::addWeighted(s.map, 0.5, s.sinMap, 0.5, 0.0, s.map);
+  cv::minMaxLoc(s.map, nullptr, &score, nullptr, &loc);
+  return true;
+}
+
+bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u, double hueWeight,
+                 cv::Point& loc, double& score) {
+  if (satTpl8u.empty()) return false;
+  thread_local cv::Mat hue, sat;
+  cv::extractChannel(hsv, hue, 0);
+  cv::extractChannel(hsv, sat, 1);
+  cv::Point hueLoc;
+  double hueScore = 0.0;
+  if (!MatchHueVec(hue, hueTpl8u, hueLoc, hueScore)) return false;
+
+  const cv::Rect image(0, 0, sat.cols, sat.rows);
+  double best = -1.0;
+  cv::Point bestLoc = hueLoc;
+  cv::Mat satScore;
+  for (int dy = -1; dy <= 1; ++dy) {
+    for (int dx = -1; dx <= 1; ++dx) {
+      const cv::Rect patch(hueLoc + cv::Point(dx, dy), satTpl8u.size());
+      if ((patch & image) != patch) continue;
+      cv::matchTemplate(sat(patch), satTpl8u, satScore, cv::TM_CCOEFF_NORMED);
+      const double blend = (1.0 - hueWeight) * satScore.at<float>(0, 0) + hueWeight * hueScore;
+      if (blend > best) {
+        best = blend;
+        bestLoc = patch.tl();
+      }
+    }
+  }
+  loc = bestLoc;
+  score = best;
+  return true;
+}
+
+bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc, double& dist) {
+  if (CannotHold(image, tplGray8u)) return false;
+  cv::Mat gray = image;
+  if (image.channels() == 3) cv::cvtColor(image, gray, cv::COLOR_BGR2GRAY);
+  if (image.channels() == 4) cv::cvtColor(image, gray, cv::COLOR_BGRA2GRAY);
+
+  cv::Scalar mean, stdDev;
+  cv::meanStdDev(tplGray8u, mean, stdDev);
+  thread_local cv::Mat map;
+  if (stdDev[0] < kFlatTemplateStdDev) {
+    double sum = 0.0;
+    cv::matchTemplate(gray, tplGray8u, map, cv::TM_SQDIFF);
+    cv::minMaxLoc(map, &sum, nullptr, &loc);
+    const double pixels = std::max(tplGray8u.rows * tplGray8u.cols, 1);
+    dist = std::clamp(sum / (pixels * 255.0 * 255.0), 0.0, 1.0);
+  } else {
+    cv::matchTemplate(gray, tplGray8u, map, cv::TM_SQDIFF_NORMED);
+    cv::minMaxLoc(map, &dist, nullptr, &loc);
+  }
+  return true;
+}
+
+bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist) {
+  if (CannotHold(image, tpl)) return false;
+  thread_local cv::Mat map;
+  cv::matchTemplate(image, tpl, map, cv::TM_SQDIFF_NORMED);
+  cv::minMaxLoc(map, &dist, nullptr, &loc);
+  return true;
+}
+
+}  // namespace quillmark
