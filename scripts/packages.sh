@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Installs the Debian packages of one or more tasks; does nothing when all of them are there.
+#
+#   scripts/packages.sh build      compile the programs
+#   scripts/packages.sh test       compile and run the tests and benchmarks
+#   scripts/packages.sh demo       compile and run the demonstration
+#   scripts/packages.sh format     check the formatting
+#   scripts/packages.sh windows    compile for Windows
+set -euo pipefail
+
+packages_of() {
+  case $1 in
+    opencv) echo libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev ;;
+    control) echo libcli11-dev nlohmann-json3-dev ;;
+    desktop) echo xvfb openbox x11-xserver-utils x11-utils x11-apps xterm xdotool ;;
+    build)
+      packages_of opencv
+      packages_of control
+      echo g++ cmake ninja-build pkgconf
+      echo libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev libxcb-res0-dev
+      echo libfreetype-dev libfontconfig-dev fonts-dejavu-core
+      ;;
+    test)
+      packages_of build
+      packages_of desktop
+      echo libgtest-dev libgmock-dev libbenchmark-dev libxcb-xtest0-dev fonts-nanum
+      ;;
+    demo)
+      packages_of build
+      packages_of desktop
+      echo netpbm
+      ;;
+    format) echo clang-format ;;
+    windows)
+      packages_of opencv
+      packages_of control
+      # Never g++-mingw-w64-x86-64: it also brings a compiler without std::thread, and prefers that one.
+      echo g++-mingw-w64-x86-64-posix
+      ;;
+    *)
+      echo "packages.sh: no task '$1'" >&2
+      return 2
+      ;;
+  esac
+}
+
+missing=()
+for task in "$@"; do
+  names=$(packages_of "$task")
+  for package in $names; do
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || status=none
+    [ "$status" = installed ] || missing+=("$package")
+  done
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=(env DEBIAN_FRONTEND=noninteractive)
+if [ "$(id -u)" -ne 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    echo "packages.sh: packages are missing; as root, say" >&2
+    echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo "${as_root[@]}")
+fi
+echo "Installing ${missing[*]}"
+apt=("${as_root[@]}" apt-get -qq -o Acquire::Retries=3 -o DPkg::Lock::Timeout=300)
+"${apt[@]}" update
+"${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Installs what is needed, builds a preset and runs all its tests.
+#
+#   scripts/test.sh [PRESET]       linux-debug (the default), linux-release, linux-asan or linux-tsan
+#
+# JOBS sets how many jobs run at once (default: the number of processors).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset=${1:-linux-debug}
+jobs=${JOBS:-$(nproc)}
+
+scripts/packages.sh test
+cmake --preset "$preset"
+cmake --build --preset "$preset" -j "$jobs"
+
+runner=()
+if [ "$preset" = linux-tsan ] && [ "$(sysctl -n vm.mmap_rnd_bits 2>/dev/null || echo 28)" -gt 28 ]; then
+  # The thread sanitizer's fixed address ranges do not stand more than 28 random bits.
+  runner=(setarch "$(uname -m)" --addr-no-randomize)
+fi
+"${runner[@]}" ctest --preset "$preset" -j "$jobs"
