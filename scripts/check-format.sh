@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Fails when a C++ file is not formatted as .clang-format says; `scripts/check-format.sh --fix` formats them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/packages.sh format
+
+mapfile -d '' files < <(find bench include platform src tests tools -name '*.cpp' -print0 -o -name '*.h' -print0)
+if [ "${1:-}" = --fix ]; then
+  clang-format -i "${files[@]}"
+else
+  clang-format --dry-run -Werror "${files[@]}"
+  echo "${#files[@]} files are formatted."
+fi
