@@ -1,0 +1,47 @@
+// An X server of the test's own, on a display number that was free, with or without a window manager. While
+// it lives, DISPLAY names it, for this process and for the programs it starts.
+//
+// Threading: made, used and destroyed by the test's main thread, before and after the threads under test.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "support/ChildProcess.h"
+
+namespace quillmark::test {
+
+class PrivateDisplay {
+ public:
+  // Returns when the server takes connections. Throws std::runtime_error when it does not start.
+  explicit PrivateDisplay(int width = 1280, int height = 800);
+  ~PrivateDisplay();
+  PrivateDisplay(const PrivateDisplay&) = delete;
+  PrivateDisplay& operator=(const PrivateDisplay&) = delete;
+
+  const std::string& Name() const { return name; }  // as in DISPLAY, for example ":5"
+
+  // Starts openbox; returns when it manages windows.
+  void StartWindowManager();
+  // SIGKILL leaves its properties behind on the root window, as a crash would.
+  void EndWindowManager(int signal);
+
+  void EndServer(int signal);
+  // An empty server in its place, on the same number.
+  void RestartServer();
+
+  // Runs a program to its end, for example {"xrandr", "--setmonitor", ...}; true when it exited with 0.
+  static bool Run(std::vector<std::string> arguments);
+
+ private:
+  void StartServer();
+
+  std::string screen;
+  std::string name;  // empty until the server has chosen its number
+  std::optional<std::string> outerDisplay;
+  std::unique_ptr<ChildProcess> server;
+  std::unique_ptr<ChildProcess> windowManager;
+};
+
+}  // namespace quillmark::test
