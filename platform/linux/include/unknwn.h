@@ -6,17 +6,6 @@
 
 #include <windows.h>
 
-#define S_OK (static_cast<HRESULT>(0))
-#define E_NOINTERFACE (static_cast<HRESULT>(0x80004002u))
-#define E_POINTER (static_cast<HRESULT>(0x80004003u))
-#define E_FAIL (static_cast<HRESULT>(0x80004005u))
-#define E_ACCESSDENIED (static_cast<HRESULT>(0x80070005u))
-#define E_OUTOFMEMORY (static_cast<HRESULT>(0x8007000Eu))
-#define E_INVALIDARG (static_cast<HRESULT>(0x80070057u))
-
-#define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
-#define FAILED(result) (static_cast<HRESULT>(result) < 0)
-
 struct GUID {
   DWORD Data1;
   WORD Data2;
