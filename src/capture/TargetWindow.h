@@ -1,10 +1,12 @@
-// Finds a spec's target window and measures its client area, monitor and DPI scale.
+// Finds a spec's target window and measures its client area, monitor and DPI scale. A failing system call
+// leaves the target not valid, or skips the window or monitor it was made for; nothing is raised or logged.
 //
-// Threading: callable from any thread; each call touches only the spec it is given.
+// Threading: callable from any thread; each call touches only what it is given.
 #pragma once
 
 #include <windows.h>
 
+#include <string>
 #include <vector>
 
 #include "specs/TemplateSpec.h"
@@ -16,13 +18,29 @@ struct MonitorEntry {
   RECT rcMonitor{};  // full rectangle, desktop pixels
 };
 
-// Refreshes the spec's target fields; targetValid tells whether the target is usable now.
+// One search among the top-level windows.
+struct TargetSearch {
+  const std::wstring& name;  // part of a title, or an executable's file name; any letter case
+  bool byImageName = false;  // it is an executable's
+  HWND found = nullptr;
+  RECT foundRect{};  // outer rectangle of `found`, desktop pixels
+
+  explicit TargetSearch(const std::wstring& target);
+};
+
+// Sets `found` to the largest matching window that is visible and not minimised; among equal areas to the
+// topmost.
+void FindTargetWindow(TargetSearch& search);
+
+// Refreshes the spec's target fields; targetValid tells whether the target is usable now. The window is
+// searched for only while none is known or the known one has gone.
 void UpdateTargetWindow(TemplateSpec& spec);
 
 // Callback of EnumDisplayMonitors; `list` is a std::vector<MonitorEntry>*.
 BOOL CALLBACK CollectMonitors(HMONITOR monitor, HDC dc, RECT* rect, LPARAM list);
 
-// Desktop pixels per logical pixel of a window on a monitor, 1.0 when unknown.
+// Desktop pixels per logical pixel of a window on a monitor: above 1 where the system stretches the window
+// because it is not aware of the monitor's dpi, 1.0 when it is or when nothing is known.
 double GetDpiScale(HWND window, HMONITOR monitor);
 
 }  // namespace quillmark

@@ -1,0 +1,156 @@
+#include "capture/DuplicationContext.h"
+
+#include <iterator>
+#include <stdexcept>
+#include <utility>
+
+namespace quillmark {
+namespace {
+
+constexpr UINT kFrameTimeoutMs = 33;  // bounds how long one monitor holds up a tick
+
+// The output that shows the monitor, and the adapter that drives it; false when there is none.
+bool FindOutput(HMONITOR monitor, ComPtr<IDXGIAdapter1>& adapter, ComPtr<IDXGIOutput1>& output1,
+                DXGI_OUTPUT_DESC& desc) {
+  ComPtr<IDXGIFactory1> factory;
+  if (FAILED(::CreateDXGIFactory1(IID_PPV_ARGS(factory.Put())))) return false;
+  for (UINT a = 0; SUCCEEDED(factory->EnumAdapters1(a, adapter.Put())); ++a) {
+    ComPtr<IDXGIOutput> output;
+    for (UINT o = 0; SUCCEEDED(adapter->EnumOutputs(o, output.Put())); ++o) {
+      if (FAILED(output->GetDesc(&desc)) || desc.Monitor != monitor) continue;
+      if (SUCCEEDED(output.As(output1))) return true;
+    }
+  }
+  return false;
+}
+
+D3D11_TEXTURE2D_DESC StagingDesc(const DXGI_MODE_DESC& mode) {
+  D3D11_TEXTURE2D_DESC desc{};
+  desc.Width = mode.Width;
+  desc.Height = mode.Height;
+  desc.MipLevels = 1;
+  desc.ArraySize = 1;
+  desc.Format = DXGI_FORMAT_B8G8R8A8_UNORM;
+  desc.SampleDesc.Count = 1;
+  desc.Usage = D3D11_USAGE_STAGING;
+  desc.CPUAccessFlags = D3D11_CPU_ACCESS_READ;
+  return desc;
+}
+
+// How cv::rotate brings a delivered frame upright, -1 when it is upright already. The output's rotation is the
+// clockwise turn from the delivered picture to the desktop.
+int TurnOf(DXGI_MODE_ROTATION rotation) {
+  switch (rotation) {
+    case DXGI_MODE_ROTATION_ROTATE90:
+      return cv::ROTATE_90_CLOCKWISE;
+    case DXGI_MODE_ROTATION_ROTATE180:
+      return cv::ROTATE_180;
+    case DXGI_MODE_ROTATION_ROTATE270:
+      return cv::ROTATE_90_COUNTERCLOCKWISE;
+    default:
+      return -1;
+  }
+}
+
+}  // namespace
+
+DuplicationContext::~DuplicationContext() {
+  Clear();
+}
+
+// The duplication goes before the device it was made with.
+void DuplicationContext::Clear() {
+  dupl.Reset();
+  output1.Reset();
+  stagingFull.Reset();
+  context.Reset();
+  device.Reset();
+  adapter.Reset();
+  outputDesc = {};
+  width = height = left = top = 0;
+  deliveredSize = {};
+}
+
+bool DuplicationContext::Init(HMONITOR monitor) {
+  Clear();
+  if (!FindOutput(monitor, adapter, output1, outputDesc)) {
+    throw std::runtime_error("DXGI Output not found for monitor");
+  }
+  const RECT& desktop = outputDesc.DesktopCoordinates;
+  width = desktop.right - desktop.left;
+  height = desktop.bottom - desktop.top;
+  left = desktop.left;
+  top = desktop.top;
+
+  const D3D_FEATURE_LEVEL levels[] = {D3D_FEATURE_LEVEL_11_1, D3D_FEATURE_LEVEL_11_0, D3D_FEATURE_LEVEL_10_1,
+                                      D3D_FEATURE_LEVEL_10_0};
+  D3D_FEATURE_LEVEL obtained{};
+  if (FAILED(::D3D11CreateDevice(adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr,
+                                 D3D11_CREATE_DEVICE_BGRA_SUPPORT, levels, UINT{std::size(levels)},
+                                 D3D11_SDK_VERSION, device.Put(), &obtained, context.Put()))) {
+    throw std::runtime_error("D3D11CreateDevice failed");
+  }
+  if (FAILED(output1->DuplicateOutput(device.Get(), dupl.Put()))) {
+    throw std::runtime_error("DuplicateOutput failed");
+  }
+  DXGI_OUTDUPL_DESC duplDesc{};
+  dupl->GetDesc(&duplDesc);
+  if (!FitsMonitor(duplDesc.ModeDesc)) throw std::runtime_error("DuplicateOutput failed");
+  const D3D11_TEXTURE2D_DESC staging = StagingDesc(duplDesc.ModeDesc);
+  if (FAILED(device->CreateTexture2D(&staging, nullptr, stagingFull.Put()))) {
+    throw std::runtime_error("CreateTexture2D(stagingFull) failed");
+  }
+  deliveredSize = cv::Size(static_cast<int>(staging.Width), static_cast<int>(staging.Height));
+  return true;
+}
+
+// Whether frames of the mode, brought upright, have the monitor's size. They have not when the mode changed
+// after the output had been described.
+bool DuplicationContext::FitsMonitor(const DXGI_MODE_DESC& mode) const {
+  const bool onItsSide = outputDesc.Rotation == DXGI_MODE_ROTATION_ROTATE90 ||
+                         outputDesc.Rotation == DXGI_MODE_ROTATION_ROTATE270;
+  const auto across = static_cast<std::int32_t>(onItsSide ? mode.Height : mode.Width);
+  const auto down = static_cast<std::int32_t>(onItsSide ? mode.Width : mode.Height);
+  return across == width && down == height;
+}
+
+bool DuplicationContext::AcquireFrame(cv::Mat& out) {
+  DXGI_OUTDUPL_FRAME_INFO info{};
+  ComPtr<IDXGIResource> resource;
+  if (FAILED(dupl->AcquireNextFrame(kFrameTimeoutMs, &info, resource.Put()))) return false;
+  cv::Mat delivered;
+  if (!MapFrame(resource.Get(), delivered)) {
+    dupl->ReleaseFrame();
+    return false;
+  }
+  const int turn = TurnOf(outputDesc.Rotation);
+  if (turn < 0) {
+    out = delivered;
+    return true;
+  }
+  try {
+    cv::rotate(delivered, upright, turn);
+  } catch (...) {
+    ReleaseFrame();
+    throw;
+  }
+  out = upright;
+  return true;
+}
+
+bool DuplicationContext::MapFrame(IDXGIResource* resource, cv::Mat& delivered) {
+  ComPtr<ID3D11Texture2D> texture;
+  if (FAILED(resource->QueryInterface(IID_PPV_ARGS(texture.Put())))) return false;
+  context->CopyResource(stagingFull.Get(), texture.Get());
+  D3D11_MAPPED_SUBRESOURCE mapped{};
+  if (FAILED(context->Map(stagingFull.Get(), 0, D3D11_MAP_READ, 0, &mapped))) return false;
+  delivered = cv::Mat(deliveredSize, CV_8UC4, mapped.pData, mapped.RowPitch);
+  return true;
+}
+
+void DuplicationContext::ReleaseFrame() {
+  context->Unmap(stagingFull.Get(), 0);
+  dupl->ReleaseFrame();
+}
+
+}  // namespace quillmark
