@@ -1,13 +1,51 @@
 // The worker's side of the hit ring: hits and replies to the controller through shared memory. A hit that
-// finds the ring full is refused and counted, never waited for.
+// finds the ring full is refused and counted, never waited for; unread records are never overwritten.
 //
-// Threading: every operation may be called from any thread of the process.
+// Threading: every operation may be called from any thread of the process. Log lines are queued while the
+// writers' mutex is held.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
+#include "ipc/UniqueHandle.h"
+
 namespace quillmark {
+
+struct HitRingLayout;
+
+class HitRing {
+ public:
+  // The process's ring. It is never destroyed: writers may outlive everything else.
+  static HitRing& Instance();
+
+  HitRing() = default;
+  HitRing(const HitRing&) = delete;
+  HitRing& operator=(const HitRing&) = delete;
+
+  // Opens the ring on the first call; whoever calls meanwhile waits for it. False when that failed, which
+  // stays so: it is not tried again.
+  bool EnsureInit();
+
+  // Writes one record or drops it; see WriteHit.
+  void Write(const std::wstring& name, std::int32_t cx, std::int32_t cy, std::int32_t w, std::int32_t h,
+             float sq, float edge, std::uint64_t tsMs);
+
+ private:
+  bool Init();
+
+  UniqueHandle mapping;
+  UniqueHandle event;
+  UniqueView view;
+  std::once_flag initOnce;
+  std::atomic<bool> ready{false};
+  std::mutex mutex;                          // serialises the writers of this process
+  std::atomic<std::uint32_t> writeCalls{0};  // samples the log lines
+  std::atomic<bool> initWarned{false};
+  std::atomic<bool> nullViewWarned{false};
+};
 
 // Writes one hit or reply into the process's hit ring, or drops it. Position and size in pixels, `tsMs` in
 // UTC milliseconds since 1970-01-01; of the name, 31 UTF-16 units are kept.
