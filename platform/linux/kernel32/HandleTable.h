@@ -1,0 +1,41 @@
+// The process's handles: each names one kernel object of the layer by a number that is never used twice, so
+// a closed or made-up handle is always recognised. An object lives as long as a handle or a running call
+// refers to it.
+//
+// Threading: every function may be called from any thread; objects guard their own state.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <utility>
+
+#include "kernel32/Errors.h"
+
+namespace quillmark::layer {
+
+class KernelObject {
+ public:
+  KernelObject() = default;
+  KernelObject(const KernelObject&) = delete;
+  KernelObject& operator=(const KernelObject&) = delete;
+  virtual ~KernelObject() = default;
+
+  // Waits as WaitForSingleObject does. The default is for objects that cannot be waited for.
+  virtual DWORD Wait(DWORD timeoutMs);
+};
+
+HANDLE InsertHandle(std::shared_ptr<KernelObject> object);
+
+// The object of a handle, or nullptr with ERROR_INVALID_HANDLE.
+std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
+
+// As FindHandle; an object of another type counts as no object.
+template <typename Object>
+std::shared_ptr<Object> FindHandleAs(HANDLE handle) {
+  auto object = std::dynamic_pointer_cast<Object>(FindHandle(handle));
+  if (!object) ::SetLastError(ERROR_INVALID_HANDLE);
+  return object;
+}
+
+}  // namespace quillmark::layer
