@@ -37,8 +37,8 @@ D3D11_TEXTURE2D_DESC StagingDesc(const DXGI_MODE_DESC& mode) {
   return desc;
 }
 
-// How cv::rotate brings a delivered frame upright, -1 when it is upright already. The output's rotation is the
-// clockwise turn from the delivered picture to the desktop.
+// How cv::rotate brings a delivered frame upright, -1 when it is upright already. The output's rotation is
+// the clockwise turn from the delivered picture to the desktop.
 int TurnOf(DXGI_MODE_ROTATION rotation) {
   switch (rotation) {
     case DXGI_MODE_ROTATION_ROTATE90:

@@ -44,9 +44,7 @@ struct D3D11_MAPPED_SUBRESOURCE {
 
 struct ID3D11Resource : IUnknown {};
 
-struct ID3D11Texture2D : ID3D11Resource {
-  virtual void GetDesc(D3D11_TEXTURE2D_DESC* desc) = 0;
-};
+struct ID3D11Texture2D : ID3D11Resource {};
 
 struct ID3D11DeviceContext : IUnknown {
   virtual void CopyResource(ID3D11Resource* destination, ID3D11Resource* source) = 0;

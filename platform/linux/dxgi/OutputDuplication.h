@@ -1,0 +1,58 @@
+// The duplication of an output and the textures its frames pass through. Nothing is copied on the way: the
+// texture of a frame names the frame, CopyResource hands that name to the staging texture, and Map gives the
+// desktop's own image. So a frame can be mapped only while it is held.
+//
+// Threading: one thread at a time for a duplication and everything made from it.
+#pragma once
+
+#include <d3d11.h>
+#include <dxgi1_2.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "desktop/Desktop.h"
+#include "dxgi/ComObject.h"
+
+namespace quillmark::layer {
+
+// The desktop's frames, shared by the objects that name them.
+struct FrameSource {
+  std::unique_ptr<Duplication> duplication;
+  std::uint64_t acquired = 0;  // number of the frame acquired last
+  bool held = false;
+};
+
+// One frame by its number; an empty source names none.
+struct FrameName {
+  std::shared_ptr<FrameSource> source;
+  std::uint64_t number = 0;
+
+  bool IsHeld() const { return source && source->held && source->acquired == number; }
+};
+
+class OutputDuplication final : public ComObject<IDXGIOutputDuplication> {
+ public:
+  OutputDuplication(std::shared_ptr<FrameSource> frames, DXGI_MODE_ROTATION outputRotation);
+
+  void GetDesc(DXGI_OUTDUPL_DESC* desc) override;
+  HRESULT AcquireNextFrame(UINT timeoutMs, DXGI_OUTDUPL_FRAME_INFO* info, IDXGIResource** frame) override;
+  HRESULT ReleaseFrame() override;
+
+ private:
+  const std::shared_ptr<FrameSource> source;
+  const DXGI_MODE_ROTATION rotation;
+};
+
+// The texture of an acquired frame.
+class FrameTexture final : public ComObject<IDXGIResource, ID3D11Texture2D> {
+ public:
+  explicit FrameTexture(FrameName named) : frame(std::move(named)) {}
+
+  const FrameName frame;
+
+ protected:
+  void* Find(REFIID id) override;
+};
+
+}  // namespace quillmark::layer
