@@ -1,0 +1,185 @@
+#include "specs/ImageHeader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillmark {
+namespace {
+
+using namespace std::string_view_literals;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr int kWidth = 37, kHeight = 39;
+
+Bytes Raw(std::string_view text) {
+  return {text.begin(), text.end()};
+}
+
+std::string Announced(const Bytes& file) {
+  const auto size = ReadImageSize(file);
+  return size ? std::to_string(size->width) + "x" + std::to_string(size->height) : "none";
+}
+
+Bytes Encoded(const std::string& extension, int type = CV_8UC3, const std::vector<int>& options = {}) {
+  cv::Mat image(kHeight, kWidth, CV_8UC(CV_MAT_CN(type)));
+  cv::RNG(11).fill(image, cv::RNG::UNIFORM, 0, 256);
+  image.convertTo(image, CV_MAT_DEPTH(type));
+  Bytes file;
+  EXPECT_TRUE(cv::imencode(extension, image, file, options)) << extension;
+  return file;
+}
+
+struct Sample {
+  const char* name;
+  Bytes file;
+};
+
+// One file of each format that this OpenCV can write.
+std::vector<Sample> WrittenSamples() {
+  return {{"png", Encoded(".png", CV_8UC4)},
+          {"jpeg", Encoded(".jpg")},
+          {"progressive jpeg", Encoded(".jpg", CV_8UC3, {cv::IMWRITE_JPEG_PROGRESSIVE, 1})},
+          {"bmp", Encoded(".bmp")},
+          {"tiff", Encoded(".tiff")},
+          {"lossy webp", Encoded(".webp", CV_8UC3, {cv::IMWRITE_WEBP_QUALITY, 60})},
+          {"lossless webp", Encoded(".webp", CV_8UC4, {cv::IMWRITE_WEBP_QUALITY, 101})},
+          {"webp with alpha", Encoded(".webp", CV_8UC4, {cv::IMWRITE_WEBP_QUALITY, 60})},
+          {"text pgm", Encoded(".pgm", CV_8UC1, {cv::IMWRITE_PXM_BINARY, 0})},
+          {"ppm", Encoded(".ppm")},
+          {"pam", Encoded(".pam")},
+          {"pfm", Encoded(".pfm", CV_32FC3)},
+          {"radiance", Encoded(".hdr", CV_32FC3)},
+          {"sun raster", Encoded(".ras")},
+          {"jpeg 2000", Encoded(".jp2")}};
+}
+
+TEST(ImageHeader, ReadsTheSizeOfWhatOpenCvWrites) {
+  for (const auto& [name, file] : WrittenSamples()) EXPECT_EQ(Announced(file), "37x39") << name;
+}
+
+TEST(ImageHeader, ReadsTheSizeOfHandMadeHeaders) {
+  const Bytes jp2 = Encoded(".jp2");
+  constexpr auto kStream = "\xFF\x4F\xFF\x51"sv;
+  const auto stream = std::search(jp2.begin(), jp2.end(), kStream.begin(), kStream.end(),
+                                  [](std::uint8_t a, char b) { return a == static_cast<std::uint8_t>(b); });
+  const struct {
+    const char* name;
+    Bytes file;
+    const char* size;
+  } cases[] = {
+      {"gif", Raw("GIF89a\x25\0\x27\0"sv), "37x39"},
+      {"bmp, old header", Raw("BM\0\0\0\0\0\0\0\0\0\0\0\0\x0C\0\0\0\x25\0\x27\0"sv), "37x39"},
+      {"bmp, rows from the top", Raw("BM\0\0\0\0\0\0\0\0\0\0\0\0\x28\0\0\0\x25\0\0\0\xD9\xFF\xFF\xFF"sv),
+       "37x39"},
+      {"bmp, lowest height", Raw("BM\0\0\0\0\0\0\0\0\0\0\0\0\x28\0\0\0\x25\0\0\0\0\0\0\x80"sv),
+       "37x2147483648"},
+      {"bmp, negative width", Raw("BM\0\0\0\0\0\0\0\0\0\0\0\0\x28\0\0\0\xD9\xFF\xFF\xFF\x27\0\0\0"sv),
+       "none"},
+      {"tiff, big-endian words",
+       Raw("MM\0\x2A\0\0\0\x08\0\x02\x01\0\0\x03\0\0\0\x01\0\x25\0\0\x01\x01\0\x04\0\0\0\x01\0\0\0\x27"sv),
+       "37x39"},
+      {"tiff, width given twice",
+       Raw("MM\0\x2A\0\0\0\x08\0\x03\x01\0\0\x03\0\0\0\x01\0\x25\0\0\x01\0\0\x03\0\0\0\x01\0\x01\0\0"
+           "\x01\x01\0\x04\0\0\0\x01\0\0\0\x27"sv),
+       "37x39"},
+      {"tiff, width of an odd type",
+       Raw("MM\0\x2A\0\0\0\x08\0\x02\x01\0\0\x09\0\0\0\x01\0\0\0\x25\x01\x01\0\x04\0\0\0\x01\0\0\0\x27"sv),
+       "none"},
+      {"tiff, 64-bit offsets",
+       Raw("II\x2B\0\x08\0\0\0\x10\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0"
+           "\0\x01\x04\0\x01\0\0\0\0\0\0\0\x25\0\0\0\0\0\0\0"
+           "\x01\x01\x10\0\x01\0\0\0\0\0\0\0\x27\0\0\0\0\0\0\0"sv),
+       "37x39"},
+      {"tiff, directory beyond the end", Raw("II\x2A\0\xFF\xFF\xFF\xFF\x01\0"sv), "none"},
+      {"jpeg, fill bytes and a thumbnail in a segment",
+       Raw("\xFF\xD8\xFF\xE1\0\x0B\xFF\xC0\0\x11\x08\0\x01\0\x01\xFF\xFF\xC2\0\x11\x08\0\x27\0\x25"sv),
+       "37x39"},
+      {"jpeg without a frame", Raw("\xFF\xD8\xFF\xDA\0\x02\xFF\xC0\0\x11\x08\0\x27\0\x25"sv), "none"},
+      {"jpeg, segment of no length", Raw("\xFF\xD8\xFF\xE0\0\0\xFF\xC0\0\x11\x08\0\x27\0\x25"sv), "none"},
+      {"webp canvas", Raw("RIFF\0\0\0\0WEBPVP8X\x0A\0\0\0\0\0\0\0\x24\0\0\x26\0\0"sv), "37x39"},
+      {"pbm with comments", Raw("P4\n# 99 99\n37#x\n39\n"sv), "37x39"},
+      {"ppm, absurd number", Raw("P6 99999999999999999999999 39 255\n"sv), "4294967296x39"},
+      {"pgm, no blank after the signature", Raw("P537 39 255\n"sv), "none"},
+      {"pam, sizes repeated", Raw("P7\nWIDTH 37\n# c\nHEIGHT 39\nWIDTH 3\nENDHDR\nHEIGHT 99\n"sv), "37x39"},
+      {"radiance, resolution hidden in a long line", Raw("#?RGBE\nX=-Y 39 +X 37\n\n-Y 1 +X 1\n"sv), "37x39"},
+      {"jpeg 2000 stream", Bytes(stream, jp2.end()), "37x39"},
+      {"exr",
+       Raw("\x76\x2F\x31\x01\x02\0\0\0a\0int\0\x04\0\0\0\x01\x02\x03\x04"
+           "dataWindow\0box2i\0\x10\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0\x23\0\0\0\x26\0\0\0\0"sv),
+       "37x39"},
+      {"exr, window turned round",
+       Raw("\x76\x2F\x31\x01\x02\0\0\0dataWindow\0box2i\0\x10\0\0\0\x05\0\0\0\0\0\0\0\x01\0\0\0\x26\0\0\0\0"sv),
+       "none"},
+      {"png of no width", Raw("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\0\0\0\0\x27"sv), "none"},
+      {"unknown", Raw("hello, world"sv), "none"},
+      {"nothing", {}, "none"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Announced(c.file), c.size) << c.name;
+}
+
+// A decoder must never produce more than was announced, whatever happened to the file; the sanitizers watch
+// for reads beyond its end.
+TEST(ImageHeader, AnnouncesAtLeastWhatDamagedFilesDecodeTo) {
+  cv::RNG random(20240607);
+  int decoded = 0;
+  for (const auto& [name, file] : WrittenSamples()) {
+    for (int round = 0; round < 150; ++round) {
+      Bytes damaged = file;
+      const int header = std::min<int>(static_cast<int>(damaged.size()), 120);
+      for (int change = random.uniform(1, 5); change > 0; --change) {
+        damaged[random.uniform(0, header)] = static_cast<std::uint8_t>(random.uniform(0, 256));
+      }
+      if (round % 3 == 0) damaged.resize(random.uniform(0, static_cast<int>(damaged.size())));
+      const auto size = ReadImageSize(damaged);
+      if (!size || size->width > 4096 || size->height > 4096)
+        continue;  // never decoded, or not worth the wait
+      cv::Mat image;
+      try {
+        image = cv::imdecode(damaged, cv::IMREAD_UNCHANGED);
+      } catch (const cv::Exception&) {
+      }
+      if (image.empty()) continue;
+      ++decoded;
+      EXPECT_LE(image.cols, static_cast<int>(size->width)) << name << " " << round;
+      EXPECT_LE(image.rows, static_cast<int>(size->height)) << name << " " << round;
+    }
+  }
+  EXPECT_GT(decoded, 200);
+}
+
+TEST(ImageHeader, NeverAnnouncesMoreForATruncatedFile) {
+  for (const auto& [name, file] : WrittenSamples()) {
+    for (std::size_t length = 0; length < std::min<std::size_t>(file.size(), 400); ++length) {
+      const auto size = ReadImageSize(std::span(file).first(length));
+      if (!size) continue;
+      ASSERT_LE(size->width, kWidth) << name << " cut to " << length;
+      ASSERT_LE(size->height, kHeight) << name << " cut to " << length;
+    }
+  }
+}
+
+TEST(ImageHeader, SurvivesRandomBytesBehindEverySignature) {
+  cv::RNG random(99);
+  for (const auto signature : {"\x89PNG\r\n\x1A\n"sv, "\xFF\xD8\xFF"sv, "BM"sv, "GIF89a"sv, "II\x2A\0"sv,
+                               "MM\0\x2B\0\x08\0\0"sv, "RIFF"sv, "P3 "sv, "P7 "sv, "Pf "sv, "#?RGBE\n"sv,
+                               "\x59\xA6\x6A\x95"sv, "\0\0\0\x0CjP  \r\n\x87\n"sv, "\x76\x2F\x31\x01"sv}) {
+    for (int round = 0; round < 2000; ++round) {
+      Bytes file = Raw(signature);
+      const std::size_t kept = file.size();
+      file.resize(kept + static_cast<std::size_t>(random.uniform(0, 200)));
+      for (std::size_t i = kept; i < file.size(); ++i)
+        file[i] = static_cast<std::uint8_t>(random.uniform(0, 256));
+      const auto size = ReadImageSize(file);
+      ASSERT_TRUE(!size || (size->width > 0 && size->height > 0));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillmark
