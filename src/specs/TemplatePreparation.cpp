@@ -1,0 +1,146 @@
+#include "specs/TemplatePreparation.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <limits>
+#include <opencv2/imgproc.hpp>
+#include <string_view>
+
+#include "core/ColorGate.h"
+#include "core/ZeroMean.h"
+#include "specs/ImageFile.h"
+
+namespace quillmark {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr int kMonitorFramesPerSecond = 30;
+constexpr double kNoDivisionByZero = 1e-9;
+
+// Leading blanks, a sign, digits; 0 without digits. Out of range it sticks at the nearest 32-bit value, also
+// where long has 64 bits.
+std::int32_t LeadingInteger(const wchar_t* text) {
+  const long long value = std::wcstoll(text, nullptr, 10);
+  return static_cast<std::int32_t>(std::clamp<long long>(value, std::numeric_limits<std::int32_t>::min(),
+                                                         std::numeric_limits<std::int32_t>::max()));
+}
+
+void SetMode(TemplateSpec& spec, std::wstring_view suffix) {
+  if (suffix == L"H"sv) spec.mode = MatchMode::H;
+  if (suffix == L"HS"sv) spec.mode = MatchMode::HS;
+  if (suffix == L"BGR"sv) spec.mode = MatchMode::Bgr;
+  if (suffix == L"S"sv) spec.mode = MatchMode::S;
+  if (suffix == L"GRAY"sv) spec.mode = MatchMode::Gray;
+}
+
+bool IsNameSuffix(std::wstring_view suffix) {
+  for (const auto word : {L"H"sv, L"HS"sv, L"BGR"sv, L"S"sv, L"GRAY"sv, L"RED"sv}) {
+    if (suffix == word) return true;
+  }
+  return suffix.starts_with(L"FPS"sv) || suffix.starts_with(L"MS"sv);
+}
+
+double ShareOfNonZero(const cv::Mat& image) {
+  return cv::countNonZero(image) / (static_cast<double>(image.total()) + kNoDivisionByZero);
+}
+
+cv::Mat ToBgr(const cv::Mat& image) {
+  if (image.channels() == 3) return image;
+  cv::Mat bgr;
+  cv::cvtColor(image, bgr, image.channels() == 4 ? cv::COLOR_BGRA2BGR : cv::COLOR_GRAY2BGR);
+  return bgr;
+}
+
+// 255 where the alpha plane of a four-channel image is above 0.
+cv::Mat OpaqueMask(const cv::Mat& image) {
+  cv::Mat alpha, mask;
+  cv::extractChannel(image, alpha, 3);
+  if (alpha.type() != CV_8UC1) alpha.convertTo(alpha, CV_8U);
+  cv::threshold(alpha, mask, 0.0, 255.0, cv::THRESH_BINARY);
+  return mask;
+}
+
+// A mask that an earlier preparation of the same record left, in the present template's shape.
+cv::Mat FitMask(cv::Mat mask, cv::Size size) {
+  if (mask.type() == CV_8UC1 && mask.size() == size) return mask;
+  if (mask.channels() > 1) cv::cvtColor(mask, mask, cv::COLOR_BGR2GRAY);
+  cv::resize(mask, mask, size, 0.0, 0.0, cv::INTER_NEAREST);
+  if (mask.type() != CV_8UC1) mask.convertTo(mask, CV_8U);
+  return mask;
+}
+
+void PrepareEdges(TemplateSpec& spec) {
+  cv::Mat edges, dilated, zeroMean, dilatedZeroMean;
+  cv::Canny(spec.tmplGray, edges, 50.0, 150.0, 3, false);
+  cv::dilate(edges, dilated, MorphKernel3x3());
+  spec.edgeDensity = ShareOfNonZero(edges);
+  ToZeroMeanFloat(edges, zeroMean);
+  ToZeroMeanFloat(dilated, dilatedZeroMean);
+  spec.tmplEdgeZm = zeroMean;
+  spec.tmplEdgeDilZm = dilatedZeroMean;
+}
+
+void PrepareColours(TemplateSpec& spec) {
+  cv::Mat ycrcb, ycrcbPlanes[3];
+  cv::cvtColor(spec.tmplBgr, ycrcb, cv::COLOR_BGR2YCrCb);
+  cv::split(ycrcb, ycrcbPlanes);
+  spec.tmplCr = ycrcbPlanes[1];
+  spec.tmplCb = ycrcbPlanes[2];
+
+  cv::Mat hsv, hsvPlanes[3], redMask;
+  cv::cvtColor(spec.tmplBgr, hsv, cv::COLOR_BGR2HSV);
+  cv::split(hsv, hsvPlanes);
+  spec.tmplHue = hsvPlanes[0];
+  spec.tmplSat = hsvPlanes[1];
+
+  if (!spec.tmplMask.empty()) spec.tmplMask = FitMask(spec.tmplMask, spec.tmplGray.size());
+  cv::meanStdDev(hsv, spec.hsvMean, spec.hsvStd, spec.tmplMask);  // an empty mask means all pixels
+  spec.vividFlat = spec.hsvMean[1] > 100.0 && spec.hsvStd[1] < 20.0;
+
+  BuildRedMaskHSV(hsv, redMask, kRedHueLow, kRedHueHigh, kRedSatMin, kRedValMin);
+  spec.tmplRedMask = redMask;
+  spec.redRatio = ShareOfNonZero(redMask);
+
+  cv::Mat lab, a;
+  cv::cvtColor(spec.tmplBgr, lab, cv::COLOR_BGR2Lab);
+  cv::extractChannel(lab, a, 1);
+  spec.labAMean = cv::mean(a)[0];
+}
+
+}  // namespace
+
+void ApplyNameSuffix(TemplateSpec& spec) {
+  const std::size_t colon = spec.name.find(L':');
+  if (colon == std::wstring::npos) return;
+  const std::wstring suffix = spec.name.substr(colon + 1);
+
+  SetMode(spec, suffix);
+  if (suffix == L"RED") spec.redHint = true;
+  if (suffix.size() > 3) {  // so "MS5" is a suffix that sets nothing
+    if (suffix.starts_with(L"FPS")) {
+      const std::int32_t rate = LeadingInteger(suffix.c_str() + 3);
+      if (rate > 0) spec.frameDivisor = std::max(1, (rate / 2 + kMonitorFramesPerSecond) / rate);
+    } else if (suffix.starts_with(L"MS")) {
+      const std::int32_t interval = LeadingInteger(suffix.c_str() + 2);
+      if (interval > 0) spec.intervalMs = interval;
+    }
+  }
+  if (IsNameSuffix(suffix)) spec.name.resize(colon);
+}
+
+bool PrepareTemplate(TemplateSpec& spec) {
+  const cv::Mat image = ReadImageFile(spec.path);
+  if (image.empty()) return false;
+
+  spec.tmplBgr = ToBgr(image);
+  if (image.channels() == 4) spec.tmplMask = OpaqueMask(image);
+  cv::Mat gray;
+  cv::cvtColor(spec.tmplBgr, gray, cv::COLOR_BGR2GRAY);
+  spec.tmplGray = gray;
+  PrepareEdges(spec);
+  PrepareColours(spec);
+  return true;
+}
+
+}  // namespace quillmark

@@ -1,0 +1,17 @@
+// Text at the borders where it is narrow: file paths and the texts of exceptions.
+//
+// Threading: no shared state, callable from any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillmark {
+
+// UTF-16 as UTF-8. Raises std::system_error (illegal byte sequence) for an unpaired surrogate.
+[[nodiscard]] std::string ToUtf8(const std::wstring& text);
+
+// UTF-8 as UTF-16; bytes that are no UTF-8 become U+FFFD.
+[[nodiscard]] std::wstring FromUtf8(std::string_view bytes);
+
+}  // namespace quillmark
