@@ -38,22 +38,22 @@ struct TemplateSpec {
   double targetScaleX = 1.0, targetScaleY = 1.0;  // desktop pixels per logical pixel
 
   // Limits. Differences and similarities lie between 0 and 1.
-  double maxDiff = 0.1;         // largest accepted difference
-  double minScore = 0.0;        // smallest accepted similarity, 0 for none
-  double edgeMin = 0.75;        // smallest edge correlation
-  double edgeMinFloor = 0.66;   // relaxation goes no lower
-  double edgeRelaxDiff = 0.065; // relaxed at or below this difference
-  double edgeRelaxStep = 0.06;  // by this much
+  double maxDiff = 0.1;          // largest accepted difference
+  double minScore = 0.0;         // smallest accepted similarity, 0 for none
+  double edgeMin = 0.75;         // smallest edge correlation
+  double edgeMinFloor = 0.66;    // relaxation goes no lower
+  double edgeRelaxDiff = 0.065;  // relaxed at or below this difference
+  double edgeRelaxStep = 0.06;   // by this much
 
   // Prepared once from the image; all of the template's size.
-  cv::Mat tmplBgr;        // 8UC3
-  cv::Mat tmplGray;       // 8UC1
-  cv::Mat tmplMask;       // 8UC1, 255 where opaque; empty without an alpha channel
-  cv::Mat tmplHue;        // 8UC1, 0 to 179
-  cv::Mat tmplSat;        // 8UC1
-  cv::Mat tmplEdgeZm;     // 32FC1, edge image over 255 less its mean
-  cv::Mat tmplEdgeDilZm;  // 32FC1, the same of the dilated edge image
-  double edgeDensity = 0.0;  // share of edge pixels
+  cv::Mat tmplBgr;             // 8UC3
+  cv::Mat tmplGray;            // 8UC1
+  cv::Mat tmplMask;            // 8UC1, 255 where opaque; empty without an alpha channel
+  cv::Mat tmplHue;             // 8UC1, 0 to 179
+  cv::Mat tmplSat;             // 8UC1
+  cv::Mat tmplEdgeZm;          // 32FC1, edge image over 255 less its mean
+  cv::Mat tmplEdgeDilZm;       // 32FC1, the same of the dilated edge image
+  double edgeDensity = 0.0;    // share of edge pixels
   cv::Scalar hsvMean, hsvStd;  // of H, S, V over the opaque pixels
   cv::Mat tmplRedMask;         // 8UC1
   double redRatio = 0.0;       // share of red pixels

@@ -1,0 +1,127 @@
+#include "specs/SpecStore.h"
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "log/AsyncLogger.h"
+#include "specs/SpecOptions.h"
+#include "specs/TemplatePreparation.h"
+#include "specs/Utf8.h"
+
+namespace quillmark {
+namespace {
+
+template <typename... Pieces>
+void LogLine(const Pieces&... pieces) {
+  std::wostringstream line;
+  (line << ... << pieces);
+  AsyncLogger::Instance().Log(line.str());
+}
+
+// The process sets no locale, so the wide output can express ASCII only. Anything else would be lost together
+// with every later line: a wide stream that failed once refuses all that follows.
+void PrintLoadFailed(std::wstring path) {
+  std::replace_if(
+      path.begin(), path.end(), [](wchar_t unit) { return unit > L'\x7F'; }, L'?');
+  std::wcout << L"[Spec] Load failed: " << path << std::endl;
+  std::wcout.clear();  // no console: this line is gone, but not the next
+}
+
+// An exception's text in one line.
+std::wstring CauseOf(const std::exception& error) {
+  std::wistringstream words(FromUtf8(error.what()));
+  std::wstring line, word;
+  while (words >> word) line += (line.empty() ? L"" : L" ") + word;
+  return line;
+}
+
+}  // namespace
+
+SpecStore& Specs() {
+  static SpecStore store;
+  return store;
+}
+
+void LoadSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path, int x, int y,
+              int width, int height, float edgeMin, float threshold) {
+  TemplateSpec spec;
+  spec.name = name;
+  spec.target = target;
+  spec.path = path;
+  spec.roi = cv::Rect(x, y, width, height);
+  spec.edgeMin = edgeMin;
+  if (threshold >= 0.0f && threshold <= 1.0f) (threshold > 0.5f ? spec.minScore : spec.maxDiff) = threshold;
+  ApplyNameSuffix(spec);
+
+  try {
+    TemplateSpec prepared = spec;
+    if (!PrepareTemplate(prepared)) {
+      PrintLoadFailed(path);
+      return;
+    }
+    spec = std::move(prepared);
+    AddOrReplaceSpec(spec);
+  } catch (const std::exception& error) {
+    LogLine(L"[Spec][ERROR] name=", name, L" path=", path, L" (", CauseOf(error), L")");
+    throw;
+  }
+}
+
+void AddOrReplaceSpec(TemplateSpec& spec) {
+  const std::wstring fullName = spec.name;
+  const bool prepared = PrepareTemplate(spec);
+  const std::wstring shownPath = DisplayPath(spec.path);
+  if (!prepared) {
+    LogLine(L"[Spec][FAIL] name=", fullName, L" path=", shownPath, L" (Load failed)");
+    return;
+  }
+  ApplyNameOptions(spec);
+  if (spec.monitorPin != 0) LogLine(L"[Spec][MON] name=", fullName, L" hint=", spec.monitorPin);
+
+  SpecStore& store = Specs();
+  const std::lock_guard lock(store.specMutex);
+  auto& specs = store.specs;
+  const auto same =
+      std::find_if(specs.begin(), specs.end(), [&](const auto& other) { return other.name == spec.name; });
+  const bool replaces = same != specs.end();
+  const TemplateSpec& stored = replaces ? * same = std::move(spec) : specs.emplace_back(std::move(spec));
+  LogLine(replaces ? L"[Spec][REPLACE] name=" : L"[Spec][ADD] name=", stored.name, L" path=", shownPath,
+          L" (count=", specs.size(), L")");
+}
+
+void RemoveSpec(const std::wstring& name) {
+  SpecStore& store = Specs();
+  const std::lock_guard lock(store.specMutex);
+  const std::size_t removed = std::erase_if(store.specs, [&](const auto& spec) { return spec.name == name; });
+  if (removed > 0) {
+    LogLine(L"[Spec][REMOVE] name=", name, L" (count=", store.specs.size(), L")");
+  } else {
+    LogLine(L"[Spec][REMOVE-NOTFOUND] name=", name);
+  }
+}
+
+void ClearSpecs(const wchar_t* reason) {
+  SpecStore& store = Specs();
+  const std::lock_guard lock(store.specMutex);
+  store.specs.clear();
+  LogLine(L"[Spec][CLEAR] reason=", reason, L" (count=", store.specs.size(), L")");
+}
+
+std::wstring DisplayPath(const std::wstring& path) {
+  const std::string bytes = ToUtf8(path);
+  const std::filesystem::path given(std::u8string(bytes.begin(), bytes.end()));
+  std::error_code error;
+  std::filesystem::path shown = std::filesystem::weakly_canonical(given, error);
+  if (error) shown = std::filesystem::absolute(given, error);
+  if (error) return path;
+  const std::u8string text = shown.u8string();
+  return FromUtf8(std::string(text.begin(), text.end()));
+}
+
+}  // namespace quillmark
