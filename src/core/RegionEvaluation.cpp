@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <opencv2/imgproc.hpp>
 
 #include "core/ColorGate.h"

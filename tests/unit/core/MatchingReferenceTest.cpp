@@ -1,0 +1,243 @@
+// The matching code against the naive second opinion, over seeded screen-like images.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <thread>
+#include <vector>
+
+#include "core/RegionEvaluation.h"
+#include "support/Images.h"
+#include "support/NaiveMatcher.h"
+
+namespace quillmark::testing {
+namespace {
+
+constexpr std::array kModes = {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS};
+
+// The product works in single precision where the second opinion works in double.
+constexpr double kScoreTolerance = 2e-5;
+// Calls closer than this are left open.
+constexpr double kTooClose = 1e-4;
+
+// A screen that shows the template, a look-alike of it, or neither, and the spec that looks for it.
+struct Scene {
+  ROIUnit unit;
+  TemplateSpec spec;
+  cv::Point planted;
+};
+
+enum Appearance { Exact, Noisy, HueShifted, OtherLetters, Upended, Dimmed, Absent, kAppearances };
+
+cv::Mat Appear(Random& random, Appearance appearance, const cv::Mat& tmpl, const cv::Mat& otherLetters) {
+  switch (appearance) {
+    case Noisy:
+      return WithNoise(random, tmpl, random.Between(2, 40));
+    case HueShifted:
+      return WithHueShift(tmpl, random.Between(4, 90));
+    case OtherLetters:
+      return otherLetters;
+    case Upended:
+      return Inverted(tmpl);
+    case Dimmed:
+      return tmpl * (random.Between(50, 95) / 100.0);
+    default:
+      return tmpl;
+  }
+}
+
+Scene MakeScene(std::uint32_t seed, Appearance appearance) {
+  Random random(seed * 64 + appearance);
+  const cv::Size size(random.Between(12, 24), random.Between(10, 18));
+  cv::Mat tmpl, otherLetters;
+  switch (random.Between(0, 3)) {
+    case 0: {
+      const cv::Scalar ground = random.Colour(), ink = random.Colour();
+      tmpl = Label(size, random.Letters(3), ground, ink);
+      otherLetters = Label(size, random.Letters(3), ground, ink);
+      break;
+    }
+    case 1: {  // nearly flat, now and then blank white
+      const cv::Scalar ground = random.OneIn(3) ? cv::Scalar::all(252) : random.Colour();
+      tmpl = WithNoise(random, cv::Mat(size, CV_8UC3, ground), random.Between(0, 4));
+      otherLetters = Label(size, random.Letters(1), ground, random.Colour());
+      break;
+    }
+    default: {
+      Random same = random;
+      tmpl = Icon(random, size, "Q");
+      otherLetters = Icon(same, size, "W");
+    }
+  }
+  Scene scene;
+  cv::Mat screen = Screen(random, cv::Size(random.Between(48, 64), random.Between(36, 48)));
+  if (appearance != Absent) {
+    scene.planted = {random.Between(0, screen.cols - size.width),
+                     random.Between(0, screen.rows - size.height)};
+    Plant(screen, Appear(random, appearance, tmpl, otherLetters), scene.planted);
+  }
+  scene.unit = UnitShowing(screen);
+  scene.unit.clipped = random.OneIn(4);
+  scene.unit.x = random.Between(-500, 500);
+  scene.unit.y = random.Between(-500, 500);
+  scene.unit.scaleX = scene.unit.scaleY = random.Between(0, 4) * 0.25 + 1.0;
+  scene.spec = PreparedSpec(tmpl);
+  scene.spec.targetRect = {-500, -500, 300, 400};
+  scene.spec.maxDiff = random.Between(5, 60) / 100.0;
+  scene.spec.minScore = random.OneIn(3) ? random.Between(50, 95) / 100.0 : 0.0;
+  scene.spec.edgeMin = random.Between(30, 80) / 100.0;
+  scene.spec.edgeMinFloor = random.Between(30, 66) / 100.0;
+  scene.spec.redHint = random.OneIn(4);
+  scene.spec.colorGate = scene.spec.redHint || random.OneIn(5);
+  scene.spec.chromaChannel = random.OneIn(3) ? random.Between(1, 3) : 0;
+  scene.spec.intervalMs = random.OneIn(2) ? random.Between(1, 9) * 10 : 0;
+  return scene;
+}
+
+int StepNumber(DecidingStep step) {
+  switch (step) {
+    case DecidingStep::Inputs:
+      return 1;
+    case DecidingStep::Search:
+    case DecidingStep::Difference:
+    case DecidingStep::MinScore:
+      return 3;
+    case DecidingStep::Placement:
+      return 4;
+    case DecidingStep::FlatWhite:
+      return 5;
+    case DecidingStep::NoEdges:
+      return 7;
+    case DecidingStep::Darkness:
+      return 8;
+    case DecidingStep::Accepted:
+      return 10;
+    default:
+      return 9;
+  }
+}
+
+void ExpectFigure(const char* what, const std::optional<double>& expected, double actual, double tolerance) {
+  if (!expected) return;
+  EXPECT_NEAR(actual, *expected, tolerance) << what;
+}
+
+void ExpectSame(const Verdict& v, const Judgement& expected) {
+  ASSERT_EQ(v.loc, expected.loc);
+  ASSERT_NEAR(v.dist, expected.dist, kScoreTolerance + expected.distError);
+  if (expected.margin < kTooClose) return;
+  ASSERT_EQ(StepNumber(v.decidedBy), expected.finishedAt) << "step " << static_cast<int>(v.decidedBy);
+  ExpectFigure("chroma", expected.chroma, v.chroma.value, kScoreTolerance + expected.chromaError);
+  ExpectFigure("ncc", expected.ncc, v.ncc.value, kScoreTolerance);
+  ExpectFigure("e1", expected.e1, v.e1, kScoreTolerance);
+  ExpectFigure("e2", expected.e2, v.e2, kScoreTolerance);
+  ExpectFigure("density", expected.density, v.density, kScoreTolerance);
+  ExpectFigure("red", expected.redRatio, v.redRatio, kScoreTolerance);
+  ExpectFigure("a*", expected.labA, v.labAMean, kScoreTolerance);
+  for (int c = 0; c < 3 && expected.hsvMean; ++c) EXPECT_NEAR(v.hsvMean[c], (*expected.hsvMean)[c], 1e-9);
+  if (!v.Accepted()) return;
+  EXPECT_EQ(v.hit.cx, expected.cx);
+  EXPECT_EQ(v.hit.cy, expected.cy);
+  EXPECT_EQ(v.hit.w, expected.w);
+  EXPECT_EQ(v.hit.h, expected.h);
+  EXPECT_NEAR(v.sq, expected.sq, kScoreTolerance + expected.distError);
+  EXPECT_NEAR(v.edgeScore, expected.edge, kScoreTolerance);
+  EXPECT_EQ(v.dedupWindowMs, expected.dedupWindowMs);
+}
+
+TEST(MatchingReference, DecidesAsTheSecondOpinionOverScreenLikeScenes) {
+  std::map<DecidingStep, int> decided;
+  int tooClose = 0;
+  for (std::uint32_t seed = 0; seed < 30; ++seed) {
+    for (int appearance = 0; appearance < kAppearances; ++appearance) {
+      Scene scene = MakeScene(seed, static_cast<Appearance>(appearance));
+      for (MatchMode mode : kModes) {
+        SCOPED_TRACE(::testing::Message() << "seed " << seed << ", appearance " << appearance << ", mode "
+                                          << static_cast<int>(mode));
+        scene.spec.mode = mode;
+        const Verdict v = EvaluateRegion(scene.unit, scene.spec);
+        const Judgement expected = Judge(scene.unit, scene.spec, v.loc);
+        ExpectSame(v, expected);
+        ++decided[v.decidedBy];
+        tooClose += expected.margin < kTooClose;
+      }
+    }
+  }
+  // The scenes are worth something only if they come to every step and few calls stay open.
+  for (DecidingStep step : {DecidingStep::Difference, DecidingStep::MinScore, DecidingStep::FlatWhite,
+                            DecidingStep::Darkness, DecidingStep::Ncc, DecidingStep::EdgeCorrelation,
+                            DecidingStep::EdgeDensity, DecidingStep::Chroma, DecidingStep::Colour}) {
+    EXPECT_GE(decided[step], 1) << "step " << static_cast<int>(step);
+  }
+  EXPECT_GE(decided[DecidingStep::Accepted], 100);
+  EXPECT_LE(tooClose, 20);
+}
+
+TEST(MatchingReference, EveryModeFindsAPlantedIconToThePixel) {
+  for (std::uint32_t seed = 1000; seed < 1060; ++seed) {
+    Random random(seed);
+    const cv::Mat icon = Icon(random, cv::Size(random.Between(17, 30), random.Between(16, 24)), "Q");
+    cv::Mat screen = Screen(random, cv::Size(120, 80));
+    const cv::Point at(random.Between(0, 120 - icon.cols), random.Between(0, 80 - icon.rows));
+    Plant(screen, icon, at);
+    const ROIUnit unit = UnitShowing(screen);
+    for (MatchMode mode : kModes) {
+      const Verdict v = EvaluateRegion(unit, PreparedSpec(icon, mode));
+      EXPECT_TRUE(v.Accepted() && v.loc == at)
+          << "seed " << seed << ", mode " << static_cast<int>(mode) << ": " << v.loc << " instead of " << at
+          << ", step " << static_cast<int>(v.decidedBy) << ", difference " << v.dist;
+    }
+  }
+}
+
+TEST(MatchingReference, GrayAndBgrRefuseOtherTextOfTheSameDensityAndInvertedIcons) {
+  for (std::uint32_t seed = 2000; seed < 2060; ++seed) {
+    Random random(seed);
+    const cv::Scalar ground = random.Colour(180, 255), ink = random.Colour(0, 60);
+    const cv::Mat wanted = Label({30, 14}, "SAVE", ground, ink);
+    const cv::Mat icon = Icon(random, {24, 18}, "Q");
+    cv::Mat screen(cv::Size(90, 60), CV_8UC3, ground);
+    Plant(screen, Label({30, 14}, "LOAD", ground, ink), {random.Between(0, 50), random.Between(0, 10)});
+    Plant(screen, Inverted(icon), {random.Between(0, 60), random.Between(30, 40)});
+    const ROIUnit unit = UnitShowing(screen);
+    for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr}) {
+      EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(wanted, mode)).Accepted()) << "text, seed " << seed;
+      EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(icon, mode)).Accepted()) << "icon, seed " << seed;
+    }
+  }
+}
+
+bool BitForBitEqual(const Verdict& a, const Verdict& b) {
+  return a.decidedBy == b.decidedBy && a.loc == b.loc && a.dist == b.dist && a.ncc.value == b.ncc.value &&
+         a.e1 == b.e1 && a.e2 == b.e2 && a.chroma.value == b.chroma.value && a.hsvMean == b.hsvMean &&
+         a.redRatio == b.redRatio && a.labAMean == b.labAMean && a.hit.cx == b.hit.cx && a.sq == b.sq;
+}
+
+TEST(MatchingReference, GivesTheSameVerdictsOnFourThreads) {
+  std::vector<Scene> scenes;
+  for (std::uint32_t seed = 3000; seed < 3010; ++seed) {
+    for (MatchMode mode : kModes) {
+      scenes.push_back(MakeScene(seed, Exact));
+      scenes.back().spec.mode = mode;
+    }
+  }
+  std::vector<Verdict> alone;
+  for (const Scene& scene : scenes) alone.push_back(EvaluateRegion(scene.unit, scene.spec));
+
+  std::array<int, 4> different{};
+  std::vector<std::thread> threads;
+  for (size_t t = 0; t < different.size(); ++t) {
+    threads.emplace_back([&, t] {
+      for (size_t i = 0; i < scenes.size(); ++i) {
+        const size_t at = (i + t * 7) % scenes.size();  // each thread in another order
+        different[t] += !BitForBitEqual(EvaluateRegion(scenes[at].unit, scenes[at].spec), alone[at]);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_THAT(different, ::testing::Each(0));
+}
+
+}  // namespace
+}  // namespace quillmark::testing

@@ -1,0 +1,377 @@
+#include "core/RegionEvaluation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "support/Images.h"
+
+namespace quillmark::testing {
+namespace {
+
+constexpr auto kNotAMode = static_cast<MatchMode>(5);
+const cv::Size kNormal(40, 20);
+const cv::Size kTiny(16, 16);
+const cv::Size kJustNotTiny(257, 1);
+
+cv::Mat Uniform(cv::Size size, const cv::Scalar& colour) {
+  return cv::Mat(size, CV_8UC3, colour);
+}
+
+cv::Mat GreyColumns(cv::Size size, int left, int right) {
+  cv::Mat image = Uniform(size, cv::Scalar::all(left));
+  image.colRange(size.width / 2, size.width).setTo(cv::Scalar::all(right));
+  return image;
+}
+
+cv::Mat IconOf(cv::Size size) {
+  Random random(11);
+  return size.height > 3 ? Icon(random, size, "Q") : Noise(random, size);
+}
+
+// A screen that shows `image` at `at` and its spec: a perfect match unless the test disturbs it.
+struct Shown {
+  ROIUnit unit;
+  TemplateSpec spec;
+
+  explicit Shown(const cv::Mat& image, MatchMode mode = MatchMode::Gray, cv::Point at = {20, 10})
+      : spec(PreparedSpec(image, mode)) {
+    cv::Mat screen = Uniform(image.size() + cv::Size(60, 40), cv::Scalar(90, 100, 110));
+    Plant(screen, image, at);
+    unit = UnitShowing(screen);
+  }
+
+  [[nodiscard]] Verdict Evaluated() const { return EvaluateRegion(unit, spec); }
+};
+
+// A uniform spec over a region that is exactly the placement.
+Verdict EvaluateUniform(const cv::Scalar& tmpl, const cv::Mat& region, MatchMode mode,
+                        double minScore = 0.0) {
+  TemplateSpec spec = PreparedSpec(Uniform(region.size(), tmpl), mode);
+  spec.maxDiff = 0.5;
+  spec.minScore = minScore;
+  return EvaluateRegion(UnitShowing(region), spec);
+}
+
+TEST(RegionEvaluation, StopsAtOnceWhenTheModeLacksAnImage) {
+  const struct {
+    MatchMode mode;
+    cv::Mat ROIUnit::*crop;
+    cv::Mat TemplateSpec::*tmpl;
+    DecidingStep expected;
+  } kCases[] = {
+      {MatchMode::Gray, &ROIUnit::gray, &TemplateSpec::tmplGray, DecidingStep::Inputs},
+      {MatchMode::Bgr, &ROIUnit::gray, &TemplateSpec::tmplGray, DecidingStep::Inputs},
+      {MatchMode::S, &ROIUnit::gray, &TemplateSpec::tmplGray, DecidingStep::Inputs},
+      {MatchMode::H, &ROIUnit::hsv, &TemplateSpec::tmplHue, DecidingStep::Inputs},
+      {MatchMode::HS, &ROIUnit::hsv, &TemplateSpec::tmplHue, DecidingStep::Inputs},
+      {kNotAMode, &ROIUnit::gray, &TemplateSpec::tmplGray, DecidingStep::Search},
+      {MatchMode::Bgr, &ROIUnit::bgr, &TemplateSpec::tmplBgr, DecidingStep::Search},
+      {MatchMode::S, &ROIUnit::sat, &TemplateSpec::tmplSat, DecidingStep::Search},
+  };
+  for (const auto& c : kCases) {
+    Shown noCrop(IconOf(kNormal), c.mode), noTemplate = noCrop;
+    ASSERT_TRUE(noCrop.Evaluated().Accepted()) << static_cast<int>(c.mode);
+    noCrop.unit.*c.crop = cv::Mat();
+    noTemplate.spec.*c.tmpl = cv::Mat();
+    EXPECT_EQ(noCrop.Evaluated().decidedBy, c.expected) << static_cast<int>(c.mode);
+    EXPECT_EQ(noTemplate.Evaluated().decidedBy, c.expected) << static_cast<int>(c.mode);
+  }
+}
+
+TEST(RegionEvaluation, LimitsTheDifferenceByModeSizeAndClipping) {
+  const struct {
+    cv::Size size;
+    MatchMode mode;
+    bool clipped;
+    double maxDiff, expected;
+  } kCases[] = {
+      {kNormal, MatchMode::Gray, false, 0.1, 0.1}, {kNormal, MatchMode::Gray, true, 0.1, 0.16},
+      {kNormal, MatchMode::Bgr, true, 0.2, 0.2},   {kNormal, MatchMode::S, true, 0.4, 0.25},
+      {kNormal, MatchMode::Gray, false, 0.4, 0.4}, {kTiny, MatchMode::Gray, false, 0.1, 0.06},
+      {kTiny, MatchMode::Bgr, true, 0.1, 0.06},    {kTiny, MatchMode::S, false, 0.03, 0.03},
+      {kTiny, kNotAMode, false, 0.1, 0.06},        {kJustNotTiny, MatchMode::Gray, false, 0.1, 0.1},
+      {kNormal, MatchMode::H, false, 0.1, 0.35},   {kNormal, MatchMode::HS, true, 0.4, 0.35},
+      {kNormal, MatchMode::HS, false, 0.5, 0.5},   {kTiny, MatchMode::HS, false, 0.1, 0.35},
+  };
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(c.size), c.mode);
+    shown.unit.clipped = c.clipped;
+    shown.spec.maxDiff = c.maxDiff;
+    EXPECT_EQ(shown.Evaluated().difference.limit, c.expected)
+        << c.size << " mode " << static_cast<int>(c.mode) << " clipped " << c.clipped << " " << c.maxDiff;
+  }
+}
+
+// A uniform grey template and a region 85 levels brighter: a difference of 0.1111.
+TEST(RegionEvaluation, HoldsTheSimilarityAgainstAPositiveMinScoreOnly) {
+  const cv::Mat region = Uniform({20, 20}, cv::Scalar::all(185));
+  const cv::Scalar tmpl = cv::Scalar::all(100);
+  EXPECT_EQ(EvaluateUniform(tmpl, region, MatchMode::Gray, 0.9).decidedBy, DecidingStep::MinScore);
+  EXPECT_TRUE(EvaluateUniform(tmpl, region, MatchMode::Gray, 0.88).Accepted());
+  EXPECT_TRUE(EvaluateUniform(tmpl, region, MatchMode::Gray, 0.0).Accepted());
+  EXPECT_TRUE(EvaluateUniform(tmpl, region, MatchMode::Gray, -1.0).Accepted());
+}
+
+TEST(RegionEvaluation, RefusesAPlacementBeyondTheGreyCrop) {
+  Shown shown(IconOf(kNormal), MatchMode::H);
+  shown.unit.gray = shown.unit.gray.colRange(0, 59);
+  EXPECT_EQ(shown.Evaluated().decidedBy, DecidingStep::Placement);
+}
+
+TEST(RegionEvaluation, WantsABlankPlacementForABlankWhiteTemplate) {
+  const struct {
+    int tmpl, left, right;
+    DecidingStep expected;
+  } kCases[] = {
+      {250, 242, 250, DecidingStep::Accepted},  // deviation exactly 4
+      {250, 240, 250, DecidingStep::FlatWhite},
+      {246, 240, 250, DecidingStep::FlatWhite},
+      {245, 240, 250, DecidingStep::Accepted},
+  };
+  for (const auto& c : kCases) {
+    const cv::Mat region = GreyColumns({20, 20}, c.left, c.right);
+    EXPECT_EQ(EvaluateUniform(cv::Scalar::all(c.tmpl), region, MatchMode::Gray).decidedBy, c.expected)
+        << c.tmpl << " over " << c.left << ", " << c.right;
+  }
+}
+
+TEST(RegionEvaluation, NeverReportsAVividFlatTemplateOverARegion31LevelsDarker) {
+  for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::H, MatchMode::HS}) {
+    const auto over = [mode](int level) {
+      return EvaluateUniform(cv::Scalar(20, 200, 200), Uniform({20, 20}, cv::Scalar(20, level, level)), mode);
+    };
+    EXPECT_TRUE(over(170).Accepted()) << static_cast<int>(mode);
+    EXPECT_EQ(over(169).decidedBy, DecidingStep::Darkness) << static_cast<int>(mode);
+  }
+  EXPECT_TRUE(EvaluateUniform(cv::Scalar::all(200), Uniform({20, 20}, cv::Scalar::all(160)), MatchMode::Gray)
+                  .Accepted())
+      << "not vivid";
+}
+
+TEST(RegionEvaluation, ComparesTheChromaPlaneThatTheSpecNames) {
+  for (const int channel : {0, 1, 2, 3, -1}) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.chromaChannel = channel;
+    EXPECT_TRUE(shown.Evaluated().Accepted()) << channel;
+    shown.unit.bgr = Inverted(shown.unit.bgr);
+    const bool compared = channel == 1 || channel == 2;
+    EXPECT_EQ(shown.Evaluated().decidedBy, compared ? DecidingStep::Chroma : DecidingStep::Accepted)
+        << channel;
+  }
+}
+
+TEST(RegionEvaluation, LimitsTheGreyCorrelationByDetailRedHintAndClipping) {
+  const struct {
+    cv::Size size;
+    bool redHint, clipped;
+    double expected;
+  } kCases[] = {
+      {kNormal, false, false, 0.58}, {kNormal, true, false, 0.58},       {kNormal, false, true, 0.53},
+      {kTiny, false, false, 0.7},    {kTiny, true, false, 0.6},          {kTiny, false, true, 0.65},
+      {kTiny, true, true, 0.55},     {kJustNotTiny, false, false, 0.58},
+  };
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(c.size));
+    shown.spec.redHint = c.redHint;
+    shown.unit.clipped = c.clipped;
+    const Verdict v = shown.Evaluated();
+    EXPECT_DOUBLE_EQ(v.ncc.limit, c.expected) << c.size << c.redHint << c.clipped;
+    EXPECT_EQ(v.ncc.outcome, c.redHint ? Outcome::Waived : Outcome::Passed) << c.size;
+    EXPECT_EQ(v.edge.outcome == Outcome::NotMeasured, c.size == kTiny) << c.size;
+  }
+}
+
+TEST(RegionEvaluation, LimitsTheEdgeCorrelationByDifferenceFloorAndClipping) {
+  const struct {
+    double edgeMin, edgeRelaxDiff;
+    bool clipped;
+    double expected;
+  } kCases[] = {
+      {0.75, 0.065, false, 0.69},  // relaxed: the match is perfect
+      {0.75, -1.0, false, 0.75},  {0.70, 0.065, false, 0.66}, {0.50, -1.0, false, 0.66},
+      {0.75, 0.065, true, 0.64},  {0.70, 0.065, true, 0.61},  // below the floor
+  };
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.edgeMin = c.edgeMin;
+    shown.spec.edgeRelaxDiff = c.edgeRelaxDiff;
+    shown.unit.clipped = c.clipped;
+    EXPECT_DOUBLE_EQ(shown.Evaluated().edge.limit, c.expected) << c.edgeMin << c.clipped;
+  }
+}
+
+TEST(RegionEvaluation, HoldsTheEdgeDensityUnlessTheRegionIsClipped) {
+  Shown shown(IconOf(kNormal));
+  const double density = shown.spec.edgeDensity;
+  shown.spec.edgeDensity = density + 0.039;
+  EXPECT_TRUE(shown.Evaluated().Accepted());
+  shown.spec.edgeDensity = density + 0.041;
+  EXPECT_EQ(shown.Evaluated().decidedBy, DecidingStep::EdgeDensity);
+  shown.unit.clipped = true;
+  EXPECT_TRUE(shown.Evaluated().Accepted());
+}
+
+TEST(RegionEvaluation, SkipsWhatATemplateWithoutDetailCannotBear) {
+  const struct {
+    const char* what;
+    double edgeDensity;
+    bool grey, edges;
+  } kCases[] = {{"enough edges", 0.01, true, true},
+                {"few edges", 0.0099, true, false},
+                {"almost none", 0.0049, false, false}};
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.edgeDensity = c.edgeDensity;
+    const Verdict v = shown.Evaluated();
+    EXPECT_EQ(v.ncc.outcome != Outcome::NotMeasured, c.grey) << c.what;
+    EXPECT_EQ(v.edge.outcome != Outcome::NotMeasured, c.edges) << c.what;
+  }
+}
+
+TEST(RegionEvaluation, DecidesHueModesWithoutStructureChromaOrColour) {
+  for (MatchMode mode : {MatchMode::H, MatchMode::HS}) {
+    Shown shown(IconOf(kNormal), mode);
+    shown.spec.redHint = true;
+    shown.spec.chromaChannel = 1;
+    Random random(3);
+    shown.unit.gray = Noise(random, shown.unit.gray.size(), CV_8U);
+    shown.unit.bgr.setTo(cv::Scalar(40, 250, 40));
+    const Verdict v = shown.Evaluated();
+    EXPECT_TRUE(v.Accepted());
+    EXPECT_EQ(v.chroma.outcome, Outcome::Failed);
+    EXPECT_EQ(v.labA.outcome, Outcome::Failed);
+    EXPECT_EQ(v.ncc.outcome, Outcome::Waived);
+    EXPECT_LT(v.ncc.value, v.ncc.limit);
+  }
+}
+
+TEST(RegionEvaluation, AcceptsColourWhenAnyOfTheThreeTestsAgrees) {
+  for (int wrong = 0; wrong < 8; ++wrong) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.redHint = true;
+    if (wrong & 1) shown.spec.hsvMean[2] -= 40.0;
+    if (wrong & 2) shown.spec.redRatio += 0.5;
+    if (wrong & 4) shown.spec.labAMean += 50.0;
+    EXPECT_EQ(shown.Evaluated().decidedBy, wrong == 7 ? DecidingStep::Colour : DecidingStep::Accepted)
+        << wrong;
+    shown.spec.redHint = false;
+    shown.spec.colorGate = true;  // the red test agrees without a red hint
+    EXPECT_TRUE(shown.Evaluated().Accepted()) << wrong;
+  }
+}
+
+TEST(RegionEvaluation, LimitsTheColourTestsByDetailVividnessAndClipping) {
+  const struct {
+    bool clipped, vividFlat;
+    double edgeDensity, hue, saturation, value, red, lab;
+  } kCases[] = {
+      {false, false, 0.2, 12, 12, 12, 0.08, 8},   {true, false, 0.2, 15, 15, 15, 0.12, 10},
+      {false, true, 0.2, 12, 8, 10, 0.08, 8},     {true, true, 0.2, 15, 11, 13, 0.12, 10},
+      {false, false, 0.009, 18, 12, 12, 0.08, 8}, {true, false, 0.009, 21, 15, 15, 0.12, 10},
+  };
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.redHint = true;
+    shown.spec.vividFlat = c.vividFlat;
+    shown.spec.edgeDensity = c.edgeDensity;
+    shown.unit.clipped = c.clipped;
+    const Verdict v = shown.Evaluated();
+    EXPECT_THAT((std::array{v.hue.limit, v.saturation.limit, v.value.limit, v.red.limit, v.labA.limit}),
+                ::testing::ElementsAre(c.hue, c.saturation, c.value, c.red, c.lab));
+  }
+}
+
+TEST(RegionEvaluation, JudgesAColourlessTemplateByBrightnessAlone) {
+  Shown shown(IconOf(kNormal));
+  shown.spec.redHint = true;
+  shown.spec.hsvMean[1] = 15.0;
+  shown.spec.redRatio += 0.5;
+  shown.spec.hsvMean[2] += 46.0;
+  const Verdict v = shown.Evaluated();
+  EXPECT_EQ(v.value.limit, 45.0);
+  EXPECT_EQ(v.value.outcome, Outcome::Failed);
+  EXPECT_EQ(v.hue.outcome, Outcome::NotMeasured);
+  EXPECT_EQ(v.labA.outcome, Outcome::Waived);
+  EXPECT_TRUE(v.Accepted()) << "the waived Lab test agrees";
+}
+
+TEST(RegionEvaluation, MeasuresHueAcrossTheEndOfTheScale) {
+  Shown shown(Uniform(kNormal, cv::Scalar(20, 27, 200)));  // hue 1
+  shown.spec.colorGate = true;
+  shown.spec.hsvMean[0] = 178.0;
+  EXPECT_NEAR(shown.Evaluated().hue.value, 3.0, 1e-9);
+}
+
+TEST(RegionEvaluation, RaisesTheColourGatesErrorWithoutAnHsvCrop) {
+  Shown shown(IconOf(kNormal));
+  shown.unit.hsv = cv::Mat();
+  EXPECT_TRUE(shown.Evaluated().Accepted());
+  shown.spec.colorGate = true;
+  try {
+    (void)shown.Evaluated();
+    FAIL() << "no exception";
+  } catch (const cv::Exception& e) {
+    EXPECT_EQ(e.err, "hsv.type() == CV_8UC3");
+  }
+}
+
+TEST(RegionEvaluation, ReportsThePlacementInTheTargetsClientArea) {
+  const Rect kTarget{100, 200, 1100, 800};
+  const struct {
+    const char* what;
+    cv::Size size;
+    int x, y;
+    double scale;
+    Rect target;
+    HitGeometry expected;  // desktop x, y; cx, cy; w, h
+  } kCases[] = {
+      {"scaled", {40, 20}, 115, 230, 1.5, kTarget, {175, 260, 75, 60, 60, 30}},
+      {"scale 0 counts as 1", {40, 20}, 115, 230, 0.0, kTarget, {155, 250, 55, 50, 40, 20}},
+      {"right of and below the last place", {40, 20}, 1020, 760, 1.0, kTarget, {1060, 780, 960, 580, 40, 20}},
+      {"clamped by the whole width", {40, 20}, 1050, 790, 1.0, kTarget, {1090, 810, 960, 580, 40, 20}},
+      {"left of and above the area", {40, 20}, 10, 20, 1.0, kTarget, {50, 40, 0, 0, 40, 20}},
+      {"larger than the area", {40, 20}, 0, 0, 1.0, {0, 0, 30, 10}, {40, 20, 0, 0, 40, 20}},
+      {"no area, no clamping", {40, 20}, 0, 0, 1.0, {60, 50, 60, 90}, {40, 20, -20, -30, 40, 20}},
+      {"halves away from zero", {41, 21}, -100, -100, 1.0, {}, {-60, -80, -60, -80, 41, 21}},
+      {"halves away from zero, right of it", {41, 21}, 0, 0, 1.0, {}, {41, 21, 41, 21, 41, 21}},
+      {"never less than a pixel", {40, 20}, 0, 0, 0.01, {}, {0, 0, 0, 0, 1, 1}},
+  };
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(c.size));
+    shown.unit.x = c.x;
+    shown.unit.y = c.y;
+    shown.unit.scaleX = shown.unit.scaleY = c.scale;
+    shown.spec.targetRect = c.target;
+    const Verdict v = shown.Evaluated();
+    ASSERT_TRUE(v.Accepted()) << c.what;
+    ASSERT_EQ(v.loc, cv::Point(20, 10)) << c.what;
+    EXPECT_THAT((std::array{v.hit.desktopX, v.hit.desktopY, v.hit.cx, v.hit.cy, v.hit.w, v.hit.h}),
+                ::testing::ElementsAre(c.expected.desktopX, c.expected.desktopY, c.expected.cx, c.expected.cy,
+                                       c.expected.w, c.expected.h))
+        << c.what;
+  }
+}
+
+TEST(RegionEvaluation, ReportsScoresInSinglePrecisionAndNoEdgeScoreForLowDetail) {
+  const Verdict normal = Shown(IconOf(kNormal)).Evaluated(), tiny = Shown(IconOf(kTiny)).Evaluated();
+  EXPECT_EQ(normal.sq, static_cast<float>(1.0 - normal.dist));
+  EXPECT_NEAR(normal.edgeScore, 1.0f, 1e-6f);
+  EXPECT_EQ(normal.edgeScore, static_cast<float>(std::max(normal.e1, normal.e2)));
+  EXPECT_EQ(tiny.edgeScore, 0.0f);
+}
+
+TEST(RegionEvaluation, DerivesTheDedupeWindowFromTheInterval) {
+  for (const auto& [interval, expected] :
+       {std::pair{0, 0}, {-5, 0}, {1, 1}, {3, 1}, {20, 12}, {33, 19}, {200, 120}}) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.intervalMs = interval;
+    EXPECT_EQ(shown.Evaluated().dedupWindowMs, static_cast<std::uint64_t>(expected)) << interval;
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::testing
