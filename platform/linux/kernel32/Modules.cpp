@@ -1,0 +1,146 @@
+#include "kernel32/Modules.h"
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+#include <mutex>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "kernel32/Errors.h"
+#include "kernel32/HostPaths.h"
+#include "kernel32/Text.h"
+#include "user32/Dpi.h"
+
+namespace quillmark::layer {
+namespace {
+
+struct Entry {
+  const char* name;
+  FARPROC address;
+};
+struct Library {
+  const char* name;  // lower case
+  std::span<const Entry> entries;
+};
+
+template <typename Function>
+FARPROC AddressOf(Function* function) {
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+}
+
+const std::array user32Entries = {
+    Entry{"SetProcessDpiAwarenessContext", AddressOf(&::SetProcessDpiAwarenessContext)},
+    Entry{"SetProcessDPIAware", AddressOf(&::SetProcessDPIAware)},
+    Entry{"GetWindowDpiAwarenessContext", AddressOf(&::GetWindowDpiAwarenessContext)},
+    Entry{"GetAwarenessFromDpiAwarenessContext", AddressOf(&::GetAwarenessFromDpiAwarenessContext)},
+    Entry{"GetDpiForWindow", AddressOf(&::GetDpiForWindow)},
+};
+const std::array shcoreEntries = {
+    Entry{"SetProcessDpiAwareness", AddressOf(&::SetProcessDpiAwareness)},
+    Entry{"GetDpiForMonitor", AddressOf(&::GetDpiForMonitor)},
+};
+const std::array libraries = {Library{"user32.dll", user32Entries}, Library{"shcore.dll", shcoreEntries}};
+const Library program = {"", {}};
+
+struct Hidden {
+  std::mutex mutex;
+  std::set<std::pair<std::string, std::string>> entries;  // library, entry; no entry for a whole library
+};
+Hidden& TheHidden() {
+  static auto* hidden = new Hidden;
+  return *hidden;
+}
+
+std::string LowerCase(std::string text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return text;
+}
+
+bool IsHidden(const char* library, const char* entry) {
+  const std::lock_guard lock(TheHidden().mutex);
+  return TheHidden().entries.contains({library, entry});
+}
+
+HMODULE HandleOf(const Library& library) {
+  return reinterpret_cast<HMODULE>(const_cast<Library*>(&library));
+}
+
+// nullptr with ERROR_INVALID_HANDLE for what is no module.
+const Library* LibraryOf(HMODULE module) {
+  for (const Library& library : libraries) {
+    if (HandleOf(library) == module) return &library;
+  }
+  return module == HandleOf(program) ? &program : Fail(ERROR_INVALID_HANDLE, nullptr);
+}
+
+HMODULE FindLibrary(LPCWSTR name) {
+  std::string wanted = LowerCase(ToUtf8(name));
+  if (wanted.find('.') == std::string::npos) wanted += ".dll";
+  for (const Library& library : libraries) {
+    if (wanted == library.name && !IsHidden(library.name, "")) return HandleOf(library);
+  }
+  return Fail(ERROR_MOD_NOT_FOUND, nullptr);
+}
+
+}  // namespace
+
+void HideEntry(const char* library, const char* entry) {
+  const std::lock_guard lock(TheHidden().mutex);
+  TheHidden().entries.emplace(LowerCase(library), entry);
+}
+
+void HideLibrary(const char* library) {
+  HideEntry(library, "");
+}
+
+void ShowAllEntries() {
+  const std::lock_guard lock(TheHidden().mutex);
+  TheHidden().entries.clear();
+}
+
+}  // namespace quillmark::layer
+
+using namespace quillmark::layer;
+
+extern "C" HMODULE WINAPI GetModuleHandleW(LPCWSTR name) {
+  return name ? FindLibrary(name) : HandleOf(program);
+}
+
+extern "C" HMODULE WINAPI LoadLibraryW(LPCWSTR name) {
+  return name ? FindLibrary(name) : Fail(ERROR_INVALID_PARAMETER, nullptr);
+}
+
+extern "C" BOOL WINAPI FreeLibrary(HMODULE module) {
+  return LibraryOf(module) != nullptr;
+}
+
+extern "C" FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
+  const Library* library = LibraryOf(module);
+  if (!library) return nullptr;
+  constexpr std::uintptr_t ordinals = 0x10000;  // below, a name is a number
+  if (reinterpret_cast<std::uintptr_t>(name) < ordinals) return Fail(ERROR_PROC_NOT_FOUND, nullptr);
+  for (const Entry& entry : library->entries) {
+    if (std::string_view(name) == entry.name && !IsHidden(library->name, entry.name)) return entry.address;
+  }
+  return Fail(ERROR_PROC_NOT_FOUND, nullptr);
+}
+
+extern "C" DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR path, DWORD capacity) {
+  if (module && module != HandleOf(program)) return Fail(ERROR_NOT_SUPPORTED, 0u);
+  if (!path || capacity == 0) return Fail(ERROR_INSUFFICIENT_BUFFER, 0u);
+  const std::string host = ProgramOfProcess("self");
+  if (host.empty()) return Fail(ERROR_GEN_FAILURE, 0u);
+  const std::wstring text = FromUtf8(host);
+  const bool fits = text.size() < capacity;
+  const std::size_t length = fits ? text.size() : capacity - 1;
+  path[text.copy(path, length)] = L'\0';
+  if (fits) return Succeed(ERROR_SUCCESS, static_cast<DWORD>(length));
+  return Fail(ERROR_INSUFFICIENT_BUFFER, capacity);
+}
