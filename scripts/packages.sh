@@ -26,8 +26,7 @@ packages_of() {
       echo libgtest-dev libgmock-dev libbenchmark-dev libxcb-xtest0-dev fonts-nanum
       ;;
     demo)
-      packages_of build
-      packages_of desktop
+      packages_of test
       echo netpbm
       ;;
     format) echo clang-format ;;
