@@ -35,7 +35,7 @@ void Complain(const std::string& text) {
 // Publishes and waits, or says why not.
 ExitCode SendBefore(CommandRing& ring, const Command& command, Deadline deadline) {
   if (!ring.Publish(command, deadline)) {
-    Complain("the command ring is full; no worker is reading it");
+    Complain("the command could not be written in time: the ring is full, or another tool keeps writing");
     return NothingInTime;
   }
   if (!ring.AwaitTaken(deadline)) {
