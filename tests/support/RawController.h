@@ -1,0 +1,87 @@
+// The other end of both rings, as a program of another maker would write it: platform calls and plain byte
+// offsets, nothing shared with the product's own headers. What it and the product agree on is what
+// docs/protocol.md says.
+//
+// Threading: one thread at a time, which need not be that of the worker.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ipc/UniqueHandle.h"
+
+namespace quillmark::test {
+
+// One command record. The texts fill their fields up to 16, 32 and 64 units; what is longer is cut.
+struct RawCommand {
+  std::uint32_t kind = 0;
+  std::wstring target, name, path;
+  std::int32_t x = 0, y = 0, width = 0, height = 0;
+  float edgeMin = 0.0f, threshold = 0.0f;
+};
+
+struct RawHit {
+  std::uint64_t tsMs = 0;
+  std::int32_t cx = 0, cy = 0, w = 0, h = 0;
+  float sq = 0.0f, edge = 0.0f;
+  std::wstring name;
+};
+
+class RawController {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  static constexpr std::size_t CommandBytes = 20496, HitBytes = 8208;
+
+  // Opens or creates both sections and both events. Raises std::runtime_error when a call fails.
+  RawController();
+
+  // -- commands ------------------------------------------------------------------------------------------
+
+  // Fills the next slot, publishes it and signals. Refused (false) while 64 commands are unread.
+  bool Send(const RawCommand& command);
+  bool SendSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path,
+                std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height, float edgeMin,
+                float threshold);
+  bool SendRemove(const std::wstring& name);
+  bool SendClear();
+  bool SendHeartbeat(const std::wstring& text = {});
+  bool SendVersion();
+
+  // The steps of Send, for tests that leave one out.
+  void FillCommand(std::uint32_t record, const RawCommand& command);
+  void SignalCommands();
+  [[nodiscard]] std::uint32_t CommandWord(std::size_t offset) const;
+  void SetCommandWord(std::size_t offset, std::uint32_t value);
+  // Commands published and not yet consumed by the worker.
+  [[nodiscard]] std::uint32_t PendingCommands() const;
+  [[nodiscard]] std::byte* Commands() const;
+
+  // -- hits ----------------------------------------------------------------------------------------------
+
+  // Everything published since the last call, oldest first; the worker may then use the slots again.
+  std::vector<RawHit> TakeHits();
+  // Takes hits until one answers the question or the deadline passes; the others are lost.
+  std::optional<RawHit> WaitForHit(const std::function<bool(const RawHit&)>& wanted,
+                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(10));
+  std::optional<RawHit> WaitForHit(const std::wstring& name,
+                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(10));
+
+  [[nodiscard]] RawHit ReadHit(std::uint32_t record) const;
+  // Whether the event was signalled; takes the signal.
+  bool TakeHitSignal();
+  [[nodiscard]] std::uint32_t HitWord(std::size_t offset) const;
+  void SetHitWord(std::size_t offset, std::uint32_t value);
+  [[nodiscard]] std::byte* Hits() const;
+
+ private:
+  UniqueHandle commandMapping, commandEvent, hitMapping, hitEvent;
+  UniqueView commandView, hitView;
+};
+
+}  // namespace quillmark::test

@@ -1,0 +1,55 @@
+// What the tests of both rings share: a session of their own, a controller at the other end, and the log.
+//
+// Threading: one test at a time.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "log/AsyncLogger.h"
+#include "support/DebugOutputCapture.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
+
+namespace quillmark::test {
+
+// Header words of both rings.
+inline constexpr std::size_t WriteIndex = 0, ReadIndex = 4, DroppedCount = 8;
+
+// For tests that reach the process's own hit ring: it stays in the session it was opened in.
+inline const PrivateSession& ProgramSession() {
+  static const PrivateSession session;
+  return session;
+}
+
+class LogReader {
+ public:
+  // Logged texts that hold this one, of every line logged before the call.
+  std::size_t Count(std::string_view text) {
+    static std::atomic<int> marks{0};
+    const std::string mark = "mark " + std::to_string(++marks) + ".";
+    AsyncLogger::Instance().Log(std::wstring(mark.begin(), mark.end()));
+    EXPECT_TRUE(output.WaitForLine(mark));
+    return output.Count(text);
+  }
+
+ private:
+  DebugOutputCapture output;
+};
+
+inline std::vector<std::byte> BytesOf(const std::byte* bytes, std::size_t size) {
+  return {bytes, bytes + size};
+}
+
+template <typename T>
+void PutAt(std::vector<std::byte>& bytes, std::size_t offset, T value) {
+  std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+}  // namespace quillmark::test

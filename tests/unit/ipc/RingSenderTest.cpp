@@ -1,0 +1,200 @@
+#include "ipc/RingSender.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <map>
+#include <thread>
+
+#include "unit/ipc/RingFixture.h"
+
+namespace quillmark::test {
+namespace {
+
+constexpr std::uint64_t Now = 1'763'200'000'000;
+
+HitRecord Hit(const std::wstring& name, std::int32_t cx, std::uint64_t atMs, float sq = 0.9f) {
+  HitRecord hit;
+  hit.name = name;
+  hit.cx = cx;
+  hit.w = hit.h = 50;  // a tolerance of 5 pixels
+  hit.sq = sq;
+  hit.tsMs = Now + atMs;
+  return hit;
+}
+
+class RingSenderTest : public testing::Test {
+ protected:
+  RingSenderTest() { controller.TakeHits(); }
+
+  // What reaches the ring, in order.
+  std::vector<RawHit> Sent(const std::vector<HitRecord>& hits) {
+    RingSender sender;
+    for (const HitRecord& hit : hits) sender.Enqueue(hit);
+    sender.Enqueue(Hit(L"end", 0, 0));
+    sender.Start();
+    return TakeUntilEnd();
+  }
+  std::vector<RawHit> TakeUntilEnd() {
+    std::vector<RawHit> sent;
+    const auto end = controller.WaitForHit([&](const RawHit& hit) {
+      sent.push_back(hit);
+      return hit.name == L"end";
+    });
+    EXPECT_TRUE(end.has_value());
+    if (end) sent.pop_back();
+    return sent;
+  }
+
+  const PrivateSession& session = ProgramSession();
+  RawController controller;
+};
+
+TEST_F(RingSenderTest, WritesAllFieldsOfAHit) {
+  HitRecord hit{L"button", -1, 2, 3, 4, 0.5f, 0.25f, Now, 100};
+  const auto sent = Sent({hit});
+  ASSERT_EQ(sent.size(), 1u);
+  EXPECT_EQ(sent[0].name, L"button");
+  EXPECT_THAT((std::vector{sent[0].cx, sent[0].cy, sent[0].w, sent[0].h}), testing::ElementsAre(-1, 2, 3, 4));
+  EXPECT_EQ(sent[0].sq, 0.5f);
+  EXPECT_EQ(sent[0].edge, 0.25f);
+  EXPECT_EQ(sent[0].tsMs, Now);
+}
+
+TEST_F(RingSenderTest, TakesATenthOfTheLongerSideAsTolerance) {
+  const struct {
+    std::int32_t w, h, dx, dy;
+    bool accepted;
+  } cases[] = {
+      {10, 10, 3, 0, false},  {10, 10, 4, 0, true},     {10, 10, 0, -3, false},
+      {10, 10, 0, -4, true},  {200, 10, 12, 12, false}, {200, 10, -13, 0, true},
+      {75, 40, 7, -7, false}, {75, 40, 8, 0, true},     {40, 75, -7, 7, false},
+      {0, 0, 3, 3, false},    {-5, -5, 4, 0, true},     {119, 1, 11, 0, false},
+      {119, 1, 12, 0, true},  {120, 1, 12, 0, false},   {INT32_MAX, 1, INT32_MIN, 0, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " moved " << c.dx << "," << c.dy);
+    HitRecord first = Hit(L"a", c.dx == INT32_MIN ? 1 : 0, 0), second = Hit(L"a", c.dx, 149);
+    first.w = second.w = c.w;
+    first.h = second.h = c.h;
+    second.cy = c.dy;
+    EXPECT_EQ(Sent({first, second}).size(), c.accepted ? 2u : 1u);
+  }
+}
+
+TEST_F(RingSenderTest, HoldsRepetitionsBackForAWindow) {
+  constexpr float Same = 0.95f;
+  const struct {
+    const char* what;
+    const wchar_t* name;
+    std::uint64_t windowMs;
+    std::int32_t dx;
+    std::int64_t laterMs;
+    float sq;
+    bool accepted;
+  } cases[] = {
+      {"default window", L"a", 0, 5, 149, Same, false},
+      {"after the default window", L"a", 0, 5, 150, Same, true},
+      {"moved", L"a", 0, 6, 0, Same, true},
+      {"the fast name's window", L"T1", 0, 0, 29, Same, false},
+      {"after the fast name's window", L"T1", 0, 0, 30, Same, true},
+      {"a longer name is not fast", L"T11", 0, 0, 30, Same, false},
+      {"own window", L"T1", 500, 0, 499, Same, false},
+      {"after the own window", L"T1", 500, 0, 500, Same, true},
+      {"clearly weaker, elsewhere", L"a", 0, 100, 299, 0.90f, false},
+      {"clearly weaker, later", L"a", 0, 100, 300, 0.90f, true},
+      {"a little weaker, elsewhere", L"a", 0, 100, 200, 0.94f, true},
+      {"clearly weaker, after a short own window", L"a", 10, 0, 200, 0.90f, false},
+      {"clock stepped back, same place", L"a", 0, 0, -60'000, Same, false},
+      {"clock stepped back, weaker", L"a", 0, 100, -60'000, 0.90f, false},
+      {"clock stepped back, elsewhere", L"a", 0, 100, -60'000, Same, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    HitRecord second = Hit(c.name, c.dx, static_cast<std::uint64_t>(c.laterMs), c.sq);
+    second.dedupWindowMs = c.windowMs;
+    EXPECT_EQ(Sent({Hit(c.name, 0, 0, Same), second}).size(), c.accepted ? 2u : 1u);
+  }
+}
+
+TEST_F(RingSenderTest, MeasuresFromTheLastAcceptedHitOfTheName) {
+  const auto sent = Sent({Hit(L"a", 0, 0), Hit(L"b", 0, 0), Hit(L"a", 4, 100), Hit(L"a", 8, 140),
+                          Hit(L"a", 8, 149), Hit(L"a", 8, 290), Hit(L"b", 0, 150)});
+  std::vector<std::pair<std::wstring, std::uint64_t>> seen;
+  for (const RawHit& hit : sent) seen.emplace_back(hit.name, hit.tsMs - Now);
+  using testing::Pair;
+  EXPECT_THAT(seen, testing::ElementsAre(Pair(L"a", 0), Pair(L"b", 0), Pair(L"a", 140), Pair(L"a", 290),
+                                         Pair(L"b", 150)));
+}
+
+TEST_F(RingSenderTest, KeepsTheOrderOfEachProducer) {
+  constexpr int Threads = 4, Each = 500, Ahead = 60;
+  RingSender sender;
+  sender.Start();
+  std::atomic<int> seen{0};
+  std::vector<std::thread> producers;
+  for (int t = 0; t < Threads; ++t) {
+    producers.emplace_back([&, t] {
+      for (int n = 1; n <= Each; ++n) {
+        // Never more than the ring holds: it would refuse them.
+        while (n * Threads - seen > Ahead) std::this_thread::yield();
+        sender.Enqueue(Hit(L"thread " + std::to_wstring(t), 100 * n, static_cast<std::uint64_t>(n)));
+      }
+    });
+  }
+  std::map<std::wstring, int> last;
+  const auto deadline = RawController::Clock::now() + std::chrono::seconds(30);
+  while (seen < Threads * Each && RawController::Clock::now() < deadline) {
+    for (const RawHit& hit : controller.TakeHits()) {
+      EXPECT_EQ(hit.cx, last[hit.name] += 100);
+      ++seen;
+    }
+  }
+  EXPECT_EQ(seen, Threads * Each);
+  seen = Threads * Each;  // lets producers end that wait for hits that got lost
+  for (std::thread& producer : producers) producer.join();
+}
+
+TEST_F(RingSenderTest, StopsAnyNumberOfTimesAndDropsWhatIsLeft) {
+  RingSender sender;
+  sender.Stop();
+  sender.Start();
+  sender.Stop();
+  sender.Stop();
+  sender.Enqueue(Hit(L"dropped", 0, 0));
+  sender.Stop();
+  sender.Enqueue(Hit(L"kept", 0, 0));
+  sender.Start();
+  sender.Enqueue(Hit(L"end", 0, 0));
+  const auto sent = TakeUntilEnd();
+  ASSERT_EQ(sent.size(), 1u);
+  EXPECT_EQ(sent[0].name, L"kept");
+}
+
+[[noreturn]] void SuppressAndExit(int count) {
+  RingSender one, other;
+  for (RingSender* sender : {&one, &other}) sender->Enqueue(Hit(L"a", 0, 0));
+  for (int n = 0; n < count; ++n) (n % 2 == 0 ? one : other).Enqueue(Hit(L"a", 0, 0));
+  std::_Exit(0);
+}
+
+// The count of suppressed hits belongs to the process, so each case has one of its own.
+TEST(RingSenderDeathTest, ReportsOneSuppressionInAHundred) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const struct {
+    int suppressed;
+    const char* output;
+  } cases[] = {
+      {0, ""},
+      {1, "[RingSender] dedupe drop\n"},
+      {100, "[RingSender] dedupe drop\n"},
+      {101, "[RingSender] dedupe drop\n[RingSender] dedupe drop\n"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EXIT(SuppressAndExit(c.suppressed), testing::ExitedWithCode(0), testing::StrEq(c.output));
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::test
