@@ -1,0 +1,170 @@
+// The calls that the layer stands in for, used directly: what they refuse, and how their objects count.
+#include <d3d11.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "capture/ComPtr.h"
+#include "support/ScriptedDesktop.h"
+
+namespace quillmark {
+namespace {
+
+constexpr D3D_FEATURE_LEVEL level = D3D_FEATURE_LEVEL_11_0;
+
+class DuplicationCalls : public testing::Test {
+ protected:
+  DuplicationCalls() {
+    desktop->AddMonitor({});
+    ::CreateDXGIFactory1(IID_PPV_ARGS(factory.Put()));
+    factory->EnumAdapters1(0, adapter.Put());
+    adapter->EnumOutputs(0, output.Put());
+    output.As(output1);
+    ::D3D11CreateDevice(adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr, 0, &level, 1, D3D11_SDK_VERSION,
+                        device.Put(), nullptr, context.Put());
+    output1->DuplicateOutput(device.Get(), dupl.Put());
+    device->CreateTexture2D(&stagingDesc, nullptr, staging.Put());
+  }
+
+  HRESULT Acquire() {
+    DXGI_OUTDUPL_FRAME_INFO info{};
+    ComPtr<IDXGIResource> resource;
+    const HRESULT result = dupl->AcquireNextFrame(0, &info, resource.Put());
+    if (SUCCEEDED(result)) resource.As(texture);
+    return result;
+  }
+  HRESULT Map(UINT subresource = 0, D3D11_MAP kind = D3D11_MAP_READ, UINT flags = 0) {
+    D3D11_MAPPED_SUBRESOURCE mapped{};
+    return context->Map(staging.Get(), subresource, kind, flags, &mapped);
+  }
+  void Copy() { context->CopyResource(staging.Get(), texture.Get()); }
+
+  const std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
+  D3D11_TEXTURE2D_DESC stagingDesc{
+      640, 480, 1, 1, DXGI_FORMAT_B8G8R8A8_UNORM, {1, 0}, D3D11_USAGE_STAGING, 0, D3D11_CPU_ACCESS_READ, 0};
+  ComPtr<IDXGIFactory1> factory;
+  ComPtr<IDXGIAdapter1> adapter;
+  ComPtr<IDXGIOutput> output;
+  ComPtr<IDXGIOutput1> output1;
+  ComPtr<ID3D11Device> device;
+  ComPtr<ID3D11DeviceContext> context;
+  ComPtr<IDXGIOutputDuplication> dupl;
+  ComPtr<ID3D11Texture2D> staging, texture;
+};
+
+TEST_F(DuplicationCalls, EndTheListsOfAdaptersAndOutputs) {
+  ComPtr<IDXGIAdapter1> secondAdapter;
+  ComPtr<IDXGIOutput> secondOutput;
+  EXPECT_EQ(factory->EnumAdapters1(1, secondAdapter.Put()), DXGI_ERROR_NOT_FOUND);
+  EXPECT_EQ(adapter->EnumOutputs(1, secondOutput.Put()), DXGI_ERROR_NOT_FOUND);
+}
+
+TEST_F(DuplicationCalls, MapOnlyACopiedFrameThatIsHeld) {
+  EXPECT_EQ(Map(), DXGI_ERROR_INVALID_CALL);
+  ASSERT_EQ(Acquire(), S_OK);
+  EXPECT_EQ(Map(), DXGI_ERROR_INVALID_CALL);
+  Copy();
+  EXPECT_EQ(Map(), S_OK);
+  EXPECT_EQ(Map(), DXGI_ERROR_INVALID_CALL);
+  context->Unmap(staging.Get(), 0);
+  EXPECT_EQ(Map(), S_OK);
+  context->Unmap(staging.Get(), 0);
+  EXPECT_EQ(dupl->ReleaseFrame(), S_OK);
+  EXPECT_EQ(Map(), DXGI_ERROR_INVALID_CALL);
+  desktop->Refresh(1);
+  ASSERT_EQ(Acquire(), S_OK);
+  EXPECT_EQ(Map(), DXGI_ERROR_INVALID_CALL) << "the staging texture holds the frame before";
+}
+
+TEST_F(DuplicationCalls, KeepAcquiringAndReleasingInTurn) {
+  EXPECT_EQ(dupl->ReleaseFrame(), DXGI_ERROR_INVALID_CALL);
+  EXPECT_EQ(Acquire(), S_OK);
+  EXPECT_EQ(Acquire(), DXGI_ERROR_INVALID_CALL);
+  EXPECT_EQ(dupl->ReleaseFrame(), S_OK);
+  EXPECT_EQ(dupl->ReleaseFrame(), DXGI_ERROR_INVALID_CALL);
+  EXPECT_EQ(Acquire(), DXGI_ERROR_WAIT_TIMEOUT);
+}
+
+TEST_F(DuplicationCalls, LeaveAStagingTextureOfAnotherSizeAlone) {
+  stagingDesc.Width = 320;
+  ASSERT_EQ(device->CreateTexture2D(&stagingDesc, nullptr, staging.Put()), S_OK);
+  ASSERT_EQ(Acquire(), S_OK);
+  Copy();
+  EXPECT_EQ(Map(), DXGI_ERROR_INVALID_CALL);
+}
+
+TEST_F(DuplicationCalls, RefuseToMapInAnyOtherWay) {
+  ASSERT_EQ(Acquire(), S_OK);
+  Copy();
+  EXPECT_EQ(Map(1), E_INVALIDARG);
+  EXPECT_EQ(Map(0, D3D11_MAP{}), E_INVALIDARG);
+  EXPECT_EQ(Map(0, D3D11_MAP_READ, 0x100000), E_INVALIDARG);
+}
+
+TEST_F(DuplicationCalls, RefuseEveryOtherKindOfTexture) {
+  using Desc = D3D11_TEXTURE2D_DESC;
+  const std::vector<std::pair<const char*, std::function<void(Desc&)>>> changes = {
+      {"no width", [](Desc& d) { d.Width = 0; }},
+      {"too high", [](Desc& d) { d.Height = 16385; }},
+      {"mip levels", [](Desc& d) { d.MipLevels = 0; }},
+      {"array", [](Desc& d) { d.ArraySize = 2; }},
+      {"format", [](Desc& d) { d.Format = DXGI_FORMAT_UNKNOWN; }},
+      {"samples", [](Desc& d) { d.SampleDesc.Count = 2; }},
+      {"quality", [](Desc& d) { d.SampleDesc.Quality = 1; }},
+      {"usage", [](Desc& d) { d.Usage = D3D11_USAGE_DEFAULT; }},
+      {"binding", [](Desc& d) { d.BindFlags = 8; }},
+      {"access", [](Desc& d) { d.CPUAccessFlags = 0; }},
+      {"misc", [](Desc& d) { d.MiscFlags = 1; }},
+  };
+  for (const auto& [what, change] : changes) {
+    Desc desc = stagingDesc;
+    change(desc);
+    ComPtr<ID3D11Texture2D> made;
+    EXPECT_EQ(device->CreateTexture2D(&desc, nullptr, made.Put()), E_INVALIDARG) << what;
+    EXPECT_FALSE(made) << what;
+  }
+}
+
+TEST_F(DuplicationCalls, RefuseADeviceThatIsNotOurs) {
+  ComPtr<ID3D11Device> made;
+  ComPtr<ID3D11DeviceContext> its;
+  const auto create = [&](IDXGIAdapter* on, UINT flags, const D3D_FEATURE_LEVEL* levels, UINT sdk) {
+    return ::D3D11CreateDevice(on, D3D_DRIVER_TYPE_UNKNOWN, nullptr, flags, levels, 1, sdk, made.Put(),
+                               nullptr, its.Put());
+  };
+  const auto unknownLevel = static_cast<D3D_FEATURE_LEVEL>(0x9100);
+  EXPECT_EQ(create(nullptr, 0, &level, D3D11_SDK_VERSION), E_INVALIDARG);
+  EXPECT_EQ(create(adapter.Get(), 2, &level, D3D11_SDK_VERSION), E_INVALIDARG);
+  EXPECT_EQ(create(adapter.Get(), 0, &unknownLevel, D3D11_SDK_VERSION), E_INVALIDARG);
+  EXPECT_EQ(create(adapter.Get(), 0, &level, 6), E_INVALIDARG);
+  EXPECT_EQ(output1->DuplicateOutput(adapter.Get(), dupl.Put()), E_INVALIDARG);
+}
+
+TEST_F(DuplicationCalls, AnswerQueriesByIdAndCountReferences) {
+  ComPtr<IUnknown> itself, again;
+  ASSERT_EQ(output.As(itself), S_OK);
+  ASSERT_EQ(output1.As(again), S_OK);
+  EXPECT_EQ(itself.Get(), again.Get()) << "an object has one identity";
+  ComPtr<ID3D11Texture2D> none;
+  EXPECT_EQ(output.As(none), E_NOINTERFACE);
+  EXPECT_FALSE(none);
+  EXPECT_EQ(output->QueryInterface(layer::interfaceId<IUnknown>, nullptr), E_POINTER);
+  EXPECT_EQ(output->AddRef(), 5u);  // output, output1, itself, again
+  EXPECT_EQ(output->Release(), 4u);
+}
+
+TEST_F(DuplicationCalls, KeepTheFramesAliveAsLongAsAnObjectNamesThem) {
+  ASSERT_EQ(Acquire(), S_OK);
+  dupl.Reset();
+  EXPECT_EQ(desktop->OpenDuplications(), 1);
+  Copy();
+  EXPECT_EQ(Map(), S_OK);
+  texture.Reset();
+  staging.Reset();
+  EXPECT_EQ(desktop->OpenDuplications(), 0);
+}
+
+}  // namespace
+}  // namespace quillmark
