@@ -286,7 +286,7 @@ Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec) {
   if (!v.Accepted()) return v;
   v.hit = LocateHit(unit, spec.targetRect, cv::Rect(v.loc.x, v.loc.y, v.tw, v.th));
   v.sq = static_cast<float>(1.0 - v.dist);
-  v.edgeScore = v.lowDetail ? 0.0f : static_cast<float>(std::max(v.e1, v.e2));
+  v.edgeScore = static_cast<float>(std::max(v.e1, v.e2));
   v.dedupWindowMs = DedupWindow(spec.intervalMs);
   return v;
 }

@@ -9,7 +9,6 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kFloatRoundings = 16 * 6e-8;
 
 using Planes = std::vector<cv::Mat>;  // CV_64F
@@ -81,10 +80,11 @@ struct Correlation {
   double error = 0.0;  // what products of raw levels, summed in single precision, may be off by
 };
 
-// As the image library scores it: a uniform template agrees with everything, a uniform image with nothing.
+// As the image library scores it: a uniform image agrees with nothing, a uniform template with everything,
+// unless the rounding of its variance makes it agree with nothing.
 Correlation WindowCorrelation(const Planes& window, const Planes& tpl) {
-  if (Variance(tpl) < 1e-9) return {1.0};
-  if (Variance(window) < 1e-9) return {0.0};
+  if (Variance(tpl) < 1e-9) return {1.0, 1.0};
+  if (Variance(window) < 1e-9) return {0.0, 0.0};
   const Sums s = SumUp(window, tpl, {0, 0});
   const double pixels = static_cast<double>(tpl[0].total());
   const double cross = s.cross - s.image * s.tpl / pixels;
@@ -99,6 +99,16 @@ struct Best {
   double score = 0.0;
   double error = 0.0;
 };
+
+// By how much a normalised difference may be off: the library's sums carry the roundings of its brightest
+// places, which weigh most where the window is dark.
+Best WithNormError(Best best, const cv::Mat& image, const cv::Mat& tpl) {
+  if (!best.found) return best;
+  const cv::Mat window = image(cv::Rect(best.loc, tpl.size()));
+  const double energy = window.dot(window), brightest = 255.0 * 255.0 * static_cast<double>(window.total());
+  if (energy > 0.0) best.error = kFloatRoundings * std::sqrt(brightest * window.channels() / energy);
+  return best;
+}
 
 Best PickBest(const ScoreMap& map, bool largest, cv::Point preferred) {
   if (map.Empty()) return {};
@@ -144,9 +154,11 @@ Best BestByHueAndSaturation(const ROIUnit& unit, const TemplateSpec& spec, cv::P
 Best BestPlacement(const ROIUnit& unit, const TemplateSpec& spec, cv::Point preferred) {
   switch (static_cast<int>(spec.mode)) {
     case 1:
-      return PickBest(NaiveSqDiffNormed(unit.bgr, spec.tmplBgr), false, preferred);
+      return WithNormError(PickBest(NaiveSqDiffNormed(unit.bgr, spec.tmplBgr), false, preferred), unit.bgr,
+                           spec.tmplBgr);
     case 2:
-      return PickBest(NaiveSqDiffNormed(unit.sat, spec.tmplSat), false, preferred);
+      return WithNormError(PickBest(NaiveSqDiffNormed(unit.sat, spec.tmplSat), false, preferred), unit.sat,
+                           spec.tmplSat);
     case 3:
       return PickBest(NaiveHueVec(unit.hue, spec.tmplHue), true, preferred);
     case 4:
@@ -209,9 +221,13 @@ ScoreMap NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl) {
 }
 
 ScoreMap NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl) {
+  // The angle is a single-precision number, so the cosine of 90 degrees is tiny but not 0; normalised, a flat
+  // ground of that hue counts as much as any other.
   const auto turned = [](const cv::Mat& hues, double (*turn)(double)) {
     Planes planes = InDouble(hues);
-    for (auto h = planes[0].begin<double>(); h != planes[0].end<double>(); ++h) *h = turn(*h * kPi / 180.0);
+    for (auto h = planes[0].begin<double>(); h != planes[0].end<double>(); ++h) {
+      *h = turn(static_cast<float>(*h * 0.01745329238474369));
+    }
     return planes;
   };
   const ScoreMap cosines = ScoreEverywhere(turned(hue, std::cos), turned(tpl, std::cos), NormedProduct);
@@ -264,6 +280,7 @@ Judgement Judge(const ROIUnit& unit, const TemplateSpec& spec, cv::Point preferr
   if (tiny && !byHue && t > 0.06) t = 0.06;
   if (!atMost(j.dist, t)) return finish(3);
   if (spec.minScore > 0.0 && !atLeast(1.0 - j.dist, spec.minScore)) return finish(3);
+  j.margin = std::max(j.margin - j.distError, 0.0);
 
   const cv::Rect rect(j.loc, cv::Size(tw, th));
   if ((rect & cv::Rect(cv::Point(), unit.gray.size())) != rect) return finish(4);
