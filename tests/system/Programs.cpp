@@ -1,0 +1,102 @@
+#include "Programs.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace quillmark::test {
+namespace {
+
+std::filesystem::path NewFolder() {
+  std::string path = (std::filesystem::temp_directory_path() / "qm-XXXXXX").string();
+  if (::mkdtemp(path.data()) == nullptr) throw std::runtime_error("cannot make " + path);
+  return path;
+}
+
+std::string Contents(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// The shell replaces itself by the program, so the process is the program.
+std::vector<std::string> InFolder(const std::filesystem::path& folder,
+                                  const std::vector<std::string>& arguments) {
+  std::vector<std::string> command{"sh", "-c", R"(cd "$0" && exec "$@" >out.txt 2>err.txt)", folder.string()};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return command;
+}
+
+}  // namespace
+
+TempFolder::TempFolder() : path(NewFolder()) {}
+
+TempFolder::~TempFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path, ignored);
+}
+
+Program::Program(const std::vector<std::string>& arguments) : process(InFolder(folder.path, arguments)) {}
+
+Program::~Program() = default;
+
+std::string Program::Out() const {
+  return Contents(folder.path / "out.txt");
+}
+
+std::string Program::Err() const {
+  return Contents(folder.path / "err.txt");
+}
+
+bool Program::Ended() const {
+  siginfo_t info{};
+  if (process.Pid() == 0) return true;
+  const int result = ::waitid(P_PID, static_cast<id_t>(process.Pid()), &info, WEXITED | WNOHANG | WNOWAIT);
+  return result == 0 && info.si_pid != 0;
+}
+
+void Program::Kill() {
+  process.End(SIGKILL);
+}
+
+void Program::Interrupt() {
+  ::kill(process.Pid(), SIGINT);
+}
+
+std::vector<std::string> ControlCommand(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), QUILLMARKCTL);
+  return arguments;
+}
+
+Outcome Control(std::vector<std::string> arguments) {
+  Program program(ControlCommand(std::move(arguments)));
+  const int code = program.Wait();
+  return {code, program.Out(), program.Err()};
+}
+
+Worker::Worker() : Program({QUILLMARK_WORKER}) {}
+
+Worker::~Worker() {
+  const std::string log = Err();
+  if (log.find("Sanitizer") != std::string::npos || log.find("runtime error:") != std::string::npos) {
+    ADD_FAILURE() << "the worker's sanitizer reported:\n" << log;
+  }
+}
+
+std::string Shell(const std::string& commands) {
+  std::FILE* const pipe = ::popen(commands.c_str(), "r");
+  if (pipe == nullptr) return {};
+  std::string out;
+  char buffer[4096];
+  while (const std::size_t size = std::fread(buffer, 1, sizeof buffer, pipe)) out.append(buffer, size);
+  if (::pclose(pipe) != 0) return {};
+  if (!out.empty() && out.back() == '\n') out.pop_back();
+  return out;
+}
+
+}  // namespace quillmark::test

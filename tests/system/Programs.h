@@ -1,0 +1,81 @@
+// Programs under test as processes: their output goes to files, their end is seen without being awaited.
+//
+// Threading: the test's main thread.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/ChildProcess.h"
+
+namespace quillmark::test {
+
+// Whether the condition came true before the deadline.
+inline bool Eventually(const std::function<bool()>& condition,
+                       std::chrono::milliseconds within = std::chrono::seconds(20)) {
+  const auto deadline = std::chrono::steady_clock::now() + within;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+// A new folder, removed with its contents.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  const std::filesystem::path path;
+};
+
+// A running program with a working directory of its own. It is killed with this object.
+class Program {
+ public:
+  explicit Program(const std::vector<std::string>& arguments);
+  ~Program();
+
+  // Output and error output so far.
+  std::string Out() const;
+  std::string Err() const;
+  bool Ended() const;
+  int Wait() { return process.Wait(); }
+  void Kill();  // SIGKILL
+  void Interrupt();
+  pid_t Pid() const { return process.Pid(); }
+
+ protected:
+  TempFolder folder;
+
+ private:
+  ChildProcess process;
+};
+
+struct Outcome {
+  int code;  // -1 when a signal ended it
+  std::string out, err;
+};
+
+// The control tool with these arguments, run to its end.
+Outcome Control(std::vector<std::string> arguments);
+// A control tool that keeps running.
+std::vector<std::string> ControlCommand(std::vector<std::string> arguments);
+
+// The worker. Its end reports what a sanitizer found in it.
+class Worker : public Program {
+ public:
+  Worker();
+  ~Worker();
+  const std::filesystem::path& Folder() const { return folder.path; }
+};
+
+// Runs a command line of the shell and returns its output without the last line feed; empty when it failed.
+std::string Shell(const std::string& commands);
+
+}  // namespace quillmark::test
