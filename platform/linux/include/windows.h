@@ -144,6 +144,7 @@ struct MEMORY_BASIC_INFORMATION {
 #define ERROR_NOT_ENOUGH_QUOTA 1816u
 
 #define S_OK (static_cast<HRESULT>(0))
+#define S_FALSE (static_cast<HRESULT>(1))
 #define E_NOINTERFACE (static_cast<HRESULT>(0x80004002u))
 #define E_POINTER (static_cast<HRESULT>(0x80004003u))
 #define E_FAIL (static_cast<HRESULT>(0x80004005u))

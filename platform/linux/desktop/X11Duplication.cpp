@@ -1,0 +1,305 @@
+#include "desktop/X11Duplication.h"
+
+#include <poll.h>
+#include <xcb/damage.h>
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
+#include <xcb/xcbext.h>
+#include <xcb/xfixes.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+#include "desktop/X11FrameImage.h"
+#include "desktop/XcbConnection.h"
+
+namespace quillmark::layer {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The pointer raises no event on a root window that others cover, so it is asked for while waiting. The
+// question goes out with nothing waiting for its answer, and costs a wake-up, not a wait.
+constexpr auto kPointerInterval = std::chrono::milliseconds(16);
+
+class X11Duplication final : public Duplication {
+ public:
+  X11Duplication(std::unique_ptr<XcbConnection> itsConnection, const xcb_rectangle_t& itsArea)
+      : connection(std::move(itsConnection)), area(itsArea) {}
+
+  // S_OK, or why frames cannot be had.
+  HRESULT Start(X11Transport best);
+
+  std::uint32_t Width() const override { return area.width; }
+  std::uint32_t Height() const override { return area.height; }
+  HRESULT Acquire(std::uint32_t timeoutMs) override;
+  HRESULT Release() override;
+  HRESULT Map(ImageView& view) override;
+  HRESULT ReserveStaging(std::uint32_t, std::uint32_t) override { return S_OK; }  // the image is the memory
+
+ private:
+  HRESULT WaitForFrame(Clock::time_point deadline);
+  HRESULT FetchDamage();
+  void TakeEvents(bool fromServer);
+  void TakePointer();
+  void AskForPointer(Clock::time_point now);
+  bool Contains(int x, int y) const;
+  bool MonitorIsUnchanged();
+
+  const std::unique_ptr<XcbConnection> connection;
+  const xcb_rectangle_t area;  // root pixels
+  xcb_screen_t screen{};
+  std::unique_ptr<X11FrameImage> image;
+  xcb_damage_damage_t damage = 0;
+  xcb_xfixes_region_t wholeArea = 0, damaged = 0;
+  std::uint8_t damageEvent = 0, randrEvent = 0;  // first event numbers; 0 without RandR
+
+  bool started = false;  // the whole area has been fetched
+  bool held = false;
+  bool lost = false;
+  bool damageReported = false;
+  bool screenChanged = false;
+
+  bool pointerAsked = false;
+  xcb_query_pointer_cookie_t pointerQuestion{};
+  Clock::time_point nextPointerQuestion{};
+  bool pointerKnown = false;
+  bool pointerMoved = false;
+  std::int16_t pointerX = 0, pointerY = 0;
+};
+
+const xcb_screen_t* ScreenOf(const XcbConnection& connection) {
+  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+  while (screens.rem > 1 && screens.data->root != connection.Root()) xcb_screen_next(&screens);
+  return screens.data;
+}
+
+// 32 bits a pixel in the order blue, green, red, anything.
+bool IsBgrx(const xcb_setup_t& setup, const xcb_screen_t& screen) {
+  if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
+  bool wide = false;
+  for (auto format = xcb_setup_pixmap_formats_iterator(&setup); format.rem > 0; xcb_format_next(&format)) {
+    wide = wide || (format.data->depth == screen.root_depth && format.data->bits_per_pixel == 32);
+  }
+  for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
+    for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0; xcb_visualtype_next(&visual)) {
+      if (visual.data->visual_id != screen.root_visual) continue;
+      return wide && visual.data->red_mask == 0xFF0000 && visual.data->green_mask == 0xFF00 &&
+             visual.data->blue_mask == 0xFF;
+    }
+  }
+  return false;
+}
+
+HRESULT X11Duplication::Start(X11Transport best) {
+  const xcb_screen_t* const preferred = ScreenOf(*connection);  // its list of visuals lies behind it
+  if (!IsBgrx(*xcb_get_setup(*connection), *preferred)) return DXGI_ERROR_UNSUPPORTED;
+  screen = *preferred;
+  if (!connection->Has(xcb_damage_id) || !connection->Has(xcb_xfixes_id)) return DXGI_ERROR_UNSUPPORTED;
+  damageEvent = xcb_get_extension_data(*connection, &xcb_damage_id)->first_event;
+  // Both want to be asked for their versions before anything else.
+  const auto damageVersion = xcb_damage_query_version(*connection, 1, 1);
+  const auto fixesVersion = xcb_xfixes_query_version(*connection, 2, 0);
+  const XcbReply<xcb_damage_query_version_reply_t> gotDamage(
+      xcb_damage_query_version_reply(*connection, damageVersion, nullptr));
+  const XcbReply<xcb_xfixes_query_version_reply_t> gotFixes(
+      xcb_xfixes_query_version_reply(*connection, fixesVersion, nullptr));
+  if (!gotDamage || !gotFixes || gotFixes->major_version < 2) return DXGI_ERROR_UNSUPPORTED;
+
+  // Events first, so that no change is missed between a look at the screen and the next one.
+  const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+  xcb_change_window_attributes(*connection, screen.root, XCB_CW_EVENT_MASK, &structure);
+  if (connection->Has(xcb_randr_id)) {
+    const XcbReply<xcb_randr_query_version_reply_t> version(
+        xcb_randr_query_version_reply(*connection, xcb_randr_query_version(*connection, 1, 5), nullptr));
+    if (version && version->minor_version >= 5) {  // which brought the list of monitors
+      randrEvent = xcb_get_extension_data(*connection, &xcb_randr_id)->first_event;
+      xcb_randr_select_input(*connection, screen.root,
+                             XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                                 XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+    }
+  }
+  const XcbReply<xcb_get_geometry_reply_t> root(
+      xcb_get_geometry_reply(*connection, xcb_get_geometry(*connection, screen.root), nullptr));
+  if (!root || area.x < 0 || area.y < 0 || area.x + area.width > root->width ||
+      area.y + area.height > root->height) {
+    return DXGI_ERROR_ACCESS_LOST;
+  }
+  screen.width_in_pixels = root->width;  // the setup's are those of the server's start
+  screen.height_in_pixels = root->height;
+
+  image = X11FrameImage::Make(*connection, screen, area, best);
+  if (!image) return E_OUTOFMEMORY;
+  wholeArea = xcb_generate_id(*connection);
+  damaged = xcb_generate_id(*connection);
+  damage = xcb_generate_id(*connection);
+  xcb_xfixes_create_region(*connection, wholeArea, 1, &area);
+  xcb_xfixes_create_region(*connection, damaged, 0, nullptr);
+  const auto created =
+      xcb_damage_create_checked(*connection, damage, screen.root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+  const XcbReply<xcb_generic_error_t> error(xcb_request_check(*connection, created));
+  return error || connection->Lost() ? DXGI_ERROR_ACCESS_LOST : S_OK;
+}
+
+HRESULT X11Duplication::Acquire(std::uint32_t timeoutMs) {
+  if (held) return DXGI_ERROR_INVALID_CALL;
+  if (lost) return DXGI_ERROR_ACCESS_LOST;
+  const HRESULT result = WaitForFrame(Clock::now() + std::chrono::milliseconds(timeoutMs));
+  held = result == S_OK;
+  if (held) pointerMoved = false;  // this frame shows it
+  lost = result == DXGI_ERROR_ACCESS_LOST;
+  return result;
+}
+
+HRESULT X11Duplication::WaitForFrame(Clock::time_point deadline) {
+  for (;;) {
+    // What arrived is read first. Taking the pointer's answer may read more events, which then lie in XCB's
+    // own queue, where waiting for the descriptor would not see them.
+    TakeEvents(/*fromServer=*/true);
+    TakePointer();
+    TakeEvents(/*fromServer=*/false);
+    if (screenChanged && !MonitorIsUnchanged()) lost = true;
+    if (lost || connection->Lost()) return DXGI_ERROR_ACCESS_LOST;
+
+    if (damageReported || !started) {
+      const HRESULT fetched = FetchDamage();
+      if (fetched != S_FALSE) return fetched;
+      continue;  // the damage was elsewhere; events may have come in meanwhile
+    }
+    if (pointerMoved) return S_OK;
+
+    const auto now = Clock::now();
+    if (!pointerAsked && now >= nextPointerQuestion) AskForPointer(now);
+    xcb_flush(*connection);
+    if (now >= deadline) return DXGI_ERROR_WAIT_TIMEOUT;
+    const auto wake = pointerAsked ? deadline : std::min(deadline, nextPointerQuestion);
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(wake - now).count();
+    pollfd server{xcb_get_file_descriptor(*connection), POLLIN, 0};
+    poll(&server, 1, static_cast<int>(std::min<std::int64_t>(wait, std::numeric_limits<int>::max())));
+  }
+}
+
+// Everything damaged so far is taken out of the damage before it is copied: what is drawn in between is
+// copied twice then, never missed.
+HRESULT X11Duplication::FetchDamage() {
+  damageReported = false;
+  xcb_damage_subtract(*connection, damage, XCB_NONE, damaged);
+  if (started) {
+    xcb_xfixes_intersect_region(*connection, damaged, wholeArea, damaged);
+  }
+  const HRESULT result = image->Fetch(started ? damaged : wholeArea);
+  if (result == S_OK) started = true;
+  return result;
+}
+
+void X11Duplication::TakeEvents(bool fromServer) {
+  for (;;) {
+    const XcbEvent event(fromServer ? xcb_poll_for_event(*connection)
+                                    : xcb_poll_for_queued_event(*connection));
+    if (!event) return;
+    const int type = event->response_type & 0x7F;
+    if (type == 0) {
+      lost = true;  // an error: the server refuses what it took when the duplication was opened
+    } else if (type == damageEvent + XCB_DAMAGE_NOTIFY) {
+      damageReported = true;
+    } else if (type == XCB_CONFIGURE_NOTIFY ||
+               (randrEvent != 0 && (type == randrEvent + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
+                                    type == randrEvent + XCB_RANDR_NOTIFY))) {
+      screenChanged = true;
+    }
+  }
+}
+
+void X11Duplication::AskForPointer(Clock::time_point now) {
+  pointerQuestion = xcb_query_pointer(*connection, screen.root);
+  pointerAsked = true;
+  nextPointerQuestion = now + kPointerInterval;
+}
+
+void X11Duplication::TakePointer() {
+  void* answer = nullptr;
+  xcb_generic_error_t* refusal = nullptr;
+  if (!pointerAsked || !xcb_poll_for_reply(*connection, pointerQuestion.sequence, &answer, &refusal)) return;
+  pointerAsked = false;
+  const XcbReply<xcb_generic_error_t> error(refusal);
+  const XcbReply<xcb_query_pointer_reply_t> pointer(static_cast<xcb_query_pointer_reply_t*>(answer));
+  if (!pointer) return;
+  const bool moved = pointerKnown && (pointer->root_x != pointerX || pointer->root_y != pointerY);
+  // Leaving the monitor is motion on it as well.
+  if (moved && (Contains(pointerX, pointerY) || Contains(pointer->root_x, pointer->root_y))) {
+    pointerMoved = true;
+  }
+  pointerKnown = true;
+  pointerX = pointer->root_x;
+  pointerY = pointer->root_y;
+}
+
+bool X11Duplication::Contains(int x, int y) const {
+  return x >= area.x && x < area.x + area.width && y >= area.y && y < area.y + area.height;
+}
+
+// Whether the root window still has the size it was opened with and a monitor the same rectangle.
+bool X11Duplication::MonitorIsUnchanged() {
+  screenChanged = false;
+  const auto geometry = xcb_get_geometry(*connection, screen.root);
+  const bool hasMonitors = randrEvent != 0;
+  const auto list =
+      hasMonitors ? xcb_randr_get_monitors(*connection, screen.root, 1) : xcb_randr_get_monitors_cookie_t{};
+  const XcbReply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(*connection, geometry, nullptr));
+  const XcbReply<xcb_randr_get_monitors_reply_t> monitors(
+      hasMonitors ? xcb_randr_get_monitors_reply(*connection, list, nullptr) : nullptr);
+  if (!root || root->width != screen.width_in_pixels || root->height != screen.height_in_pixels) return false;
+  if (!hasMonitors) return true;
+  if (!monitors) return false;
+  for (auto each = xcb_randr_get_monitors_monitors_iterator(monitors.get()); each.rem > 0;
+       xcb_randr_monitor_info_next(&each)) {
+    // A monitor may reach beyond the root window; what counts is the part that shows something.
+    const auto& found = *each.data;
+    const int right = std::min<int>(found.x + found.width, root->width);
+    const int bottom = std::min<int>(found.y + found.height, root->height);
+    if (found.x == area.x && found.y == area.y && right == area.x + area.width &&
+        bottom == area.y + area.height) {
+      return true;
+    }
+  }
+  return false;
+}
+
+HRESULT X11Duplication::Release() {
+  if (!std::exchange(held, false)) return DXGI_ERROR_INVALID_CALL;
+  return S_OK;
+}
+
+HRESULT X11Duplication::Map(ImageView& view) {
+  if (!held) return DXGI_ERROR_INVALID_CALL;
+  view = image->View();
+  return S_OK;
+}
+
+}  // namespace
+
+HRESULT OpenX11Duplication(const MonitorFacts& monitor, POINT rootOrigin, std::unique_ptr<Duplication>& out,
+                           X11Transport best) {
+  const LONG x = monitor.rect.left + rootOrigin.x;
+  const LONG y = monitor.rect.top + rootOrigin.y;
+  const LONG width = monitor.rect.right - monitor.rect.left;
+  const LONG height = monitor.rect.bottom - monitor.rect.top;
+  constexpr LONG largest = std::numeric_limits<std::int16_t>::max();  // of an X window
+  if (x < 0 || y < 0 || width < 1 || height < 1 || x > largest - width || y > largest - height) {
+    return DXGI_ERROR_ACCESS_LOST;
+  }
+  const char* display = std::getenv("DISPLAY");
+  auto connection = XcbConnection::Open(display != nullptr ? display : "");
+  if (!connection) return DXGI_ERROR_ACCESS_LOST;
+  const xcb_rectangle_t area{static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
+                             static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height)};
+  auto duplication = std::make_unique<X11Duplication>(std::move(connection), area);
+  const HRESULT started = duplication->Start(best);
+  if (SUCCEEDED(started)) out = std::move(duplication);
+  return started;
+}
+
+}  // namespace quillmark::layer

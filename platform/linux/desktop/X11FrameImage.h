@@ -1,0 +1,54 @@
+// The persistent image of a rectangle of the root window, and the ways its pixels come from the server.
+//
+// Threading: one thread at a time, the connection's.
+#pragma once
+
+#include <dxgi1_2.h>
+#include <xcb/shm.h>
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "desktop/Desktop.h"
+#include "desktop/X11Duplication.h"
+#include "desktop/XcbConnection.h"
+
+namespace quillmark::layer {
+
+class X11FrameImage {
+ public:
+  // `area` is in root pixels and lies on the root window. Null when there is no memory.
+  static std::unique_ptr<X11FrameImage> Make(xcb_connection_t* connection, const xcb_screen_t& screen,
+                                             const xcb_rectangle_t& area, X11Transport best);
+  ~X11FrameImage();
+  X11FrameImage(const X11FrameImage&) = delete;
+  X11FrameImage& operator=(const X11FrameImage&) = delete;
+
+  ImageView View() const;
+
+  // Fetches what the region covers, root pixels within the area. S_OK, S_FALSE when the region is empty,
+  // DXGI_ERROR_ACCESS_LOST when the server refuses or is gone.
+  HRESULT Fetch(xcb_xfixes_region_t region);
+
+ private:
+  X11FrameImage(xcb_connection_t* toServer, const xcb_screen_t& screen, const xcb_rectangle_t& ofArea);
+  bool ShareMemory();
+  bool SharePixmap(std::uint8_t depth);
+  HRESULT FetchRows(const std::vector<xcb_rectangle_t>& bands);
+
+  xcb_connection_t* const connection;
+  const xcb_window_t root;
+  const xcb_rectangle_t area;
+  const std::size_t pitch;  // bytes
+  const std::size_t length;
+  void* pixels = nullptr;          // `length` bytes, mapped
+  xcb_shm_seg_t segment = 0;       // 0 where the memory is not shared
+  xcb_pixmap_t pixmap = 0;         // 0 where the server shares none
+  xcb_gcontext_t copyContext = 0;  // copies from the root window to the pixmap
+};
+
+}  // namespace quillmark::layer

@@ -1,0 +1,71 @@
+// A connection to an X server and its preferred screen, with owners for what XCB hands out.
+//
+// Threading: constant after construction; XCB serialises the use of a connection itself.
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace quillmark::layer {
+
+struct FreeXcb {
+  void operator()(void* reply) const { std::free(reply); }
+};
+template <typename Reply>
+using XcbReply = std::unique_ptr<Reply, FreeXcb>;
+using XcbEvent = XcbReply<xcb_generic_event_t>;
+
+class XcbConnection {
+ public:
+  // Null when the display cannot be reached.
+  static std::unique_ptr<XcbConnection> Open(const std::string& display) {
+    int screenNumber = 0;
+    xcb_connection_t* handle = xcb_connect(display.c_str(), &screenNumber);
+    std::unique_ptr<XcbConnection> connection(new XcbConnection(handle));
+    if (connection->Lost()) return nullptr;
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle));
+    for (; screenNumber > 0 && screens.rem > 1; --screenNumber) xcb_screen_next(&screens);
+    connection->root = screens.data->root;
+    return connection;
+  }
+  // A lost connection keeps its descriptor until here.
+  ~XcbConnection() { xcb_disconnect(handle); }
+  XcbConnection(const XcbConnection&) = delete;
+  XcbConnection& operator=(const XcbConnection&) = delete;
+
+  operator xcb_connection_t*() const { return handle; }
+  xcb_window_t Root() const { return root; }
+  bool Lost() const { return xcb_connection_has_error(handle) != 0; }
+  bool Has(xcb_extension_t& extension) const {
+    const auto* data = xcb_get_extension_data(handle, &extension);
+    return data != nullptr && data->present;
+  }
+
+ private:
+  explicit XcbConnection(xcb_connection_t* opened) : handle(opened) {}
+
+  xcb_connection_t* handle;
+  xcb_window_t root = 0;
+};
+
+// The 32-bit items of a property's reply, none when there is no reply or it has another format.
+inline std::vector<std::uint32_t> Items32(const xcb_get_property_reply_t* property) {
+  if (property == nullptr || property->format != 32) return {};
+  std::vector<std::uint32_t> items(property->value_len);
+  if (!items.empty()) std::memcpy(items.data(), xcb_get_property_value(property), items.size() * 4);
+  return items;
+}
+
+// The bytes of a property's reply, none when there is no reply or it has another format.
+inline std::string Text8(const xcb_get_property_reply_t* property) {
+  if (property == nullptr || property->format != 8) return {};
+  return {static_cast<const char*>(xcb_get_property_value(property)), property->value_len};
+}
+
+}  // namespace quillmark::layer

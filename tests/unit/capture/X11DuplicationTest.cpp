@@ -1,0 +1,244 @@
+// The capture of a real server: what the frames show is held against what the server shows.
+#include "desktop/X11Duplication.h"
+
+#include <gtest/gtest.h>
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <csignal>
+#include <opencv2/core.hpp>
+#include <random>
+#include <string>
+
+#include "desktop/XcbConnection.h"
+#include "support/PrivateDisplay.h"
+
+namespace quillmark::layer {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::uint32_t soon = 5000;  // ms; a frame that is due arrives long before
+
+// Another program on the display.
+class Painter {
+ public:
+  Painter() : connection(XcbConnection::Open("")) {
+    context = xcb_generate_id(*connection);
+    const std::uint32_t inferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
+    xcb_create_gc(*connection, context, connection->Root(), XCB_GC_SUBWINDOW_MODE, &inferiors);
+    window = xcb_generate_id(*connection);
+    const std::uint32_t unmanaged = 1;
+    xcb_create_window(*connection, XCB_COPY_FROM_PARENT, window, connection->Root(), 50, 40, 120, 90, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT,
+                      &unmanaged);
+    xcb_map_window(*connection, window);
+    Finish();
+  }
+
+  // The colour's top byte is rubbish, as programs leave it.
+  void Fill(xcb_rectangle_t where, std::uint32_t rgb, bool inWindow = false) {
+    const std::uint32_t colour = 0xA5000000u | rgb;
+    xcb_change_gc(*connection, context, XCB_GC_FOREGROUND, &colour);
+    xcb_poly_fill_rectangle(*connection, inWindow ? window : connection->Root(), context, 1, &where);
+  }
+  void MoveWindow(int x, int y) {
+    const std::int32_t to[] = {x, y};
+    xcb_configure_window(*connection, window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, to);
+  }
+  void MovePointer(std::int16_t x, std::int16_t y) {
+    xcb_warp_pointer(*connection, XCB_NONE, connection->Root(), 0, 0, 0, 0, x, y);
+    Finish();
+  }
+  // Returns when the server has done what was asked.
+  void Finish() {
+    const XcbReply<xcb_get_input_focus_reply_t> done(
+        xcb_get_input_focus_reply(*connection, xcb_get_input_focus(*connection), nullptr));
+  }
+  // What the server shows there, 8UC4 with the fourth byte cleared.
+  cv::Mat Screen(const RECT& area) {
+    const int width = area.right - area.left, height = area.bottom - area.top;
+    const auto asked =
+        xcb_get_image(*connection, XCB_IMAGE_FORMAT_Z_PIXMAP, connection->Root(),
+                      static_cast<std::int16_t>(area.left), static_cast<std::int16_t>(area.top),
+                      static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height), ~0u);
+    const XcbReply<xcb_get_image_reply_t> got(xcb_get_image_reply(*connection, asked, nullptr));
+    if (!got) return {};
+    return cv::Mat(height, width, CV_8UC4, xcb_get_image_data(got.get())) & cv::Scalar(255, 255, 255, 0);
+  }
+
+ private:
+  std::unique_ptr<XcbConnection> connection;
+  xcb_gcontext_t context = 0;
+  xcb_window_t window = 0;
+};
+
+class X11DuplicationTest : public testing::Test {
+ protected:
+  X11DuplicationTest() { std::signal(SIGPIPE, SIG_IGN); }  // as the program does
+
+  HRESULT Open(const RECT& rect, X11Transport best = X11Transport::SharedPixmap, POINT origin = {0, 0}) {
+    MonitorFacts monitor;
+    monitor.id = 1;
+    monitor.rect = rect;
+    return OpenX11Duplication(monitor, origin, frames, best);
+  }
+
+  // The held frame with the fourth byte cleared.
+  cv::Mat Picture() {
+    ImageView view;
+    if (frames->Map(view) != S_OK) return {};
+    const cv::Mat held(static_cast<int>(frames->Height()), static_cast<int>(frames->Width()), CV_8UC4,
+                       const_cast<std::uint8_t*>(view.data), view.pitch);
+    return held & cv::Scalar(255, 255, 255, 0);
+  }
+  cv::Mat NextPicture(std::uint32_t timeoutMs = soon) {
+    if (frames->Acquire(timeoutMs) != S_OK) return {};
+    const cv::Mat picture = Picture();
+    frames->Release();
+    return picture;
+  }
+  // Until nothing is left of what was drawn, and the pointer's place is known.
+  void Settle() {
+    while (frames->Acquire(50) == S_OK) frames->Release();
+  }
+
+  test::PrivateDisplay display{400, 300};
+  Painter painter;
+  std::unique_ptr<Duplication> frames;
+};
+
+bool SamePixels(const cv::Mat& a, const cv::Mat& b) {
+  return !a.empty() && a.size() == b.size() && cv::norm(a, b, cv::NORM_INF) == 0;
+}
+
+class EachTransport : public X11DuplicationTest, public testing::WithParamInterface<X11Transport> {};
+
+TEST_P(EachTransport, FollowsTheScreenExactlyThroughRandomChanges) {
+  const RECT onRoot{101, 53, 338, 260};
+  ASSERT_EQ(Open({1, -47, 238, 160}, GetParam(), {100, 100}), S_OK);
+  painter.Fill({0, 0, 400, 300}, 0x123456);
+  painter.Finish();
+  cv::Mat seen = NextPicture();
+  ASSERT_TRUE(SamePixels(seen, painter.Screen(onRoot)));
+
+  std::mt19937 random(11);
+  const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+  int unchanged = 0;
+  for (int round = 0; round < 150; ++round) {
+    for (int draws = 1 + below(12); draws > 0; --draws) {
+      const xcb_rectangle_t where{static_cast<std::int16_t>(below(400) - 20),
+                                  static_cast<std::int16_t>(below(300) - 20),
+                                  static_cast<std::uint16_t>(1 + below(round % 10 == 0 ? 300 : 20)),
+                                  static_cast<std::uint16_t>(1 + below(round % 10 == 0 ? 200 : 20))};
+      painter.Fill(where, random() & 0xFFFFFF, below(3) == 0);
+    }
+    if (round % 4 == 0) painter.MoveWindow(below(450) - 60, below(350) - 60);
+    painter.Finish();
+    cv::Mat next = NextPicture(0);
+    if (next.empty())
+      ++unchanged;  // all of it was elsewhere
+    else
+      seen = next;
+    ASSERT_TRUE(SamePixels(seen, painter.Screen(onRoot))) << "round " << round;
+  }
+  EXPECT_LT(unchanged, 100);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfPixels, EachTransport,
+                         testing::Values(X11Transport::SharedPixmap, X11Transport::SharedImage,
+                                         X11Transport::PlainImage));
+
+TEST_F(X11DuplicationTest, TimesOutOnAStillScreen) {
+  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
+  Settle();
+  const auto start = Clock::now();
+  EXPECT_EQ(frames->Acquire(33), DXGI_ERROR_WAIT_TIMEOUT);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(33));
+  EXPECT_EQ(frames->Acquire(0), DXGI_ERROR_WAIT_TIMEOUT);
+}
+
+TEST_F(X11DuplicationTest, TimesOutWhileOnlyTheRestOfTheScreenChanges) {
+  ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
+  Settle();
+  painter.Fill({0, 0, 200, 300}, 0xFFFFFF);
+  painter.Finish();
+  EXPECT_EQ(frames->Acquire(33), DXGI_ERROR_WAIT_TIMEOUT);
+}
+
+TEST_F(X11DuplicationTest, GivesAFrameWhenThePointerMovesOnItsMonitor) {
+  painter.MovePointer(10, 10);
+  ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
+  Settle();
+  painter.MovePointer(20, 20);
+  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT) << "it moved on the other one";
+  painter.MovePointer(300, 20);
+  EXPECT_TRUE(SamePixels(NextPicture(), painter.Screen({200, 0, 400, 300})));
+  painter.MovePointer(10, 10);
+  EXPECT_FALSE(NextPicture().empty()) << "leaving is motion as well";
+  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT);
+}
+
+TEST_F(X11DuplicationTest, KeepsAHeldFrameStill) {
+  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
+  painter.Fill({0, 0, 400, 300}, 0x0000FF);
+  painter.Finish();
+  ASSERT_EQ(frames->Acquire(soon), S_OK);
+  const cv::Mat before = Picture();
+  painter.Fill({0, 0, 400, 300}, 0xFF0000);
+  painter.Finish();
+  EXPECT_EQ(frames->Acquire(0), DXGI_ERROR_INVALID_CALL);
+  EXPECT_TRUE(SamePixels(Picture(), before));
+  EXPECT_EQ(frames->Release(), S_OK);
+  EXPECT_EQ(frames->Release(), DXGI_ERROR_INVALID_CALL);
+  ImageView view;
+  EXPECT_EQ(frames->Map(view), DXGI_ERROR_INVALID_CALL);
+  EXPECT_TRUE(SamePixels(NextPicture(), painter.Screen({0, 0, 400, 300})));
+}
+
+TEST_F(X11DuplicationTest, LosesAccessWhenTheServerGoes) {
+  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
+  Settle();
+  display.EndServer(SIGKILL);
+  EXPECT_EQ(frames->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
+  EXPECT_EQ(frames->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
+  std::unique_ptr<Duplication> another;
+  MonitorFacts monitor;
+  monitor.rect = {0, 0, 400, 300};
+  EXPECT_EQ(OpenX11Duplication(monitor, {0, 0}, another), DXGI_ERROR_ACCESS_LOST);
+}
+
+TEST_F(X11DuplicationTest, LosesAccessOnlyWhenItsOwnMonitorChanges) {
+  ASSERT_TRUE(display.Run({"xrandr", "--setmonitor", "*LEFT", "200/50x300/80+0+0", "screen"}));
+  ASSERT_TRUE(display.Run({"xrandr", "--setmonitor", "RIGHT", "200/50x300/80+200+0", "none"}));
+  ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
+  const auto right = std::move(frames);
+  ASSERT_EQ(Open({0, 0, 200, 300}), S_OK);
+  Settle();
+  ASSERT_TRUE(display.Run({"xrandr", "--delmonitor", "RIGHT"}));
+  EXPECT_EQ(right->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
+  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT);
+  painter.Fill({0, 0, 10, 10}, 0xFFFFFF);
+  painter.Finish();
+  EXPECT_FALSE(NextPicture().empty());
+}
+
+TEST_F(X11DuplicationTest, LosesAccessOnAChangeOfMode) {
+  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
+  Settle();
+  ASSERT_TRUE(
+      display.Run({"xrandr", "--newmode", "small", "0", "320", "0", "0", "320", "240", "0", "0", "240"}));
+  ASSERT_TRUE(display.Run({"xrandr", "--addmode", "screen", "small"}));
+  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT) << "a mode more is no change";
+  ASSERT_TRUE(display.Run({"xrandr", "--output", "screen", "--mode", "small"}));
+  EXPECT_EQ(frames->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
+}
+
+TEST_F(X11DuplicationTest, RefusesAMonitorThatLeavesTheRootWindow) {
+  EXPECT_EQ(Open({1, 0, 401, 300}), DXGI_ERROR_ACCESS_LOST);
+  EXPECT_EQ(Open({-1, 0, 100, 100}), DXGI_ERROR_ACCESS_LOST);
+  EXPECT_EQ(Open({0, 0, 0, 0}), DXGI_ERROR_ACCESS_LOST);
+  EXPECT_EQ(frames, nullptr);
+}
+
+}  // namespace
+}  // namespace quillmark::layer
