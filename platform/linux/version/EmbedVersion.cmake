@@ -1,5 +1,3 @@
-set(QUILLMARK_VERSION_TEMPLATE ${CMAKE_CURRENT_LIST_DIR}/EmbeddedVersion.cpp.in)
-
 # quillmark_embed_version(TARGET): gives a program the version block that the version calls read, from the
 # project's version.
 function(quillmark_embed_version TARGET)
@@ -7,7 +5,7 @@ function(quillmark_embed_version TARGET)
     ${PROJECT_VERSION_TWEAK})
   list(JOIN numbers ", " VERSION_NUMBERS)
   set(source ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}Version.cpp)
-  configure_file(${QUILLMARK_VERSION_TEMPLATE} ${source} @ONLY)
+  configure_file(${CMAKE_CURRENT_FUNCTION_LIST_DIR}/EmbeddedVersion.cpp.in ${source} @ONLY)
   target_sources(${TARGET} PRIVATE ${source})
   set_property(SOURCE ${source} APPEND PROPERTY
     INCLUDE_DIRECTORIES ${PROJECT_SOURCE_DIR}/platform/linux)
