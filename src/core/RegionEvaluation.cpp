@@ -6,6 +6,7 @@
 
 #include "core/ColorGate.h"
 #include "core/Matcher.h"
+#include "core/RegionGeometry.h"
 #include "core/ZeroMean.h"
 
 namespace quillmark {
@@ -215,31 +216,13 @@ DecidingStep Decide(const TemplateSpec& spec, const Verdict& v) {
   return DecidingStep::Accepted;
 }
 
-std::int32_t Rounded(double pixels) {
-  return static_cast<std::int32_t>(std::lround(pixels));
-}
-
 HitGeometry LocateHit(const ROIUnit& unit, const Rect& target, const cv::Rect& rect) {
-  const double sx = unit.scaleX == 0.0 ? 1.0 : unit.scaleX;
-  const double sy = unit.scaleY == 0.0 ? 1.0 : unit.scaleY;
-  HitGeometry hit;
-  hit.desktopX = Rounded(unit.x + (rect.x + rect.width * 0.5) * sx);
-  hit.desktopY = Rounded(unit.y + (rect.y + rect.height * 0.5) * sy);
-  hit.w = std::max(Rounded(rect.width * sx), 1);
-  hit.h = std::max(Rounded(rect.height * sy), 1);
-  hit.cx = hit.desktopX - target.left;
-  hit.cy = hit.desktopY - target.top;
-  const std::int32_t targetWidth = target.right - target.left, targetHeight = target.bottom - target.top;
-  if (targetWidth > 0 && targetHeight > 0) {
-    // The centre is clamped as if it were the hit's top-left corner: that is what controllers are told.
-    hit.cx = std::clamp(hit.cx, 0, std::max(targetWidth - hit.w, 0));
-    hit.cy = std::clamp(hit.cy, 0, std::max(targetHeight - hit.h, 0));
-  }
-  return hit;
-}
-
-std::uint64_t DedupWindow(std::int32_t intervalMs) {
-  return intervalMs > 0 ? static_cast<std::uint64_t>(std::max(static_cast<int>(intervalMs * 0.6), 1)) : 0;
+  const double sx = EffectiveScale(unit.scaleX), sy = EffectiveScale(unit.scaleY);
+  const cv::Point centre(RoundToPixel(unit.x + (rect.x + rect.width * 0.5) * sx),
+                         RoundToPixel(unit.y + (rect.y + rect.height * 0.5) * sy));
+  const cv::Size size = SizeOnDesktop(rect.size(), sx, sy);
+  const cv::Point relative = RelativeToTarget(centre, size, target);
+  return {centre.x, centre.y, relative.x, relative.y, size.width, size.height};
 }
 
 // Runs the steps on `v` up to the first veto and returns the step that decided.
@@ -287,7 +270,7 @@ Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec) {
   v.hit = LocateHit(unit, spec.targetRect, cv::Rect(v.loc.x, v.loc.y, v.tw, v.th));
   v.sq = static_cast<float>(1.0 - v.dist);
   v.edgeScore = static_cast<float>(std::max(v.e1, v.e2));
-  v.dedupWindowMs = DedupWindow(spec.intervalMs);
+  v.dedupWindowMs = DedupWindowMs(spec);
   return v;
 }
 

@@ -1,0 +1,120 @@
+// The engine: turns monitor images into hits. One thread captures the monitors and cuts out the regions of
+// the specs, another hands the regions of one frame at a time to a pool of workers, a sender writes the
+// hits. On a display change every capture context is thrown away after a quiet period and rebuilt on its
+// next use: that is what the name says.
+//
+// Threading: construction, SetTrackingTarget, Start, Stop and destruction by the owner's thread; everything
+// else says its thread. No two of the engine's locks are held together.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <opencv2/core.hpp>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+#include "app/DisplayChangeSink.h"
+#include "app/ThreadPool.h"
+#include "capture/DuplicationContext.h"
+#include "capture/TargetWindow.h"
+#include "core/DelayedCalls.h"
+#include "core/FrameJob.h"
+#include "core/SampledErrors.h"
+#include "ipc/RingSender.h"
+
+namespace quillmark {
+
+class AutoRebinder {
+ public:
+  AutoRebinder() = default;
+  ~AutoRebinder() { Stop(); }
+  AutoRebinder(const AutoRebinder&) = delete;
+  AutoRebinder& operator=(const AutoRebinder&) = delete;
+
+  // Keeps the name and logs it; nothing in the engine depends on it.
+  void SetTrackingTarget(const std::wstring& name);
+
+  // Brings the engine up; once. Raises std::system_error when a thread cannot be started.
+  void Start();
+  // Ends every thread in order: no task of a job stays queued or running, no pending rebind touches the
+  // engine afterwards. Idempotent; also run by the destructor. The engine cannot be started again.
+  void Stop();
+
+  // The monitor's capture context, made on first use. Raises what DuplicationContext::Init raises.
+  // Threading: any thread.
+  std::shared_ptr<DuplicationContext> GetContext(HMONITOR monitor);
+  // Forgets the monitor's context; it dies with its last holder. Threading: any thread.
+  void DropContext(HMONITOR monitor);
+
+ private:
+  friend class EngineProbe;  // the tests' view
+
+  // Full-frame images of one monitor, reused from frame to frame.
+  struct FrameImages {
+    cv::Mat bgr, gray;
+    cv::Mat hsv;  // empty when no spec of the frame needs it
+    std::vector<cv::Mat> hsvPlanes;
+  };
+  // The last error of a monitor's turns; a repetition of its text is not logged again.
+  struct TurnError {
+    std::string text;
+    std::int64_t tMs = 0;
+  };
+  // Snapshot indices of the specs to evaluate on each monitor, in snapshot order.
+  using Groups = std::unordered_map<HMONITOR, std::vector<std::int32_t>>;
+
+  // Bodies of the two threads.
+  void CaptureLoop();
+  void MatchLoop();
+
+  void OnDisplayChange();
+  void DropAllContexts();
+
+  // Of the capture thread.
+  void CaptureTick();
+  void MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
+                   const std::vector<TemplateSpec>& snapshot);
+  static void ConvertFrame(const cv::Mat& frame, bool needsHsv, FrameImages& images);
+  void ScheduleSpec(std::int32_t index, HMONITOR monitor, const DuplicationContext& context,
+                    const FrameImages& images, FrameJob& job);
+  void ReportTurnError(HMONITOR monitor, const char* what);
+
+  // Of the match thread.
+  void RunJob(const FrameJob& job);
+
+  std::atomic<bool> running{false};
+  std::atomic<bool> stopRequested{false};
+  std::wstring trackingTarget;
+
+  std::thread captureThread;
+  std::thread matchThread;
+
+  std::mutex ctxMutex;  // guards contexts
+  std::unordered_map<HMONITOR, std::shared_ptr<DuplicationContext>> contexts;
+
+  DisplayChangeSink sink;
+  const std::uint64_t rebindDelayMs = 200;
+  std::atomic<std::uint64_t> rebindGeneration{0};
+  DelayedCalls rebinds;
+
+  std::unique_ptr<ThreadPool> pool;
+  RingSender sender;
+  SampledErrors taskErrors;  // of the pool's tasks, by spec
+
+  std::atomic<std::uint64_t> frameCounter{0};                    // monitor frames captured
+  std::unordered_map<std::wstring, std::int64_t> lastScheduled;  // capture thread only; "name@monitor"
+  std::unordered_map<HMONITOR, FrameImages> frameImages;         // capture thread only
+  std::unordered_map<HMONITOR, TurnError> turnErrors;            // capture thread only
+
+  std::mutex jobQueueMutex;  // guards jobQueue
+  std::deque<std::shared_ptr<FrameJob>> jobQueue;
+};
+
+}  // namespace quillmark

@@ -1,0 +1,48 @@
+// The task around the decision of one region: turns an accepted verdict into a hit and always signals
+// completion.
+//
+// Threading: Run on any worker; a counter is shared by the tasks of one job and its waiter.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "core/FrameJob.h"
+#include "core/SampledErrors.h"
+#include "ipc/RingSender.h"
+
+namespace quillmark {
+
+// Tasks of one job that have not finished yet. Every change and every signal is made under the lock: a
+// waiter that has seen zero may destroy the counter at once.
+class PendingTasks {
+ public:
+  void Add() {
+    const std::lock_guard lock(doneMutex);
+    ++pending;
+  }
+  void Done() {
+    const std::lock_guard lock(doneMutex);
+    --pending;
+    doneCv.notify_one();
+  }
+  void WaitForAll() {
+    std::unique_lock lock(doneMutex);
+    doneCv.wait(lock, [this] { return pending == 0; });
+  }
+
+ private:
+  std::mutex doneMutex;  // guards pending
+  std::condition_variable doneCv;
+  std::int32_t pending = 0;
+};
+
+// Evaluates the unit against its spec of the job, hands an accepted match to the sender, and counts itself
+// as done on every road. Nothing is raised: an error of the evaluation counts as no match and is logged,
+// the first of a spec and then one in a hundred.
+void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
+                 SampledErrors& errors) noexcept;
+
+}  // namespace quillmark

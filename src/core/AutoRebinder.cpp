@@ -1,0 +1,75 @@
+#include "core/AutoRebinder.h"
+
+#include <exception>
+#include <utility>
+
+#include "app/OpenCvConfig.h"
+#include "log/AsyncLogger.h"
+
+namespace quillmark {
+
+void AutoRebinder::SetTrackingTarget(const std::wstring& name) {
+  trackingTarget = name;
+  AsyncLogger::Instance().Log(L"[INFO] tracking: " + name);
+}
+
+void AutoRebinder::Start() {
+  ConfigureOpenCvOnce();
+  sender.Start();
+  auto newPool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
+  std::swap(pool, newPool);
+  newPool.reset();
+  sink.Start([this] {
+    // The border to the system's message dispatch: nothing may be raised across it.
+    try {
+      OnDisplayChange();
+    } catch (const std::exception&) {
+      // No thread for the quiet period: rebinding at once and too often is better than not at all.
+      AsyncLogger::Instance().Log(L"[Rebind] no timer thread, rebinding at once");
+      DropAllContexts();
+    }
+  });
+  running = true;
+  captureThread = std::thread([this] { CaptureLoop(); });
+  matchThread = std::thread([this] { MatchLoop(); });
+}
+
+void AutoRebinder::Stop() {
+  running = false;
+  stopRequested = true;
+  if (captureThread.joinable()) captureThread.join();
+  if (matchThread.joinable()) matchThread.join();  // leaves no task of its last job behind
+  sink.Stop();                                     // no display change from here on
+  rebinds.Stop();
+  pool.reset();
+  sender.Stop();
+}
+
+void AutoRebinder::OnDisplayChange() {
+  const std::uint64_t generation = ++rebindGeneration;
+  rebinds.After(std::chrono::milliseconds(rebindDelayMs), [this, generation] {
+    if (rebindGeneration == generation) DropAllContexts();
+  });
+}
+
+void AutoRebinder::DropAllContexts() {
+  const std::lock_guard lock(ctxMutex);
+  contexts.clear();
+}
+
+std::shared_ptr<DuplicationContext> AutoRebinder::GetContext(HMONITOR monitor) {
+  const std::lock_guard lock(ctxMutex);
+  const auto known = contexts.find(monitor);
+  if (known != contexts.end()) return known->second;
+  auto context = std::make_shared<DuplicationContext>();
+  context->Init(monitor);
+  contexts.emplace(monitor, context);
+  return context;
+}
+
+void AutoRebinder::DropContext(HMONITOR monitor) {
+  const std::lock_guard lock(ctxMutex);
+  contexts.erase(monitor);
+}
+
+}  // namespace quillmark

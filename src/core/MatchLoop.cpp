@@ -1,0 +1,41 @@
+// The match thread of the engine: takes one job at a time and spreads its regions over the pool.
+#include <chrono>
+
+#include "core/AutoRebinder.h"
+#include "core/RegionTask.h"
+
+namespace quillmark {
+
+namespace {
+constexpr auto kQueuePoll = std::chrono::milliseconds(1);
+}
+
+void AutoRebinder::MatchLoop() {
+  while (!stopRequested) {
+    std::shared_ptr<FrameJob> job;
+    {
+      const std::lock_guard lock(jobQueueMutex);
+      if (!jobQueue.empty()) {
+        job = std::move(jobQueue.front());
+        jobQueue.pop_front();
+      }
+    }
+    if (job) {
+      RunJob(*job);
+    } else {
+      std::this_thread::sleep_for(kQueuePoll);
+    }
+  }
+}
+
+void AutoRebinder::RunJob(const FrameJob& job) {
+  PendingTasks tasks;
+  for (const ROIUnit& unit : job.units) {
+    tasks.Add();
+    pool->Submit([this, unit, &job, &tasks] { EvaluateROI(unit, job, tasks, sender, taskErrors); });
+  }
+  // Also when a stop was asked for: the tasks refer to the job and to the counter.
+  tasks.WaitForAll();
+}
+
+}  // namespace quillmark

@@ -1,0 +1,38 @@
+// The tests' view into the engine: one tick at a time on the test's own thread, and the jobs it queued.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <utility>
+
+#include "core/AutoRebinder.h"
+
+namespace quillmark {
+
+class EngineProbe {
+ public:
+  explicit EngineProbe(AutoRebinder& probed) : engine(probed) {}
+
+  // Only while the engine's own capture thread does not run.
+  std::deque<std::shared_ptr<FrameJob>> Tick() {
+    engine.CaptureTick();
+    const std::lock_guard lock(engine.jobQueueMutex);
+    return std::exchange(engine.jobQueue, {});
+  }
+  void QueueJob(std::shared_ptr<FrameJob> job) {
+    const std::lock_guard lock(engine.jobQueueMutex);
+    engine.jobQueue.push_back(std::move(job));
+  }
+  std::size_t WaitingJobs() {
+    const std::lock_guard lock(engine.jobQueueMutex);
+    return engine.jobQueue.size();
+  }
+  std::uint64_t FramesCaptured() const { return engine.frameCounter; }
+  std::uint64_t DisplayChanges() const { return engine.rebindGeneration; }
+  RingSender& Sender() { return engine.sender; }
+
+ private:
+  AutoRebinder& engine;
+};
+
+}  // namespace quillmark

@@ -1,0 +1,230 @@
+// The whole engine with its threads over the scripted desktop: from painted pixels to records in the ring.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <thread>
+
+#include "EngineProbe.h"
+#include "specs/SpecStore.h"
+#include "support/DebugOutputCapture.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
+#include "support/ScriptedDesktop.h"
+
+namespace quillmark {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Call;
+using test::RawHit;
+using test::RectAt;
+using test::ScriptedDesktop;
+using Clock = std::chrono::steady_clock;
+
+cv::Mat Noise(int width, int height, std::uint64_t seed) {
+  cv::Mat image(height, width, CV_8UC3);
+  cv::RNG(seed).fill(image, cv::RNG::UNIFORM, 0, 256);
+  return image;
+}
+
+class EngineTest : public ::testing::Test {
+ protected:
+  EngineTest() {
+    Specs().specs.clear();
+    desktop->SetWaiting(test::Waiting::UpToTimeout);
+  }
+
+  layer::WindowId OpenWindow(const RECT& client) {
+    test::ScriptedWindow window;
+    window.title = L"target";
+    window.client = client;
+    return desktop->OpenWindow(window);
+  }
+  // Adds a spec for a template that fills a region of the client area with some slack around it.
+  void AddSpec(const std::wstring& name, const cv::Mat& image, const cv::Rect& roi) {
+    const std::filesystem::path path = session.Base() / (std::string(name.begin(), name.end()) + ".png");
+    ASSERT_TRUE(cv::imwrite(path.string(), image));
+    LoadSpec(L"target", name, path.wstring(), roi.x, roi.y, roi.width, roi.height, 0.75f, 0.1f);
+    ASSERT_FALSE(Specs().specs.empty());
+  }
+  // Keeps frames coming until a hit of that name is there.
+  std::optional<RawHit> HitWhileRefreshing(const std::wstring& name) {
+    const auto deadline = Clock::now() + 20s;
+    while (Clock::now() < deadline) {
+      for (const layer::MonitorFacts& monitor : desktop->Monitors()) desktop->Refresh(monitor.id);
+      if (auto hit = controller.WaitForHit(name, Clock::now() + 50ms)) return hit;
+    }
+    return std::nullopt;
+  }
+  template <typename Condition>
+  static bool Eventually(Condition condition) {
+    const auto deadline = Clock::now() + 20s;
+    while (!condition()) {
+      if (Clock::now() > deadline) return false;
+      std::this_thread::sleep_for(1ms);
+    }
+    return true;
+  }
+
+  test::PrivateSession session;
+  test::RawController controller;
+  std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();
+  AutoRebinder engine;
+  EngineProbe probe{engine};
+};
+
+TEST_F(EngineTest, PaintedTemplateBecomesAHitAtItsExactPlace) {
+  desktop->AddMonitor({RectAt(0, 0, 640, 480)});
+  desktop->AddMonitor({RectAt(-640, -100, 640, 480)});
+  const layer::WindowId window = OpenWindow(RectAt(100, 50, 300, 200));
+  const cv::Mat image = Noise(40, 20, 1);
+  AddSpec(L"mark", image, {0, 0, 300, 200});
+  engine.Start();
+  for (const POINT at : {POINT{120, 80}, POINT{-500, -60}}) {
+    desktop->MoveWindow(window, RectAt(at.x - 20, at.y - 30, 300, 200));
+    desktop->Paint(image, at);
+    const std::optional<RawHit> hit = HitWhileRefreshing(L"mark");
+    ASSERT_TRUE(hit) << "at " << at.x;
+    EXPECT_EQ(hit->cx, 20 + 20);
+    EXPECT_EQ(hit->cy, 30 + 10);
+    EXPECT_EQ(hit->w, 40);
+    EXPECT_EQ(hit->h, 20);
+    EXPECT_GT(hit->sq, 0.99f);
+    desktop->Paint(Noise(40, 20, 2), at);  // gone before the next place
+  }
+}
+
+TEST_F(EngineTest, RotatedOutputsReportDesktopPositions) {
+  const struct {
+    DXGI_MODE_ROTATION rotation;
+    LONG width, height;
+  } table[] = {{DXGI_MODE_ROTATION_ROTATE90, 300, 400},
+               {DXGI_MODE_ROTATION_ROTATE180, 400, 300},
+               {DXGI_MODE_ROTATION_ROTATE270, 300, 400}};
+  LONG left = 0;
+  std::vector<POINT> places;
+  const cv::Mat image = Noise(30, 24, 3);
+  for (const auto& row : table) {
+    test::ScriptedMonitor monitor;
+    monitor.rect = RectAt(left, 0, row.width, row.height);
+    monitor.rotation = row.rotation;
+    desktop->AddMonitor(monitor);
+    places.push_back({left + 57, 211});
+    left += row.width;
+  }
+  const layer::WindowId window = OpenWindow(RectAt(0, 100, 200, 180));
+  AddSpec(L"turned", image, {0, 0, 200, 180});
+  engine.Start();
+  for (const POINT& place : places) {
+    desktop->MoveWindow(window, RectAt(place.x - 40, 100, 200, 180));
+    desktop->Paint(image, place);
+    const std::optional<RawHit> hit = HitWhileRefreshing(L"turned");
+    ASSERT_TRUE(hit) << place.x;
+    EXPECT_EQ(hit->cx, 40 + 15);
+    EXPECT_EQ(hit->cy, 111 + 12);
+    desktop->Paint(Noise(30, 24, 4), place);
+  }
+}
+
+TEST_F(EngineTest, BadSpecDoesNotStopTheOthers) {
+  desktop->AddMonitor({RectAt(0, 0, 400, 300)});
+  OpenWindow(RectAt(0, 0, 400, 300));
+  const cv::Mat image = Noise(40, 20, 5);
+  AddSpec(L"broken", image, {0, 0, 200, 100});
+  {
+    const std::lock_guard lock(Specs().specMutex);
+    TemplateSpec& broken = Specs().specs.back();
+    broken.mode = MatchMode::Bgr;
+    broken.tmplBgr = cv::Mat::zeros(20, 40, CV_16UC1);
+  }
+  AddSpec(L"good", image, {0, 0, 200, 100});
+  desktop->Paint(image, {10, 10});
+  test::DebugOutputCapture output;
+  engine.Start();
+  EXPECT_TRUE(HitWhileRefreshing(L"good"));
+  EXPECT_TRUE(output.WaitForLine("of name=broken"));
+}
+
+TEST_F(EngineTest, HitsResumeAfterAccessWasLostAndTheDisplayChanged) {
+  desktop->AddMonitor({RectAt(0, 0, 400, 300)});
+  OpenWindow(RectAt(0, 0, 400, 300));
+  const cv::Mat image = Noise(40, 20, 6);
+  AddSpec(L"mark", image, {0, 0, 200, 100});
+  desktop->Paint(image, {10, 10});
+  engine.Start();
+  ASSERT_TRUE(HitWhileRefreshing(L"mark"));
+  desktop->LoseAccess();
+  desktop->ChangeDisplay();
+  EXPECT_TRUE(HitWhileRefreshing(L"mark"));
+}
+
+TEST_F(EngineTest, BurstOfDisplayChangesRebindsOnceAfterAQuietPeriod) {
+  const HMONITOR monitor = test::HandleOf(desktop->AddMonitor({RectAt(0, 0, 400, 300)}));
+  engine.Start();
+  std::weak_ptr<DuplicationContext> first = engine.GetContext(monitor);
+  ASSERT_TRUE(Eventually([&] {  // until the sink listens
+    desktop->ChangeDisplay();
+    return probe.DisplayChanges() > 0;
+  }));
+  for (int i = 0; i < 3; ++i) desktop->ChangeDisplay();
+  const auto last = Clock::now();
+  ASSERT_TRUE(Eventually([&] { return first.expired(); }));
+  EXPECT_GE(Clock::now() - last, 195ms);
+  // The timers of the earlier changes have run out by now: none of them clears again.
+  std::weak_ptr<DuplicationContext> second = engine.GetContext(monitor);
+  const auto until = Clock::now() + 100ms;
+  while (Clock::now() < until) ASSERT_FALSE(second.expired());
+}
+
+TEST_F(EngineTest, ContextIsSharedDroppedAndNotKeptWhenItCannotBeMade) {
+  const HMONITOR monitor = test::HandleOf(desktop->AddMonitor({RectAt(0, 0, 400, 300)}));
+  desktop->FailNth(Call::OpenDevice, 1);
+  EXPECT_THROW(engine.GetContext(monitor), std::runtime_error);
+  const std::shared_ptr<DuplicationContext> context = engine.GetContext(monitor);
+  EXPECT_EQ(engine.GetContext(monitor), context);
+  engine.DropContext(monitor);
+  EXPECT_NE(engine.GetContext(monitor), context);
+  EXPECT_THROW(engine.GetContext(test::HandleOf(layer::MonitorId{12345})), std::runtime_error);
+}
+
+TEST_F(EngineTest, EmptyJobIsTakenOffTheQueueAtOnce) {
+  engine.Start();
+  auto job = std::make_shared<FrameJob>();
+  const std::weak_ptr<FrameJob> watch = job;
+  probe.QueueJob(std::move(job));
+  EXPECT_TRUE(Eventually([&] { return watch.expired(); }));
+}
+
+TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
+  AddSpec(L"mark", Noise(40, 20, 7), {0, 0, 400, 300});
+  for (int round = 0; round < 20; ++round) {
+    AutoRebinder short_lived;
+    EngineProbe view(short_lived);
+    auto job = std::make_shared<FrameJob>();
+    job->specs = Specs().specs;
+    ROIUnit unit;
+    cv::cvtColor(Noise(400, 300, 8), unit.gray, cv::COLOR_BGR2GRAY);
+    job->units.assign(16, unit);
+    const std::weak_ptr<FrameJob> watch = job;
+    short_lived.Start();
+    view.QueueJob(std::move(job));
+    desktop->ChangeDisplay();
+    for (int i = 0; i < round; ++i) std::this_thread::yield();
+    short_lived.Stop();
+    short_lived.Stop();
+    // Taken and finished, or never taken: nothing in between.
+    EXPECT_TRUE(watch.expired() || view.WaitingJobs() == 1) << round;
+    desktop->ChangeDisplay();  // reaches nobody
+  }
+}
+
+TEST_F(EngineTest, StopBeforeStartDoesNothing) {
+  engine.Stop();
+  SUCCEED();
+}
+
+}  // namespace
+}  // namespace quillmark
