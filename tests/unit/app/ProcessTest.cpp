@@ -1,0 +1,213 @@
+// The process around the engine: set-up, pump and last handlers, run inside the test.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+#include "app/CommandPump.h"
+#include "app/DisplayChangeSink.h"
+#include "app/DpiAwareness.h"
+#include "app/FatalHandlers.h"
+#include "app/OpenCvConfig.h"
+#include "kernel32/Modules.h"
+#include "support/DebugOutputCapture.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
+#include "support/ScriptedDesktop.h"
+#include "user32/Dpi.h"
+
+namespace quillmark {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct DpiCase {
+  const char* name;
+  std::vector<const char*> hiddenEntries;
+  bool set;
+};
+
+void PrintTo(const DpiCase& c, std::ostream* out) {
+  *out << c.name;
+}
+
+class DpiAwarenessTest : public ::testing::TestWithParam<DpiCase> {};
+
+TEST_P(DpiAwarenessTest, BestCallOfTheSystemIsTaken) {
+  for (const char* entry : GetParam().hiddenEntries) {
+    layer::HideEntry("user32.dll", entry);
+    layer::HideEntry("shcore.dll", entry);
+  }
+  EnableDpiAwareness();
+  // The awareness of a process can be set once: a further attempt tells whether it was.
+  EXPECT_EQ(::SetProcessDPIAware() == FALSE, GetParam().set);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Chain, DpiAwarenessTest,
+    ::testing::Values(DpiCase{"Newest", {}, true},
+                      DpiCase{"ByValue", {"SetProcessDpiAwarenessContext", "SetProcessDPIAware"}, true},
+                      DpiCase{"Oldest", {"SetProcessDpiAwarenessContext", "SetProcessDpiAwareness"}, true},
+                      DpiCase{
+                          "None",
+                          {"SetProcessDpiAwarenessContext", "SetProcessDpiAwareness", "SetProcessDPIAware"},
+                          false}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(OpenCvConfig, RunsOnOneThread) {
+  ConfigureOpenCvOnce();
+  EXPECT_EQ(cv::getNumThreads(), 1);
+  EXPECT_TRUE(cv::useOptimized());
+}
+
+TEST(FatalHandlersTest, ExceptionsBecomeOutputPauseAndExitCode) {
+  struct Case {
+    int (*body)();
+    int code;
+    const char* onStandardError;
+    const char* onDebugger;
+  };
+  const Case table[] = {
+      {[] { return 7; }, 7, nullptr, nullptr},
+      {[]() -> int { throw std::runtime_error("it broke"); }, 1, "[FATAL] Unhandled std::exception: it broke",
+       "it broke"},
+      {[]() -> int { throw 42; }, 2, "[FATAL] Unknown exception in wmain()", "[FATAL] Unknown exception"},
+  };
+  for (const Case& c : table) {
+    test::DebugOutputCapture output;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunGuarded(c.body, 20ms), c.code);
+    if (c.onStandardError == nullptr) continue;
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
+    ASSERT_TRUE(output.WaitForCount(c.onDebugger, 2));
+    EXPECT_EQ(output.Lines(), (std::vector<std::string>{c.onStandardError, c.onDebugger}));
+  }
+}
+
+class PumpTest : public ::testing::Test {
+ protected:
+  struct PumpEnded {};
+  // Runs the whole worker but its single-instance check until the condition holds or time is up.
+  template <typename Condition>
+  bool PumpUntil(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    bool held = false;
+    try {
+      static_cast<void>(RunCommandPump([&] {
+        held = condition();
+        if (held || std::chrono::steady_clock::now() > deadline) throw PumpEnded{};
+      }));
+    } catch (const PumpEnded&) {
+    }
+    return held;
+  }
+
+  test::PrivateSession session;
+  std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
+};
+
+TEST_F(PumpTest, ExecutesCommandsUntilAnExceptionEndsItWithTheEngineStopped) {
+  const std::filesystem::path image = session.Base() / "image.png";
+  ASSERT_TRUE(cv::imwrite(image.string(), cv::Mat(20, 30, CV_8UC3, cv::Scalar(10, 200, 30))));
+  test::RawController controller;
+  test::DebugOutputCapture output;
+  ASSERT_TRUE(controller.SendSpec(L"target", L"one", image.wstring(), 0, 0, 50, 50, 0.75f, 0.1f));
+  test::RawCommand remove;
+  remove.kind = 2;
+  remove.name = L"one";
+  remove.path = L"of no account";
+  ASSERT_TRUE(controller.Send(remove));
+  ASSERT_TRUE(controller.SendClear());
+  ASSERT_TRUE(controller.SendHeartbeat(L"alive"));
+
+  EXPECT_TRUE(PumpUntil([&] { return output.Count("[Spec][CLEAR] reason=cmd (count=0)") == 1; }));
+
+  EXPECT_EQ(output.Count("[Spec][ADD] name=one"), 1u);
+  EXPECT_EQ(output.Count("[Spec][REMOVE] name=one (count=0)"), 1u);
+  EXPECT_TRUE(controller.WaitForHit(L"alive"));
+  std::vector<std::string> start;
+  for (const std::string& line : output.Lines()) {
+    for (const char* text :
+         {"Init begin", "Init success", "AsyncLogger started", "tracking: ", "ESC to exit"}) {
+      if (line.find(text) != std::string::npos) start.push_back(text);
+    }
+  }
+  EXPECT_EQ(start, (std::vector<std::string>{"Init begin", "Init success", "AsyncLogger started",
+                                             "tracking: ", "ESC to exit"}));
+  EXPECT_EQ(desktop->OpenDuplications(), 0);
+}
+
+TEST_F(PumpTest, ReturnsOneWithoutAnEngineWhenTheCommandRingCannotBeOpened) {
+  // The ring's name is taken by an object that is no section.
+  const UniqueHandle taken(::CreateEventW(nullptr, FALSE, FALSE, L"Local\\CmdRingMMF"));
+  ASSERT_TRUE(taken);
+  test::DebugOutputCapture output;
+  EXPECT_EQ(RunCommandPump(), 1);
+  EXPECT_TRUE(output.WaitForLine("CmdRingReader Init failed!"));
+  EXPECT_EQ(output.Count("ESC to exit"), 0u);
+}
+
+class SinkTest : public ::testing::Test {
+ protected:
+  // Display changes until the sink has reported one: its window may not be there yet.
+  bool ReportsChanges(std::atomic<int>& calls) {
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    while (calls == 0 && std::chrono::steady_clock::now() < deadline) desktop->ChangeDisplay();
+    return calls > 0;
+  }
+
+  std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
+};
+
+TEST_F(SinkTest, ReportsEachChangeAndStartsAgainAfterAStop) {
+  DisplayChangeSink sink;
+  for (int round = 0; round < 3; ++round) {
+    std::atomic<int> calls{0};
+    sink.Start([&] { ++calls; });
+    EXPECT_TRUE(ReportsChanges(calls)) << round;
+    sink.Stop();
+    const int before = calls;
+    desktop->ChangeDisplay();
+    EXPECT_EQ(calls, before) << round;
+  }
+}
+
+TEST_F(SinkTest, StopRightAfterStartAlwaysEnds) {
+  for (int round = 0; round < 300; ++round) {
+    DisplayChangeSink sink;
+    sink.Start({});
+    for (int i = 0; i < round % 20; ++i) std::this_thread::yield();
+    sink.Stop();
+    sink.Stop();
+  }
+}
+
+TEST_F(SinkTest, WithoutACallbackChangesPassUnheard) {
+  DisplayChangeSink sink, listening;
+  std::atomic<int> calls{0};
+  sink.Start({});
+  listening.Start([&] { ++calls; });
+  EXPECT_TRUE(ReportsChanges(calls));
+}
+
+TEST_F(SinkTest, StoppedFromItsCallbackRaisesTheDeadlockError) {
+  DisplayChangeSink sink;
+  std::atomic<int> errors{0};
+  sink.Start([&] {
+    try {
+      sink.Stop();
+    } catch (const std::system_error& error) {
+      if (error.code() == std::errc::resource_deadlock_would_occur) ++errors;
+    }
+  });
+  EXPECT_TRUE(ReportsChanges(errors));
+}
+
+}  // namespace
+}  // namespace quillmark
