@@ -1,6 +1,7 @@
 #include "support/Images.h"
 
 #include <algorithm>
+#include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "core/ColorGate.h"
@@ -10,6 +11,12 @@ namespace quillmark::testing {
 namespace {
 
 constexpr double kSmallType = 0.6;
+
+// As in the worker, the image library works on the calling thread only.
+[[maybe_unused]] const bool kSingleThreaded = [] {
+  cv::setNumThreads(1);
+  return true;
+}();
 
 void Write(cv::Mat& image, const std::string& text, cv::Point baseline, const cv::Scalar& ink) {
   cv::putText(image, text, baseline, cv::FONT_HERSHEY_PLAIN, kSmallType, ink);
