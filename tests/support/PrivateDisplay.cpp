@@ -8,7 +8,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 #include <string_view>
 #include <thread>
@@ -20,27 +19,32 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kDeadline{20};
 
-// Whether a window manager has named its check window on the root and that window exists.
-bool WindowManagerRuns(xcb_connection_t* connection) {
+constexpr auto kPatience = std::chrono::milliseconds(100);
+
+// Whether a window manager takes care of a window that asks to be mapped now. While it starts it may miss
+// one, whatever its properties say.
+bool ManagesWindows(xcb_connection_t* connection) {
+  constexpr std::string_view kState = "WM_STATE";
+  auto* state = xcb_intern_atom_reply(connection,
+                                      xcb_intern_atom(connection, 0, kState.size(), kState.data()), nullptr);
+  if (state == nullptr) return false;
   const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-  constexpr std::string_view kCheck = "_NET_SUPPORTING_WM_CHECK";
-  const auto atom = xcb_intern_atom(connection, 0, kCheck.size(), kCheck.data());
-  auto* atomReply = xcb_intern_atom_reply(connection, atom, nullptr);
-  if (atomReply == nullptr) return false;
-  const auto property = xcb_get_property(connection, 0, root, atomReply->atom, XCB_ATOM_WINDOW, 0, 1);
-  std::free(atomReply);
-  auto* value = xcb_get_property_reply(connection, property, nullptr);
-  if (value == nullptr) return false;
-  bool runs = false;
-  if (xcb_get_property_value_length(value) == 4) {
-    xcb_window_t window = 0;
-    std::memcpy(&window, xcb_get_property_value(value), sizeof window);
-    auto* geometry = xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr);
-    runs = geometry != nullptr;
-    std::free(geometry);
+  const xcb_window_t window = xcb_generate_id(connection);
+  xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, root, 0, 0, 10, 10, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  xcb_map_window(connection, window);
+  bool manages = false;
+  for (const auto deadline = Clock::now() + kPatience; !manages && Clock::now() < deadline;) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    auto* value = xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, state->atom, state->atom, 0, 2), nullptr);
+    manages = value != nullptr && value->value_len > 0;
+    std::free(value);
   }
-  std::free(value);
-  return runs;
+  std::free(state);
+  xcb_destroy_window(connection, window);
+  xcb_flush(connection);
+  return manages;
 }
 
 // What the server writes to the descriptor once it takes connections: its number and a line feed.
@@ -106,9 +110,8 @@ void PrivateDisplay::StartWindowManager() {
   xcb_connection_t* connection = xcb_connect(name.c_str(), nullptr);
   const auto deadline = Clock::now() + kDeadline;
   bool runs = false;
-  while (!xcb_connection_has_error(connection) && !(runs = WindowManagerRuns(connection)) &&
-         Clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  while (!xcb_connection_has_error(connection) && !runs && Clock::now() < deadline) {
+    runs = ManagesWindows(connection);
   }
   xcb_disconnect(connection);
   if (!runs) throw std::runtime_error("openbox did not start");

@@ -1,8 +1,10 @@
 #include <cstdlib>
 #include <mutex>
+#include <utility>
 
 #include "desktop/Desktop.h"
 #include "desktop/EmptyDesktop.h"
+#include "desktop/X11Desktop.h"
 
 namespace quillmark::layer {
 namespace {
@@ -12,18 +14,27 @@ struct Holder {
   std::shared_ptr<Desktop> desktop;
 };
 
+// Never destroyed: threads may ask for the desktop until the process has ended.
 Holder& TheHolder() {
-  static Holder holder;
+  static Holder& holder = *new Holder;
   return holder;
 }
 
+// Ends the desktop's threads in order when the process exits.
+struct Closer {
+  ~Closer() { SetDesktop(std::make_shared<EmptyDesktop>()); }
+};
+
 std::shared_ptr<Desktop> OpenDesktop() {
-  return std::make_shared<EmptyDesktop>();
+  const char* display = std::getenv("DISPLAY");
+  if (display == nullptr || *display == '\0') return std::make_shared<EmptyDesktop>();
+  return std::make_shared<X11Desktop>(display);
 }
 
 }  // namespace
 
 std::shared_ptr<Desktop> CurrentDesktop() {
+  static const Closer closer;
   Holder& holder = TheHolder();
   const std::lock_guard lock(holder.mutex);
   if (!holder.desktop) {
@@ -34,15 +45,15 @@ std::shared_ptr<Desktop> CurrentDesktop() {
 }
 
 void SetDesktop(std::shared_ptr<Desktop> desktop) {
-  if (desktop) desktop->OnDisplayChange(BroadcastDisplayChange);
-  std::shared_ptr<Desktop> old = std::move(desktop);
+  Holder& holder = TheHolder();
+  std::shared_ptr<Desktop> old;
   {
-    Holder& holder = TheHolder();
     const std::lock_guard lock(holder.mutex);
-    holder.desktop.swap(old);
+    old = std::exchange(holder.desktop, desktop);
   }
   // Outside the lock: the old desktop may have a listener under way that asks for the current one.
-  if (old) old->OnDisplayChange(nullptr);
+  if (old && old != desktop) old->OnDisplayChange(nullptr);
+  if (desktop) desktop->OnDisplayChange(BroadcastDisplayChange);
 }
 
 }  // namespace quillmark::layer

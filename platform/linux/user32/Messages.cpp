@@ -12,6 +12,7 @@
 #include <string>
 #include <utility>
 
+#include "kernel32/Errors.h"
 #include "user32/Handles.h"
 
 namespace quillmark::layer {
@@ -72,12 +73,6 @@ std::wstring ClassKey(LPCWSTR name) {
   return key;
 }
 
-template <typename Result>
-Result Fail(DWORD error, Result result) {
-  SetLastError(error);
-  return result;
-}
-
 // ERROR_SUCCESS, or why the message cannot be posted. The table's mutex is held.
 DWORD Post(Table& table, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   const auto found = table.windows.find(window);
@@ -102,19 +97,10 @@ bool FindOwnWindow(HWND window, DWORD* threadId) {
 }
 
 void BroadcastDisplayChange() {
-  LONG width = 0;
-  LONG height = 0;
-  for (const MonitorFacts& monitor : CurrentDesktop()->Monitors()) {
-    if (!monitor.primary) continue;
-    width = monitor.rect.right - monitor.rect.left;
-    height = monitor.rect.bottom - monitor.rect.top;
-  }
   Table& table = TheTable();
   const std::lock_guard lock(table.mutex);
-  for (const auto& entry : table.windows) {
-    // A full queue loses the message, as on the platform.
-    Post(table, entry.first, WM_DISPLAYCHANGE, 32, (LPARAM{height} << 16) | width);
-  }
+  // A full queue loses the message, as on the platform.
+  for (const auto& entry : table.windows) Post(table, entry.first, WM_DISPLAYCHANGE, 0, 0);
 }
 
 }  // namespace quillmark::layer

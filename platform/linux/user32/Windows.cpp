@@ -5,21 +5,17 @@
 
 #include <algorithm>
 
+#include "kernel32/Errors.h"
 #include "user32/Handles.h"
 
 using quillmark::layer::CurrentDesktop;
+using quillmark::layer::Fail;
 using quillmark::layer::FindOwnWindow;
 using quillmark::layer::ToHandle;
 using quillmark::layer::ToWindowId;
 using quillmark::layer::WindowId;
 
 namespace {
-
-template <typename Result>
-Result Fail(DWORD error, Result result) {
-  SetLastError(error);
-  return result;
-}
 
 BOOL NoSuchWindow() {
   return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);

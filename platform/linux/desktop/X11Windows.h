@@ -1,0 +1,85 @@
+// The top-level windows of an X screen, as a table that events keep current: an event marks a window or the
+// list as outdated, and only what is marked is read again, all of it in one go. Asking while nothing happens
+// costs no round trip.
+//
+// While a window manager is alive its stacking list tells which windows there are; the properties of a dead
+// one are not believed, and the root window's children are the list.
+//
+// Threading: one thread at a time.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "desktop/Desktop.h"
+#include "desktop/XcbConnection.h"
+
+namespace quillmark::layer {
+
+struct X11Window {
+  RECT client{};  // root pixels
+  RECT outer{};   // root pixels, frame included
+  bool visible = false;
+  bool iconic = false;
+  std::uint32_t processId = 0;
+  std::wstring title;
+};
+
+class X11Windows {
+ public:
+  // The events that the caller must select on the root window.
+  static constexpr std::uint32_t kRootEvents =
+      XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+
+  explicit X11Windows(XcbConnection& connection);
+
+  // To be given every event of the connection.
+  void Note(const xcb_generic_event_t& event);
+  // Reads again what the noted events have outdated. Meaningless once the connection is lost.
+  void Refresh();
+
+  // Topmost first.
+  const std::vector<WindowId>& Order() const { return order; }
+  // Null for what is none of them.
+  const X11Window* Find(WindowId window) const;
+
+ private:
+  struct Atoms {
+    xcb_atom_t check, stacking, netName, utf8, compound, state, netState, hidden, frameExtents, gtkExtents,
+        pid;
+  };
+  struct Entry {
+    X11Window facts;
+    bool outdated = true;
+    xcb_window_t parent = 0;
+    xcb_window_t frame = 0;  // the root window's child that holds it, itself when it has no frame
+    bool listed = false;  // one of the windows that people see as such: no menu, tooltip, input-only helper
+  };
+  struct Requests;
+
+  void ReadAtoms();
+  void NoteProperty(const xcb_property_notify_event_t& event);
+  // Marks the window itself or the windows that the frame holds.
+  void Outdate(xcb_window_t window);
+  void ReadList();
+  void ReadEntries();
+  Requests Ask(WindowId window, const Entry& entry);
+  // False when the window has gone.
+  bool Read(Requests& requests, Entry& entry);
+  void FindFrames(const std::vector<WindowId>& windows);
+
+  XcbConnection& connection;
+  Atoms atoms{};
+  bool xres = false;
+  bool listOutdated = true;
+  bool managed = false;          // a window manager is alive
+  xcb_window_t checkWindow = 0;  // the window that it has named as its sign of life
+  std::map<WindowId, Entry> entries;
+  std::vector<WindowId> stacking;  // topmost first, unlisted windows included
+  std::vector<WindowId> order;
+};
+
+}  // namespace quillmark::layer

@@ -1,0 +1,49 @@
+// An application of the test's own on the X server: plain windows whose every request has reached the server
+// and been answered when the call returns.
+//
+// Threading: one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+struct xcb_connection_t;
+
+namespace quillmark::test {
+
+class XClient {
+ public:
+  // Connects to DISPLAY. Throws std::runtime_error when there is no server.
+  XClient();
+  ~XClient();
+  XClient(const XClient&) = delete;
+  XClient& operator=(const XClient&) = delete;
+
+  // A mapped top-level window with its client area at the place on the root window, where a window manager
+  // leaves it, and its title in _NET_WM_NAME.
+  std::uint32_t Show(int x, int y, int width, int height, const std::string& utf8Title);
+  // A mapped window that no window manager manages, as menus are.
+  std::uint32_t ShowPopup(int x, int y, int width, int height);
+  // A title in WM_NAME alone, of type STRING.
+  void SetLegacyTitle(std::uint32_t window, const std::string& latin1Title);
+  void SetTitle(std::uint32_t window, const std::string& utf8Title);
+  void Move(std::uint32_t window, int x, int y);
+  void Resize(std::uint32_t window, int width, int height);
+  void Raise(std::uint32_t window);
+  void Map(std::uint32_t window);
+  void Unmap(std::uint32_t window);
+  // Asks the window manager to iconify it.
+  void Iconify(std::uint32_t window);
+  void Destroy(std::uint32_t window);
+
+ private:
+  std::uint32_t Create(int x, int y, int width, int height, bool popup);
+  std::uint32_t Atom(const std::string& name);
+  void SetText(std::uint32_t window, std::uint32_t property, std::uint32_t type, const std::string& text);
+  void Sync();
+
+  xcb_connection_t* connection;
+  std::uint32_t root = 0;
+};
+
+}  // namespace quillmark::test
