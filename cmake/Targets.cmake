@@ -4,6 +4,8 @@ function(quillmark_library NAME)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_library(${NAME} STATIC ${ARG_SOURCES})
   target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+  # Errors name their source as src/core/Matcher.cpp, wherever the tree lies.
+  target_compile_options(${NAME} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
   target_link_libraries(${NAME} PUBLIC ${ARG_LINK} quillmark_sanitizers PRIVATE quillmark_warnings)
 endfunction()
 

@@ -1,6 +1,7 @@
 #include "app/DisplayChangeSink.h"
 
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace quillmark {
@@ -18,6 +19,10 @@ void DisplayChangeSink::Start(std::function<void()> newCallback) {
 void DisplayChangeSink::Stop() {
   running = false;
   if (const HWND window = hwnd) ::PostMessageW(window, WM_QUIT, 0, 0);
+  if (thread.get_id() == std::this_thread::get_id()) {
+    // As a join would say; the thread sanitizer cannot stand a thread that joins itself.
+    throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+  }
   if (thread.joinable()) thread.join();
   hwnd = nullptr;
   callback = nullptr;

@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "EngineProbe.h"
+#include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "support/DebugOutputCapture.h"
 #include "support/PrivateSession.h"
@@ -25,7 +26,10 @@ class CaptureTickTest : public ::testing::Test {
  protected:
   using Jobs = std::deque<std::shared_ptr<FrameJob>>;
 
-  CaptureTickTest() { Specs().specs.clear(); }
+  CaptureTickTest() {
+    ConfigureOpenCvOnce();
+    Specs().specs.clear();
+  }
 
   layer::MonitorId AddMonitor(LONG left, LONG top, LONG width, LONG height) {
     return desktop->AddMonitor({RectAt(left, top, width, height)});

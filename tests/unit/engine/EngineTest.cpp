@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "EngineProbe.h"
+#include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "support/DebugOutputCapture.h"
 #include "support/PrivateSession.h"
@@ -33,6 +34,7 @@ cv::Mat Noise(int width, int height, std::uint64_t seed) {
 class EngineTest : public ::testing::Test {
  protected:
   EngineTest() {
+    ConfigureOpenCvOnce();  // before the first image is touched, as the program does
     Specs().specs.clear();
     desktop->SetWaiting(test::Waiting::UpToTimeout);
   }
