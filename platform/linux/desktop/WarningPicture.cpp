@@ -214,6 +214,8 @@ std::optional<WarningPicture> DrawWarning(const std::wstring& text, const std::w
     shown = Characters(fallback);
     font = FindFont(shown + U"OK");
   }
+  // Boxes for letters are better than no warning.
+  if (!font) font = FindFont(U"OK");
   if (!font) return std::nullopt;
   const auto scaled = [&](int size) {
     return static_cast<int>(std::lround(size * std::clamp(dpi, 48u, 480u) / 96.0));

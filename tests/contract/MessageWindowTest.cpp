@@ -1,0 +1,140 @@
+// What the product expects of windows that only receive messages.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr UINT kMessage = 0x8001;  // of the range that is free for applications
+
+// What a window's procedure was given, kept where WM_NCCREATE found it.
+struct Receiver {
+  bool refuse = false;
+  std::wstring title;
+  std::vector<UINT> messages;
+};
+
+LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_NCCREATE) {
+    const auto* create = reinterpret_cast<const CREATESTRUCTW*>(lParam);
+    auto* receiver = static_cast<Receiver*>(create->lpCreateParams);
+    if (receiver->refuse) return FALSE;
+    receiver->title = create->lpszName;
+    ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(receiver));
+  } else if (auto* receiver = reinterpret_cast<Receiver*>(::GetWindowLongPtrW(window, GWLP_USERDATA))) {
+    if (message == kMessage || message == WM_DISPLAYCHANGE) receiver->messages.push_back(message);
+  }
+  return ::DefWindowProcW(window, message, wParam, lParam);
+}
+
+HWND Create(const wchar_t* className, Receiver& receiver) {
+  return ::CreateWindowExW(0, className, L"title", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, &receiver);
+}
+
+class MessageWindowTest : public ::testing::Test {
+ protected:
+  MessageWindowTest() {
+    WNDCLASSW windowClass{};
+    windowClass.lpfnWndProc = Procedure;
+    windowClass.lpszClassName = L"QuillmarkContractClass";
+    ::RegisterClassW(&windowClass);
+  }
+  ~MessageWindowTest() override {
+    if (window != nullptr) ::DestroyWindow(window);
+  }
+
+  void Open() {
+    window = Create(L"QuillmarkContractClass", receiver);
+    ASSERT_NE(window, nullptr);
+  }
+
+  // Receives until WM_QUIT.
+  void RunLoop() {
+    MSG message{};
+    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+      ::TranslateMessage(&message);
+      ::DispatchMessageW(&message);
+    }
+  }
+
+  Receiver receiver;
+  HWND window = nullptr;
+};
+
+TEST_F(MessageWindowTest, CreationHandsItsParameterToTheProcedureFirst) {
+  Open();
+  EXPECT_EQ(receiver.title, L"title");
+  EXPECT_TRUE(::IsWindow(window));
+  EXPECT_FALSE(::IsWindowVisible(window));
+  DWORD process = 0;
+  EXPECT_EQ(::GetWindowThreadProcessId(window, &process), ::GetCurrentThreadId());
+  EXPECT_NE(process, 0u);
+}
+
+TEST_F(MessageWindowTest, AProcedureThatRefusesCreationLeavesNoWindow) {
+  receiver.refuse = true;
+  EXPECT_EQ(Create(L"QuillmarkContractClass", receiver), nullptr);
+}
+
+TEST_F(MessageWindowTest, AClassIsRegisteredOnceWhateverItsCase) {
+  WNDCLASSW again{};
+  again.lpfnWndProc = Procedure;
+  again.lpszClassName = L"quillmarkCONTRACTclass";
+  EXPECT_EQ(::RegisterClassW(&again), 0);
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_CLASS_ALREADY_EXISTS});
+}
+
+TEST_F(MessageWindowTest, AnUnknownClassMakesNoWindow) {
+  EXPECT_EQ(Create(L"QuillmarkNoSuchClass", receiver), nullptr);
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_CANNOT_FIND_WND_CLASS});
+}
+
+TEST_F(MessageWindowTest, MessagesArriveInOrderUntilQuit) {
+  Open();
+  ::PostMessageW(window, kMessage, 0, 0);
+  ::PostMessageW(window, WM_DISPLAYCHANGE, 0, 0);
+  ::PostMessageW(window, kMessage, 0, 0);
+  ::PostMessageW(window, WM_QUIT, 0, 0);
+  RunLoop();
+  EXPECT_EQ(receiver.messages, (std::vector<UINT>{kMessage, WM_DISPLAYCHANGE, kMessage}));
+}
+
+TEST_F(MessageWindowTest, AnotherThreadWakesTheLoop) {
+  Open();
+  std::thread poster([this] {
+    ::PostMessageW(window, kMessage, 0, 0);
+    ::PostMessageW(window, WM_QUIT, 0, 0);
+  });
+  RunLoop();
+  poster.join();
+  EXPECT_EQ(receiver.messages.size(), 1u);
+}
+
+TEST_F(MessageWindowTest, OnlyItsOwnThreadDestroysAWindow) {
+  Open();
+  BOOL destroyed = TRUE;
+  DWORD error = 0;
+  std::thread([&] {
+    destroyed = ::DestroyWindow(window);
+    error = ::GetLastError();
+  }).join();
+  EXPECT_FALSE(destroyed);
+  EXPECT_EQ(error, DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_TRUE(::DestroyWindow(window));
+  EXPECT_FALSE(::IsWindow(window));
+  EXPECT_FALSE(::PostMessageW(window, kMessage, 0, 0));
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_WINDOW_HANDLE});
+  window = nullptr;
+}
+
+TEST_F(MessageWindowTest, AThreadThatEndsTakesItsWindowsWithIt) {
+  HWND theirs = nullptr;
+  std::thread([&] { theirs = Create(L"QuillmarkContractClass", receiver); }).join();
+  ASSERT_NE(theirs, nullptr);
+  EXPECT_FALSE(::IsWindow(theirs));
+}
+
+}  // namespace
