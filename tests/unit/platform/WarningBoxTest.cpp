@@ -65,7 +65,7 @@ TEST_F(WarningBoxTest, TheWindowManagersCloseButtonClosesIt) {
   screen.StartWindowManager();
   const WindowId box = Show();
   ASSERT_NE(box, 0u);
-  EXPECT_TRUE(ClosedBy({"wmctrl", "-i", "-c", std::to_string(box)}));
+  EXPECT_TRUE(ClosedBy({"xdotool", "key", "alt+F4"}));
 }
 
 TEST_F(WarningBoxTest, TheOkButtonClosesIt) {
