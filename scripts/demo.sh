@@ -122,11 +122,11 @@ add_spec() {
     || fail "the worker did not take the spec $program"
 }
 
-# Makes the monitor of the window deliver a frame, by a dot in the corner of the window's client area.
+# Makes the monitor deliver a frame, by a dot in the first corner of the window's client area.
 stir() {
-  local x y w h
-  read -r x y w h < <(geometry "$1")
-  xrefresh -geometry "2x2+$((x + w - 2))+$((y + h - 2))"
+  local x y
+  read -r x y _ < <(geometry "$1")
+  xrefresh -geometry "2x2+$x+$y"
 }
 
 # hit_since PROGRAM MILLISECONDS: "CX CY W H" of the newest hit later than that time.
