@@ -25,9 +25,11 @@ std::string Contents(const std::filesystem::path& file) {
 }
 
 // The shell replaces itself by the program, so the process is the program.
-std::vector<std::string> InFolder(const std::filesystem::path& folder,
-                                  const std::vector<std::string>& arguments) {
-  std::vector<std::string> command{"sh", "-c", R"(cd "$0" && exec "$@" >out.txt 2>err.txt)", folder.string()};
+std::vector<std::string> WithOutputIn(const std::filesystem::path& folder, const std::filesystem::path& where,
+                                      const std::vector<std::string>& arguments) {
+  std::vector<std::string> command{"sh", "-c",
+                                   R"(exec >"$0/out.txt" 2>"$0/err.txt"; cd "$1"; shift; exec "$@")",
+                                   folder.string(), (where.empty() ? folder : where).string()};
   command.insert(command.end(), arguments.begin(), arguments.end());
   return command;
 }
@@ -41,7 +43,8 @@ TempFolder::~TempFolder() {
   std::filesystem::remove_all(path, ignored);
 }
 
-Program::Program(const std::vector<std::string>& arguments) : process(InFolder(folder.path, arguments)) {}
+Program::Program(const std::vector<std::string>& arguments, const std::filesystem::path& where)
+    : process(WithOutputIn(folder.path, where, arguments)) {}
 
 Program::~Program() = default;
 
@@ -79,7 +82,12 @@ Outcome Control(std::vector<std::string> arguments) {
   return {code, program.Out(), program.Err()};
 }
 
-Worker::Worker() : Program({QUILLMARK_WORKER}) {}
+std::filesystem::path WorkerFile() {
+  return QUILLMARK_WORKER;
+}
+
+Worker::Worker(const std::filesystem::path& where, const std::filesystem::path& program)
+    : Program({program.empty() ? WorkerFile().string() : program.string()}, where) {}
 
 Worker::~Worker() {
   const std::string log = Err();

@@ -35,10 +35,10 @@ class TempFolder {
   const std::filesystem::path path;
 };
 
-// A running program with a working directory of its own. It is killed with this object.
+// A running program; its working directory is its own unless one is given. It ends with this object.
 class Program {
  public:
-  explicit Program(const std::vector<std::string>& arguments);
+  explicit Program(const std::vector<std::string>& arguments, const std::filesystem::path& where = {});
   ~Program();
 
   // Output and error output so far.
@@ -51,7 +51,7 @@ class Program {
   pid_t Pid() const { return process.Pid(); }
 
  protected:
-  TempFolder folder;
+  const TempFolder folder;
 
  private:
   ChildProcess process;
@@ -70,10 +70,14 @@ std::vector<std::string> ControlCommand(std::vector<std::string> arguments);
 // The worker. Its end reports what a sanitizer found in it.
 class Worker : public Program {
  public:
-  Worker();
+  explicit Worker(const std::filesystem::path& where = {}, const std::filesystem::path& program = {});
   ~Worker();
+  // Its own working directory.
   const std::filesystem::path& Folder() const { return folder.path; }
 };
+
+// The worker's program file.
+std::filesystem::path WorkerFile();
 
 // Runs a command line of the shell and returns its output without the last line feed; empty when it failed.
 std::string Shell(const std::string& commands);
