@@ -47,6 +47,14 @@ bool ManagesWindows(xcb_connection_t* connection) {
   return manages;
 }
 
+void Restore(const char* variable, const std::optional<std::string>& value) {
+  if (value) {
+    setenv(variable, value->c_str(), 1);
+  } else {
+    unsetenv(variable);
+  }
+}
+
 // What the server writes to the descriptor once it takes connections: its number and a line feed.
 std::string ReadDisplayNumber(int fd) {
   std::string text;
@@ -70,18 +78,19 @@ std::string ReadDisplayNumber(int fd) {
 PrivateDisplay::PrivateDisplay(int width, int height)
     : screen(std::to_string(width) + "x" + std::to_string(height) + "x24") {
   if (const char* outer = std::getenv("DISPLAY")) outerDisplay = outer;
+  if (const char* outer = std::getenv("XAUTHORITY")) outerAuthority = outer;
   StartServer();
   setenv("DISPLAY", name.c_str(), 1);
+  // The server asks for no authorisation. Looking for the user's own is not safe in two threads at once, and
+  // the test's connections are not held back by the product's lock.
+  setenv("XAUTHORITY", "/dev/null", 1);
 }
 
 PrivateDisplay::~PrivateDisplay() {
   windowManager.reset();
   server.reset();
-  if (outerDisplay) {
-    setenv("DISPLAY", outerDisplay->c_str(), 1);
-  } else {
-    unsetenv("DISPLAY");
-  }
+  Restore("DISPLAY", outerDisplay);
+  Restore("XAUTHORITY", outerAuthority);
 }
 
 void PrivateDisplay::StartServer() {

@@ -40,6 +40,7 @@ class PrivateDisplay {
   std::string screen;
   std::string name;  // empty until the server has chosen its number
   std::optional<std::string> outerDisplay;
+  std::optional<std::string> outerAuthority;
   std::unique_ptr<ChildProcess> server;
   std::unique_ptr<ChildProcess> windowManager;
 };

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,7 @@ class XcbConnection {
   // Null when the display cannot be reached.
   static std::unique_ptr<XcbConnection> Open(const std::string& display) {
     int screenNumber = 0;
-    xcb_connection_t* handle = xcb_connect(display.c_str(), &screenNumber);
+    xcb_connection_t* handle = Connect(display, screenNumber);
     std::unique_ptr<XcbConnection> connection(new XcbConnection(handle));
     if (connection->Lost()) return nullptr;
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle));
@@ -49,6 +50,14 @@ class XcbConnection {
 
  private:
   explicit XcbConnection(xcb_connection_t* opened) : handle(opened) {}
+
+  // One at a time in the process: the authorisation library keeps its file's name in one buffer for all
+  // threads.
+  static xcb_connection_t* Connect(const std::string& display, int& screenNumber) {
+    static std::mutex connecting;
+    const std::lock_guard lock(connecting);
+    return xcb_connect(display.c_str(), &screenNumber);
+  }
 
   xcb_connection_t* handle;
   xcb_window_t root = 0;
