@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <exception>
 #include <opencv2/imgproc.hpp>
-#include <sstream>
 
 #include "core/AutoRebinder.h"
 #include "core/RegionGeometry.h"
@@ -277,9 +276,7 @@ void AutoRebinder::ReportTurnError(HMONITOR monitor, const char* what) {
   last.tMs = now;
   if (!news) return;
   last.text = what;
-  std::wostringstream line;
-  line << L"[Capture] monitor " << reinterpret_cast<std::uintptr_t>(monitor) << L" skipped: " << what;
-  AsyncLogger::Instance().Log(line.str());
+  LogLine(L"[Capture] monitor ", reinterpret_cast<std::uintptr_t>(monitor), L" skipped: ", what);
 }
 
 }  // namespace quillmark

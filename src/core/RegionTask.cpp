@@ -1,7 +1,7 @@
 #include "core/RegionTask.h"
 
 #include <exception>
-#include <sstream>
+#include <utility>
 
 #include "core/RegionEvaluation.h"
 #include "ipc/WallClock.h"
@@ -14,9 +14,7 @@ namespace {
 void ReportError(const std::wstring& name, const char* what, SampledErrors& errors) {
   const std::uint64_t number = errors.Count(name);
   if (number == 0) return;
-  std::wostringstream line;
-  line << L"[Match] error " << number << L" of name=" << name << L": " << what;
-  AsyncLogger::Instance().Log(line.str());
+  LogLine(L"[Match] error ", number, L" of name=", name, L": ", what);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 #include <utility>
 
 #include "ipc/SharedObjects.h"
@@ -17,13 +16,6 @@ namespace {
 
 constexpr std::uint32_t LogEveryNthCall = 200;
 constexpr std::uint32_t LogEveryNthRefusal = 20;
-
-template <typename... Pieces>
-void LogLine(const Pieces&... pieces) {
-  std::wostringstream text;
-  (text << ... << pieces);
-  AsyncLogger::Instance().Log(text.str());
-}
 
 void LogIndices(const char* when, std::uint32_t w, std::uint32_t r) {
   LogLine(when, w, " r=", r, " depth=", w - r);

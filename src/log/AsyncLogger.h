@@ -13,6 +13,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -77,5 +78,13 @@ class AsyncLogger {
   const LogSinks sinks;
   std::thread worker;  // last: it uses everything above
 };
+
+// Logs the pieces as one message, each as a wide stream writes it.
+template <typename... Pieces>
+void LogLine(const Pieces&... pieces) {
+  std::wostringstream line;
+  (line << ... << pieces);
+  AsyncLogger::Instance().Log(line.str());
+}
 
 }  // namespace quillmark

@@ -17,13 +17,6 @@
 namespace quillmark {
 namespace {
 
-template <typename... Pieces>
-void LogLine(const Pieces&... pieces) {
-  std::wostringstream line;
-  (line << ... << pieces);
-  AsyncLogger::Instance().Log(line.str());
-}
-
 // The process sets no locale, so the wide output can express ASCII only. Anything else would be lost together
 // with every later line: a wide stream that failed once refuses all that follows.
 void PrintLoadFailed(std::wstring path) {
