@@ -82,8 +82,8 @@ struct Verdict {
 
   cv::Scalar hsvMean;  // of the placement, zeros without an HSV crop
   Check darkness;      // levels by which the placement is darker than the template, at most
-  Check hue, saturation,
-      value;              // distances of the means from the template's, at most; the HSV test needs all
+  // Distances of those means from the template's, at most; the HSV test needs all three.
+  Check hue, saturation, value;
   double redRatio = 0.0;  // share of red pixels in the placement
   Check red;              // its distance from the template's, at most
   double labAMean = 0.0;  // mean of the placement's 8-bit a* plane

@@ -104,12 +104,12 @@ bool InsideCrop(const cv::Rect& rect, const cv::Mat& crop) {
 }
 
 // A blank white template finds a close match in any bright spot, so the spot has to be blank too.
-Check HoldFlatWhite(const cv::Mat& patch, const MeanAndStdDev& tmpl) {
+Check CheckFlatWhite(const cv::Mat& patch, const MeanAndStdDev& tmpl) {
   if (!(tmpl.mean > 245.0 && tmpl.stdDev < 3.0)) return {};
   return AtMost(Statistics(patch).stdDev, 4.0);
 }
 
-Check HoldChroma(const ROIUnit& unit, const TemplateSpec& spec, const cv::Rect& rect) {
+Check CheckChroma(const ROIUnit& unit, const TemplateSpec& spec, const cv::Rect& rect) {
   const cv::Mat none;
   const cv::Mat& tmpl = spec.chromaChannel == 1 ? spec.tmplCr : spec.chromaChannel == 2 ? spec.tmplCb : none;
   if (tmpl.empty()) return {};
@@ -244,9 +244,9 @@ DecidingStep RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Verdict& v)
   if (!InsideCrop(rect, unit.gray)) return DecidingStep::Placement;
   const cv::Mat patch = unit.gray(rect);
   const MeanAndStdDev tmpl = Statistics(spec.tmplGray);
-  v.flatWhite = HoldFlatWhite(patch, tmpl);
+  v.flatWhite = CheckFlatWhite(patch, tmpl);
   if (v.flatWhite.Vetoes()) return DecidingStep::FlatWhite;
-  v.chroma = HoldChroma(unit, spec, rect);
+  v.chroma = CheckChroma(unit, spec, rect);
   if (!CompareStructure(unit, spec, patch, tmpl.stdDev, v)) return DecidingStep::NoEdges;
 
   v.colourActive = spec.redHint || spec.colorGate;
