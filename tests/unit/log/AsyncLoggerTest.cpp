@@ -63,19 +63,6 @@ TEST(LogLine, CarriesTheCallersThreadAndTheLocalTime) {
   EXPECT_GE(stamped(after), line);
 }
 
-TEST(AsyncLogger, WritesEveryLineInOrderBeforeItIsGone) {
-  DebugOutputCapture output;
-  {
-    AsyncLogger logger;
-    for (int n = 0; n < 2000; ++n) logger.Log(Number(n));
-  }
-  ASSERT_TRUE(output.WaitForLine("line 1999."));
-
-  const auto lines = output.Lines();
-  ASSERT_EQ(lines.size(), 2000u);
-  for (int n = 0; n < 2000; ++n) EXPECT_THAT(lines[n], EndsWith("] line " + std::to_string(n) + "."));
-}
-
 TEST(AsyncLogger, KeepsTheNewestLinesWhileItsThreadIsStalled) {
   constexpr int Flood = static_cast<int>(AsyncLogger::MaxQueuedLines);
   DebugOutputCapture output;
