@@ -1,0 +1,149 @@
+// A whole tick of the engine with 16 specs over a scripted desktop: find the targets, take the frame, convert
+// it, cut the regions, and match them on the pool until nothing is left.
+#include <opencv2/imgproc.hpp>
+#include <thread>
+
+#include "Measure.h"
+#include "core/AutoRebinder.h"
+#include "specs/SpecStore.h"
+#include "support/Images.h"
+#include "support/PrivateSession.h"
+#include "support/ScriptedDesktop.h"
+
+namespace quillmark {
+
+// The engine tick by tick on the caller's thread, with its pool but without its other threads. The sender
+// does not run either: what it accepts, a few hits a second, stays in its queue.
+class EngineProbe {
+ public:
+  EngineProbe() {
+    engine.pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
+  }
+
+  void Capture() { engine.CaptureTick(); }
+  // Matches everything queued; the number of regions.
+  std::size_t Match() {
+    std::size_t regions = 0;
+    for (; !engine.jobQueue.empty(); engine.jobQueue.pop_front()) {
+      regions += engine.jobQueue.front()->units.size();
+      engine.RunJob(*engine.jobQueue.front());
+    }
+    return regions;
+  }
+  void DropJobs() { engine.jobQueue.clear(); }
+
+ private:
+  AutoRebinder engine;
+};
+
+namespace bench {
+namespace {
+
+constexpr int kSpecs = 16;
+const cv::Size kRegion(300, 200), kTemplate(64, 32);
+
+// Frames that cost nothing: always a new one, always the same picture.
+class StillFrames : public layer::Duplication {
+ public:
+  explicit StillFrames(const cv::Mat& bgra) : picture(bgra) {}
+  std::uint32_t Width() const override { return static_cast<std::uint32_t>(picture.cols); }
+  std::uint32_t Height() const override { return static_cast<std::uint32_t>(picture.rows); }
+  HRESULT Acquire(std::uint32_t) override { return S_OK; }
+  HRESULT Release() override { return S_OK; }
+  HRESULT Map(layer::ImageView& view) override {
+    view = {picture.data, static_cast<std::uint32_t>(picture.step)};
+    return S_OK;
+  }
+  HRESULT ReserveStaging(std::uint32_t, std::uint32_t) override { return S_OK; }
+
+ private:
+  const cv::Mat picture;
+};
+
+// A scripted desktop of one monitor under one window, whose frames are still.
+class StillDesktop : public test::ScriptedDesktop {
+ public:
+  explicit StillDesktop(const cv::Mat& picture) {
+    cv::cvtColor(picture, bgra, cv::COLOR_BGR2BGRA);
+    const RECT whole = test::RectAt(0, 0, picture.cols, picture.rows);
+    AddMonitor({whole});
+    test::ScriptedWindow window;
+    window.title = L"target";
+    window.client = whole;
+    OpenWindow(window);
+  }
+  HRESULT Duplicate(layer::MonitorId, std::unique_ptr<layer::Duplication>& duplication) override {
+    duplication = std::make_unique<StillFrames>(bgra);
+    return S_OK;
+  }
+
+ private:
+  cv::Mat bgra;
+};
+
+// Which searches the specs ask for: the grey ones need no HSV image of the frame.
+enum class Specs16 { Gray, Mixed };
+
+// 16 regions over the screen in rows of four, every second of which shows its template.
+cv::Mat FillStore(cv::Size screen, Specs16 kind) {
+  testing::Random random(5);
+  cv::Mat picture = testing::Screen(random, screen);
+  Specs().specs.clear();
+  for (int i = 0; i < kSpecs; ++i) {
+    const cv::Mat icon = testing::Icon(random, kTemplate, random.Letters(2));
+    const auto mode = kind == Specs16::Gray ? MatchMode::Gray : static_cast<MatchMode>(i % 5);
+    TemplateSpec spec = testing::PreparedSpec(icon, mode);
+    spec.name = L"spec " + std::to_wstring(i);
+    spec.target = L"target";
+    const cv::Point at(i % 4 * screen.width / 4, i / 4 * screen.height / 4);
+    spec.roi = cv::Rect(at, kRegion);
+    if (i % 2 == 0) testing::Plant(picture, icon, at + cv::Point(101, 77));
+    if (kind == Specs16::Gray) spec.vividFlat = false;
+    Specs().specs.push_back(spec);
+  }
+  return picture;
+}
+
+void MeasureTick(const std::string& name, cv::Size screen, Specs16 kind) {
+  const auto prepare = [screen, kind] {
+    layer::SetDesktop(std::make_shared<StillDesktop>(FillStore(screen, kind)));
+  };
+  Measure(
+      "tick/whole/" + name,
+      [prepare](benchmark::State& state) {
+        prepare();
+        EngineProbe engine;
+        for (auto _ : state) {
+          engine.Capture();
+          if (engine.Match() != kSpecs) state.SkipWithError("not every region was matched");
+        }
+      },
+      Counts::Process);
+  Measure(
+      "tick/capture-and-cut/" + name,
+      [prepare](benchmark::State& state) {
+        prepare();
+        EngineProbe engine;
+        for (auto _ : state) {
+          engine.Capture();
+          engine.DropJobs();
+        }
+      },
+      Counts::Process);
+}
+
+}  // namespace
+}  // namespace bench
+}  // namespace quillmark
+
+int main(int argc, char** argv) {
+  using namespace quillmark;
+  const test::PrivateSession session;
+  bench::MeasureTick("1920x1080/16-gray", {1920, 1080}, bench::Specs16::Gray);
+  bench::MeasureTick("1920x1080/16-mixed", {1920, 1080}, bench::Specs16::Mixed);
+  bench::MeasureTick("3840x2160/16-gray", {3840, 2160}, bench::Specs16::Gray);
+  bench::MeasureTick("3840x2160/16-mixed", {3840, 2160}, bench::Specs16::Mixed);
+  const int code = bench::RunAll(argc, argv);
+  layer::SetDesktop(nullptr);
+  return code;
+}
