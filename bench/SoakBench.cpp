@@ -1,0 +1,130 @@
+// Whether a busy worker grows: windows move, pictures come and go, specs are added, replaced and removed, and
+// the monitors change. Memory, threads and descriptors are printed each minute; what counts is the last line
+// against the first.
+//
+//   bench_soak [MINUTES [WORKER]]
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Stage.h"
+
+namespace quillmark::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kStep = std::chrono::milliseconds(25);
+constexpr int kSprites = 24;
+
+// The names of the modes and options that a spec is asked for with, by turns.
+const wchar_t* const kOptions[] = {L"",       L":mode=bgr", L":mode=s", L":mode=h",     L":mode=hs",
+                                   L":ms100", L":fast",     L":strict", L":mon=primary"};
+
+class Soak {
+ public:
+  explicit Soak(const std::string& program) {
+    for (int i = 0; i < kSprites; ++i) {
+      sprites.push_back(stage.MakeSprite({stage.random.Between(24, 96), stage.random.Between(16, 64)}));
+    }
+    bystander = stage.client.Show(900, 700, 300, 200, "another window");
+    stage.StartWorker(program);
+  }
+
+  // One change of the screen and, by turns, one of everything else.
+  void Step(int step) {
+    const Sprite& sprite = Any();
+    const cv::Point at(stage.random.Between(0, stage.Area().width - sprite.size.width),
+                       stage.random.Between(0, stage.Area().height - sprite.size.height));
+    stage.painter.Draw(stage.Window(), sprite.pixmap, {at, sprite.size});
+    stage.painter.Flush();
+    hits += stage.controller.TakeHits().size();
+    if (step % 4 == 0) stage.painter.Erase(stage.Window(), {0, 0, stage.Area().width, stage.Area().height});
+    if (step % 8 == 0) AddOrReplaceSpec();
+    if (step % 20 == 0) stage.controller.SendRemove(NameOf(stage.random.Between(0, 15)));
+    if (step % 10 == 0) MoveWindows();
+    if (step % 400 == 0) ChangeMonitors();
+    if (step % 2400 == 0) stage.controller.SendClear();
+  }
+
+  void Print(int minutes) const {
+    const ProcessFacts facts = stage.WorkerFacts();
+    if (facts.residentKb == 0) throw std::runtime_error("the worker has died");
+    std::printf(
+        "after %3d min: %ld KiB resident, peak %ld KiB, %ld threads, %ld descriptors, %.0f s of processor "
+        "time, %llu records received\n",
+        minutes, facts.residentKb, facts.peakKb, facts.threads, facts.descriptors, facts.cpuSeconds,
+        static_cast<unsigned long long>(hits));
+    std::fflush(stdout);
+  }
+
+ private:
+  static std::wstring NameOf(int number) { return L"spec " + std::to_wstring(number); }
+  const Sprite& Any() { return sprites[static_cast<std::size_t>(stage.random.Between(0, kSprites - 1))]; }
+
+  void AddOrReplaceSpec() {
+    const cv::Rect region(stage.random.Between(0, 900), stage.random.Between(0, 500), 300, 200);
+    const int option = stage.random.Between(0, static_cast<int>(std::size(kOptions)) - 1);
+    stage.AddSpec(NameOf(stage.random.Between(0, 15)), Any(), region, kOptions[option]);
+  }
+  void MoveWindows() {
+    stage.client.Move(stage.Window(), stage.random.Between(0, 600), stage.random.Between(0, 260));
+    stage.client.Move(bystander, stage.random.Between(0, 1500), stage.random.Between(0, 800));
+    if (stage.random.OneIn(2)) stage.client.Raise(bystander);
+  }
+  // One monitor, then two halves, then one again.
+  void ChangeMonitors() {
+    const bool split = !halves;
+    const std::vector<std::vector<std::string>> commands =
+        split ? std::vector<std::vector<std::string>>{{"xrandr", "--setmonitor", "*LEFT",
+                                                       "960/254x1080/285+0+0", "screen"},
+                                                      {"xrandr", "--setmonitor", "RIGHT",
+                                                       "960/254x1080/285+960+0", "none"}}
+              : std::vector<std::vector<std::string>>{{"xrandr", "--delmonitor", "RIGHT"},
+                                                      {"xrandr", "--delmonitor", "LEFT"}};
+    for (const auto& command : commands) {
+      if (!test::PrivateDisplay::Run(command)) throw std::runtime_error("xrandr failed");
+    }
+    halves = split;
+  }
+
+  Stage stage;
+  std::vector<Sprite> sprites;
+  std::uint32_t bystander = 0;
+  bool halves = false;
+  std::uint64_t hits = 0;
+};
+
+void Run(int minutes, const std::string& program) {
+  Soak soak(program);
+  const auto start = Clock::now();
+  int printed = 0;
+  for (int step = 1; printed < minutes; ++step) {
+    soak.Step(step);
+    std::this_thread::sleep_for(kStep);
+    if (Clock::now() - start >= std::chrono::minutes(printed + 1)) soak.Print(++printed);
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::bench
+
+int main(int argc, char** argv) {
+  const int minutes = argc > 1 ? std::atoi(argv[1]) : 10;
+  if (argc > 3 || minutes < 1) {
+    std::fprintf(stderr, "usage: bench_soak [MINUTES [WORKER]]\n");
+    return 2;
+  }
+  try {
+    quillmark::bench::Run(minutes, quillmark::bench::WorkerProgram(argc > 2 ? argv[2] : nullptr));
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench_soak: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,72 @@
+// Where a real worker is measured: a private session and X server, a window that shows a screen-like picture,
+// template files to look for in it, a controller, and the worker process. Everything ends with this object.
+//
+// Threading: one thread.
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Painter.h"
+#include "ProcessFacts.h"
+#include "support/ChildProcess.h"
+#include "support/Images.h"
+#include "support/PrivateDisplay.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
+#include "support/XClient.h"
+
+namespace quillmark::bench {
+
+// A picture to draw and the template file that shows the same.
+struct Sprite {
+  std::uint32_t pixmap = 0;
+  cv::Size size;
+  std::wstring file;
+};
+
+class Stage {
+ public:
+  static constexpr wchar_t Title[] = L"bench window";  // at most 16 units go into a command
+  static constexpr int ScreenWidth = 1920, ScreenHeight = 1080;
+
+  Stage();
+
+  // The window's client area at this place of the screen.
+  const cv::Rect& Area() const { return area; }
+  std::uint32_t Window() const { return window; }
+  // A new sprite of this size; no two are alike.
+  Sprite MakeSprite(cv::Size size);
+  // Starts the worker and waits for its first sign of life. Throws std::runtime_error when none comes.
+  void StartWorker(const std::string& program);
+  // Asks for the sprite in a region of the window; `options` follow the name.
+  void AddSpec(const std::wstring& name, const Sprite& sprite, const cv::Rect& region,
+               const std::wstring& options = {});
+  // Returns when the worker has carried out every command. Throws std::runtime_error when it does not.
+  void Settle();
+
+  ProcessFacts WorkerFacts() const { return FactsOf(worker->Pid()); }
+  double ServerCpuSeconds() const { return FactsOf(server).cpuSeconds; }
+
+  const test::PrivateSession session;
+  test::PrivateDisplay display{ScreenWidth, ScreenHeight};
+  test::XClient client;
+  Painter painter;
+  test::RawController controller;
+  testing::Random random{2025};
+
+ private:
+  const cv::Rect area{100, 60, 1280, 800};
+  std::uint32_t window = 0;
+  pid_t server = 0;
+  int sprites = 0;
+  std::optional<test::ChildProcess> worker;
+};
+
+// The program given on the command line, else the worker of this build.
+std::string WorkerProgram(const char* argument);
+
+}  // namespace quillmark::bench
