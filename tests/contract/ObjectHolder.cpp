@@ -20,10 +20,46 @@ std::string Outcome(HANDLE created) {
   return error == ERROR_ALREADY_EXISTS ? "existing" : "new";
 }
 
+struct Section {
+  HANDLE handle = nullptr;
+  volatile std::uint32_t* words = nullptr;
+  bool made = false;
+
+  explicit Section(const std::wstring& name) {
+    handle = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, name.c_str());
+    made = ::GetLastError() != ERROR_ALREADY_EXISTS;
+    if (handle) {
+      words = static_cast<std::uint32_t*>(::MapViewOfFile(handle, FILE_MAP_ALL_ACCESS, 0, 0, 0));
+    }
+  }
+  ~Section() {
+    if (words) ::UnmapViewOfFile(const_cast<std::uint32_t*>(words));
+    if (handle) ::CloseHandle(handle);
+  }
+  Section(const Section&) = delete;
+  Section& operator=(const Section&) = delete;
+};
+
+// Opens and closes a section that others open, close and die with. A new one must be zeroed, and as long as
+// it is held here its name must lead to it. Only this process writes the word at `index`.
+std::string Churn(const std::wstring& name, std::uint32_t index, std::uint32_t rounds) {
+  for (std::uint32_t round = 1; round <= rounds; ++round) {
+    const Section first(name);
+    if (!first.words) return "bad: cannot be opened, error " + std::to_string(::GetLastError());
+    if (first.made && first.words[index] != 0) return "bad: new but not zeroed";
+    first.words[index] = round;
+    const Section second(name);
+    if (!second.words) return "bad: cannot be opened again, error " + std::to_string(::GetLastError());
+    if (second.made) return "bad: held but made anew";
+    if (second.words[index] != round || first.words[index] != round) return "bad: two objects of one name";
+  }
+  return "ok";
+}
+
 std::string Obey(const std::string& line) {
   std::istringstream words(line);
   std::string verb, name;
-  std::uint32_t number = 0;
+  std::uint32_t number = 0, rounds = 0;
   words >> verb;
   if (verb == "wait") {
     words >> number;
@@ -36,8 +72,9 @@ std::string Obey(const std::string& line) {
     *static_cast<volatile std::uint32_t*>(view) = number;
     return std::to_string(number);
   }
-  words >> name >> number;
+  words >> name >> number >> rounds;
   const std::wstring wide(name.begin(), name.end());
+  if (verb == "churn") return Churn(wide, number, rounds);
   if (verb == "mutex") return Outcome(::CreateMutexW(nullptr, number != 0, wide.c_str()));
   if (verb == "event") return Outcome(::CreateEventW(nullptr, FALSE, FALSE, wide.c_str()));
   if (verb != "section") return "error unknown";

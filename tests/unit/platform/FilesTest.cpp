@@ -1,0 +1,132 @@
+// Files under the platform's calls.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "kernel32/Text.h"
+#include "support/PrivateSession.h"
+
+namespace quillmark::layer {
+namespace {
+
+class Files : public testing::Test {
+ protected:
+  void SetUp() override { std::filesystem::current_path(folder.Base()); }
+  void TearDown() override { std::filesystem::current_path("/"); }
+
+  static HANDLE OpenToRead(const std::wstring& path) {
+    return ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                         FILE_ATTRIBUTE_NORMAL, nullptr);
+  }
+  static HANDLE OpenToAppend(const std::wstring& path) {
+    const HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    const DWORD outcome = ::GetLastError();
+    ::SetFilePointer(file, 0, nullptr, FILE_END);
+    ::SetLastError(outcome);
+    return file;
+  }
+  static DWORD ErrorOfReading(const std::wstring& path) {
+    return OpenToRead(path) == INVALID_HANDLE_VALUE ? ::GetLastError() : ERROR_SUCCESS;
+  }
+  static void Write(const std::string& name, std::string_view content) {
+    std::ofstream(name, std::ios::binary) << content;
+  }
+  static std::string Content(const std::string& name) {
+    std::ifstream file(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  test::PrivateSession folder;  // used as a folder only
+};
+
+TEST_F(Files, AppendingStartsMakesTheFileThenGrowsIt) {
+  for (const DWORD outcome : {ERROR_SUCCESS, ERROR_ALREADY_EXISTS}) {
+    const HANDLE file = OpenToAppend(L".\\probe_log.txt");
+    EXPECT_EQ(::GetLastError(), outcome);
+    DWORD written = 0;
+    EXPECT_TRUE(::WriteFile(file, "alive", 5, &written, nullptr));
+    EXPECT_EQ(written, 5u);
+    EXPECT_TRUE(::CloseHandle(file));
+  }
+  EXPECT_EQ(Content("probe_log.txt"), "alivealive");
+}
+
+TEST_F(Files, ReadsARegularFileByItsUtf16Path) {
+  std::filesystem::create_directory("\xEC\xA2\x85");
+  Write("\xEC\xA2\x85/image", "pixels");
+  const HANDLE file = OpenToRead(L"\xC885\\image");
+  ASSERT_NE(file, INVALID_HANDLE_VALUE);
+  LARGE_INTEGER size{};
+  EXPECT_EQ(::GetFileType(file), FILE_TYPE_DISK);
+  EXPECT_TRUE(::GetFileSizeEx(file, &size));
+  EXPECT_EQ(size.QuadPart, 6);
+  char bytes[16] = {};
+  DWORD count = 0;
+  EXPECT_TRUE(::ReadFile(file, bytes, sizeof(bytes), &count, nullptr));
+  EXPECT_EQ(std::string(bytes, count), "pixels");
+  EXPECT_TRUE(::ReadFile(file, bytes, sizeof(bytes), &count, nullptr));
+  EXPECT_EQ(count, 0u) << "at the end";
+  EXPECT_TRUE(::CloseHandle(file));
+}
+
+TEST_F(Files, PipesAndDevicesOpenWithoutBlockingAndTellWhatTheyAre) {
+  ASSERT_EQ(::mkfifo("pipe", 0600), 0);
+  const struct {
+    std::wstring path;
+    DWORD type;
+  } cases[] = {{L"pipe", FILE_TYPE_PIPE}, {L"/dev/zero", FILE_TYPE_CHAR}};
+  for (const auto& [path, type] : cases) {
+    const HANDLE file = OpenToRead(path);
+    EXPECT_EQ(::GetFileType(file), type);
+    EXPECT_TRUE(::CloseHandle(file));
+  }
+}
+
+TEST_F(Files, WhatCannotBeOpenedSaysWhy) {
+  Write("file", "");
+  const struct {
+    std::wstring path;
+    DWORD error;
+  } cases[] = {
+      {L"", ERROR_PATH_NOT_FOUND},
+      {L"missing", ERROR_FILE_NOT_FOUND},
+      {L"file\\below", ERROR_PATH_NOT_FOUND},
+      {L".", ERROR_ACCESS_DENIED},
+      {L"a\xD800", ERROR_INVALID_NAME},
+      {std::wstring(300, L'x'), ERROR_FILENAME_EXCED_RANGE},
+  };
+  for (const auto& [path, error] : cases) EXPECT_EQ(ErrorOfReading(path), error) << ToUtf8(path);
+}
+
+TEST_F(Files, DanglingLinkIsNotOpenedForEver) {
+  std::filesystem::create_symlink("nowhere/file", "link");
+  EXPECT_EQ(OpenToAppend(L"link"), INVALID_HANDLE_VALUE);
+}
+
+TEST_F(Files, ArgumentsThatAreNotHonouredAreRefused) {
+  constexpr DWORD deleteOnClose = 0x04000000, createNew = 1;
+  EXPECT_EQ(::CreateFileW(L"f", GENERIC_WRITE, 0, nullptr, createNew, 0, nullptr), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(::CreateFileW(L"f", GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, deleteOnClose, nullptr),
+            INVALID_HANDLE_VALUE);
+  EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
+  EXPECT_FALSE(std::filesystem::exists("f"));
+}
+
+TEST_F(Files, AFullDeviceFailsTheWrite) {
+  const HANDLE file = OpenToAppend(L"/dev/full");
+  DWORD written = 0;
+  EXPECT_FALSE(::WriteFile(file, "x", 1, &written, nullptr));
+  EXPECT_EQ(::GetLastError(), ERROR_DISK_FULL);
+  EXPECT_TRUE(::CloseHandle(file));
+}
+
+}  // namespace
+}  // namespace quillmark::layer

@@ -1,0 +1,205 @@
+// Where named objects lie on this host, byte for byte: what a controller in another language relies on.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <windows.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/PrivateSession.h"
+
+namespace quillmark::layer {
+namespace {
+
+namespace fs = std::filesystem;
+
+class SessionFolder : public testing::Test {
+ protected:
+  void SetUp() override { ::setenv("DISPLAY", ":99", 1); }
+  fs::path Folder() const { return session.Base() / "quillmark" / "_99"; }
+
+  // The outcome of making an object: its last error. The object stays for the test.
+  DWORD MakeSection(LPCWSTR name = L"Local\\Ring", DWORD size = 8208) {
+    return Keep(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name));
+  }
+  DWORD MakeEvent(LPCWSTR name, BOOL manual) { return Keep(::CreateEventW(nullptr, manual, TRUE, name)); }
+  void CloseAll() {
+    for (const HANDLE handle : std::exchange(handles, {})) ::CloseHandle(handle);
+  }
+  void TearDown() override { CloseAll(); }
+
+  static std::string Content(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  static std::vector<std::string> Names(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename());
+    return names;
+  }
+  static mode_t ModeOf(const fs::path& path) {
+    struct stat facts {};
+    return ::stat(path.c_str(), &facts) == 0 ? facts.st_mode & 0777 : 0;
+  }
+
+  test::PrivateSession session;
+
+ private:
+  DWORD Keep(HANDLE handle) {
+    const DWORD error = ::GetLastError();
+    if (handle) handles.push_back(handle);
+    return error;
+  }
+  std::vector<HANDLE> handles;
+};
+
+TEST_F(SessionFolder, SectionIsItsBytesAndNothingElse) {
+  ASSERT_EQ(MakeSection(), ERROR_SUCCESS);
+  const fs::path file = Folder() / "Ring.section";
+  EXPECT_EQ(Content(file), std::string(8208, '\0'));
+  EXPECT_EQ(ModeOf(file), 0600u);
+  EXPECT_EQ(ModeOf(Folder()), 0700u);
+  EXPECT_EQ(ModeOf(Folder().parent_path()), 0700u);
+  CloseAll();
+  EXPECT_EQ(Names(Folder()), std::vector<std::string>{}) << "the last holder takes the file with it";
+}
+
+TEST_F(SessionFolder, EventIsItsStateThenItsKind) {
+  ASSERT_EQ(MakeEvent(L"Local\\Auto", FALSE), ERROR_SUCCESS);
+  ASSERT_EQ(MakeEvent(L"Local\\Manual", TRUE), ERROR_SUCCESS);
+  EXPECT_EQ(Content(Folder() / "Auto.event"), std::string("\1\0\0\0\0\0\0\0", 8));
+  EXPECT_EQ(Content(Folder() / "Manual.event"), std::string("\1\0\0\0\1\0\0\0", 8));
+}
+
+TEST_F(SessionFolder, HolderKeepsAReadLockOnTheLifeByteOnly) {
+  ASSERT_EQ(MakeSection(), ERROR_SUCCESS);
+  const int fd = ::open((Folder() / "Ring.section").c_str(), O_RDWR | O_CLOEXEC);
+  const auto holder = [&](std::int64_t byte) {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    ::fcntl(fd, F_OFD_GETLK, &lock);
+    return lock.l_type;
+  };
+  EXPECT_EQ(holder(1099511627776), F_UNLCK) << "the gate, 2^40";
+  EXPECT_EQ(holder(1099511627777), F_RDLCK) << "the life";
+  ::close(fd);
+}
+
+TEST_F(SessionFolder, DisplayNamesTheFolder) {
+  const struct {
+    const char* display;
+    const char* folder;
+  } cases[] = {
+      {":0", "_0"}, {"host.a-b:1.0", "host.a-b_1.0"}, {"../x/y", ".._x_y"}, {"..", "__"}, {"", "none"}};
+  for (const auto& [display, folder] : cases) {
+    ::setenv("DISPLAY", display, 1);
+    EXPECT_EQ(MakeSection(), ERROR_SUCCESS) << display << ": a session of its own";
+    EXPECT_TRUE(fs::exists(session.Base() / "quillmark" / folder / "Ring.section")) << display;
+  }
+  ::unsetenv("DISPLAY");
+  EXPECT_EQ(MakeSection(), ERROR_ALREADY_EXISTS) << "unset is as empty";
+}
+
+TEST_F(SessionFolder, WithoutARuntimeFolderTheUsersSharedMemoryFolderIsUsed) {
+  const std::string display = "test-" + std::to_string(::getpid());
+  ::setenv("DISPLAY", display.c_str(), 1);
+  ::unsetenv("XDG_RUNTIME_DIR");
+  const fs::path folder = "/dev/shm/quillmark-" + std::to_string(::geteuid()) + "/" + display;
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
+  EXPECT_TRUE(fs::exists(folder / "Ring.section"));
+  CloseAll();
+  EXPECT_TRUE(fs::remove(folder)) << "empty again";
+}
+
+TEST_F(SessionFolder, FolderThatIsNotPrivateIsRefused) {
+  const fs::path product = session.Base() / "quillmark";
+  const fs::path elsewhere = session.Base() / "elsewhere";
+  fs::create_directory(elsewhere);
+  fs::permissions(elsewhere, fs::perms::owner_all);
+
+  fs::create_directory(product);
+  fs::permissions(product, fs::perms(0750));
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "open to the group";
+  fs::remove(product);
+
+  fs::create_directory_symlink(elsewhere, product);
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a link";
+  fs::remove(product);
+
+  std::ofstream(product) << "file";
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a file";
+  fs::remove(product);
+
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
+  EXPECT_EQ(Names(elsewhere), std::vector<std::string>{});
+}
+
+TEST_F(SessionFolder, FolderOfAnotherUserIsRefused) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a folder away";
+  const fs::path product = session.Base() / "quillmark";
+  fs::create_directory(product);
+  fs::permissions(product, fs::perms::owner_all);
+  ASSERT_EQ(::chown(product.c_str(), 65534, 65534), 0);
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(SessionFolder, MissingRuntimeFolderIsNotReplacedByAnother) {
+  ::setenv("XDG_RUNTIME_DIR", (session.Base() / "missing").c_str(), 1);
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(SessionFolder, LinkInPlaceOfAnObjectIsRefused) {
+  ASSERT_EQ(MakeSection(L"Local\\First"), ERROR_SUCCESS);
+  std::ofstream(session.Base() / "precious") << "data";
+  fs::create_symlink(session.Base() / "precious", Folder() / "Ring.section");
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Content(session.Base() / "precious"), "data");
+}
+
+TEST_F(SessionFolder, FileWithoutAHolderIsMadeAnew) {
+  ASSERT_EQ(MakeSection(L"Local\\First"), ERROR_SUCCESS);
+  std::ofstream(Folder() / "Ring.section") << std::string(20000, 'x');
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
+  EXPECT_EQ(Content(Folder() / "Ring.section"), std::string(8208, '\0'));
+}
+
+TEST_F(SessionFolder, DeadObjectsAreSweptWhenANewOneIsMade) {
+  ASSERT_EQ(MakeSection(L"Local\\Living"), ERROR_SUCCESS);
+  std::ofstream(Folder() / "Dead.event") << "left behind";
+  std::ofstream(Folder() / "foreign") << "not an object";
+  ASSERT_EQ(MakeEvent(L"Local\\New", FALSE), ERROR_SUCCESS);
+  EXPECT_FALSE(fs::exists(Folder() / "Dead.event"));
+  EXPECT_TRUE(fs::exists(Folder() / "Living.section"));
+  EXPECT_TRUE(fs::exists(Folder() / "foreign"));
+}
+
+TEST_F(SessionFolder, FullFileSystemFailsTheMakerAndLeavesNothing) {
+  // A mount that only this process sees and that goes with it.
+  if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+      ::mount("tmpfs", session.Base().c_str(), "tmpfs", 0, "size=64k,mode=0700") != 0) {
+    GTEST_SKIP() << "cannot mount a small file system: " << std::strerror(errno);
+  }
+  EXPECT_EQ(MakeSection(L"Local\\Big", 1 << 20), ERROR_COMMITMENT_LIMIT);
+  EXPECT_EQ(Names(Folder()), std::vector<std::string>{});
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
+  CloseAll();
+  ::umount2(session.Base().c_str(), MNT_DETACH);
+}
+
+}  // namespace
+}  // namespace quillmark::layer
