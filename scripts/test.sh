@@ -14,7 +14,7 @@ cmake --preset "$preset"
 cmake --build --preset "$preset" -j "$jobs"
 
 runner=()
-if [ "$preset" = linux-tsan ] && [ "$(sysctl -n vm.mmap_rnd_bits 2>/dev/null || echo 28)" -gt 28 ]; then
+if [ "$preset" = linux-tsan ] && [ "$(cat /proc/sys/vm/mmap_rnd_bits)" -gt 28 ]; then
   # The thread sanitizer's fixed address ranges do not stand more than 28 random bits.
   runner=(setarch "$(uname -m)" --addr-no-randomize)
 fi
