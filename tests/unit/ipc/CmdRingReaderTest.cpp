@@ -111,11 +111,11 @@ TEST_F(CmdRingReaderTest, TakesThePublishedRecords) {
       {"signal without a command", 5, 5, true, 0, 5, 5},
       {"command without a signal", 6, 5, false, 0, 5, 6},
       {"a full ring", 164, 100, true, 0, 100, 164},
-      {"overrun", 300, 200, true, 0, 236, 300},
+      {"overrun by one", 265, 200, true, 0, 201, 265},
       {"overrun with a limit", 300, 200, true, 3, 236, 239},
       {"indices that wrap", 1, 0xFFFFFFFE, true, 0, 0xFFFFFFFE, 1},
       {"a limit below", 10, 5, true, 2, 5, 7},
-      {"a limit above", 10, 5, true, 6, 5, 10},
+      {"a limit above", 73, 10, true, 64, 10, 73},
       {"read index ahead", 5, 6, true, 0, 0xFFFFFFC5, 5},
   };
   for (const auto& c : cases) {
