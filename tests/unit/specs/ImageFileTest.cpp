@@ -1,0 +1,107 @@
+#include "specs/ImageFile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+#include "TemplateFolder.h"
+
+namespace quillmark {
+namespace {
+
+using test::Encoded;
+using test::FileBytes;
+using test::TemplateFolder;
+
+cv::Mat Picture(int type = CV_8UC3) {
+  cv::Mat image(19, 31, type);
+  cv::RNG(5).fill(image, cv::RNG::UNIFORM, 0, 256);
+  return image;
+}
+
+bool SamePixels(const cv::Mat& a, const cv::Mat& b) {
+  return a.type() == b.type() && a.size() == b.size() && cv::norm(a, b, cv::NORM_INF) == 0.0;
+}
+
+// A PNG header that announces a picture of this size, with nothing behind it.
+FileBytes PngOf(std::uint32_t width, std::uint32_t height) {
+  FileBytes file = Encoded(Picture());
+  for (int i = 0; i < 4; ++i) {
+    file[16 + i] = static_cast<std::uint8_t>(width >> (24 - 8 * i));
+    file[20 + i] = static_cast<std::uint8_t>(height >> (24 - 8 * i));
+  }
+  return file;
+}
+
+TEST(ImageFile, KeepsChannelsAndDepth) {
+  const TemplateFolder folder;
+  for (const int type : {CV_8UC1, CV_8UC3, CV_8UC4, CV_16UC1, CV_16UC3}) {
+    const cv::Mat image = Picture(type);
+    EXPECT_TRUE(SamePixels(ReadImageFile(folder.WriteImage("a.png", image)), image)) << type;
+  }
+}
+
+TEST(ImageFile, ReadsPathsOfAnyScript) {
+  const TemplateFolder folder;
+  const cv::Mat image = Picture();
+  for (const char* name :
+       {"\xED\x95\x9C\xEA\xB8\x80.png", "gr\xC3\xBC\xC3\x9F e.png", "\xF0\x9F\x98\x80.png"}) {
+    EXPECT_TRUE(SamePixels(ReadImageFile(folder.WriteImage(name, image)), image)) << name;
+  }
+}
+
+TEST(ImageFile, IsEmptyForWhatIsNoPicture) {
+  const TemplateFolder folder;
+  const FileBytes png = Encoded(Picture());
+  folder.Write("empty.png", {});
+  folder.Write("garbage.png", FileBytes(1000, 0x5A));
+  folder.Write("header only.png", FileBytes(png.begin(), png.begin() + 33));
+  folder.Write("cut.png", FileBytes(png.begin(), png.begin() + static_cast<std::ptrdiff_t>(png.size() / 2)));
+  FileBytes damaged = png;
+  std::fill(damaged.begin() + 40, damaged.end() - 20, std::uint8_t{0xEE});
+  folder.Write("damaged.png", damaged);
+  folder.Write("no width.png", PngOf(0, 19));
+  folder.Write("bomb.png", PngOf(60000, 60000));
+  folder.Write("wide.png", PngOf(4000000, 1));  // within the limit, but beyond the decoder's
+  std::filesystem::create_directory(folder.Native("folder.png"));
+  ASSERT_EQ(::mkfifo(folder.Native("fifo.png").c_str(), 0600), 0);  // nobody writes: opening must not wait
+
+  for (const char* name : {"missing.png", "empty.png", "garbage.png", "header only.png", "cut.png",
+                           "damaged.png", "no width.png", "bomb.png", "wide.png", "folder.png", "fifo.png"}) {
+    EXPECT_TRUE(ReadImageFile(folder.Path(name)).empty()) << name;
+  }
+  for (const wchar_t* path : {L"", L"/dev/zero", L"/dev/null", L"/proc/self/mem", L"/proc/version"}) {
+    EXPECT_TRUE(ReadImageFile(path).empty()) << testing::PrintToString(std::wstring(path));
+  }
+}
+
+TEST(ImageFile, TakesFilesUpToTheLimitOnly) {
+  const TemplateFolder folder;
+  const std::wstring path = folder.WriteImage("a.bmp", Picture());
+  std::filesystem::resize_file(folder.Native("a.bmp"), kMaxImageFileBytes);  // zeros behind the picture
+  EXPECT_FALSE(ReadImageFile(path).empty());
+  std::filesystem::resize_file(folder.Native("a.bmp"), kMaxImageFileBytes + 1);
+  EXPECT_TRUE(ReadImageFile(path).empty());
+}
+
+TEST(ImageFile, TakesPicturesUpToTheLimitOnly) {
+  const TemplateFolder folder;
+  const FileBytes largest = Encoded(cv::Mat(8192, 8192, CV_8UC1, cv::Scalar(7)));
+  EXPECT_EQ(ReadImageFile(folder.Write("largest.png", largest)).size(), cv::Size(8192, 8192));
+  const FileBytes larger = Encoded(cv::Mat(8193, 8192, CV_8UC1, cv::Scalar(7)));
+  EXPECT_TRUE(ReadImageFile(folder.Write("larger.png", larger)).empty());
+}
+
+TEST(ImageFile, RaisesForAnUnpairedSurrogate) {
+  for (const std::wstring& path :
+       {std::wstring(L"a\xD800.png"), std::wstring(L"\xDC00"), std::wstring(L"x\xDBFF")}) {
+    EXPECT_THROW((void)ReadImageFile(path), std::system_error);
+  }
+}
+
+}  // namespace
+}  // namespace quillmark

@@ -1,0 +1,257 @@
+#include "specs/SpecStore.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "TemplateFolder.h"
+#include "log/AsyncLogger.h"
+#include "support/DebugOutputCapture.h"
+
+namespace quillmark {
+namespace {
+
+using test::Encoded;
+using test::TemplateFolder;
+using testing::ElementsAre;
+
+class Store : public testing::Test {
+ protected:
+  void SetUp() override {
+    ClearSpecs(L"test");
+    (void)Logged();
+    image = folder.WriteImage("a.png", cv::Mat(8, 8, CV_8UC3, cv::Scalar(10, 200, 10)));
+    shown = folder.Native("a.png").string();
+  }
+  void TearDown() override { ClearSpecs(L"test"); }
+
+  void Load(const std::wstring& name, float threshold = -1.0f) { LoadFrom(image, name, threshold); }
+  void LoadFrom(const std::wstring& path, const std::wstring& name, float threshold = -1.0f) {
+    LoadSpec(L"window", name, path, 1, -2, 30, 40, 0.5f, threshold);
+  }
+
+  static std::vector<TemplateSpec> Snapshot() {
+    const std::lock_guard lock(Specs().specMutex);
+    return Specs().specs;
+  }
+  static std::vector<std::wstring> Names() {
+    std::vector<std::wstring> names;
+    for (const auto& spec : Snapshot()) names.push_back(spec.name);
+    return names;
+  }
+
+  // The store's log lines since the last call, from their tag on.
+  std::vector<std::string> Logged() {
+    const std::string mark = "mark " + std::to_string(++marks);
+    AsyncLogger::Instance().Log(std::wstring(mark.begin(), mark.end()));
+    EXPECT_TRUE(output.WaitForLine(mark));
+    std::vector<std::string> fresh;
+    const auto lines = output.Lines();
+    for (; seen < lines.size(); ++seen) {
+      const auto tag = lines[seen].find("[Spec]");
+      if (tag != std::string::npos) fresh.push_back(lines[seen].substr(tag));
+    }
+    return fresh;
+  }
+
+  test::DebugOutputCapture output;
+  TemplateFolder folder;
+  std::wstring image;
+  std::string shown;
+  int marks = 0;
+  std::size_t seen = 0;
+};
+
+TEST_F(Store, FillsASpecFromTheCommand) {
+  Load(L"btn:mode=h:mon=2:RED", 0.25f);
+  const auto specs = Snapshot();
+  ASSERT_EQ(specs.size(), 1u);
+  const TemplateSpec& spec = specs[0];
+  EXPECT_EQ(spec.name, L"btn");
+  EXPECT_EQ(spec.target, L"window");
+  EXPECT_EQ(spec.path, image);
+  EXPECT_EQ(spec.roi, cv::Rect(1, -2, 30, 40));
+  EXPECT_EQ(spec.edgeMin, 0.5);
+  EXPECT_EQ(spec.maxDiff, 0.25);
+  EXPECT_EQ(spec.mode, MatchMode::H);
+  EXPECT_EQ(spec.monitorPin, 2);
+  EXPECT_TRUE(spec.colorGate);
+  EXPECT_EQ(spec.tmplBgr.size(), cv::Size(8, 8));
+  EXPECT_FALSE(spec.targetValid);
+  EXPECT_THAT(Logged(), ElementsAre("[Spec][MON] name=btn:mode=h:mon=2:RED hint=2",
+                                    "[Spec][ADD] name=btn path=" + shown + " (count=1)"));
+}
+
+TEST_F(Store, TakesTheThresholdAsScoreOrDifference) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const struct {
+    float threshold;
+    double minScore, maxDiff;
+  } cases[] = {{0.8f, static_cast<double>(0.8f), 0.1},
+               {1.0f, 1.0, 0.1},
+               {0.5f, 0.0, 0.5},
+               {std::nextafter(0.5f, 1.0f), std::nextafter(0.5f, 1.0f), 0.1},
+               {0.0f, 0.0, 0.0},
+               {-1.0f, 0.0, 0.1},
+               {1.5f, 0.0, 0.1},
+               {nan, 0.0, 0.1}};
+  for (const auto& c : cases) {
+    Load(L"btn", c.threshold);
+    const TemplateSpec spec = Snapshot().at(0);
+    EXPECT_EQ(spec.minScore, c.minScore) << c.threshold;
+    EXPECT_EQ(spec.maxDiff, c.maxDiff) << c.threshold;
+  }
+}
+
+TEST_F(Store, ReplacesInPlaceAndKeepsTheOrder) {
+  for (const wchar_t* name : {L"one", L"two:ms5", L"Two", L"three"}) Load(name);
+  Load(L"two:ms90");
+  EXPECT_THAT(Names(), ElementsAre(L"one", L"two", L"Two", L"three"));
+  EXPECT_EQ(Snapshot()[1].intervalMs, 90);
+  EXPECT_EQ(Logged().back(), "[Spec][REPLACE] name=two path=" + shown + " (count=4)");
+}
+
+TEST_F(Store, RemovesExactNamesOnly) {
+  for (const wchar_t* name : {L"one", L"two", L"three"}) Load(name);
+  (void)Logged();
+  RemoveSpec(L"ONE");
+  RemoveSpec(L"two");
+  RemoveSpec(L"two");
+  EXPECT_THAT(Names(), ElementsAre(L"one", L"three"));
+  EXPECT_THAT(Logged(), ElementsAre("[Spec][REMOVE-NOTFOUND] name=ONE", "[Spec][REMOVE] name=two (count=2)",
+                                    "[Spec][REMOVE-NOTFOUND] name=two"));
+}
+
+TEST_F(Store, ClearsAlsoWhenEmpty) {
+  Load(L"one");
+  (void)Logged();
+  ClearSpecs(L"cmd");
+  ClearSpecs(L"cmd");
+  EXPECT_THAT(Names(), ElementsAre());
+  EXPECT_THAT(Logged(),
+              ElementsAre("[Spec][CLEAR] reason=cmd (count=0)", "[Spec][CLEAR] reason=cmd (count=0)"));
+}
+
+TEST_F(Store, LogsNothingAboutAPinThatIsNone) {
+  Load(L"btn:mon=0:mon=x");
+  EXPECT_THAT(Logged(), ElementsAre("[Spec][ADD] name=btn path=" + shown + " (count=1)"));
+}
+
+TEST_F(Store, PrintsAnUnreadableImageAndKeepsTheOlderSpec) {
+  Load(L"btn:ms5");
+  (void)Logged();
+  std::wostringstream printed;
+  std::wstreambuf* const before = std::wcout.rdbuf(printed.rdbuf());
+  LoadFrom(L"/no/such/\uD55C.png", L"btn:ms7");
+  LoadFrom(L"/dev/zero", L"other");
+  std::wcout.rdbuf(before);
+  EXPECT_EQ(printed.str(), L"[Spec] Load failed: /no/such/?.png\n[Spec] Load failed: /dev/zero\n");
+  EXPECT_THAT(Logged(), ElementsAre());
+  EXPECT_THAT(Names(), ElementsAre(L"btn"));
+  EXPECT_EQ(Snapshot()[0].intervalMs, 5);
+}
+
+TEST_F(Store, LogsAnImageThatVanishedBeforeTheSecondReading) {
+  Load(L"btn");
+  (void)Logged();
+  TemplateSpec spec = Snapshot()[0];
+  spec.name = L"btn:ms9";
+  spec.path = folder.Path("sub/../gone.png");
+  AddOrReplaceSpec(spec);
+  EXPECT_EQ(Snapshot().at(0).intervalMs, 0);
+  std::filesystem::create_directory(folder.Native("sub"));
+  EXPECT_THAT(Logged(), ElementsAre("[Spec][FAIL] name=btn:ms9 path=" + folder.Native("gone.png").string() +
+                                    " (Load failed)"));
+}
+
+TEST_F(Store, ReportsWhatRaisesInOneLineAndStaysAsItWas) {
+  Load(L"btn");
+  (void)Logged();
+  const std::wstring deep = folder.Write("deep.png", Encoded(cv::Mat(8, 8, CV_16UC1, cv::Scalar(9))));
+  EXPECT_THROW(LoadFrom(deep, L"btn:ms5"), cv::Exception);
+  EXPECT_THROW(LoadFrom(L"/no/\xDC00.png", L"other"), std::system_error);
+  EXPECT_THAT(Logged(),
+              ElementsAre(testing::AllOf(testing::StartsWith("[Spec][ERROR] name=btn:ms5 path="),
+                                         testing::HasSubstr("deep.png (OpenCV"), testing::EndsWith(")")),
+                          testing::AllOf(testing::StartsWith("[Spec][ERROR] name=other path=/no/"),
+                                         testing::HasSubstr("not valid UTF-16"))));
+  EXPECT_THAT(Names(), ElementsAre(L"btn"));
+  EXPECT_EQ(Snapshot()[0].intervalMs, 0);
+}
+
+TEST_F(Store, ShowsCanonicalPaths) {
+  std::filesystem::create_directory(folder.Native("real"));
+  std::filesystem::create_directory_symlink(folder.Native("real"), folder.Native("link"));
+  EXPECT_EQ(DisplayPath(folder.Path("link/./x/../\xED\x95\x9C.png")), folder.Path("real/\xED\x95\x9C.png"));
+  std::filesystem::create_symlink("loop", folder.Native("loop"));  // cannot be resolved
+  EXPECT_EQ(DisplayPath(folder.Path("loop/a.png")), folder.Path("loop/a.png"));
+  EXPECT_EQ(DisplayPath(L""), L"");
+}
+
+TEST_F(Store, GivesReadersWholeSpecsWhileItChanges) {
+  const std::wstring large = folder.WriteImage("b.png", cv::Mat(9, 12, CV_8UC3, cv::Scalar(200, 10, 10)));
+  std::atomic<bool> done = false;
+  std::atomic<int> checked = 0;
+  std::thread reader([&] {
+    while (!done || checked == 0) {
+      const auto specs = Snapshot();
+      for (const auto& spec : specs) {
+        const bool isLarge = spec.path == large;
+        EXPECT_EQ(spec.tmplBgr.size(), isLarge ? cv::Size(12, 9) : cv::Size(8, 8));
+        EXPECT_EQ(spec.intervalMs, isLarge ? 7 : 5);
+        EXPECT_EQ(cv::mean(spec.tmplBgr)[0], isLarge ? 200.0 : 10.0);
+        ++checked;
+      }
+    }
+  });
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  for (int round = 0; (round < 200 || checked < 200) && std::chrono::steady_clock::now() < deadline;
+       ++round) {
+    Load(L"one:ms5");
+    LoadFrom(large, L"one:ms7");
+    LoadFrom(large, L"two:ms7");
+    if (round % 3 == 0) RemoveSpec(L"one");
+    if (round % 7 == 0) ClearSpecs(L"cmd");
+  }
+  Load(L"last:ms5");
+  done = true;
+  reader.join();
+  EXPECT_GE(checked, 200);
+}
+
+// In a child, whose standard output is a file that nothing narrow has been written to. It leaves without
+// clean-up: a forked process has none of the threads that static objects would join.
+TEST(LoadFailedLine, IsNeitherLostNorBlocksTheNext) {
+  const TemplateFolder folder;
+  const std::string file = folder.Native("out.txt").string();
+  EXPECT_EXIT(
+      {
+        if (!std::freopen(file.c_str(), "w", stdout)) std::_Exit(1);
+        LoadSpec(L"", L"a", L"/no/\xD83D\xDE00", 0, 0, 1, 1, 0.5f, 0.5f);
+        LoadSpec(L"", L"a", L"/no/second", 0, 0, 1, 1, 0.5f, 0.5f);
+        std::_Exit(std::wcout.good() ? 0 : 2);
+      },
+      testing::ExitedWithCode(0), "");
+  std::ifstream stream(file);
+  const std::string text(std::istreambuf_iterator<char>(stream), {});
+  EXPECT_EQ(text, "[Spec] Load failed: /no/??\n[Spec] Load failed: /no/second\n");
+}
+
+}  // namespace
+}  // namespace quillmark

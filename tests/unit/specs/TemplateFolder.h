@@ -1,0 +1,57 @@
+// A temporary folder of template files for one test; removed with everything in it.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "specs/Utf8.h"
+
+namespace quillmark::test {
+
+using FileBytes = std::vector<std::uint8_t>;
+
+inline FileBytes Encoded(const cv::Mat& image, const char* extension = ".png") {
+  FileBytes file;
+  if (!cv::imencode(extension, image, file)) throw std::runtime_error("cannot encode");
+  return file;
+}
+
+class TemplateFolder {
+ public:
+  TemplateFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "quillmark-specs-XXXXXX").string();
+    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp");
+    folder = std::filesystem::canonical(pattern);
+  }
+  ~TemplateFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+  }
+  TemplateFolder(const TemplateFolder&) = delete;
+  TemplateFolder& operator=(const TemplateFolder&) = delete;
+
+  [[nodiscard]] std::filesystem::path Native(const std::string& name) const { return folder / name; }
+  [[nodiscard]] std::wstring Path(const std::string& name) const { return FromUtf8(Native(name).string()); }
+
+  // Writes the file and returns its path.
+  std::wstring Write(const std::string& name, const FileBytes& bytes) const {
+    std::ofstream file(Native(name), std::ios::binary | std::ios::trunc);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!file.flush()) throw std::runtime_error("cannot write " + name);
+    return Path(name);
+  }
+  std::wstring WriteImage(const std::string& name, const cv::Mat& image) const {
+    return Write(name, Encoded(image));
+  }
+
+ private:
+  std::filesystem::path folder;
+};
+
+}  // namespace quillmark::test
