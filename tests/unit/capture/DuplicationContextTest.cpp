@@ -1,6 +1,5 @@
 #include "capture/DuplicationContext.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>

@@ -1,0 +1,262 @@
+#include "capture/TargetWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "kernel32/Modules.h"
+#include "support/ScriptedDesktop.h"
+
+namespace quillmark {
+namespace {
+
+using test::Call;
+using test::HandleOf;
+using test::RectAt;
+using test::ScriptedWindow;
+
+class TargetWindowTest : public testing::Test {
+ protected:
+  TargetWindowTest() {
+    desktop->AddMonitor({.rect = RectAt(0, 0, 1920, 1080)});
+    desktop->AddMonitor({.rect = RectAt(-1280, -200, 1280, 1024), .dpi = 144});
+    desktop->SetProcessImage(1, L"/usr/bin/notepad.exe");
+    desktop->SetProcessImage(2, L"C:\\Games\\NOTEPAD.EXE");
+    desktop->SetProcessImage(3, L"/opt/notepad.exe/other.exe");
+  }
+
+  layer::WindowId Open(std::wstring title, const RECT& client = RectAt(100, 100, 800, 600),
+                       std::uint32_t processId = 9) {
+    return desktop->OpenWindow({.title = std::move(title), .client = client, .processId = processId});
+  }
+
+  TemplateSpec Update(std::wstring target) {
+    TemplateSpec updated;
+    updated.target = std::move(target);
+    UpdateTargetWindow(updated);
+    return updated;
+  }
+  HWND Find(std::wstring target) { return Update(std::move(target)).targetHwnd; }
+
+  const std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
+  TemplateSpec spec;
+};
+
+struct Naming {
+  const wchar_t* target;
+  const wchar_t* title;
+  std::uint32_t processId;
+  bool matches;
+};
+
+class Names : public TargetWindowTest, public testing::WithParamInterface<Naming> {};
+
+TEST_P(Names, MatchAsTheyShould) {
+  const Naming& naming = GetParam();
+  const auto window = Open(naming.title, RectAt(0, 0, 10, 10), naming.processId);
+  EXPECT_EQ(Find(naming.target), naming.matches ? HandleOf(window) : nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Names,
+                         testing::Values(Naming{L"notepad.exe", L"x", 1, true},  // any letter case
+                                         Naming{L"notepad.exe", L"x", 2, true},
+                                         Naming{L"NotePad.EXE", L"x", 1, true},
+                                         Naming{L"notepad.exe", L"x", 3, false},  // a folder's name
+                                         Naming{L"notepad.exe", L"notepad.exe", 9, false},
+                                         Naming{L"pad.exe", L"x", 1, false},  // the whole name only
+                                         Naming{L"notepad.exe", L"x", 0, false},
+                                         Naming{L"NotePad", L"My nOTEPAD 2", 9, true},
+                                         Naming{L"Notepad", L"Note pad", 9, false},
+                                         Naming{L"notepad.Exe", L"Notepad.exe - x", 9, true},  // a title
+                                         Naming{L"notepad.Exe", L"x", 1, false},
+                                         Naming{L".exe", L"setup.EXE", 9, true},  // too short for a name
+                                         Naming{L".exe", L"x", 1, false}, Naming{L"x", L"", 9, false}));
+
+TEST_F(TargetWindowTest, NeverMatchesAnImageThatCannotBeRead) {
+  desktop->SetProcessImage(4, std::wstring(300, L'a') + L"/long.exe");
+  Open(L"x", RectAt(0, 0, 10, 10), 4);
+  Open(L"x", RectAt(0, 0, 10, 10), 77);
+  EXPECT_EQ(Find(L"long.exe"), nullptr);
+}
+
+TEST_F(TargetWindowTest, TakesTheLargestAndAmongEqualsTheTopmost) {
+  Open(L"calc", RectAt(0, 0, 800, 600));
+  const auto lower = Open(L"calc", RectAt(0, 0, 1024, 768));
+  const auto upper = Open(L"calc", RectAt(500, 0, 1024, 768));
+  Open(L"calc", RectAt(0, 0, 640, 480));
+  EXPECT_EQ(Find(L"calc"), HandleOf(upper));
+  desktop->Raise(lower);
+  EXPECT_EQ(Find(L"calc"), HandleOf(lower));
+}
+
+TEST_F(TargetWindowTest, PassesOverWindowsThatAreNotShown) {
+  desktop->OpenWindow({.title = L"calc", .visible = false});
+  desktop->OpenWindow({.title = L"calc", .iconic = true});
+  const auto other = Open(L"other");
+  desktop->OpenWindow({.title = L"calc", .root = other});
+  EXPECT_EQ(Find(L"calc"), nullptr);
+}
+
+TEST_F(TargetWindowTest, MeasuresTheClientAreaWhereverItLies) {
+  Open(L"calc", RectAt(-1000, -150, 300, 200));
+  const TemplateSpec found = Update(L"calc");
+  EXPECT_TRUE(found.targetValid);
+  EXPECT_EQ(found.targetRect, (Rect{-1000, -150, -700, 50}));
+  EXPECT_EQ(found.targetMonitor, HandleOf(layer::MonitorId{2}));
+  EXPECT_EQ(found.targetScaleX, 1.0);
+  EXPECT_EQ(found.targetScaleY, 1.0);
+}
+
+TEST_F(TargetWindowTest, IsNotValidWithoutATargetOrAClientArea) {
+  Open(L"calc", RectAt(0, 0, 0, 200));
+  EXPECT_FALSE(Update(L"calc").targetValid);
+  EXPECT_FALSE(Update(L"").targetValid);
+  EXPECT_FALSE(Update(L"missing").targetValid);
+}
+
+TEST_F(TargetWindowTest, KeepsItsWindowWhileItLives) {
+  const auto window = Open(L"calc", RectAt(0, 0, 300, 200));
+  spec.target = L"calc";
+  UpdateTargetWindow(spec);
+  const int searches = desktop->UsesOf(Call::TopLevelWindows);
+  Open(L"calc", RectAt(0, 0, 900, 700));
+
+  desktop->Minimize(window);
+  UpdateTargetWindow(spec);
+  EXPECT_FALSE(spec.targetValid);
+  EXPECT_EQ(spec.targetHwnd, HandleOf(window));
+
+  desktop->Restore(window);
+  UpdateTargetWindow(spec);
+  EXPECT_TRUE(spec.targetValid);
+  EXPECT_EQ(spec.targetHwnd, HandleOf(window));
+  EXPECT_EQ(desktop->UsesOf(Call::TopLevelWindows), searches);
+}
+
+TEST_F(TargetWindowTest, SearchesAnewForAClosedWindow) {
+  const auto window = Open(L"calc");
+  spec.target = L"calc";
+  UpdateTargetWindow(spec);
+  desktop->CloseWindow(window);
+  UpdateTargetWindow(spec);
+  EXPECT_FALSE(spec.targetValid);
+  EXPECT_EQ(spec.targetHwnd, nullptr);
+  const auto reopened = Open(L"calc");
+  UpdateTargetWindow(spec);
+  EXPECT_TRUE(spec.targetValid);
+  EXPECT_EQ(spec.targetHwnd, HandleOf(reopened));
+}
+
+TEST_F(TargetWindowTest, IsWithoutMonitorNotValidAndAtScaleOne) {
+  Open(L"calc");
+  spec.target = L"calc";
+  spec.targetScaleX = spec.targetScaleY = 2.0;
+  desktop->RemoveMonitor(1);
+  desktop->RemoveMonitor(2);
+  UpdateTargetWindow(spec);
+  EXPECT_FALSE(spec.targetValid);
+  EXPECT_EQ(spec.targetScaleX, 1.0);
+  EXPECT_EQ(spec.targetScaleY, 1.0);
+}
+
+// Whichever call fails at whichever use, the target is either not valid or right, and the next update is.
+TEST_F(TargetWindowTest, IsNeverWrongWhenACallFails) {
+  Open(L"x", RectAt(10, 20, 300, 200), 1);
+  const TemplateSpec right = Update(L"notepad.exe");
+  ASSERT_TRUE(right.targetValid);
+  for (int index = 0; index < test::callCount; ++index) {
+    const auto call = static_cast<Call>(index);
+    const int before = desktop->UsesOf(call);
+    Update(L"notepad.exe");
+    const int uses = desktop->UsesOf(call) - before;
+    for (int n = 1; n <= uses; ++n) {
+      TemplateSpec failing;
+      failing.target = L"notepad.exe";
+      desktop->FailNth(call, n);
+      UpdateTargetWindow(failing);
+      desktop->Heal();
+      if (failing.targetValid) {
+        EXPECT_EQ(failing.targetRect, right.targetRect) << index << ", use " << n;
+        EXPECT_EQ(failing.targetHwnd, right.targetHwnd) << index << ", use " << n;
+        EXPECT_NE(failing.targetMonitor, nullptr) << index << ", use " << n;
+      } else {
+        UpdateTargetWindow(failing);
+        EXPECT_TRUE(failing.targetValid) << index << ", use " << n;
+      }
+    }
+  }
+}
+
+struct Scaling {
+  DPI_AWARENESS awareness;
+  std::uint32_t dpi;
+  double scale;
+};
+
+class Scales : public TargetWindowTest, public testing::WithParamInterface<Scaling> {};
+
+TEST_P(Scales, FollowTheWindowsAwareness) {
+  const auto [awareness, dpi, scale] = GetParam();
+  desktop->OpenWindow(
+      {.title = L"calc", .client = RectAt(-900, 0, 300, 200), .awareness = awareness, .dpi = dpi});
+  const TemplateSpec found = Update(L"calc");
+  EXPECT_TRUE(found.targetValid);
+  EXPECT_EQ(found.targetScaleX, scale);
+  EXPECT_EQ(found.targetScaleY, scale);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Scales,
+                         testing::Values(Scaling{DPI_AWARENESS_UNAWARE, 144, 1.5},
+                                         Scaling{DPI_AWARENESS_SYSTEM_AWARE, 120, 1.25},
+                                         Scaling{DPI_AWARENESS_UNAWARE, 0, 1.0},
+                                         Scaling{DPI_AWARENESS_PER_MONITOR_AWARE, 144, 1.0}));
+
+struct OlderSystem {
+  std::vector<const char*> missing;
+  double scale;  // of an unaware window at 120 dpi on the monitor of 144
+};
+
+class OlderSystems : public TargetWindowTest, public testing::WithParamInterface<OlderSystem> {};
+
+// The entries are looked up once in a process, so each case has one of its own.
+TEST_P(OlderSystems, ScaleByWhatTheyHave) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (const char* entry : GetParam().missing) {
+    layer::HideEntry("user32.dll", entry);
+    layer::HideEntry("shcore.dll", entry);
+  }
+  desktop->OpenWindow({.title = L"calc",
+                       .client = RectAt(-900, 0, 300, 200),
+                       .awareness = DPI_AWARENESS_UNAWARE,
+                       .dpi = 120});
+  const auto scale = [this] { return Update(L"calc").targetScaleX; };
+  EXPECT_EXIT(std::exit(scale() == GetParam().scale ? 0 : 1), testing::ExitedWithCode(0), "");
+  layer::ShowAllEntries();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, OlderSystems,
+                         testing::Values(OlderSystem{{"GetDpiForWindow"}, 1.5},
+                                         OlderSystem{{"GetDpiForWindow", "GetDpiForMonitor"}, 1.0},
+                                         OlderSystem{{"GetWindowDpiAwarenessContext"}, 1.0},
+                                         OlderSystem{{"GetAwarenessFromDpiAwarenessContext"}, 1.0}));
+
+TEST_F(TargetWindowTest, ListsTheMonitorsInOrderAndSkipsOneThatCannotBeAsked) {
+  std::vector<MonitorEntry> all, fewer;
+  ::EnumDisplayMonitors(nullptr, nullptr, CollectMonitors, reinterpret_cast<LPARAM>(&all));
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0].monitor, HandleOf(layer::MonitorId{1}));
+  EXPECT_EQ(all[1].monitor, HandleOf(layer::MonitorId{2}));
+  EXPECT_EQ(all[1].rcMonitor.left, -1280);
+  EXPECT_EQ(all[1].rcMonitor.top, -200);
+  EXPECT_EQ(all[1].rcMonitor.right, 0);
+  EXPECT_EQ(all[1].rcMonitor.bottom, 824);
+  desktop->FailNth(Call::Monitors, 2);  // the first is for the enumeration
+  ::EnumDisplayMonitors(nullptr, nullptr, CollectMonitors, reinterpret_cast<LPARAM>(&fewer));
+  ASSERT_EQ(fewer.size(), 1u);
+  EXPECT_EQ(fewer[0].monitor, HandleOf(layer::MonitorId{2}));
+}
+
+}  // namespace
+}  // namespace quillmark
