@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <opencv2/core.hpp>
@@ -77,14 +78,16 @@ class AutoRebinder {
   void OnDisplayChange();
   void DropAllContexts();
 
-  // Of the capture thread.
+  // Of the capture thread. The tick slows down as the match loop falls behind.
+  static std::int64_t TickIntervalMs(std::size_t waitingJobs);
   void CaptureTick();
   void MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
                    const std::vector<TemplateSpec>& snapshot);
   static void ConvertFrame(const cv::Mat& frame, bool needsHsv, FrameImages& images);
   void ScheduleSpec(std::int32_t index, HMONITOR monitor, const DuplicationContext& context,
                     const FrameImages& images, FrameJob& job);
-  void ReportTurnError(HMONITOR monitor, const char* what);
+  // Logs an error when its text is news; without a monitor it is one of the whole tick.
+  void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
   // Of the match thread.
   void RunJob(const FrameJob& job);

@@ -6,8 +6,9 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <memory>
+#include <exception>
 #include <mutex>
+#include <string>
 
 #include "core/FrameJob.h"
 #include "core/SampledErrors.h"
@@ -39,9 +40,11 @@ class PendingTasks {
   std::int32_t pending = 0;
 };
 
+// Logs why a region of the spec was not evaluated, the first error of a spec and then one in a hundred.
+void ReportTaskError(const std::wstring& name, const std::exception& error, SampledErrors& errors) noexcept;
+
 // Evaluates the unit against its spec of the job, hands an accepted match to the sender, and counts itself
-// as done on every road. Nothing is raised: an error of the evaluation counts as no match and is logged,
-// the first of a spec and then one in a hundred.
+// as done on every road. Nothing is raised: an error of the evaluation counts as no match and is reported.
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept;
 

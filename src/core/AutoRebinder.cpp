@@ -1,7 +1,6 @@
 #include "core/AutoRebinder.h"
 
 #include <exception>
-#include <utility>
 
 #include "app/OpenCvConfig.h"
 #include "log/AsyncLogger.h"
@@ -16,9 +15,7 @@ void AutoRebinder::SetTrackingTarget(const std::wstring& name) {
 void AutoRebinder::Start() {
   ConfigureOpenCvOnce();
   sender.Start();
-  auto newPool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
-  std::swap(pool, newPool);
-  newPool.reset();
+  pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
   sink.Start([this] {
     // The border to the system's message dispatch: nothing may be raised across it.
     try {

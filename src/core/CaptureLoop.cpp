@@ -12,6 +12,7 @@
 #include "ipc/WallClock.h"
 #include "log/AsyncLogger.h"
 #include "specs/SpecStore.h"
+#include "specs/Utf8.h"
 
 namespace quillmark {
 
@@ -25,14 +26,6 @@ constexpr std::int64_t kErrorQuietMs = 60'000;
 std::int64_t SteadyNowMs() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-}
-
-// The tick slows down as the match loop falls behind.
-std::int64_t TickIntervalMs(std::size_t waitingJobs) {
-  if (waitingJobs >= 8) return 80;
-  if (waitingJobs >= 4) return 50;
-  if (waitingJobs >= 2) return 33;
-  return 20;
 }
 
 Rect ToRect(const RECT& rect) {
@@ -143,9 +136,16 @@ void AutoRebinder::CaptureLoop() {
     try {
       CaptureTick();
     } catch (const std::exception& error) {
-      ReportTurnError(nullptr, error.what());
+      ReportTurnError(nullptr, error);
     }
   }
+}
+
+std::int64_t AutoRebinder::TickIntervalMs(std::size_t waitingJobs) {
+  if (waitingJobs >= 8) return 80;
+  if (waitingJobs >= 4) return 50;
+  if (waitingJobs >= 2) return 33;
+  return 20;
 }
 
 void AutoRebinder::CaptureTick() {
@@ -178,7 +178,7 @@ void AutoRebinder::CaptureTick() {
     try {
       MonitorTurn(monitor, indices, snapshot);
     } catch (const std::exception& error) {
-      ReportTurnError(monitor, error.what());
+      ReportTurnError(monitor, error);
     }
   }
 }
@@ -269,14 +269,21 @@ void AutoRebinder::ScheduleSpec(std::int32_t index, HMONITOR monitor, const Dupl
   if (spec.intervalMs >= 1) lastScheduled[key] = job.tMs;
 }
 
-void AutoRebinder::ReportTurnError(HMONITOR monitor, const char* what) {
-  TurnError& last = turnErrors[monitor];
-  const std::int64_t now = SteadyNowMs();
-  const bool news = last.text != what || now - last.tMs > kErrorQuietMs;
-  last.tMs = now;
-  if (!news) return;
-  last.text = what;
-  LogLine(L"[Capture] monitor ", reinterpret_cast<std::uintptr_t>(monitor), L" skipped: ", what);
+void AutoRebinder::ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept {
+  try {
+    TurnError& last = turnErrors[monitor];
+    const std::int64_t now = SteadyNowMs();
+    const bool news = last.text != error.what() || now - last.tMs > kErrorQuietMs;
+    last.tMs = now;
+    if (!news) return;
+    last.text = error.what();
+    const std::wstring what = monitor == nullptr
+                                  ? L"tick"
+                                  : L"monitor " + std::to_wstring(reinterpret_cast<std::uintptr_t>(monitor));
+    LogLine(L"[Capture] ", what, L" skipped: ", CauseOf(error));
+  } catch (const std::exception&) {
+    // No memory for the line; the loop goes on.
+  }
 }
 
 }  // namespace quillmark

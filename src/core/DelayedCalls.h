@@ -4,7 +4,6 @@
 // Threading: After from any thread; Stop by the owner's thread, not from inside a call.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>

@@ -1,5 +1,6 @@
 // The match thread of the engine: takes one job at a time and spreads its regions over the pool.
 #include <chrono>
+#include <exception>
 
 #include "core/AutoRebinder.h"
 #include "core/RegionTask.h"
@@ -32,7 +33,12 @@ void AutoRebinder::RunJob(const FrameJob& job) {
   PendingTasks tasks;
   for (const ROIUnit& unit : job.units) {
     tasks.Add();
-    pool->Submit([this, unit, &job, &tasks] { EvaluateROI(unit, job, tasks, sender, taskErrors); });
+    try {
+      pool->Submit([this, unit, &job, &tasks] { EvaluateROI(unit, job, tasks, sender, taskErrors); });
+    } catch (const std::exception& error) {
+      tasks.Done();
+      ReportTaskError(job.specs[unit.specIndex].name, error, taskErrors);
+    }
   }
   // Also when a stop was asked for: the tasks refer to the job and to the counter.
   tasks.WaitForAll();

@@ -1,23 +1,22 @@
 #include "core/RegionTask.h"
 
-#include <exception>
 #include <utility>
 
 #include "core/RegionEvaluation.h"
 #include "ipc/WallClock.h"
 #include "log/AsyncLogger.h"
+#include "specs/Utf8.h"
 
 namespace quillmark {
 
-namespace {
-
-void ReportError(const std::wstring& name, const char* what, SampledErrors& errors) {
-  const std::uint64_t number = errors.Count(name);
-  if (number == 0) return;
-  LogLine(L"[Match] error ", number, L" of name=", name, L": ", what);
+void ReportTaskError(const std::wstring& name, const std::exception& error, SampledErrors& errors) noexcept {
+  try {
+    const std::uint64_t number = errors.Count(name);
+    if (number != 0) LogLine(L"[Match] error ", number, L" of name=", name, L": ", CauseOf(error));
+  } catch (const std::exception&) {
+    // No memory for the line; the matching goes on.
+  }
 }
-
-}  // namespace
 
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept {
@@ -43,7 +42,7 @@ void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pending
     hit.dedupWindowMs = verdict.dedupWindowMs;
     sender.Enqueue(std::move(hit));
   } catch (const std::exception& error) {
-    ReportError(spec.name, error.what(), errors);
+    ReportTaskError(spec.name, error, errors);
   }
 }
 

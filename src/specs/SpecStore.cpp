@@ -4,7 +4,6 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -24,14 +23,6 @@ void PrintLoadFailed(std::wstring path) {
       path.begin(), path.end(), [](wchar_t unit) { return unit > L'\x7F'; }, L'?');
   std::wcout << L"[Spec] Load failed: " << path << std::endl;
   std::wcout.clear();  // no console: this line is gone, but not the next
-}
-
-// An exception's text in one line.
-std::wstring CauseOf(const std::exception& error) {
-  std::wistringstream words(FromUtf8(error.what()));
-  std::wstring line, word;
-  while (words >> word) line += (line.empty() ? L"" : L" ") + word;
-  return line;
 }
 
 }  // namespace

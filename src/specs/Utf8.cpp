@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <sstream>
 #include <system_error>
 
 namespace quillmark {
@@ -28,6 +29,13 @@ std::wstring FromUtf8(std::string_view bytes) {
   std::wstring text(static_cast<std::size_t>(units), L'\0');
   ::MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, text.data(), units);
   return text;
+}
+
+std::wstring CauseOf(const std::exception& error) {
+  std::wistringstream words(FromUtf8(error.what()));
+  std::wstring line, word;
+  while (words >> word) line += (line.empty() ? L"" : L" ") + word;
+  return line;
 }
 
 }  // namespace quillmark

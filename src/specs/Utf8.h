@@ -3,6 +3,7 @@
 // Threading: no shared state, callable from any thread.
 #pragma once
 
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -13,5 +14,8 @@ namespace quillmark {
 
 // UTF-8 as UTF-16; bytes that are no UTF-8 become U+FFFD.
 [[nodiscard]] std::wstring FromUtf8(std::string_view bytes);
+
+// An exception's text in one line: the image library's have several.
+[[nodiscard]] std::wstring CauseOf(const std::exception& error);
 
 }  // namespace quillmark

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <climits>
 #include <condition_variable>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <opencv2/imgproc.hpp>
@@ -159,7 +160,7 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     if (!held) return DXGI_ERROR_INVALID_CALL;
     held = false;
     --state->heldFrames;
-    frame.setTo(cv::Scalar::all(0xDB));
+    std::memset(frame.data, 0xDB, frame.total() * frame.elemSize());
     return fails || Lost() ? DXGI_ERROR_ACCESS_LOST : S_OK;
   }
 

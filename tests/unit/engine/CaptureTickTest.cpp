@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <new>
 #include <opencv2/imgproc.hpp>
 
 #include "EngineProbe.h"
+#include "FailingResources.h"
 #include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "support/DebugOutputCapture.h"
@@ -260,7 +262,7 @@ TEST_F(CaptureTickTest, UnusableTargetsAreNotScheduled) {
   EXPECT_EQ(UnitsIn(Tick()), 0u) << "without a target";
 }
 
-TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitors) {
+TEST_F(CaptureTickTest, DivisorTakesEveryNthFrame) {
   AddMonitor(0, 0, 300, 200);
   OpenWindow(RectAt(10, 10, 100, 100));
   AddSpec({0, 0, 50, 50}).frameDivisor = 3;
@@ -268,6 +270,25 @@ TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitors) {
   for (int tick = 0; tick < 7; ++tick) units.push_back(UnitsIn(Tick()));
   EXPECT_THAT(units, ElementsAre(1, 0, 0, 1, 0, 0, 1));
   EXPECT_EQ(probe.FramesCaptured(), 7u);
+}
+
+TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitorsTogether) {
+  AddMonitor(0, 0, 300, 200);
+  AddMonitor(300, 0, 300, 200);
+  OpenWindow(RectAt(250, 10, 100, 100));
+  AddSpec({0, 0, 100, 50}).frameDivisor = 2;
+  // Two frames a tick, one of them with an even number. A count for each monitor would give 2, 0, 2, 0.
+  std::vector<std::size_t> units;
+  for (int tick = 0; tick < 4; ++tick) units.push_back(UnitsIn(Tick()));
+  EXPECT_THAT(units, ElementsAre(1, 1, 1, 1));
+}
+
+TEST_F(CaptureTickTest, TickSlowsDownAsJobsPileUp) {
+  std::vector<std::int64_t> intervals;
+  for (const std::size_t waiting : {0, 1, 2, 3, 4, 7, 8, 1000}) {
+    intervals.push_back(EngineProbe::TickIntervalMs(waiting));
+  }
+  EXPECT_THAT(intervals, ElementsAre(20, 20, 33, 33, 50, 50, 80, 80));
 }
 
 TEST_F(CaptureTickTest, IntervalHoldsForEachMonitorOfItsOwn) {
@@ -316,6 +337,11 @@ TEST_F(CaptureTickTest, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesO
   EXPECT_EQ(UnitsIn(Tick()), 2u);
   ASSERT_TRUE(output.WaitForLine("DuplicateOutput failed"));
   EXPECT_EQ(output.Count("DuplicateOutput failed"), 1u);
+
+  desktop->FailNth(Call::OpenDevice, 1);
+  engine.DropContext(test::HandleOf(first));
+  Tick();
+  EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "another text is news";
 }
 
 TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
@@ -323,7 +349,7 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   test::RawController controller;
   AddMonitor(0, 0, 300, 200);
   OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({20, 10, 51, 30}, {8, 8}, L"T1");
+  AddSpec({20, 10, 51, 30}, {8, 8}, L"T1").intervalMs = 3'600'000;
   ::setenv("QM_FORCE_T1_ALLOW", "1", 1);
   const Jobs jobs = Tick();
   ::unsetenv("QM_FORCE_T1_ALLOW");
@@ -335,7 +361,28 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   EXPECT_EQ(hit->cy, 25);
   EXPECT_EQ(hit->w, 8);
   EXPECT_EQ(hit->sq, 0.99f);
-  EXPECT_EQ(UnitsIn(Tick()), 1u) << "matched like any other without the permission";
+  EXPECT_EQ(UnitsIn(Tick()), 1u) << "matched like any other without the permission, its interval untouched";
+}
+
+// Memory that runs out anywhere in a tick ends the turn: the frame is given back, the engine goes on.
+TEST_F(CaptureTickTest, ExceptionAnywhereInATickGivesTheFrameBack) {
+  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
+  OpenWindow(RectAt(10, 10, 100, 100));
+  AddSpec({0, 0, 50, 50}).intervalMs = 1;
+  int failed = 0;
+  for (int n = 1; failed == n - 1; ++n) {
+    engine.DropContext(test::HandleOf(monitor));
+    test::FailNthAllocation(n);
+    try {
+      probe.Tick();
+    } catch (const std::bad_alloc&) {  // outside of any monitor's turn
+    }
+    if (test::FailNthAllocation(0) == 0) ++failed;
+    EXPECT_EQ(desktop->HeldFrames(), 0) << n;
+  }
+  EXPECT_GT(failed, 10);
+  Specs().specs[0].intervalMs = 0;
+  EXPECT_EQ(UnitsIn(Tick()), 1u);
 }
 
 // Every platform call on the road of a frame fails once at its n-th use: the tick survives it, nothing stays

@@ -1,7 +1,9 @@
 // The tests' view into the engine: one tick at a time on the test's own thread, and the jobs it queued.
 #pragma once
 
+#include <cstdint>
 #include <deque>
+#include <latch>
 #include <memory>
 #include <utility>
 
@@ -26,6 +28,16 @@ class EngineProbe {
   std::size_t WaitingJobs() {
     const std::lock_guard lock(engine.jobQueueMutex);
     return engine.jobQueue.size();
+  }
+  // Keeps every worker busy until the release.
+  void OccupyWorkers(std::latch& release) {
+    for (int i = 0; i < 6; ++i) engine.pool->Submit([&release] { release.wait(); });
+  }
+  // On the test's own thread, after Start.
+  void RunJob(const FrameJob& job) { engine.RunJob(job); }
+  bool StopRequested() const { return engine.stopRequested; }
+  static std::int64_t TickIntervalMs(std::size_t waitingJobs) {
+    return AutoRebinder::TickIntervalMs(waitingJobs);
   }
   std::uint64_t FramesCaptured() const { return engine.frameCounter; }
   std::uint64_t DisplayChanges() const { return engine.rebindGeneration; }

@@ -3,11 +3,14 @@
 
 #include <chrono>
 #include <filesystem>
+#include <latch>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <system_error>
 #include <thread>
 
 #include "EngineProbe.h"
+#include "FailingResources.h"
 #include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "support/DebugOutputCapture.h"
@@ -60,6 +63,17 @@ class EngineTest : public ::testing::Test {
       if (auto hit = controller.WaitForHit(name, Clock::now() + 50ms)) return hit;
     }
     return std::nullopt;
+  }
+  // A job of some regions of one spec.
+  static std::shared_ptr<FrameJob> MakeJob(std::size_t units) {
+    auto job = std::make_shared<FrameJob>();
+    TemplateSpec& spec = job->specs.emplace_back();
+    spec.name = L"mark";
+    cv::cvtColor(Noise(40, 20, 7), spec.tmplGray, cv::COLOR_BGR2GRAY);
+    ROIUnit unit;
+    cv::cvtColor(Noise(400, 300, 8), unit.gray, cv::COLOR_BGR2GRAY);
+    job->units.assign(units, unit);
+    return job;
   }
   template <typename Condition>
   static bool Eventually(Condition condition) {
@@ -201,15 +215,10 @@ TEST_F(EngineTest, EmptyJobIsTakenOffTheQueueAtOnce) {
 }
 
 TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
-  AddSpec(L"mark", Noise(40, 20, 7), {0, 0, 400, 300});
   for (int round = 0; round < 20; ++round) {
     AutoRebinder short_lived;
     EngineProbe view(short_lived);
-    auto job = std::make_shared<FrameJob>();
-    job->specs = Specs().specs;
-    ROIUnit unit;
-    cv::cvtColor(Noise(400, 300, 8), unit.gray, cv::COLOR_BGR2GRAY);
-    job->units.assign(16, unit);
+    std::shared_ptr<FrameJob> job = MakeJob(16);
     const std::weak_ptr<FrameJob> watch = job;
     short_lived.Start();
     view.QueueJob(std::move(job));
@@ -221,6 +230,82 @@ TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
     EXPECT_TRUE(watch.expired() || view.WaitingJobs() == 1) << round;
     desktop->ChangeDisplay();  // reaches nobody
   }
+}
+
+TEST_F(EngineTest, JobsWaitWhileTasksOfTheOneBeforeRun) {
+  std::latch release(1);
+  engine.Start();
+  probe.OccupyWorkers(release);
+  for (int i = 0; i < 3; ++i) probe.QueueJob(MakeJob(2));
+  EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 2; }));
+  const auto until = Clock::now() + 50ms;
+  while (Clock::now() < until) ASSERT_EQ(probe.WaitingJobs(), 2u);
+  release.count_down();
+  EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 0; }));
+}
+
+TEST_F(EngineTest, StopWaitsForTasksStillQueued) {
+  std::latch release(1);
+  engine.Start();
+  probe.OccupyWorkers(release);
+  std::shared_ptr<FrameJob> job = MakeJob(4);
+  const std::weak_ptr<FrameJob> watch = job;
+  probe.QueueJob(std::move(job));
+  ASSERT_TRUE(Eventually([&] { return probe.WaitingJobs() == 0; }));
+  std::thread releaser([&] {
+    EXPECT_TRUE(Eventually([&] { return probe.StopRequested(); }));
+    const auto until = Clock::now() + 20ms;
+    while (Clock::now() < until && !watch.expired()) std::this_thread::yield();
+    EXPECT_FALSE(watch.expired());
+    release.count_down();
+  });
+  engine.Stop();
+  releaser.join();
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(EngineTest, TaskThatCannotBeQueuedIsReportedAndTheOthersFinish) {
+  test::DebugOutputCapture output;
+  engine.Start();
+  int failed = 0;
+  for (int n = 1; failed == n - 1; ++n) {
+    const std::shared_ptr<FrameJob> job = MakeJob(3);
+    test::FailNthAllocation(n);
+    probe.RunJob(*job);
+    if (test::FailNthAllocation(0) == 0) ++failed;
+  }
+  EXPECT_GE(failed, 3);
+  EXPECT_TRUE(output.WaitForLine("[Match] error 1 of name=mark: std::bad_alloc"));
+}
+
+TEST_F(EngineTest, StartWithoutEnoughThreadsRaisesAndEndsThoseItStarted) {
+  for (int n = 1;; ++n) {
+    AutoRebinder short_lived;
+    test::FailNthThread(n);
+    try {
+      short_lived.Start();
+      test::FailNthThread(0);
+      EXPECT_GT(n, 6) << "sender, two workers at least, sink, capture, match";
+      break;
+    } catch (const std::system_error& error) {
+      EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
+    }
+  }
+}
+
+TEST_F(EngineTest, DisplayChangeWithoutATimerThreadRebindsAtOnce) {
+  const HMONITOR monitor = test::HandleOf(desktop->AddMonitor({RectAt(0, 0, 400, 300)}));
+  test::DebugOutputCapture output;
+  engine.Start();
+  ASSERT_TRUE(Eventually([&] {  // until the sink listens
+    desktop->ChangeDisplay();
+    return probe.DisplayChanges() > 0;
+  }));
+  const std::weak_ptr<DuplicationContext> context = engine.GetContext(monitor);
+  test::FailNthThread(1);
+  desktop->ChangeDisplay();
+  EXPECT_TRUE(output.WaitForLine("rebinding at once"));
+  EXPECT_TRUE(Eventually([&] { return context.expired(); }));
 }
 
 TEST_F(EngineTest, StopBeforeStartDoesNothing) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -41,6 +42,7 @@ TEST(RegionTask, ErrorOfTheEvaluationIsReportedSampledAndAlwaysCountsAsDone) {
   ASSERT_TRUE(output.WaitForLine("error 201 of name=broken"));
   EXPECT_EQ(output.Count("of name=broken"), 3u);
   EXPECT_EQ(output.Count("error 101 of name=broken"), 1u);
+  EXPECT_EQ(output.Lines().size(), 3u) << "one line each, however many the cause has";
 }
 
 TEST(RegionTask, WaiterMayDestroyTheCounterAsSoonAsItSeesZero) {
