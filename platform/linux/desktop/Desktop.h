@@ -67,6 +67,10 @@ class Desktop {
 
   // Top-level windows, topmost first, iconic and hidden ones included. Empty on failure.
   virtual std::vector<WindowId> TopLevelWindows() = 0;
+  // Stand around an enumeration of the windows: what its thread asks meanwhile may be answered as of the
+  // beginning. They do not nest.
+  virtual void BeginEnumeration() {}
+  virtual void EndEnumeration() {}
   virtual bool Exists(WindowId window) = 0;
   virtual bool Visible(WindowId window) = 0;
   virtual bool Iconic(WindowId window) = 0;

@@ -96,6 +96,7 @@ bool X11Desktop::StillConnected() {
 
 bool X11Desktop::RefreshMonitors() {
   if (!session) return false;
+  if (enumerating == std::this_thread::get_id()) return StillConnected();
   session->TakeEvents();
   if (session->monitorsOutdated) {
     session->monitorsOutdated = false;
@@ -109,7 +110,7 @@ bool X11Desktop::RefreshMonitors() {
 
 bool X11Desktop::RefreshWindows() {
   if (!RefreshMonitors()) return false;
-  session->windows.Refresh();
+  if (enumerating != std::this_thread::get_id()) session->windows.Refresh();
   return StillConnected();
 }
 
@@ -140,6 +141,18 @@ std::vector<WindowId> X11Desktop::TopLevelWindows() {
   const std::lock_guard lock(mutex);
   if (!RefreshWindows()) return {};
   return session->windows.Order();
+}
+
+void X11Desktop::BeginEnumeration() {
+  const std::lock_guard lock(mutex);
+  if (enumerating != std::thread::id()) return;  // another thread's answers are not held still, only slower
+  RefreshWindows();
+  enumerating = std::this_thread::get_id();
+}
+
+void X11Desktop::EndEnumeration() {
+  const std::lock_guard lock(mutex);
+  if (enumerating == std::this_thread::get_id()) enumerating = {};
 }
 
 bool X11Desktop::Exists(WindowId window) {

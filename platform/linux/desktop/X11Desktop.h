@@ -26,6 +26,8 @@ class X11Desktop final : public Desktop {
 
   std::vector<MonitorFacts> Monitors() override;
   std::vector<WindowId> TopLevelWindows() override;
+  void BeginEnumeration() override;
+  void EndEnumeration() override;
   bool Exists(WindowId window) override;
   bool Visible(WindowId window) override;
   bool Iconic(WindowId window) override;
@@ -44,7 +46,9 @@ class X11Desktop final : public Desktop {
  private:
   struct Session;
 
-  // Bring the session's tables up to date; false when there is no server. With `mutex` held.
+  // Bring the session's tables up to date; false when there is no server. With `mutex` held. The thread
+  // that enumerates takes the tables as they are: a look at the connection is a system call, and it asks
+  // several questions about each window.
   bool RefreshMonitors();
   bool RefreshWindows();
   // Drops a session whose connection is lost, and wakes the watcher to get another.
@@ -69,6 +73,7 @@ class X11Desktop final : public Desktop {
 
   std::mutex mutex;                    // guards what follows, to the blank line
   std::unique_ptr<Session> session;    // null while there is no server
+  std::thread::id enumerating;         // the thread that does, if one does
   std::vector<MonitorFacts> numbered;  // the monitors as last read and numbered
   MonitorId lastNumber = 0;
   bool stopping = false;

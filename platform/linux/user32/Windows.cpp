@@ -4,11 +4,14 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 #include "kernel32/Errors.h"
 #include "user32/Handles.h"
 
 using quillmark::layer::CurrentDesktop;
+using quillmark::layer::Desktop;
 using quillmark::layer::Fail;
 using quillmark::layer::FindOwnWindow;
 using quillmark::layer::ToHandle;
@@ -21,11 +24,24 @@ BOOL NoSuchWindow() {
   return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
 }
 
+// Ends with the call, also by an exception of the callback.
+struct Enumeration {
+  explicit Enumeration(std::shared_ptr<Desktop> current) : desktop(std::move(current)) {
+    desktop->BeginEnumeration();
+  }
+  ~Enumeration() { desktop->EndEnumeration(); }
+  Enumeration(const Enumeration&) = delete;
+  Enumeration& operator=(const Enumeration&) = delete;
+
+  const std::shared_ptr<Desktop> desktop;
+};
+
 }  // namespace
 
 BOOL WINAPI EnumWindows(WNDENUMPROC callback, LPARAM parameter) {
   if (callback == nullptr) return Fail(ERROR_INVALID_PARAMETER, FALSE);
-  for (const WindowId window : CurrentDesktop()->TopLevelWindows()) {
+  const Enumeration enumeration(CurrentDesktop());
+  for (const WindowId window : enumeration.desktop->TopLevelWindows()) {
     if (!callback(ToHandle(window), parameter)) return FALSE;
   }
   return TRUE;

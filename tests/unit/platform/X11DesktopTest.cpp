@@ -102,6 +102,18 @@ TEST_F(X11DesktopTest, WithoutAWindowManagerTheNextAnswerIsRightAfterEachChange)
   EXPECT_THAT(desktop->TopLevelWindows(), ElementsAre(high));
 }
 
+TEST_F(X11DesktopTest, AnEnumerationSeesTheWindowsAsTheyWereForItsOwnThreadOnly) {
+  Open();
+  const WindowId window = client.Show(10, 20, 300, 200, "moving");
+  const RECT before{10, 20, 310, 220}, after{40, 50, 340, 250};
+  desktop->BeginEnumeration();
+  client.Move(window, 40, 50);
+  EXPECT_EQ(ClientOnDesktop(window), before);
+  std::thread([&] { EXPECT_EQ(ClientOnDesktop(window), after); }).join();
+  desktop->EndEnumeration();
+  EXPECT_EQ(ClientOnDesktop(window), after);
+}
+
 TEST_F(X11DesktopTest, TitlesAreReadWhateverTheirEncoding) {
   Open();
   const WindowId window = client.Show(0, 0, 10, 10, "\xED\x99\x94\xEB\xA9\xB4 calc \xF0\x9F\x98\x80");
