@@ -193,6 +193,14 @@ TEST_F(ControlTool, WatchLosesNothingToHeartbeats) {
   EXPECT_NE(watch.Out().find(R"({"type":"reply","text":"HB","ts":)"), std::string::npos);
 }
 
+TEST_F(ControlTool, HeartbeatThatWaitsForAWorkerKeepsNoWatchFromStarting) {
+  Program heartbeat(ControlCommand({"heartbeat", "--timeout=60"}));
+  ASSERT_TRUE(Eventually([&] { return rings.PendingCommands() == 1; }));
+  WriteHits(1);
+  EXPECT_EQ(Control({"watch", "--count=1", "--timeout=5"}).code, 0);
+  EXPECT_FALSE(heartbeat.Ended());
+}
+
 TEST_F(ControlTool, VersionPrintsTheWorkersVersion) {
   StartWorker();
   WriteHit(L"__ver__:9.9", 0, 0, 1, 1, 1.0f, 0.0f, 1);  // a hit of that name is no reply

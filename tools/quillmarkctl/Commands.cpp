@@ -58,11 +58,19 @@ std::optional<std::wstring> AnswerIn(const Hit& hit, const Command& command) {
 
 // Nobody waits for the records of a ring that is full while no tool reads it.
 void MakeRoom(HitReader& hits) {
+  if (hits.WriteIndex() - hits.ReadIndex() < RingSlots) return;
+  const Role consumer(ConsumerRole);
+  if (!consumer.Held()) return;  // a watch will read them
   const std::uint32_t written = hits.WriteIndex();
   const std::uint32_t unread = written - hits.ReadIndex();
-  if (unread < RingSlots) return;
   hits.ConsumeUpTo(written);
   Complain("the hit ring was full and unread; " + std::to_string(unread) + " old records were discarded");
+}
+
+// Takes the record if it is the next to be read and no watch will read it.
+void TakeUnwatched(HitReader& hits, std::uint32_t index) {
+  const Role consumer(ConsumerRole);
+  if (consumer.Held() && hits.ReadIndex() == index) hits.ConsumeUpTo(index + 1);
 }
 
 }  // namespace
@@ -76,8 +84,7 @@ ExitCode Ask(const Command& command, std::chrono::milliseconds timeout, bool jso
   const Deadline deadline = Clock::now() + timeout;
   HitReader hits;
   CommandRing commands;
-  const Role consumer(ConsumerRole);  // not held while a watch runs
-  if (consumer.Held()) MakeRoom(hits);
+  MakeRoom(hits);
 
   std::uint32_t next = hits.WriteIndex();
   const ExitCode sent = SendBefore(commands, command, deadline);
@@ -89,11 +96,11 @@ ExitCode Ask(const Command& command, std::chrono::milliseconds timeout, bool jso
       if (!hit) continue;
       const std::optional<std::wstring> answer = AnswerIn(*hit, command);
       if (!answer) continue;
-      if (consumer.Held() && hits.ReadIndex() == next) hits.ConsumeUpTo(next + 1);
+      TakeUnwatched(hits, next);
       std::cout << (json ? JsonLine(*hit) : ToUtf8(*answer)) << std::endl;
       return Done;
     }
-    if (consumer.Held()) MakeRoom(hits);
+    MakeRoom(hits);
   }
   Complain("the worker took the command, but no reply came in time");
   return NothingInTime;
