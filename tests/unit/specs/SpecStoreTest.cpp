@@ -14,6 +14,7 @@
 #include <iterator>
 #include <limits>
 #include <mutex>
+#include <opencv2/core/utility.hpp>
 #include <sstream>
 #include <string>
 #include <system_error>
@@ -34,6 +35,7 @@ using testing::ElementsAre;
 class Store : public testing::Test {
  protected:
   void SetUp() override {
+    cv::setNumThreads(1);  // as the process does; OpenCV's own threads are opaque to the thread sanitizer
     ClearSpecs(L"test");
     (void)Logged();
     image = folder.WriteImage("a.png", cv::Mat(8, 8, CV_8UC3, cv::Scalar(10, 200, 10)));

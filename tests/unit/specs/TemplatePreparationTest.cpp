@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 #include <system_error>
 
@@ -25,6 +26,9 @@ cv::Mat Blocks(int channels, int seed, cv::Size size = {48, 40}) {
 
 class Preparation : public testing::Test {
  protected:
+  // As the process does; OpenCV's own threads are opaque to the thread sanitizer.
+  void SetUp() override { cv::setNumThreads(1); }
+
   TemplateSpec Prepared(const cv::Mat& image) {
     TemplateSpec spec;
     spec.path = folder.WriteImage("template.png", image);
