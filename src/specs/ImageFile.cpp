@@ -50,12 +50,7 @@ cv::Mat ReadImageFile(const std::wstring& path) {
   const std::vector<std::uint8_t> bytes = ReadRegularFile(path);
   const std::optional<ImageSize> size = ReadImageSize(bytes);
   if (!size || size->height > kMaxImagePixels / size->width) return {};
-  try {
-    return cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
-  } catch (const cv::Exception& error) {
-    if (error.code == cv::Error::StsNoMem) throw;
-    return {};  // the decoder refuses the data
-  }
+  return cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
 }
 
 }  // namespace quillmark

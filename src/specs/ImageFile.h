@@ -17,7 +17,8 @@ inline constexpr std::uint64_t kMaxImagePixels = std::uint64_t{64} << 20;
 
 // The decoded picture of the file at `path` (UTF-16), channels and depth as in the file. Empty when there is
 // none: no such file, no regular file, above a limit, an unknown format, or damaged. Raises std::system_error
-// for a path with an unpaired surrogate, and what the decoder raises for want of memory.
+// for a path with an unpaired surrogate, and lets through what the image library raises: want of memory, a
+// limit of its own, a codec that is switched off.
 [[nodiscard]] cv::Mat ReadImageFile(const std::wstring& path);
 
 }  // namespace quillmark

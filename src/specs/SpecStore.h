@@ -25,7 +25,8 @@ SpecStore& Specs();
 // and anything else leaves both at their defaults; `edgeMin` is taken as it comes. An image that cannot be
 // read is reported on the standard wide output, and the store stays as it was. So it does when preparation
 // raises: that is logged with the name and the cause, and the exception goes on (std::system_error for a path
-// with an unpaired surrogate, cv::Exception for an image of more than 8 bits or of two channels).
+// with an unpaired surrogate, cv::Exception for an image of more than 8 bits, of two channels, or that the
+// image library refuses).
 void LoadSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path, int x, int y,
               int width, int height, float edgeMin, float threshold);
 

@@ -17,7 +17,8 @@ void ApplyNameSuffix(TemplateSpec& spec);
 // Matrices are made anew, so copies of the record keep theirs; without an alpha channel tmplMask stays the
 // one the record had, brought to the template's size. Returns false with no field changed when the image
 // cannot be read. Raises std::system_error for a path with an unpaired surrogate and cv::Exception for an
-// image of another depth or channel count; the record is then partly written and of no use.
+// image of another depth or channel count (the record is then partly written and of no use), or one that the
+// image library itself refuses.
 [[nodiscard]] bool PrepareTemplate(TemplateSpec& spec);
 
 }  // namespace quillmark

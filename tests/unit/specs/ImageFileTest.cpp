@@ -66,7 +66,7 @@ TEST(ImageFile, IsEmptyForWhatIsNoPicture) {
   folder.Write("damaged.png", damaged);
   folder.Write("no width.png", PngOf(0, 19));
   folder.Write("bomb.png", PngOf(60000, 60000));
-  folder.Write("wide.png", PngOf(4000000, 1));  // within the limit, but beyond the decoder's
+  folder.Write("wide.png", PngOf(4000000, 1));  // within our limit, beyond the decoder's
   std::filesystem::create_directory(folder.Native("folder.png"));
   ASSERT_EQ(::mkfifo(folder.Native("fifo.png").c_str(), 0600), 0);  // nobody writes: opening must not wait
 
@@ -94,6 +94,12 @@ TEST(ImageFile, TakesPicturesUpToTheLimitOnly) {
   EXPECT_EQ(ReadImageFile(folder.Write("largest.png", largest)).size(), cv::Size(8192, 8192));
   const FileBytes larger = Encoded(cv::Mat(8193, 8192, CV_8UC1, cv::Scalar(7)));
   EXPECT_TRUE(ReadImageFile(folder.Write("larger.png", larger)).empty());
+}
+
+TEST(ImageFile, PassesOnWhatTheImageLibraryRaises) {
+  const TemplateFolder folder;
+  const std::string_view wide = "P5 4000000 1 255\n";  // within our limit, beyond the library's for one side
+  EXPECT_THROW((void)ReadImageFile(folder.Write("wide.pgm", {wide.begin(), wide.end()})), cv::Exception);
 }
 
 TEST(ImageFile, RaisesForAnUnpairedSurrogate) {
