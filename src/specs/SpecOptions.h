@@ -17,8 +17,9 @@ namespace quillmark {
 //   sq=D          maxDiff = D, 0 < D < 1
 //   mode=WORD     gray, bgr, s, h, hs
 //   mon=primary   monitorPin = -1;  mon=N: monitorPin = N, N >= 1
-//   fast          every 20 ms, Bgr, maxDiff at least 0.2 (interval and mode only where still at their
-//   defaults) strict        every 200 ms, HS, colour gate, maxDiff at most 0.08 (likewise)
+//   fast          intervalMs = 20 if below 1; Bgr if Gray; maxDiff at least 0.2
+//   strict        intervalMs = 200 if below 1; HS if Gray; maxDiff at most 0.08; colour gate on
+//
 // An unknown word and a missing or out-of-range number change nothing. A "red" anywhere in the whole name, or
 // a redHint set before, turns the colour gate and the Cr check on.
 void ApplyNameOptions(TemplateSpec& spec);

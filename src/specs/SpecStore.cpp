@@ -73,10 +73,15 @@ void AddOrReplaceSpec(TemplateSpec& spec) {
   auto& specs = store.specs;
   const auto same =
       std::find_if(specs.begin(), specs.end(), [&](const auto& other) { return other.name == spec.name; });
-  const bool replaces = same != specs.end();
-  const TemplateSpec& stored = replaces ? * same = std::move(spec) : specs.emplace_back(std::move(spec));
-  LogLine(replaces ? L"[Spec][REPLACE] name=" : L"[Spec][ADD] name=", stored.name, L" path=", shownPath,
-          L" (count=", specs.size(), L")");
+  const std::wstring name = spec.name;
+  const wchar_t* tag = L"[Spec][ADD] name=";
+  if (same != specs.end()) {
+    *same = std::move(spec);
+    tag = L"[Spec][REPLACE] name=";
+  } else {
+    specs.push_back(std::move(spec));
+  }
+  LogLine(tag, name, L" path=", shownPath, L" (count=", specs.size(), L")");
 }
 
 void RemoveSpec(const std::wstring& name) {

@@ -4,7 +4,7 @@
 #include <cwchar>
 #include <limits>
 #include <opencv2/imgproc.hpp>
-#include <string_view>
+#include <string>
 
 #include "core/ColorGate.h"
 #include "core/ZeroMean.h"
@@ -12,8 +12,6 @@
 
 namespace quillmark {
 namespace {
-
-using namespace std::string_view_literals;
 
 constexpr int kMonitorFramesPerSecond = 30;
 constexpr double kNoDivisionByZero = 1e-9;
@@ -26,19 +24,31 @@ std::int32_t LeadingInteger(const wchar_t* text) {
                                                          std::numeric_limits<std::int32_t>::max()));
 }
 
-void SetMode(TemplateSpec& spec, std::wstring_view suffix) {
-  if (suffix == L"H"sv) spec.mode = MatchMode::H;
-  if (suffix == L"HS"sv) spec.mode = MatchMode::HS;
-  if (suffix == L"BGR"sv) spec.mode = MatchMode::Bgr;
-  if (suffix == L"S"sv) spec.mode = MatchMode::S;
-  if (suffix == L"GRAY"sv) spec.mode = MatchMode::Gray;
-}
-
-bool IsNameSuffix(std::wstring_view suffix) {
-  for (const auto word : {L"H"sv, L"HS"sv, L"BGR"sv, L"S"sv, L"GRAY"sv, L"RED"sv}) {
-    if (suffix == word) return true;
+// Reads the suffix into the record; false when it is not known.
+bool ReadSuffix(TemplateSpec& spec, const std::wstring& suffix) {
+  const bool hasNumber = suffix.size() > 3;  // so "MS5" is a suffix that sets nothing
+  if (suffix == L"H") {
+    spec.mode = MatchMode::H;
+  } else if (suffix == L"HS") {
+    spec.mode = MatchMode::HS;
+  } else if (suffix == L"BGR") {
+    spec.mode = MatchMode::Bgr;
+  } else if (suffix == L"S") {
+    spec.mode = MatchMode::S;
+  } else if (suffix == L"GRAY") {
+    spec.mode = MatchMode::Gray;
+  } else if (suffix == L"RED") {
+    spec.redHint = true;
+  } else if (suffix.starts_with(L"FPS")) {
+    const std::int32_t rate = hasNumber ? LeadingInteger(suffix.c_str() + 3) : 0;
+    if (rate > 0) spec.frameDivisor = std::max(1, (rate / 2 + kMonitorFramesPerSecond) / rate);
+  } else if (suffix.starts_with(L"MS")) {
+    const std::int32_t interval = hasNumber ? LeadingInteger(suffix.c_str() + 2) : 0;
+    if (interval > 0) spec.intervalMs = interval;
+  } else {
+    return false;
   }
-  return suffix.starts_with(L"FPS"sv) || suffix.starts_with(L"MS"sv);
+  return true;
 }
 
 double ShareOfNonZero(const cv::Mat& image) {
@@ -113,20 +123,7 @@ void PrepareColours(TemplateSpec& spec) {
 void ApplyNameSuffix(TemplateSpec& spec) {
   const std::size_t colon = spec.name.find(L':');
   if (colon == std::wstring::npos) return;
-  const std::wstring suffix = spec.name.substr(colon + 1);
-
-  SetMode(spec, suffix);
-  if (suffix == L"RED") spec.redHint = true;
-  if (suffix.size() > 3) {  // so "MS5" is a suffix that sets nothing
-    if (suffix.starts_with(L"FPS")) {
-      const std::int32_t rate = LeadingInteger(suffix.c_str() + 3);
-      if (rate > 0) spec.frameDivisor = std::max(1, (rate / 2 + kMonitorFramesPerSecond) / rate);
-    } else if (suffix.starts_with(L"MS")) {
-      const std::int32_t interval = LeadingInteger(suffix.c_str() + 2);
-      if (interval > 0) spec.intervalMs = interval;
-    }
-  }
-  if (IsNameSuffix(suffix)) spec.name.resize(colon);
+  if (ReadSuffix(spec, spec.name.substr(colon + 1))) spec.name.resize(colon);
 }
 
 bool PrepareTemplate(TemplateSpec& spec) {
