@@ -9,6 +9,7 @@
 #include <cwctype>
 #include <iterator>
 #include <memory>
+#include <string_view>
 
 namespace quillmark {
 namespace {
@@ -35,7 +36,7 @@ bool RunsImage(HWND window, const std::wstring& name) {
   wchar_t path[MAX_PATH];
   DWORD length = MAX_PATH;
   if (!::QueryFullProcessImageNameW(process.get(), 0, path, &length)) return false;
-  const std::wstring file = ::PathFindFileNameW(path);
+  const std::wstring_view file = ::PathFindFileNameW(path);
   return std::equal(file.begin(), file.end(), name.begin(), name.end(), SameLetters);
 }
 
