@@ -120,6 +120,7 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     const bool onItsSide =
         rotation == DXGI_MODE_ROTATION_ROTATE90 || rotation == DXGI_MODE_ROTATION_ROTATE270;
     size = onItsSide ? cv::Size(rect.height, rect.width) : rect.size();
+    if (!script.mode.empty()) size = script.mode;
     ++state->openDuplications;
   }
 

@@ -26,6 +26,7 @@ struct ScriptedMonitor {
   RECT rect{0, 0, 640, 480};  // desktop pixels; the monitor at (0, 0) is the primary one
   std::uint32_t dpi = 96;
   DXGI_MODE_ROTATION rotation = DXGI_MODE_ROTATION_IDENTITY;
+  cv::Size mode{};  // of its frames before they are turned upright; when empty, what fits the rectangle
 };
 
 struct ScriptedWindow {

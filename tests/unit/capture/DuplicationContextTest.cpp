@@ -15,6 +15,7 @@ namespace {
 using test::Call;
 using test::HandleOf;
 using test::RectAt;
+using test::ScriptedMonitor;
 
 cv::Mat RandomPicture(cv::Size size, std::uint64_t seed) {
   cv::Mat picture(size, CV_8UC3);
@@ -124,6 +125,16 @@ TEST_F(DuplicationContextTest, FindsNoOutputForAMonitorThatHasGone) {
   desktop->AddMonitor({.rect = RectAt(640, 0, 640, 480)});
   desktop->RemoveMonitor(monitor);
   EXPECT_EQ(InitError(monitor), "DXGI Output not found for monitor");
+}
+
+// The mode changed after the output was described, so the coordinates of neither are to be trusted.
+TEST_F(DuplicationContextTest, RefusesFramesThatDoNotFitTheMonitor) {
+  const RECT rect = RectAt(0, 0, 640, 480);
+  for (const ScriptedMonitor& monitor :
+       {ScriptedMonitor{.rect = rect, .mode = {640, 400}}, ScriptedMonitor{.rect = rect, .mode = {480, 640}},
+        ScriptedMonitor{.rect = rect, .rotation = DXGI_MODE_ROTATION_ROTATE270, .mode = {640, 480}}}) {
+    EXPECT_EQ(InitError(desktop->AddMonitor(monitor)), "DuplicateOutput failed");
+  }
 }
 
 TEST_F(DuplicationContextTest, RefusesASecondFrameWhileOneIsHeld) {
