@@ -79,38 +79,6 @@ bool RawController::Send(const RawCommand& command) {
   return true;
 }
 
-bool RawController::SendSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path,
-                             std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height,
-                             float edgeMin, float threshold) {
-  return Send({1, target, name, path, x, y, width, height, edgeMin, threshold});
-}
-
-bool RawController::SendRemove(const std::wstring& name) {
-  RawCommand command;
-  command.kind = 2;
-  command.name = name;
-  return Send(command);
-}
-
-bool RawController::SendClear() {
-  RawCommand command;
-  command.kind = 3;
-  return Send(command);
-}
-
-bool RawController::SendHeartbeat(const std::wstring& text) {
-  RawCommand command;
-  command.kind = 4;
-  command.name = text;
-  return Send(command);
-}
-
-bool RawController::SendVersion() {
-  RawCommand command;
-  command.kind = 5;
-  return Send(command);
-}
-
 void RawController::FillCommand(std::uint32_t record, const RawCommand& command) {
   std::byte* const slot = Commands() + HeaderBytes + CommandSlotBytes * (record % 64);
   Put(slot, command.kind);

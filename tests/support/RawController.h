@@ -20,7 +20,7 @@ namespace quillmark::test {
 // One command record. The texts fill their fields up to 16, 32 and 64 units; what is longer is cut.
 struct RawCommand {
   std::uint32_t kind = 0;
-  std::wstring target, name, path;
+  std::wstring target{}, name{}, path{};
   std::int32_t x = 0, y = 0, width = 0, height = 0;
   float edgeMin = 0.0f, threshold = 0.0f;
 };
@@ -47,11 +47,12 @@ class RawController {
   bool Send(const RawCommand& command);
   bool SendSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path,
                 std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height, float edgeMin,
-                float threshold);
-  bool SendRemove(const std::wstring& name);
-  bool SendClear();
-  bool SendHeartbeat(const std::wstring& text = {});
-  bool SendVersion();
+                float threshold) {
+    return Send({1, target, name, path, x, y, width, height, edgeMin, threshold});
+  }
+  bool SendRemove(const std::wstring& name) { return Send({.kind = 2, .name = name}); }
+  bool SendClear() { return Send({.kind = 3}); }
+  bool SendHeartbeat(const std::wstring& text = {}) { return Send({.kind = 4, .name = text}); }
 
   // The steps of Send, for tests that leave one out.
   void FillCommand(std::uint32_t record, const RawCommand& command);

@@ -8,7 +8,13 @@
 // Threading: every method from any thread. The listener of display changes runs inside ChangeDisplay.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <opencv2/core.hpp>
 #include <string>
 #include <vector>
@@ -70,14 +76,10 @@ inline constexpr int callCount = static_cast<int>(Call::ReserveStaging) + 1;
 enum class Waiting {
   Never,        // time-out at once
   UpToTimeout,  // waits as long as it was told to
-  UntilFrame,   // waits for a frame, a display change or CancelWaits, however long
 };
 
-class ScriptedDesktop : public layer::Desktop {
+class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_this<ScriptedDesktop> {
  public:
-  ScriptedDesktop();
-  ~ScriptedDesktop() override;
-
   // A new one, put in place as the process's desktop.
   static std::shared_ptr<ScriptedDesktop> Install();
 
@@ -94,59 +96,126 @@ class ScriptedDesktop : public layer::Desktop {
   // On top of the others.
   layer::WindowId OpenWindow(const ScriptedWindow& window);
   void CloseWindow(layer::WindowId window);
-  void Minimize(layer::WindowId window);
-  void Restore(layer::WindowId window);
+  void Minimize(layer::WindowId window) {
+    Change(window, [](ScriptedWindow& w) { w.iconic = true; });
+  }
+  void Restore(layer::WindowId window) {
+    Change(window, [](ScriptedWindow& w) { w.iconic = false; });
+  }
   void Raise(layer::WindowId window);
-  void MoveWindow(layer::WindowId window, const RECT& client);
+  void MoveWindow(layer::WindowId window, const RECT& client) {
+    Change(window, [&](ScriptedWindow& w) { w.client = client; });
+  }
   // Path of the program of a process; processes have none until then.
   void SetProcessImage(std::uint32_t processId, std::wstring path);
 
-  // Draws an 8UC3 or 8UC4 image (BGR, the fourth byte is dropped) with its top-left corner at a point of the
-  // desktop, on every monitor it touches; each of them has a new frame then.
-  void Paint(const cv::Mat& image, POINT topLeft = {0, 0});
+  // Draws an 8UC3 image with its top-left corner at a point of the desktop, on every monitor it touches; each
+  // of them has a new frame then.
+  void Paint(const cv::Mat& bgr, POINT topLeft = {0, 0});
   // A new frame with the same picture, as pointer motion gives.
   void Refresh(layer::MonitorId monitor);
-  // 8UC3, in desktop orientation.
-  cv::Mat PictureOf(layer::MonitorId monitor) const;
 
-  void SetWaiting(Waiting waiting);
-  // Ends the waits under way, and waits no more.
-  void CancelWaits() { SetWaiting(Waiting::Never); }
-
-  // The n-th use from now on fails, n from 1, and so do `uses` - 1 uses after it.
-  void FailNth(Call call, int n, int uses = 1);
-  void FailAlways(Call call);
+  void SetWaiting(Waiting how) { waiting = how; }
+  // The n-th use from now on fails, n from 1.
+  void FailNth(Call call, int n);
   void Heal();
   // Uses since construction, failed ones included.
   int UsesOf(Call call) const;
-  int OpenDuplications() const;
-  int HeldFrames() const;
+  int OpenDuplications() const { return openDuplications; }
+  int HeldFrames() const { return heldFrames; }
 
   // -- what the layer asks
 
   std::vector<layer::MonitorFacts> Monitors() override;
   std::vector<layer::WindowId> TopLevelWindows() override;
-  bool Exists(layer::WindowId window) override;
-  bool Visible(layer::WindowId window) override;
-  bool Iconic(layer::WindowId window) override;
-  layer::WindowId Root(layer::WindowId window) override;
-  std::uint32_t ProcessId(layer::WindowId window) override;
-  std::wstring Title(layer::WindowId window) override;
-  std::optional<RECT> OuterRect(layer::WindowId window) override;
-  std::optional<RECT> ClientRect(layer::WindowId window) override;
-  std::optional<POINT> ClientOrigin(layer::WindowId window) override;
-  DPI_AWARENESS Awareness(layer::WindowId window) override;
-  std::uint32_t DpiOfWindow(layer::WindowId window) override;
+  bool Exists(layer::WindowId window) override {
+    return Asked(Call::Exists, window, false, [](const ScriptedWindow&) { return true; });
+  }
+  bool Visible(layer::WindowId window) override {
+    return Asked(Call::Visible, window, false, &ScriptedWindow::visible);
+  }
+  bool Iconic(layer::WindowId window) override {
+    return Asked(Call::Iconic, window, false, &ScriptedWindow::iconic);
+  }
+  layer::WindowId Root(layer::WindowId window) override {
+    return Asked(Call::Root, window, layer::WindowId{0},
+                 [=](const ScriptedWindow& w) { return w.root != 0 ? w.root : window; });
+  }
+  std::uint32_t ProcessId(layer::WindowId window) override {
+    return Asked(Call::ProcessId, window, 0u, &ScriptedWindow::processId);
+  }
+  std::wstring Title(layer::WindowId window) override {
+    return Asked(Call::Title, window, std::wstring(), &ScriptedWindow::title);
+  }
+  std::optional<RECT> OuterRect(layer::WindowId window) override {
+    return Asked(Call::OuterRect, window, std::optional<RECT>(), [](const ScriptedWindow& w) {
+      return RECT{w.client.left - w.frame.left, w.client.top - w.frame.top, w.client.right + w.frame.right,
+                  w.client.bottom + w.frame.bottom};
+    });
+  }
+  std::optional<RECT> ClientRect(layer::WindowId window) override {
+    return Asked(Call::ClientRect, window, std::optional<RECT>(), [](const ScriptedWindow& w) {
+      return RectAt(0, 0, w.client.right - w.client.left, w.client.bottom - w.client.top);
+    });
+  }
+  std::optional<POINT> ClientOrigin(layer::WindowId window) override {
+    return Asked(Call::ClientOrigin, window, std::optional<POINT>(), [](const ScriptedWindow& w) {
+      return POINT{w.client.left, w.client.top};
+    });
+  }
+  DPI_AWARENESS Awareness(layer::WindowId window) override {
+    return Asked(Call::Awareness, window, DPI_AWARENESS_INVALID, &ScriptedWindow::awareness);
+  }
+  std::uint32_t DpiOfWindow(layer::WindowId window) override {
+    return Asked(Call::DpiOfWindow, window, 0u, &ScriptedWindow::dpi);
+  }
   std::optional<std::wstring> ProcessImage(std::uint32_t processId) override;
   HRESULT OpenDevice() override;
   HRESULT Duplicate(layer::MonitorId monitor, std::unique_ptr<layer::Duplication>& duplication) override;
   void OnDisplayChange(std::function<void()> listener) override;
 
  private:
-  struct State;
   class Frames;
+  struct Screen {
+    ScriptedMonitor script;
+    cv::Mat picture;            // 8UC3, desktop orientation
+    std::uint64_t version = 1;  // of the picture; a duplication that saw a lower one has a new frame
+  };
 
-  const std::shared_ptr<State> state;  // shared with the duplications, which may outlive the desktop
+  // Counts a use and tells whether the script makes it fail. The caller holds `mutex`.
+  bool Fails(Call call) {
+    const auto index = static_cast<std::size_t>(call);
+    return ++uses[index] == failing[index];
+  }
+  // Answers a question about a window, or gives `otherwise` when there is none or the call is to fail.
+  template <typename Answer, typename Ask>
+  Answer Asked(Call call, layer::WindowId id, Answer otherwise, Ask ask) {
+    const std::lock_guard lock(mutex);
+    const bool fails = Fails(call);
+    const auto found = windows.find(id);
+    return fails || found == windows.end() ? otherwise : Answer(std::invoke(ask, found->second));
+  }
+  template <typename Edit>
+  void Change(layer::WindowId window, Edit edit) {
+    const std::lock_guard lock(mutex);
+    edit(windows.at(window));
+  }
+
+  mutable std::mutex mutex;  // guards all but the atomics and the listener
+  std::condition_variable changed;
+  std::map<layer::MonitorId, Screen> screens;  // in enumeration order
+  std::vector<layer::WindowId> stacking;       // topmost first
+  std::map<layer::WindowId, ScriptedWindow> windows;
+  std::map<std::uint32_t, std::wstring> images;
+  layer::MonitorId nextMonitor = 1;
+  layer::WindowId nextWindow = 0x400001;
+  std::uint64_t modeChanges = 0;
+  std::array<int, callCount> uses{}, failing{};  // a use that fails, counted from 1; 0 for none
+  std::atomic<Waiting> waiting = Waiting::Never;
+  std::atomic<int> openDuplications = 0, heldFrames = 0;
+
+  std::mutex listenerMutex;  // held while the listener runs; never taken with `mutex` held
+  std::function<void()> listener;
 };
 
 }  // namespace quillmark::test
