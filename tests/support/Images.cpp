@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <opencv2/core/utility.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <stdexcept>
 
-#include "core/ColorGate.h"
-#include "core/ZeroMean.h"
+#include "specs/TemplatePreparation.h"
+#include "support/TempFolder.h"
 
 namespace quillmark::testing {
 namespace {
@@ -28,10 +30,6 @@ void FillGradient(Random& random, cv::Mat& image) {
     const double share = static_cast<double>(y) / image.rows;
     image.row(y).setTo(from * (1.0 - share) + to * share);
   }
-}
-
-double ShareOfNonZero(const cv::Mat& mask) {
-  return cv::countNonZero(mask) / (static_cast<double>(mask.total()) + 1e-9);
 }
 
 }  // namespace
@@ -132,32 +130,13 @@ ROIUnit UnitShowing(const cv::Mat& bgr) {
 }
 
 TemplateSpec PreparedSpec(const cv::Mat& bgr, MatchMode mode) {
+  static const test::TempFolder folder;
+  const std::filesystem::path file = folder.Path() / "template.bmp";
   TemplateSpec spec;
+  spec.path = file.wstring();
+  if (!cv::imwrite(file.string(), bgr) || !PrepareTemplate(spec)) throw std::runtime_error("no template");
+  spec.path.clear();
   spec.mode = mode;
-  spec.tmplBgr = bgr.clone();
-  cv::cvtColor(bgr, spec.tmplGray, cv::COLOR_BGR2GRAY);
-
-  cv::Mat edges, dilated, hsv, ycrcb, lab;
-  cv::Canny(spec.tmplGray, edges, 50.0, 150.0, 3, false);
-  cv::dilate(edges, dilated, MorphKernel3x3());
-  spec.edgeDensity = ShareOfNonZero(edges);
-  ToZeroMeanFloat(edges, spec.tmplEdgeZm);
-  ToZeroMeanFloat(dilated, spec.tmplEdgeDilZm);
-
-  cv::cvtColor(bgr, ycrcb, cv::COLOR_BGR2YCrCb);
-  cv::extractChannel(ycrcb, spec.tmplCr, 1);
-  cv::extractChannel(ycrcb, spec.tmplCb, 2);
-
-  cv::cvtColor(bgr, hsv, cv::COLOR_BGR2HSV);
-  cv::extractChannel(hsv, spec.tmplHue, 0);
-  cv::extractChannel(hsv, spec.tmplSat, 1);
-  cv::meanStdDev(hsv, spec.hsvMean, spec.hsvStd);
-  spec.vividFlat = spec.hsvMean[1] > 100.0 && spec.hsvStd[1] < 20.0;
-  BuildRedMaskHSV(hsv, spec.tmplRedMask, kRedHueLow, kRedHueHigh, kRedSatMin, kRedValMin);
-  spec.redRatio = ShareOfNonZero(spec.tmplRedMask);
-
-  cv::cvtColor(bgr, lab, cv::COLOR_BGR2Lab);
-  spec.labAMean = cv::mean(lab)[1];
   return spec;
 }
 

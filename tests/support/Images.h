@@ -47,8 +47,8 @@ void Plant(cv::Mat& screen, const cv::Mat& image, cv::Point at);
 
 // A region at desktop (0, 0) whose crops all show `bgr`.
 ROIUnit UnitShowing(const cv::Mat& bgr);
-// A spec with default limits and the template's fields prepared, as the product does from an image file, but
-// without files and platform; its target rectangle is empty.
+// A spec with default limits, prepared by the product from an image file; its target rectangle is empty. One
+// thread at a time.
 TemplateSpec PreparedSpec(const cv::Mat& bgr, MatchMode mode = MatchMode::Gray);
 
 }  // namespace quillmark::testing

@@ -7,19 +7,17 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
+
+#include "support/TempFolder.h"
 
 namespace quillmark::test {
 
 class PrivateSession {
  public:
   PrivateSession() {
-    std::string path = (std::filesystem::temp_directory_path() / "session-XXXXXX").string();
-    if (!::mkdtemp(path.data())) throw std::runtime_error("cannot make " + path);
-    base_ = path;
     if (const char* old = std::getenv("XDG_RUNTIME_DIR")) old_ = old;
-    ::setenv("XDG_RUNTIME_DIR", path.c_str(), 1);
+    ::setenv("XDG_RUNTIME_DIR", Base().c_str(), 1);
   }
   ~PrivateSession() {
     if (old_) {
@@ -27,17 +25,15 @@ class PrivateSession {
     } else {
       ::unsetenv("XDG_RUNTIME_DIR");
     }
-    std::error_code ignored;
-    std::filesystem::remove_all(base_, ignored);
   }
   PrivateSession(const PrivateSession&) = delete;
   PrivateSession& operator=(const PrivateSession&) = delete;
 
   // What XDG_RUNTIME_DIR names.
-  const std::filesystem::path& Base() const { return base_; }
+  const std::filesystem::path& Base() const { return folder_.Path(); }
 
  private:
-  std::filesystem::path base_;
+  TempFolder folder_;
   std::optional<std::string> old_;
 };
 

@@ -6,23 +6,9 @@
 
 #include <csignal>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 
 namespace quillmark::test {
 namespace {
-
-std::filesystem::path NewFolder() {
-  std::string path = (std::filesystem::temp_directory_path() / "qm-XXXXXX").string();
-  if (::mkdtemp(path.data()) == nullptr) throw std::runtime_error("cannot make " + path);
-  return path;
-}
-
-std::string Contents(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 // The shell replaces itself by the program, so the process is the program.
 std::vector<std::string> WithOutputIn(const std::filesystem::path& folder, const std::filesystem::path& where,
@@ -36,24 +22,17 @@ std::vector<std::string> WithOutputIn(const std::filesystem::path& folder, const
 
 }  // namespace
 
-TempFolder::TempFolder() : path(NewFolder()) {}
-
-TempFolder::~TempFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path, ignored);
-}
-
 Program::Program(const std::vector<std::string>& arguments, const std::filesystem::path& where)
-    : process(WithOutputIn(folder.path, where, arguments)) {}
+    : process(WithOutputIn(folder.Path(), where, arguments)) {}
 
 Program::~Program() = default;
 
 std::string Program::Out() const {
-  return Contents(folder.path / "out.txt");
+  return ContentOf(folder.Path() / "out.txt");
 }
 
 std::string Program::Err() const {
-  return Contents(folder.path / "err.txt");
+  return ContentOf(folder.Path() / "err.txt");
 }
 
 bool Program::Ended() const {

@@ -5,35 +5,15 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/ChildProcess.h"
+#include "support/Eventually.h"
+#include "support/TempFolder.h"
 
 namespace quillmark::test {
-
-// Whether the condition came true before the deadline.
-inline bool Eventually(const std::function<bool()>& condition,
-                       std::chrono::milliseconds within = std::chrono::seconds(20)) {
-  const auto deadline = std::chrono::steady_clock::now() + within;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() >= deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
-
-// A new folder, removed with its contents.
-class TempFolder {
- public:
-  TempFolder();
-  ~TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  const std::filesystem::path path;
-};
 
 // A running program; its working directory is its own unless one is given. It ends with this object.
 class Program {
@@ -73,7 +53,7 @@ class Worker : public Program {
   explicit Worker(const std::filesystem::path& where = {}, const std::filesystem::path& program = {});
   ~Worker();
   // Its own working directory.
-  const std::filesystem::path& Folder() const { return folder.path; }
+  const std::filesystem::path& Folder() const { return folder.Path(); }
 };
 
 // The worker's program file.

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -20,11 +19,6 @@ namespace quillmark::test {
 namespace {
 
 constexpr std::size_t ReadIndex = 4;
-
-std::string BytesOf(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 std::string Utf16(const std::string& ascii) {
   std::string bytes;
@@ -52,14 +46,14 @@ TEST_F(WorkerProcess, AnswersWithoutADisplay) {
 }
 
 TEST_F(WorkerProcess, TakesItsVersionFromTheProgramFile) {
-  std::string program = BytesOf(WorkerFile());
+  std::string program = ContentOf(WorkerFile());
   const std::string version = Utf16(QUILLMARK_VERSION);
   const std::string other(std::string(QUILLMARK_VERSION).size(), '7');
   for (auto at = program.find(version); at != std::string::npos; at = program.find(version, at)) {
     program.replace(at, version.size(), Utf16(other));
   }
   const TempFolder folder;
-  const auto changed = folder.path / "Quillmark";
+  const auto changed = folder.Path() / "Quillmark";
   std::ofstream(changed, std::ios::binary) << program;
   std::filesystem::permissions(changed, std::filesystem::perms::owner_all);
 
@@ -72,9 +66,9 @@ TEST_F(WorkerProcess, EachStartAppendsTheProbe) {
   ASSERT_EQ(probe.size(), 52u);
   const TempFolder folder;
   for (const std::string& expected : {probe, probe + probe}) {
-    const Worker worker(folder.path);
+    const Worker worker(folder.Path());
     EXPECT_TRUE(Answers());
-    EXPECT_EQ(BytesOf(folder.path / "probe_log.txt"), expected);
+    EXPECT_EQ(ContentOf(folder.Path() / "probe_log.txt"), expected);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <opencv2/core.hpp>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "support/ScriptedDesktop.h"
 
@@ -53,39 +54,32 @@ class DuplicationContextTest : public testing::Test {
   DuplicationContext context;
 };
 
-struct Placement {
-  RECT rect;
-  DXGI_MODE_ROTATION rotation;
-};
-
-class PlacedMonitor : public DuplicationContextTest, public testing::WithParamInterface<Placement> {};
-
-TEST_P(PlacedMonitor, GivesThePictureAsItStandsOnTheDesktop) {
-  const auto [rect, rotation] = GetParam();
+TEST_F(DuplicationContextTest, GivesThePictureAsItStandsOnTheDesktop) {
   desktop->AddMonitor({.rect = RectAt(0, 0, 16, 16)});
-  const auto monitor = desktop->AddMonitor({.rect = rect, .rotation = rotation});
-  const cv::Mat painted = RandomPicture({rect.right - rect.left, rect.bottom - rect.top}, 7);
-  desktop->Paint(painted, {rect.left, rect.top});
-
-  ASSERT_TRUE(context.Init(HandleOf(monitor)));
-
-  EXPECT_EQ(context.left, rect.left);
-  EXPECT_EQ(context.top, rect.top);
-  EXPECT_EQ(context.width, painted.cols);
-  EXPECT_EQ(context.height, painted.rows);
-  EXPECT_TRUE(SamePixels(NextPicture(), painted));
-  // A second, smaller change arrives in the same place.
-  const cv::Mat patch = RandomPicture({5, 3}, 8);
-  desktop->Paint(patch, {rect.left + 9, rect.top + 4});
-  EXPECT_TRUE(SamePixels(NextPicture()(cv::Rect(9, 4, 5, 3)), patch));
+  for (const ScriptedMonitor& script :
+       {ScriptedMonitor{.rect = {100, 0, 161, 37}, .rotation = DXGI_MODE_ROTATION_IDENTITY},
+        ScriptedMonitor{.rect = {-61, -37, 0, 0}, .rotation = DXGI_MODE_ROTATION_UNSPECIFIED},
+        ScriptedMonitor{.rect = {100, 50, 161, 87}, .rotation = DXGI_MODE_ROTATION_ROTATE90},
+        ScriptedMonitor{.rect = {-200, 0, -139, 37}, .rotation = DXGI_MODE_ROTATION_ROTATE180},
+        ScriptedMonitor{.rect = {0, -137, 61, -100}, .rotation = DXGI_MODE_ROTATION_ROTATE270}}) {
+    SCOPED_TRACE(script.rotation);
+    const RECT& rect = script.rect;
+    const auto monitor = desktop->AddMonitor(script);
+    const cv::Mat painted = RandomPicture({rect.right - rect.left, rect.bottom - rect.top}, 7);
+    desktop->Paint(painted, {rect.left, rect.top});
+    ASSERT_TRUE(context.Init(HandleOf(monitor)));
+    EXPECT_EQ(context.left, rect.left);
+    EXPECT_EQ(context.top, rect.top);
+    EXPECT_EQ(context.width, painted.cols);
+    EXPECT_EQ(context.height, painted.rows);
+    EXPECT_TRUE(SamePixels(NextPicture(), painted));
+    // A second, smaller change arrives in the same place.
+    const cv::Mat patch = RandomPicture({5, 3}, 8);
+    desktop->Paint(patch, {rect.left + 9, rect.top + 4});
+    EXPECT_TRUE(SamePixels(NextPicture()(cv::Rect(9, 4, 5, 3)), patch));
+    desktop->RemoveMonitor(monitor);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Everywhere, PlacedMonitor,
-                         testing::Values(Placement{{100, 0, 161, 37}, DXGI_MODE_ROTATION_IDENTITY},
-                                         Placement{{-61, -37, 0, 0}, DXGI_MODE_ROTATION_UNSPECIFIED},
-                                         Placement{{100, 50, 161, 87}, DXGI_MODE_ROTATION_ROTATE90},
-                                         Placement{{-200, 0, -139, 37}, DXGI_MODE_ROTATION_ROTATE180},
-                                         Placement{{0, -137, 61, -100}, DXGI_MODE_ROTATION_ROTATE270}));
 
 TEST_F(DuplicationContextTest, LooksAtTheMappedMemoryItself) {
   const auto monitor = desktop->AddMonitor({});
@@ -97,28 +91,19 @@ TEST_F(DuplicationContextTest, LooksAtTheMappedMemoryItself) {
   EXPECT_EQ(frame.at<cv::Vec4b>(0, 0), cv::Vec4b::all(0xDB));  // spoilt on release
 }
 
-struct InitFailure {
-  Call call;
-  const char* message;
-};
-
-class FailingInit : public DuplicationContextTest, public testing::WithParamInterface<InitFailure> {};
-
-TEST_P(FailingInit, RaisesItsMessageAndCanBeRepeated) {
+TEST_F(DuplicationContextTest, FailingInitRaisesItsMessageAndCanBeRepeated) {
   const auto monitor = desktop->AddMonitor({});
-  desktop->FailNth(GetParam().call, 1);
-  EXPECT_EQ(InitError(monitor), GetParam().message);
-  EXPECT_EQ(InitError(monitor), "none");
-  EXPECT_FALSE(NextPicture().empty());
-  EXPECT_EQ(desktop->OpenDuplications(), 1);
+  for (const auto& [call, message] : {std::pair{Call::Monitors, "DXGI Output not found for monitor"},
+                                      {Call::OpenDevice, "D3D11CreateDevice failed"},
+                                      {Call::Duplicate, "DuplicateOutput failed"},
+                                      {Call::ReserveStaging, "CreateTexture2D(stagingFull) failed"}}) {
+    desktop->FailNth(call, 1);
+    EXPECT_EQ(InitError(monitor), message);
+    EXPECT_EQ(InitError(monitor), "none") << message;
+    EXPECT_FALSE(NextPicture().empty()) << message;
+    EXPECT_EQ(desktop->OpenDuplications(), 1) << message;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(EachStep, FailingInit,
-                         testing::Values(InitFailure{Call::Monitors, "DXGI Output not found for monitor"},
-                                         InitFailure{Call::OpenDevice, "D3D11CreateDevice failed"},
-                                         InitFailure{Call::Duplicate, "DuplicateOutput failed"},
-                                         InitFailure{Call::ReserveStaging,
-                                                     "CreateTexture2D(stagingFull) failed"}));
 
 TEST_F(DuplicationContextTest, FindsNoOutputForAMonitorThatHasGone) {
   const auto monitor = desktop->AddMonitor({});

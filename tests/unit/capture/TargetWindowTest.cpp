@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kernel32/Modules.h"
+#include "kernel32/Text.h"
 #include "support/ScriptedDesktop.h"
 
 namespace quillmark {
@@ -32,6 +33,11 @@ class TargetWindowTest : public testing::Test {
     return desktop->OpenWindow({.title = std::move(title), .client = client, .processId = processId});
   }
 
+  layer::WindowId OpenScaled(DPI_AWARENESS awareness, std::uint32_t dpi) {
+    return desktop->OpenWindow(
+        {.title = L"calc", .client = RectAt(-900, 0, 300, 200), .awareness = awareness, .dpi = dpi});
+  }
+
   TemplateSpec Update(std::wstring target) {
     TemplateSpec updated;
     updated.target = std::move(target);
@@ -44,35 +50,34 @@ class TargetWindowTest : public testing::Test {
   TemplateSpec spec;
 };
 
-struct Naming {
-  const wchar_t* target;
-  const wchar_t* title;
-  std::uint32_t processId;
-  bool matches;
-};
-
-class Names : public TargetWindowTest, public testing::WithParamInterface<Naming> {};
-
-TEST_P(Names, MatchAsTheyShould) {
-  const Naming& naming = GetParam();
-  const auto window = Open(naming.title, RectAt(0, 0, 10, 10), naming.processId);
-  EXPECT_EQ(Find(naming.target), naming.matches ? HandleOf(window) : nullptr);
+TEST_F(TargetWindowTest, MatchesProgramsByNameAndOthersByTitle) {
+  const struct {
+    const wchar_t* target;
+    const wchar_t* title;
+    std::uint32_t processId;
+    bool matches;
+  } cases[] = {
+      {L"notepad.exe", L"x", 1, true},  // any letter case
+      {L"notepad.exe", L"x", 2, true},
+      {L"NotePad.EXE", L"x", 1, true},
+      {L"notepad.exe", L"x", 3, false},  // a folder's name
+      {L"notepad.exe", L"notepad.exe", 9, false},
+      {L"pad.exe", L"x", 1, false},  // the whole name only
+      {L"notepad.exe", L"x", 0, false},
+      {L"NotePad", L"My nOTEPAD 2", 9, true},
+      {L"Notepad", L"Note pad", 9, false},
+      {L"notepad.Exe", L"Notepad.exe - x", 9, true},  // a title
+      {L"notepad.Exe", L"x", 1, false},
+      {L".exe", L"setup.EXE", 9, true},  // too short for a name
+      {L".exe", L"x", 1, false},
+      {L"x", L"", 9, false},
+  };
+  for (const auto& c : cases) {
+    const auto window = Open(c.title, RectAt(0, 0, 10, 10), c.processId);
+    EXPECT_EQ(Find(c.target), c.matches ? HandleOf(window) : nullptr) << layer::ToUtf8(c.target);
+    desktop->CloseWindow(window);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, Names,
-                         testing::Values(Naming{L"notepad.exe", L"x", 1, true},  // any letter case
-                                         Naming{L"notepad.exe", L"x", 2, true},
-                                         Naming{L"NotePad.EXE", L"x", 1, true},
-                                         Naming{L"notepad.exe", L"x", 3, false},  // a folder's name
-                                         Naming{L"notepad.exe", L"notepad.exe", 9, false},
-                                         Naming{L"pad.exe", L"x", 1, false},  // the whole name only
-                                         Naming{L"notepad.exe", L"x", 0, false},
-                                         Naming{L"NotePad", L"My nOTEPAD 2", 9, true},
-                                         Naming{L"Notepad", L"Note pad", 9, false},
-                                         Naming{L"notepad.Exe", L"Notepad.exe - x", 9, true},  // a title
-                                         Naming{L"notepad.Exe", L"x", 1, false},
-                                         Naming{L".exe", L"setup.EXE", 9, true},  // too short for a name
-                                         Naming{L".exe", L"x", 1, false}, Naming{L"x", L"", 9, false}));
 
 TEST_F(TargetWindowTest, NeverMatchesAnImageThatCannotBeRead) {
   desktop->SetProcessImage(4, std::wstring(300, L'a') + L"/long.exe");
@@ -189,58 +194,46 @@ TEST_F(TargetWindowTest, IsNeverWrongWhenACallFails) {
   }
 }
 
-struct Scaling {
-  DPI_AWARENESS awareness;
-  std::uint32_t dpi;
-  double scale;
-};
-
-class Scales : public TargetWindowTest, public testing::WithParamInterface<Scaling> {};
-
-TEST_P(Scales, FollowTheWindowsAwareness) {
-  const auto [awareness, dpi, scale] = GetParam();
-  desktop->OpenWindow(
-      {.title = L"calc", .client = RectAt(-900, 0, 300, 200), .awareness = awareness, .dpi = dpi});
-  const TemplateSpec found = Update(L"calc");
-  EXPECT_TRUE(found.targetValid);
-  EXPECT_EQ(found.targetScaleX, scale);
-  EXPECT_EQ(found.targetScaleY, scale);
+TEST_F(TargetWindowTest, ScaleFollowsTheWindowsAwareness) {
+  const struct {
+    DPI_AWARENESS awareness;
+    std::uint32_t dpi;
+    double scale;
+  } cases[] = {{DPI_AWARENESS_UNAWARE, 144, 1.5},
+               {DPI_AWARENESS_SYSTEM_AWARE, 120, 1.25},
+               {DPI_AWARENESS_UNAWARE, 0, 1.0},
+               {DPI_AWARENESS_PER_MONITOR_AWARE, 144, 1.0}};
+  for (const auto& [awareness, dpi, scale] : cases) {
+    const auto window = OpenScaled(awareness, dpi);
+    const TemplateSpec found = Update(L"calc");
+    EXPECT_TRUE(found.targetValid);
+    EXPECT_EQ(found.targetScaleX, scale);
+    EXPECT_EQ(found.targetScaleY, scale);
+    desktop->CloseWindow(window);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, Scales,
-                         testing::Values(Scaling{DPI_AWARENESS_UNAWARE, 144, 1.5},
-                                         Scaling{DPI_AWARENESS_SYSTEM_AWARE, 120, 1.25},
-                                         Scaling{DPI_AWARENESS_UNAWARE, 0, 1.0},
-                                         Scaling{DPI_AWARENESS_PER_MONITOR_AWARE, 144, 1.0}));
-
-struct OlderSystem {
-  std::vector<const char*> missing;
-  double scale;  // of an unaware window at 120 dpi on the monitor of 144
-};
-
-class OlderSystems : public TargetWindowTest, public testing::WithParamInterface<OlderSystem> {};
 
 // The entries are looked up once in a process, so each case has one of its own.
-TEST_P(OlderSystems, ScaleByWhatTheyHave) {
+TEST_F(TargetWindowTest, ScaleOnOlderSystemsComesFromWhatTheyHave) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  for (const char* entry : GetParam().missing) {
-    layer::HideEntry("user32.dll", entry);
-    layer::HideEntry("shcore.dll", entry);
+  const struct {
+    std::vector<const char*> missing;
+    double scale;  // of an unaware window at 120 dpi on the monitor of 144
+  } cases[] = {{{"GetDpiForWindow"}, 1.5},
+               {{"GetDpiForWindow", "GetDpiForMonitor"}, 1.0},
+               {{"GetWindowDpiAwarenessContext"}, 1.0},
+               {{"GetAwarenessFromDpiAwarenessContext"}, 1.0}};
+  OpenScaled(DPI_AWARENESS_UNAWARE, 120);
+  for (const auto& c : cases) {
+    for (const char* entry : c.missing) {
+      layer::HideEntry("user32.dll", entry);
+      layer::HideEntry("shcore.dll", entry);
+    }
+    EXPECT_EXIT(std::exit(Update(L"calc").targetScaleX == c.scale ? 0 : 1), testing::ExitedWithCode(0), "")
+        << c.missing.back();
+    layer::ShowAllEntries();
   }
-  desktop->OpenWindow({.title = L"calc",
-                       .client = RectAt(-900, 0, 300, 200),
-                       .awareness = DPI_AWARENESS_UNAWARE,
-                       .dpi = 120});
-  const auto scale = [this] { return Update(L"calc").targetScaleX; };
-  EXPECT_EXIT(std::exit(scale() == GetParam().scale ? 0 : 1), testing::ExitedWithCode(0), "");
-  layer::ShowAllEntries();
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, OlderSystems,
-                         testing::Values(OlderSystem{{"GetDpiForWindow"}, 1.5},
-                                         OlderSystem{{"GetDpiForWindow", "GetDpiForMonitor"}, 1.0},
-                                         OlderSystem{{"GetWindowDpiAwarenessContext"}, 1.0},
-                                         OlderSystem{{"GetAwarenessFromDpiAwarenessContext"}, 1.0}));
 
 TEST_F(TargetWindowTest, ListsTheMonitorsInOrderAndSkipsOneThatCannotBeAsked) {
   std::vector<MonitorEntry> all, fewer;

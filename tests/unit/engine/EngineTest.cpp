@@ -14,6 +14,7 @@
 #include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "support/DebugOutputCapture.h"
+#include "support/Eventually.h"
 #include "support/PrivateSession.h"
 #include "support/RawController.h"
 #include "support/ScriptedDesktop.h"
@@ -23,6 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::Call;
+using test::Eventually;
 using test::RawHit;
 using test::RectAt;
 using test::ScriptedDesktop;
@@ -75,16 +77,6 @@ class EngineTest : public ::testing::Test {
     job->units.assign(units, unit);
     return job;
   }
-  template <typename Condition>
-  static bool Eventually(Condition condition) {
-    const auto deadline = Clock::now() + 20s;
-    while (!condition()) {
-      if (Clock::now() > deadline) return false;
-      std::this_thread::sleep_for(1ms);
-    }
-    return true;
-  }
-
   test::PrivateSession session;
   test::RawController controller;
   std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();

@@ -36,12 +36,8 @@ class CmdRingReaderTest : public testing::Test {
   }
   // One spec command for each record of the range, named after it.
   void FillSpecs(std::uint32_t first, std::uint32_t end) {
-    for (std::uint32_t record = first; record != end; ++record) {
-      RawCommand command;
-      command.kind = 1;
-      command.name = std::to_wstring(record);
-      controller.FillCommand(record, command);
-    }
+    for (std::uint32_t record = first; record != end; ++record)
+      controller.FillCommand(record, {.kind = 1, .name = std::to_wstring(record)});
   }
   void SetIndices(std::uint32_t written, std::uint32_t read) {
     controller.SetCommandWord(WriteIndex, written);
@@ -79,17 +75,9 @@ TEST_F(CmdRingReaderTest, HandsOnTheNineValuesOfASpec) {
 
 TEST_F(CmdRingReaderTest, RunsEachKindOnceInOrder) {
   Open();
-  RawCommand remove;
-  remove.kind = 2;
-  remove.name = L"a";
-  remove.path = L"b";
-  controller.Send(remove);
+  controller.Send({.kind = 2, .name = L"a", .path = L"b"});
   controller.SendClear();
-  for (const std::uint32_t unknown : {0u, 6u, 0x80000001u, 0xFFFFFFFFu}) {
-    RawCommand command;
-    command.kind = unknown;
-    controller.Send(command);
-  }
+  for (const std::uint32_t unknown : {0u, 6u, 0x80000001u, 0xFFFFFFFFu}) controller.Send({.kind = unknown});
   controller.SendSpec(L"", L"c", L"", 0, 0, 0, 0, 0, 0);
   reader.Poll(0);
   reader.Poll(0);
@@ -264,23 +252,7 @@ TEST(CmdRingInitTest, KeepsTryingUntilItsTimeIsOver) {
   remover.join();
 }
 
-class RepliesTest : public testing::Test {
- protected:
-  RawHit ReplyTo(const RawCommand& command) {
-    controller.TakeHits();
-    controller.Send(command);
-    reader.Poll(0);
-    const auto hits = controller.TakeHits();
-    EXPECT_EQ(hits.size(), 1u);
-    return hits.empty() ? RawHit{} : hits.front();
-  }
-
-  const PrivateSession& session = ProgramSession();
-  RawController controller;
-  CmdRingReader reader;
-};
-
-TEST_F(RepliesTest, AnswerHeartbeatAndVersion) {
+TEST_F(CmdRingReaderTest, AnswersHeartbeatAndVersion) {
   ASSERT_TRUE(reader.Init(0));
   const std::wstring full(32, L'h');
   const std::wstring version = L"__ver__:" + GetProductVersionString();
@@ -294,13 +266,15 @@ TEST_F(RepliesTest, AnswerHeartbeatAndVersion) {
       {5, L"", version.substr(0, 31)},
   };
   for (const auto& c : cases) {
-    RawCommand command;
-    command.kind = c.kind;
-    command.name = c.text;
+    controller.TakeHits();
+    controller.Send({.kind = c.kind, .name = c.text});
     const std::uint64_t before = WallClockMs();
-    const RawHit hit = ReplyTo(command);
+    reader.Poll(0);
     const std::uint64_t after = WallClockMs();
 
+    const auto hits = controller.TakeHits();
+    ASSERT_EQ(hits.size(), 1u);
+    const RawHit& hit = hits[0];
     EXPECT_EQ(hit.name, c.reply);
     EXPECT_THAT((std::vector{hit.cx, hit.cy, hit.w, hit.h}), ElementsAre(0, 0, 0, 0));
     EXPECT_EQ(hit.sq, 1.0f);

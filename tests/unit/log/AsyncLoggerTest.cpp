@@ -6,31 +6,20 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "support/DebugOutputCapture.h"
+#include "support/Eventually.h"
 
 namespace quillmark::test {
 namespace {
 
-using std::chrono::steady_clock;
 using testing::EndsWith;
-
-bool Eventually(const std::function<bool()>& condition) {
-  const auto deadline = steady_clock::now() + std::chrono::seconds(20);
-  while (!condition()) {
-    if (steady_clock::now() >= deadline) return false;
-    std::this_thread::yield();
-  }
-  return true;
-}
 
 std::wstring Number(int n) {
   return L"line " + std::to_wstring(n) + L".";

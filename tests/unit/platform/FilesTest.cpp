@@ -10,14 +10,14 @@
 #include <string_view>
 
 #include "kernel32/Text.h"
-#include "support/PrivateSession.h"
+#include "support/TempFolder.h"
 
 namespace quillmark::layer {
 namespace {
 
 class Files : public testing::Test {
  protected:
-  void SetUp() override { std::filesystem::current_path(folder.Base()); }
+  void SetUp() override { std::filesystem::current_path(folder.Path()); }
   void TearDown() override { std::filesystem::current_path("/"); }
 
   static HANDLE OpenToRead(const std::wstring& path) {
@@ -38,12 +38,7 @@ class Files : public testing::Test {
   static void Write(const std::string& name, std::string_view content) {
     std::ofstream(name, std::ios::binary) << content;
   }
-  static std::string Content(const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
-  test::PrivateSession folder;  // used as a folder only
+  test::TempFolder folder;
 };
 
 TEST_F(Files, AppendingStartsMakesTheFileThenGrowsIt) {
@@ -55,7 +50,7 @@ TEST_F(Files, AppendingStartsMakesTheFileThenGrowsIt) {
     EXPECT_EQ(written, 5u);
     EXPECT_TRUE(::CloseHandle(file));
   }
-  EXPECT_EQ(Content("probe_log.txt"), "alivealive");
+  EXPECT_EQ(test::ContentOf("probe_log.txt"), "alivealive");
 }
 
 TEST_F(Files, ReadsARegularFileByItsUtf16Path) {

@@ -13,7 +13,7 @@
 
 #include "desktop/EmptyDesktop.h"
 #include "kernel32/Text.h"
-#include "support/PrivateSession.h"
+#include "support/TempFolder.h"
 
 namespace quillmark::layer {
 namespace {
@@ -67,8 +67,8 @@ class Processes : public testing::Test {
  protected:
   // Processes are the host's, whatever screen there is.
   void SetUp() override { SetDesktop(std::make_shared<EmptyDesktop>()); }
-  std::string Path(const char* name) const { return (folder.Base() / name).string(); }
-  test::PrivateSession folder;  // used as a folder only
+  std::string Path(const char* name) const { return (folder.Path() / name).string(); }
+  test::TempFolder folder;
 };
 
 TEST_F(Processes, ProgramsAreNamedWithTheEndingOfThePlatform) {

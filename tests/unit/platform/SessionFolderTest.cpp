@@ -14,7 +14,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,6 +24,7 @@ namespace quillmark::layer {
 namespace {
 
 namespace fs = std::filesystem;
+using test::ContentOf;
 
 class SessionFolder : public testing::Test {
  protected:
@@ -41,10 +41,6 @@ class SessionFolder : public testing::Test {
   }
   void TearDown() override { CloseAll(); }
 
-  static std::string Content(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   static std::vector<std::string> Names(const fs::path& folder) {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename());
@@ -69,7 +65,7 @@ class SessionFolder : public testing::Test {
 TEST_F(SessionFolder, SectionIsItsBytesAndNothingElse) {
   ASSERT_EQ(MakeSection(), ERROR_SUCCESS);
   const fs::path file = Folder() / "Ring.section";
-  EXPECT_EQ(Content(file), std::string(8208, '\0'));
+  EXPECT_EQ(ContentOf(file), std::string(8208, '\0'));
   EXPECT_EQ(ModeOf(file), 0600u);
   EXPECT_EQ(ModeOf(Folder()), 0700u);
   EXPECT_EQ(ModeOf(Folder().parent_path()), 0700u);
@@ -80,8 +76,8 @@ TEST_F(SessionFolder, SectionIsItsBytesAndNothingElse) {
 TEST_F(SessionFolder, EventIsItsStateThenItsKind) {
   ASSERT_EQ(MakeEvent(L"Local\\Auto", FALSE), ERROR_SUCCESS);
   ASSERT_EQ(MakeEvent(L"Local\\Manual", TRUE), ERROR_SUCCESS);
-  EXPECT_EQ(Content(Folder() / "Auto.event"), std::string("\1\0\0\0\0\0\0\0", 8));
-  EXPECT_EQ(Content(Folder() / "Manual.event"), std::string("\1\0\0\0\1\0\0\0", 8));
+  EXPECT_EQ(ContentOf(Folder() / "Auto.event"), std::string("\1\0\0\0\0\0\0\0", 8));
+  EXPECT_EQ(ContentOf(Folder() / "Manual.event"), std::string("\1\0\0\0\1\0\0\0", 8));
 }
 
 TEST_F(SessionFolder, HolderKeepsAReadLockOnTheLifeByteOnly) {
@@ -168,14 +164,14 @@ TEST_F(SessionFolder, LinkInPlaceOfAnObjectIsRefused) {
   std::ofstream(session.Base() / "precious") << "data";
   fs::create_symlink(session.Base() / "precious", Folder() / "Ring.section");
   EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
-  EXPECT_EQ(Content(session.Base() / "precious"), "data");
+  EXPECT_EQ(ContentOf(session.Base() / "precious"), "data");
 }
 
 TEST_F(SessionFolder, FileWithoutAHolderIsMadeAnew) {
   ASSERT_EQ(MakeSection(L"Local\\First"), ERROR_SUCCESS);
   std::ofstream(Folder() / "Ring.section") << std::string(20000, 'x');
   EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
-  EXPECT_EQ(Content(Folder() / "Ring.section"), std::string(8208, '\0'));
+  EXPECT_EQ(ContentOf(Folder() / "Ring.section"), std::string(8208, '\0'));
 }
 
 TEST_F(SessionFolder, DeadObjectsAreSweptWhenANewOneIsMade) {

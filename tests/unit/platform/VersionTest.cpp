@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "kernel32/Text.h"
-#include "support/PrivateSession.h"
+#include "support/TempFolder.h"
 #include "version/VersionBlock.h"
 
 namespace quillmark::layer {
@@ -77,7 +77,7 @@ TEST(Version, BufferTooSmallForTheBlockIsRefused) {
 // Damage anywhere ends in an answer or in none, never outside the file's or the block's bytes: what the
 // address sanitizer watches.
 TEST(Version, DamagedProgramsAreSurvived) {
-  const test::PrivateSession folder;
+  const test::TempFolder folder;
   std::ifstream original(std::filesystem::read_symlink("/proc/self/exe"), std::ios::binary);
   const auto block = MakeVersionBlock({1, 2, 3, 0}, u"1.2.3", u"Product");
 
@@ -104,7 +104,7 @@ TEST(Version, DamagedProgramsAreSurvived) {
   file.insert(file.end(), names.begin(), names.end());
   file.insert(file.end(), block.begin(), block.end());
 
-  const std::string path = folder.Base() / "program";
+  const std::string path = folder.Path() / "program";
   const auto read = [&](const std::vector<char>& bytes) {
     std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const std::vector<std::byte> found = BlockOf(FromUtf8(path));

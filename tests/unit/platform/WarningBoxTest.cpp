@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <future>
 #include <string>
-#include <thread>
 
 #include "desktop/WarningPicture.h"
 #include "desktop/X11Desktop.h"
+#include "support/Eventually.h"
 #include "support/PrivateDisplay.h"
 
 namespace quillmark::layer {
@@ -25,14 +25,14 @@ class WarningBoxTest : public ::testing::Test {
     result = std::async(std::launch::async, [] {
       return ::MessageBoxW(nullptr, kText, L"Quillmark", MB_ICONWARNING | MB_TOPMOST);
     });
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < deadline) {
+    WindowId box = 0;
+    test::Eventually([&] {
       for (const WindowId window : desktop.TopLevelWindows()) {
-        if (desktop.Title(window) == L"Quillmark" && desktop.Visible(window)) return window;
+        if (desktop.Title(window) == L"Quillmark" && desktop.Visible(window)) box = window;
       }
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return 0;
+      return box != 0;
+    });
+    return box;
   }
 
   // Presses the key until the box has gone: before it has the focus, a key goes nowhere.

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <map>
@@ -14,6 +13,7 @@
 #include <thread>
 
 #include "desktop/X11Monitors.h"
+#include "support/Eventually.h"
 #include "support/PrivateDisplay.h"
 #include "support/XClient.h"
 
@@ -28,21 +28,11 @@ namespace quillmark::layer {
 namespace {
 
 using test::ChildProcess;
+using test::Eventually;
 using test::PrivateDisplay;
 using test::XClient;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// What a change passes through, another program or a window manager, takes its time.
-template <typename Condition>
-bool Eventually(Condition condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
-}
 
 class X11DesktopTest : public ::testing::Test {
  protected:

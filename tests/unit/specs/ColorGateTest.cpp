@@ -7,31 +7,6 @@
 namespace quillmark {
 namespace {
 
-bool IsRed(const cv::Vec3b& pixel, int hueLow = kRedHueLow, int hueHigh = kRedHueHigh) {
-  cv::Mat mask;
-  BuildRedMaskHSV(cv::Mat(1, 1, CV_8UC3, cv::Scalar(pixel[0], pixel[1], pixel[2])), mask, hueLow, hueHigh, 80,
-                  50);
-  return mask.at<std::uint8_t>(0, 0) == 255;
-}
-
-TEST(ColorGate, TakesBoundsInclusively) {
-  const struct {
-    cv::Vec3b pixel;
-    bool red;
-  } cases[] = {
-      {{0, 80, 50}, true},     {{10, 80, 50}, true},    {{11, 255, 255}, false}, {{169, 255, 255}, false},
-      {{170, 80, 50}, true},   {{179, 255, 255}, true}, {{180, 255, 255}, true}, {{181, 255, 255}, false},
-      {{90, 255, 255}, false}, {{5, 79, 255}, false},   {{5, 255, 49}, false},   {{0, 0, 255}, false},
-  };
-  for (const auto& c : cases) EXPECT_EQ(IsRed(c.pixel), c.red) << c.pixel;
-}
-
-TEST(ColorGate, PassesEveryHueWhenTheBandsMeet) {
-  for (int hue = 0; hue <= 180; ++hue) {
-    EXPECT_TRUE(IsRed(cv::Vec3b(static_cast<std::uint8_t>(hue), 255, 255), 100, 100)) << hue;
-  }
-}
-
 TEST(ColorGate, AgreesWithThePixelwiseRuleOverRandomImages) {
   cv::RNG random(4711);
   for (int round = 0; round < 50; ++round) {

@@ -9,9 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <limits>
 #include <mutex>
 #include <opencv2/core/utility.hpp>
@@ -250,9 +248,7 @@ TEST(LoadFailedLine, IsNeitherLostNorBlocksTheNext) {
         std::_Exit(std::wcout.good() ? 0 : 2);
       },
       testing::ExitedWithCode(0), "");
-  std::ifstream stream(file);
-  const std::string text(std::istreambuf_iterator<char>(stream), {});
-  EXPECT_EQ(text, "[Spec] Load failed: /no/??\n[Spec] Load failed: /no/second\n");
+  EXPECT_EQ(test::ContentOf(file), "[Spec] Load failed: /no/??\n[Spec] Load failed: /no/second\n");
 }
 
 }  // namespace

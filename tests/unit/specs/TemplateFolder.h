@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "specs/Utf8.h"
+#include "support/TempFolder.h"
 
 namespace quillmark::test {
 
@@ -24,19 +25,7 @@ inline FileBytes Encoded(const cv::Mat& image, const char* extension = ".png") {
 
 class TemplateFolder {
  public:
-  TemplateFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "quillmark-specs-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp");
-    folder = std::filesystem::canonical(pattern);
-  }
-  ~TemplateFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-  }
-  TemplateFolder(const TemplateFolder&) = delete;
-  TemplateFolder& operator=(const TemplateFolder&) = delete;
-
-  [[nodiscard]] std::filesystem::path Native(const std::string& name) const { return folder / name; }
+  [[nodiscard]] std::filesystem::path Native(const std::string& name) const { return folder.Path() / name; }
   [[nodiscard]] std::wstring Path(const std::string& name) const { return FromUtf8(Native(name).string()); }
 
   // Writes the file and returns its path.
@@ -51,7 +40,7 @@ class TemplateFolder {
   }
 
  private:
-  std::filesystem::path folder;
+  TempFolder folder;
 };
 
 }  // namespace quillmark::test
