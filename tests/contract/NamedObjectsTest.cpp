@@ -116,17 +116,6 @@ TEST_F(NamedObjects, ViewKeepsTheSectionAfterItsHandleIsClosed) {
   EXPECT_FALSE(::UnmapViewOfFile(words));
 }
 
-TEST_F(NamedObjects, WritesAreSeenBothWays) {
-  const OwnedHandle section(MakeSection());
-  auto* words = MapAll(section.Get());
-  ASSERT_EQ(other.Ask("section Local\\Ring 100"), "existing");
-  ASSERT_EQ(other.Ask("write 9"), "9");
-  EXPECT_EQ(*words, 9u);
-  *words = 11;
-  EXPECT_EQ(other.Ask("read"), "11");
-  EXPECT_TRUE(::UnmapViewOfFile(words));
-}
-
 TEST_F(NamedObjects, ExistingSectionKeepsItsSizeWhateverIsAskedFor) {
   ASSERT_EQ(other.Ask("section Local\\Ring 100"), "new");
   const OwnedHandle section(MakeSection(20496));

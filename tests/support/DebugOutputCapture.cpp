@@ -77,10 +77,6 @@ std::size_t DebugOutputCapture::Count(std::string_view substring) const {
   return CountLocked(substring);
 }
 
-bool DebugOutputCapture::WaitForLine(std::string_view substring, Clock::time_point deadline) const {
-  return WaitForCount(substring, 1, deadline);
-}
-
 bool DebugOutputCapture::WaitForCount(std::string_view substring, std::size_t count,
                                       Clock::time_point deadline) const {
   std::unique_lock lock(mutex);

@@ -34,7 +34,9 @@ class DebugOutputCapture {
 
   // True as soon as a line holds the text; false when none does at the deadline.
   [[nodiscard]] bool WaitForLine(std::string_view substring,
-                                 Clock::time_point deadline = Clock::now() + std::chrono::seconds(10)) const;
+                                 Clock::time_point deadline = Clock::now() + std::chrono::seconds(10)) const {
+    return WaitForCount(substring, 1, deadline);
+  }
   // The same for at least `count` such lines.
   [[nodiscard]] bool WaitForCount(std::string_view substring, std::size_t count,
                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(10)) const;

@@ -46,11 +46,6 @@ LineProcess::~LineProcess() {
   ::close(output_);
 }
 
-std::string LineProcess::Ask(const std::string& line) {
-  Say(line);
-  return Hear();
-}
-
 void LineProcess::Say(const std::string& line) {
   const std::string text = line + "\n";
   ::send(input_, text.data(), text.size(), MSG_NOSIGNAL);

@@ -18,7 +18,10 @@ class LineProcess {
   LineProcess& operator=(const LineProcess&) = delete;
 
   // Writes a line and returns the answer without its line end; empty when the process ended instead.
-  std::string Ask(const std::string& line);
+  std::string Ask(const std::string& line) {
+    Say(line);
+    return Hear();
+  }
   // As the two halves of Ask.
   void Say(const std::string& line);
   std::string Hear();

@@ -126,10 +126,6 @@ void PrivateDisplay::StartWindowManager() {
   if (!runs) throw std::runtime_error("openbox did not start");
 }
 
-void PrivateDisplay::EndWindowManager(int signal) {
-  windowManager->End(signal);
-}
-
 void PrivateDisplay::EndServer(int signal) {
   server->End(signal);
   windowManager.reset();
@@ -138,10 +134,6 @@ void PrivateDisplay::EndServer(int signal) {
 void PrivateDisplay::RestartServer() {
   EndServer(SIGTERM);
   StartServer();
-}
-
-bool PrivateDisplay::Run(std::vector<std::string> arguments) {
-  return ChildProcess(std::move(arguments)).Wait() == 0;
 }
 
 }  // namespace quillmark::test

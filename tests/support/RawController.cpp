@@ -1,9 +1,6 @@
 #include "support/RawController.h"
 
-#include <windows.h>
-
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <stdexcept>
 
@@ -11,7 +8,6 @@ namespace quillmark::test {
 
 namespace {
 
-constexpr std::size_t WriteIndex = 0, ReadIndex = 4;  // in either header
 constexpr std::size_t HeaderBytes = 16, CommandSlotBytes = 320, HitSlotBytes = 128;
 
 UniqueHandle Checked(HANDLE handle, const char* call) {
@@ -31,15 +27,6 @@ UniqueView MapWhole(const UniqueHandle& mapping) {
   void* view = ::MapViewOfFile(mapping.Get(), FILE_MAP_ALL_ACCESS, 0, 0, 0);
   if (view == nullptr) throw std::runtime_error("MapViewOfFile failed");
   return UniqueView(view);
-}
-
-std::uint32_t LoadWord(const std::byte* ring, std::size_t offset) {
-  auto* word = reinterpret_cast<std::uint32_t*>(const_cast<std::byte*>(ring + offset));
-  return std::atomic_ref(*word).load();
-}
-
-void StoreWord(std::byte* ring, std::size_t offset, std::uint32_t value) {
-  std::atomic_ref(*reinterpret_cast<std::uint32_t*>(ring + offset)).store(value);
 }
 
 template <typename T>
@@ -93,26 +80,6 @@ void RawController::FillCommand(std::uint32_t record, const RawCommand& command)
   Put(slot + 252, command.threshold);
 }
 
-void RawController::SignalCommands() {
-  ::SetEvent(commandEvent.Get());
-}
-
-std::uint32_t RawController::CommandWord(std::size_t offset) const {
-  return LoadWord(Commands(), offset);
-}
-
-void RawController::SetCommandWord(std::size_t offset, std::uint32_t value) {
-  StoreWord(Commands(), offset, value);
-}
-
-std::uint32_t RawController::PendingCommands() const {
-  return CommandWord(WriteIndex) - CommandWord(ReadIndex);
-}
-
-std::byte* RawController::Commands() const {
-  return static_cast<std::byte*>(commandView.Get());
-}
-
 std::vector<RawHit> RawController::TakeHits() {
   std::vector<RawHit> hits;
   const std::uint32_t end = HitWord(WriteIndex);
@@ -150,22 +117,6 @@ RawHit RawController::ReadHit(std::uint32_t record) const {
     hit.name.push_back(static_cast<wchar_t>(unit));
   }
   return hit;
-}
-
-bool RawController::TakeHitSignal() {
-  return ::WaitForSingleObject(hitEvent.Get(), 0) == WAIT_OBJECT_0;
-}
-
-std::uint32_t RawController::HitWord(std::size_t offset) const {
-  return LoadWord(Hits(), offset);
-}
-
-void RawController::SetHitWord(std::size_t offset, std::uint32_t value) {
-  StoreWord(Hits(), offset, value);
-}
-
-std::byte* RawController::Hits() const {
-  return static_cast<std::byte*>(hitView.Get());
 }
 
 }  // namespace quillmark::test

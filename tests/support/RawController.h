@@ -5,6 +5,9 @@
 // Threading: one thread at a time, which need not be that of the worker.
 #pragma once
 
+#include <windows.h>
+
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +19,9 @@
 #include "ipc/UniqueHandle.h"
 
 namespace quillmark::test {
+
+// Header words of both rings.
+inline constexpr std::size_t WriteIndex = 0, ReadIndex = 4, DroppedCount = 8;
 
 // One command record. The texts fill their fields up to 16, 32 and 64 units; what is longer is cut.
 struct RawCommand {
@@ -56,12 +62,16 @@ class RawController {
 
   // The steps of Send, for tests that leave one out.
   void FillCommand(std::uint32_t record, const RawCommand& command);
-  void SignalCommands();
-  [[nodiscard]] std::uint32_t CommandWord(std::size_t offset) const;
-  void SetCommandWord(std::size_t offset, std::uint32_t value);
+  void SignalCommands() { ::SetEvent(commandEvent.Get()); }
+  [[nodiscard]] std::uint32_t CommandWord(std::size_t offset) const {
+    return Word(Commands(), offset).load();
+  }
+  void SetCommandWord(std::size_t offset, std::uint32_t value) { Word(Commands(), offset).store(value); }
   // Commands published and not yet consumed by the worker.
-  [[nodiscard]] std::uint32_t PendingCommands() const;
-  [[nodiscard]] std::byte* Commands() const;
+  [[nodiscard]] std::uint32_t PendingCommands() const {
+    return CommandWord(WriteIndex) - CommandWord(ReadIndex);
+  }
+  [[nodiscard]] std::byte* Commands() const { return static_cast<std::byte*>(commandView.Get()); }
 
   // -- hits ----------------------------------------------------------------------------------------------
 
@@ -75,12 +85,16 @@ class RawController {
 
   [[nodiscard]] RawHit ReadHit(std::uint32_t record) const;
   // Whether the event was signalled; takes the signal.
-  bool TakeHitSignal();
-  [[nodiscard]] std::uint32_t HitWord(std::size_t offset) const;
-  void SetHitWord(std::size_t offset, std::uint32_t value);
-  [[nodiscard]] std::byte* Hits() const;
+  bool TakeHitSignal() { return ::WaitForSingleObject(hitEvent.Get(), 0) == WAIT_OBJECT_0; }
+  [[nodiscard]] std::uint32_t HitWord(std::size_t offset) const { return Word(Hits(), offset).load(); }
+  void SetHitWord(std::size_t offset, std::uint32_t value) { Word(Hits(), offset).store(value); }
+  [[nodiscard]] std::byte* Hits() const { return static_cast<std::byte*>(hitView.Get()); }
 
  private:
+  static std::atomic_ref<std::uint32_t> Word(std::byte* ring, std::size_t offset) {
+    return std::atomic_ref(*reinterpret_cast<std::uint32_t*>(ring + offset));
+  }
+
   UniqueHandle commandMapping, commandEvent, hitMapping, hitEvent;
   UniqueView commandView, hitView;
 };

@@ -63,26 +63,6 @@ cv::Rect App::ClientArea() const {
   return now;
 }
 
-void App::Control(const std::string& action) const {
-  Shell("xdotool " + action);
-}
-
-void App::Move(int x, int y) const {
-  Control("windowmove " + window + " " + std::to_string(x) + " " + std::to_string(y));
-}
-
-void App::Raise() const {
-  Control("windowraise " + window);
-}
-
-void App::Minimise() const {
-  Control("windowminimize --sync " + window);
-}
-
-void App::Restore() const {
-  Control("windowmap --sync " + window);
-}
-
 void App::Stir() const {
   const cv::Rect area = ClientArea();
   Shell("xrefresh -geometry 2x2+" + std::to_string(area.x) + "+" + std::to_string(area.y));

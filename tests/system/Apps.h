@@ -26,16 +26,16 @@ class App {
   cv::Rect ClientArea() const;
 
   // Where the frame's top left corner goes.
-  void Move(int x, int y) const;
-  void Raise() const;
-  void Minimise() const;
-  void Restore() const;
+  void Move(int x, int y) const {
+    Shell("xdotool windowmove " + window + " " + std::to_string(x) + " " + std::to_string(y));
+  }
+  void Raise() const { Shell("xdotool windowraise " + window); }
+  void Minimise() const { Shell("xdotool windowminimize --sync " + window); }
+  void Restore() const { Shell("xdotool windowmap --sync " + window); }
   // Makes the monitor of the client area's first corner deliver a frame: a dot appears there and goes.
   void Stir() const;
 
  private:
-  void Control(const std::string& action) const;
-
   std::string name;
   Program program;
   std::string window;

@@ -18,8 +18,6 @@
 namespace quillmark::test {
 namespace {
 
-constexpr std::size_t WriteIndex = 0, ReadIndex = 4, DroppedCount = 8;
-
 // Polls the command ring as the worker's main thread does and writes down the commands it gets.
 class CommandTaker {
  public:

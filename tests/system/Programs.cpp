@@ -4,7 +4,6 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 
-#include <csignal>
 #include <cstdio>
 
 namespace quillmark::test {
@@ -25,29 +24,11 @@ std::vector<std::string> WithOutputIn(const std::filesystem::path& folder, const
 Program::Program(const std::vector<std::string>& arguments, const std::filesystem::path& where)
     : process(WithOutputIn(folder.Path(), where, arguments)) {}
 
-Program::~Program() = default;
-
-std::string Program::Out() const {
-  return ContentOf(folder.Path() / "out.txt");
-}
-
-std::string Program::Err() const {
-  return ContentOf(folder.Path() / "err.txt");
-}
-
 bool Program::Ended() const {
   siginfo_t info{};
   if (process.Pid() == 0) return true;
   const int result = ::waitid(P_PID, static_cast<id_t>(process.Pid()), &info, WEXITED | WNOHANG | WNOWAIT);
   return result == 0 && info.si_pid != 0;
-}
-
-void Program::Kill() {
-  process.End(SIGKILL);
-}
-
-void Program::Interrupt() {
-  ::kill(process.Pid(), SIGINT);
 }
 
 std::vector<std::string> ControlCommand(std::vector<std::string> arguments) {

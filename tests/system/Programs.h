@@ -3,10 +3,9 @@
 // Threading: the test's main thread.
 #pragma once
 
-#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/ChildProcess.h"
@@ -19,15 +18,14 @@ namespace quillmark::test {
 class Program {
  public:
   explicit Program(const std::vector<std::string>& arguments, const std::filesystem::path& where = {});
-  ~Program();
 
   // Output and error output so far.
-  std::string Out() const;
-  std::string Err() const;
+  std::string Out() const { return ContentOf(folder.Path() / "out.txt"); }
+  std::string Err() const { return ContentOf(folder.Path() / "err.txt"); }
   bool Ended() const;
   int Wait() { return process.Wait(); }
-  void Kill();  // SIGKILL
-  void Interrupt();
+  void Kill() { process.End(SIGKILL); }
+  void Interrupt() { ::kill(process.Pid(), SIGINT); }
   pid_t Pid() const { return process.Pid(); }
 
  protected:

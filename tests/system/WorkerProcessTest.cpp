@@ -18,8 +18,6 @@
 namespace quillmark::test {
 namespace {
 
-constexpr std::size_t ReadIndex = 4;
-
 std::string Utf16(const std::string& ascii) {
   std::string bytes;
   for (const char letter : ascii) bytes += {letter, '\0'};

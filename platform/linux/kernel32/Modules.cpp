@@ -84,7 +84,7 @@ HMODULE FindLibrary(LPCWSTR name) {
   std::string wanted = LowerCase(ToUtf8(name));
   if (wanted.find('.') == std::string::npos) wanted += ".dll";
   for (const Library& library : libraries) {
-    if (wanted == library.name && !IsHidden(library.name, "")) return HandleOf(library);
+    if (wanted == library.name) return HandleOf(library);
   }
   return Fail(ERROR_MOD_NOT_FOUND, nullptr);
 }
@@ -94,10 +94,6 @@ HMODULE FindLibrary(LPCWSTR name) {
 void HideEntry(const char* library, const char* entry) {
   const std::lock_guard lock(TheHidden().mutex);
   TheHidden().entries.emplace(LowerCase(library), entry);
-}
-
-void HideLibrary(const char* library) {
-  HideEntry(library, "");
 }
 
 void ShowAllEntries() {

@@ -1,4 +1,4 @@
-// Test hook of the module calls: lets a library or one of its entries be missing, as on an older system.
+// Test hook of the module calls: lets an entry be missing, as on an older system.
 //
 // Threading: any thread.
 #pragma once
@@ -7,8 +7,6 @@ namespace quillmark::layer {
 
 // GetProcAddress finds this entry no more. The library's name is compared without regard to case.
 void HideEntry(const char* library, const char* entry);
-// GetModuleHandleW and LoadLibraryW find this library no more; handles that are out stay good.
-void HideLibrary(const char* library);
 // Ends all hiding.
 void ShowAllEntries();
 

@@ -96,26 +96,12 @@ Scene MakeScene(std::uint32_t seed, Appearance appearance) {
 }
 
 int StepNumber(DecidingStep step) {
-  switch (step) {
-    case DecidingStep::Inputs:
-      return 1;
-    case DecidingStep::Search:
-    case DecidingStep::Difference:
-    case DecidingStep::MinScore:
-      return 3;
-    case DecidingStep::Placement:
-      return 4;
-    case DecidingStep::FlatWhite:
-      return 5;
-    case DecidingStep::NoEdges:
-      return 7;
-    case DecidingStep::Darkness:
-      return 8;
-    case DecidingStep::Accepted:
-      return 10;
-    default:
-      return 9;
-  }
+  static const std::map<DecidingStep, int> numbers = {
+      {DecidingStep::Inputs, 1},   {DecidingStep::Search, 3},    {DecidingStep::Difference, 3},
+      {DecidingStep::MinScore, 3}, {DecidingStep::Placement, 4}, {DecidingStep::FlatWhite, 5},
+      {DecidingStep::NoEdges, 7},  {DecidingStep::Darkness, 8},  {DecidingStep::Accepted, 10}};
+  const auto found = numbers.find(step);
+  return found != numbers.end() ? found->second : 9;
 }
 
 void ExpectFigure(const char* what, const std::optional<double>& expected, double actual, double tolerance) {

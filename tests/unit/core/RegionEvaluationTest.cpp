@@ -356,14 +356,6 @@ TEST(RegionEvaluation, ReportsThePlacementInTheTargetsClientArea) {
   }
 }
 
-TEST(RegionEvaluation, ReportsScoresInSinglePrecisionAndNoEdgeScoreForLowDetail) {
-  const Verdict normal = Shown(IconOf(kNormal)).Evaluated(), tiny = Shown(IconOf(kTiny)).Evaluated();
-  EXPECT_EQ(normal.sq, static_cast<float>(1.0 - normal.dist));
-  EXPECT_NEAR(normal.edgeScore, 1.0f, 1e-6f);
-  EXPECT_EQ(normal.edgeScore, static_cast<float>(std::max(normal.e1, normal.e2)));
-  EXPECT_EQ(tiny.edgeScore, 0.0f);
-}
-
 TEST(RegionEvaluation, DerivesTheDedupeWindowFromTheInterval) {
   for (const auto& [interval, expected] :
        {std::pair{0, 0}, {-5, 0}, {1, 1}, {3, 1}, {20, 12}, {33, 19}, {200, 120}}) {

@@ -137,25 +137,6 @@ TEST_F(EngineTest, RotatedOutputsReportDesktopPositions) {
   }
 }
 
-TEST_F(EngineTest, BadSpecDoesNotStopTheOthers) {
-  desktop->AddMonitor({RectAt(0, 0, 400, 300)});
-  OpenWindow(RectAt(0, 0, 400, 300));
-  const cv::Mat image = Noise(40, 20, 5);
-  AddSpec(L"broken", image, {0, 0, 200, 100});
-  {
-    const std::lock_guard lock(Specs().specMutex);
-    TemplateSpec& broken = Specs().specs.back();
-    broken.mode = MatchMode::Bgr;
-    broken.tmplBgr = cv::Mat::zeros(20, 40, CV_16UC1);
-  }
-  AddSpec(L"good", image, {0, 0, 200, 100});
-  desktop->Paint(image, {10, 10});
-  test::DebugOutputCapture output;
-  engine.Start();
-  EXPECT_TRUE(HitWhileRefreshing(L"good"));
-  EXPECT_TRUE(output.WaitForLine("of name=broken"));
-}
-
 TEST_F(EngineTest, HitsResumeAfterAccessWasLostAndTheDisplayChanged) {
   desktop->AddMonitor({RectAt(0, 0, 400, 300)});
   OpenWindow(RectAt(0, 0, 400, 300));
@@ -298,11 +279,6 @@ TEST_F(EngineTest, DisplayChangeWithoutATimerThreadRebindsAtOnce) {
   desktop->ChangeDisplay();
   EXPECT_TRUE(output.WaitForLine("rebinding at once"));
   EXPECT_TRUE(Eventually([&] { return context.expired(); }));
-}
-
-TEST_F(EngineTest, StopBeforeStartDoesNothing) {
-  engine.Stop();
-  SUCCEED();
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "ipc/CmdRingReader.h"
 
 #include <gmock/gmock.h>
-#include <windows.h>
 
 #include <atomic>
 #include <functional>
@@ -146,7 +145,7 @@ TEST_F(CmdRingReaderTest, ConsumesWhatItsHandlersMissOrRefuse) {
 
 TEST_F(CmdRingReaderTest, ClosesOnceAndThenPollsNothing) {
   Open();
-  UniqueHandle event(::CreateEventW(nullptr, FALSE, FALSE, L"Local\\CmdRingEvent"));
+  UniqueHandle event(MakeEvent(L"Local\\CmdRingEvent"));
   reader.Close();
   EXPECT_EQ(::WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
   reader.Close();
@@ -191,13 +190,12 @@ TEST(CmdRingInitTest, ZeroesTheHeaderOnlyWhenNobodyHadTheEvent) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     PrivateSession session;
-    UniqueHandle section(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
-                                              RawController::CommandBytes, L"Local\\CmdRingMMF"));
+    UniqueHandle section(MakeSection(L"Local\\CmdRingMMF", RawController::CommandBytes));
     UniqueView view(::MapViewOfFile(section.Get(), FILE_MAP_ALL_ACCESS, 0, 0, 0));
     auto* const words = static_cast<std::uint32_t*>(view.Get());
     std::fill_n(words, 5, 7u);
     UniqueHandle event;
-    if (c.eventFirst) event.Reset(::CreateEventW(nullptr, FALSE, FALSE, L"Local\\CmdRingEvent"));
+    if (c.eventFirst) event.Reset(MakeEvent(L"Local\\CmdRingEvent"));
 
     CmdRingReader reader;
     EXPECT_TRUE(reader.Init(0));
@@ -217,12 +215,8 @@ TEST(CmdRingInitTest, FailsWithoutHoldingAnything) {
     const char* what;
     std::function<HANDLE()> make;
   } cases[] = {
-      {"section too small",
-       [] {
-         return ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 20480,
-                                     L"Local\\CmdRingMMF");
-       }},
-      {"section's name taken", [] { return ::CreateEventW(nullptr, FALSE, FALSE, L"Local\\CmdRingMMF"); }},
+      {"section too small", [] { return MakeSection(L"Local\\CmdRingMMF", 20480); }},
+      {"section's name taken", [] { return MakeEvent(L"Local\\CmdRingMMF"); }},
       {"event's name taken", [] { return ::CreateMutexW(nullptr, FALSE, L"Local\\CmdRingEvent"); }},
   };
   for (const auto& c : cases) {
@@ -233,9 +227,8 @@ TEST(CmdRingInitTest, FailsWithoutHoldingAnything) {
     EXPECT_FALSE(reader.Init(0));
     reader.Poll(0);
     obstacle.Reset();
-    EXPECT_TRUE(MakesNew(
-        ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\CmdRingMMF")));
-    EXPECT_TRUE(MakesNew(::CreateEventW(nullptr, FALSE, FALSE, L"Local\\CmdRingEvent")));
+    EXPECT_TRUE(MakesNew(MakeSection(L"Local\\CmdRingMMF", 64)));
+    EXPECT_TRUE(MakesNew(MakeEvent(L"Local\\CmdRingEvent")));
   }
 }
 

@@ -152,13 +152,8 @@ TEST(HitRingInitTest, FailsOnceAndForAll) {
     std::function<HANDLE()> makeObstacle;
     const char* line;
   } cases[] = {
-      {[] { return ::CreateEventW(nullptr, FALSE, FALSE, L"Local\\HitRingMMF"); },
-       "] CreateFileMappingW failed, err=6"},
-      {[] {
-         return ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 8192,
-                                     L"Local\\HitRingMMF");
-       },
-       "] MapViewOfFile failed, err=24"},
+      {[] { return MakeEvent(L"Local\\HitRingMMF"); }, "] CreateFileMappingW failed, err=6"},
+      {[] { return MakeSection(L"Local\\HitRingMMF", 8192); }, "] MapViewOfFile failed, err=24"},
       {[] { return ::CreateMutexW(nullptr, FALSE, L"Local\\HitRingEvent"); }, "] CreateEventW failed, err=6"},
   };
   for (const auto& c : cases) {

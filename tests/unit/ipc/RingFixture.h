@@ -4,6 +4,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <atomic>
 #include <cstddef>
@@ -19,13 +20,17 @@
 
 namespace quillmark::test {
 
-// Header words of both rings.
-inline constexpr std::size_t WriteIndex = 0, ReadIndex = 4, DroppedCount = 8;
-
 // For tests that reach the process's own hit ring: it stays in the session it was opened in.
 inline const PrivateSession& ProgramSession() {
   static const PrivateSession session;
   return session;
+}
+
+inline HANDLE MakeSection(const wchar_t* name, DWORD size) {
+  return ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name);
+}
+inline HANDLE MakeEvent(const wchar_t* name) {
+  return ::CreateEventW(nullptr, FALSE, FALSE, name);
 }
 
 class LogReader {

@@ -4,8 +4,20 @@
 
 #include <thread>
 
+#include "core/ZeroMean.h"
+
 namespace quillmark {
 namespace {
+
+TEST(ColorGate, RedIsHue170To10FromSaturation80AndValue50) {
+  const cv::Mat hsv = (cv::Mat_<cv::Vec3b>(1, 8) << cv::Vec3b(10, 80, 50), cv::Vec3b(11, 80, 50),
+                       cv::Vec3b(170, 80, 50), cv::Vec3b(169, 80, 50), cv::Vec3b(0, 79, 50),
+                       cv::Vec3b(0, 80, 49), cv::Vec3b(179, 255, 255), cv::Vec3b(90, 255, 255));
+  const cv::Mat red = (cv::Mat_<std::uint8_t>(1, 8) << 255, 0, 255, 0, 0, 0, 255, 0);
+  cv::Mat mask;
+  BuildRedMaskHSV(hsv, mask, kRedHueLow, kRedHueHigh, kRedSatMin, kRedValMin);
+  EXPECT_EQ(cv::norm(mask, red, cv::NORM_INF), 0.0) << mask;
+}
 
 TEST(ColorGate, AgreesWithThePixelwiseRuleOverRandomImages) {
   cv::RNG random(4711);
@@ -59,6 +71,30 @@ TEST(ColorGate, KeepsOneMorphologyElementAThread) {
   const cv::Mat ones = cv::Mat::ones(3, 3, CV_8UC1);
   EXPECT_EQ(cv::norm(mine, ones), 0.0);
   EXPECT_EQ(cv::norm(contents, ones), 0.0);
+}
+
+TEST(ZeroMean, WorksInPlaceOnASubMatrix) {
+  cv::Mat image(20, 30, CV_8UC1);
+  cv::RNG(7).fill(image, cv::RNG::UNIFORM, 0, 256);
+  const cv::Mat crop = image(cv::Rect(3, 4, 11, 9)).clone();
+  cv::Mat result = image(cv::Rect(3, 4, 11, 9));
+  ToZeroMeanFloat(result, result);
+  double sum = 0.0;
+  for (int y = 0; y < crop.rows; ++y) {
+    for (int x = 0; x < crop.cols; ++x) sum += crop.at<std::uint8_t>(y, x) / 255.0;
+  }
+  const double mean = sum / static_cast<double>(crop.total());
+  for (int y = 0; y < crop.rows; ++y) {
+    for (int x = 0; x < crop.cols; ++x) {
+      ASSERT_NEAR(result.at<float>(y, x), crop.at<std::uint8_t>(y, x) / 255.0 - mean, 1e-6);
+    }
+  }
+}
+
+TEST(ZeroMean, ReleasesTheDestinationForAnEmptySource) {
+  cv::Mat result(3, 3, CV_32FC1, cv::Scalar(1));
+  ToZeroMeanFloat(cv::Mat(), result);
+  EXPECT_TRUE(result.empty());
 }
 
 }  // namespace
