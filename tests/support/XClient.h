@@ -35,15 +35,17 @@ class XClient {
   // Asks the window manager to iconify it.
   void Iconify(std::uint32_t window);
   void Destroy(std::uint32_t window);
+  // Returns when the server has done what was asked.
+  void Sync();
+
+ protected:
+  xcb_connection_t* connection;
+  std::uint32_t root = 0;
 
  private:
   std::uint32_t Create(int x, int y, int width, int height, bool popup);
   std::uint32_t Atom(const std::string& name);
   void SetText(std::uint32_t window, std::uint32_t property, std::uint32_t type, const std::string& text);
-  void Sync();
-
-  xcb_connection_t* connection;
-  std::uint32_t root = 0;
 };
 
 }  // namespace quillmark::test

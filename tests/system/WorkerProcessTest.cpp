@@ -75,17 +75,6 @@ TEST_F(WorkerProcess, StartsWhereItCannotWriteTheProbe) {
   EXPECT_TRUE(Answers());
 }
 
-TEST_F(WorkerProcess, SectionTooSmallForARingIsRefused) {
-  const HANDLE small =
-      ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, L"Local\\CmdRingMMF");
-  ASSERT_NE(small, nullptr);
-  Worker worker;
-  ASSERT_TRUE(Eventually([&] { return worker.Ended(); })) << worker.Err();
-  EXPECT_EQ(worker.Wait(), 1);
-  EXPECT_NE(worker.Err().find("CmdRingReader Init failed!"), std::string::npos) << worker.Err();
-  ::CloseHandle(small);
-}
-
 TEST_F(WorkerProcess, GoesOnWithCommandsWhereTheKilledOneStopped) {
   RawController controller;
   auto worker = std::make_unique<Worker>();

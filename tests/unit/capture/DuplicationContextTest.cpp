@@ -141,15 +141,6 @@ TEST_F(DuplicationContextTest, WaitsItsTimeOutOnAStillDesktop) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(33));
 }
 
-TEST_F(DuplicationContextTest, GivesTheUnchangedPictureWhenThePointerMoved) {
-  const auto monitor = desktop->AddMonitor({});
-  context.Init(HandleOf(monitor));
-  const cv::Mat before = NextPicture();
-  EXPECT_TRUE(NextPicture().empty());
-  desktop->Refresh(monitor);
-  EXPECT_TRUE(SamePixels(NextPicture(), before));
-}
-
 TEST_F(DuplicationContextTest, ReleasesAFrameThatCannotBeMapped) {
   const auto monitor = desktop->AddMonitor({});
   context.Init(HandleOf(monitor));

@@ -12,6 +12,7 @@
 
 #include "desktop/XcbConnection.h"
 #include "support/PrivateDisplay.h"
+#include "support/XClient.h"
 
 namespace quillmark::layer {
 namespace {
@@ -20,56 +21,39 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t soon = 5000;  // ms; a frame that is due arrives long before
 
 // Another program on the display.
-class Painter {
+class Painter : public test::XClient {
  public:
-  Painter() : connection(XcbConnection::Open("")) {
-    context = xcb_generate_id(*connection);
+  Painter() : window(ShowPopup(50, 40, 120, 90)), context(xcb_generate_id(connection)) {
     const std::uint32_t inferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
-    xcb_create_gc(*connection, context, connection->Root(), XCB_GC_SUBWINDOW_MODE, &inferiors);
-    window = xcb_generate_id(*connection);
-    const std::uint32_t unmanaged = 1;
-    xcb_create_window(*connection, XCB_COPY_FROM_PARENT, window, connection->Root(), 50, 40, 120, 90, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT,
-                      &unmanaged);
-    xcb_map_window(*connection, window);
-    Finish();
+    xcb_create_gc(connection, context, root, XCB_GC_SUBWINDOW_MODE, &inferiors);
   }
 
   // The colour's top byte is rubbish, as programs leave it.
   void Fill(xcb_rectangle_t where, std::uint32_t rgb, bool inWindow = false) {
     const std::uint32_t colour = 0xA5000000u | rgb;
-    xcb_change_gc(*connection, context, XCB_GC_FOREGROUND, &colour);
-    xcb_poly_fill_rectangle(*connection, inWindow ? window : connection->Root(), context, 1, &where);
+    xcb_change_gc(connection, context, XCB_GC_FOREGROUND, &colour);
+    xcb_poly_fill_rectangle(connection, inWindow ? window : root, context, 1, &where);
   }
-  void MoveWindow(int x, int y) {
-    const std::int32_t to[] = {x, y};
-    xcb_configure_window(*connection, window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, to);
-  }
+  void MoveWindow(int x, int y) { Move(window, x, y); }
   void MovePointer(std::int16_t x, std::int16_t y) {
-    xcb_warp_pointer(*connection, XCB_NONE, connection->Root(), 0, 0, 0, 0, x, y);
-    Finish();
-  }
-  // Returns when the server has done what was asked.
-  void Finish() {
-    const XcbReply<xcb_get_input_focus_reply_t> done(
-        xcb_get_input_focus_reply(*connection, xcb_get_input_focus(*connection), nullptr));
+    xcb_warp_pointer(connection, XCB_NONE, root, 0, 0, 0, 0, x, y);
+    Sync();
   }
   // What the server shows there, 8UC4 with the fourth byte cleared.
   cv::Mat Screen(const RECT& area) {
     const int width = area.right - area.left, height = area.bottom - area.top;
     const auto asked =
-        xcb_get_image(*connection, XCB_IMAGE_FORMAT_Z_PIXMAP, connection->Root(),
-                      static_cast<std::int16_t>(area.left), static_cast<std::int16_t>(area.top),
-                      static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height), ~0u);
-    const XcbReply<xcb_get_image_reply_t> got(xcb_get_image_reply(*connection, asked, nullptr));
+        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, static_cast<std::int16_t>(area.left),
+                      static_cast<std::int16_t>(area.top), static_cast<std::uint16_t>(width),
+                      static_cast<std::uint16_t>(height), ~0u);
+    const XcbReply<xcb_get_image_reply_t> got(xcb_get_image_reply(connection, asked, nullptr));
     if (!got) return {};
     return cv::Mat(height, width, CV_8UC4, xcb_get_image_data(got.get())) & cv::Scalar(255, 255, 255, 0);
   }
 
  private:
-  std::unique_ptr<XcbConnection> connection;
-  xcb_gcontext_t context = 0;
-  xcb_window_t window = 0;
+  const xcb_window_t window;
+  const xcb_gcontext_t context;
 };
 
 class X11DuplicationTest : public testing::Test {
@@ -117,7 +101,7 @@ TEST_P(EachTransport, FollowsTheScreenExactlyThroughRandomChanges) {
   const RECT onRoot{101, 53, 338, 260};
   ASSERT_EQ(Open({1, -47, 238, 160}, GetParam(), {100, 100}), S_OK);
   painter.Fill({0, 0, 400, 300}, 0x123456);
-  painter.Finish();
+  painter.Sync();
   cv::Mat seen = NextPicture();
   ASSERT_TRUE(SamePixels(seen, painter.Screen(onRoot)));
 
@@ -133,7 +117,7 @@ TEST_P(EachTransport, FollowsTheScreenExactlyThroughRandomChanges) {
       painter.Fill(where, random() & 0xFFFFFF, below(3) == 0);
     }
     if (round % 4 == 0) painter.MoveWindow(below(450) - 60, below(350) - 60);
-    painter.Finish();
+    painter.Sync();
     cv::Mat next = NextPicture(0);
     if (next.empty())
       ++unchanged;  // all of it was elsewhere
@@ -161,7 +145,7 @@ TEST_F(X11DuplicationTest, TimesOutWhileOnlyTheRestOfTheScreenChanges) {
   ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
   Settle();
   painter.Fill({0, 0, 200, 300}, 0xFFFFFF);
-  painter.Finish();
+  painter.Sync();
   EXPECT_EQ(frames->Acquire(33), DXGI_ERROR_WAIT_TIMEOUT);
 }
 
@@ -181,11 +165,11 @@ TEST_F(X11DuplicationTest, GivesAFrameWhenThePointerMovesOnItsMonitor) {
 TEST_F(X11DuplicationTest, KeepsAHeldFrameStill) {
   ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
   painter.Fill({0, 0, 400, 300}, 0x0000FF);
-  painter.Finish();
+  painter.Sync();
   ASSERT_EQ(frames->Acquire(soon), S_OK);
   const cv::Mat before = Picture();
   painter.Fill({0, 0, 400, 300}, 0xFF0000);
-  painter.Finish();
+  painter.Sync();
   EXPECT_EQ(frames->Acquire(0), DXGI_ERROR_INVALID_CALL);
   EXPECT_TRUE(SamePixels(Picture(), before));
   EXPECT_EQ(frames->Release(), S_OK);
@@ -218,7 +202,7 @@ TEST_F(X11DuplicationTest, LosesAccessOnlyWhenItsOwnMonitorChanges) {
   EXPECT_EQ(right->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
   EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT);
   painter.Fill({0, 0, 10, 10}, 0xFFFFFF);
-  painter.Finish();
+  painter.Sync();
   EXPECT_FALSE(NextPicture().empty());
 }
 

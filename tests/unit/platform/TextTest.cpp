@@ -46,9 +46,7 @@ TEST(Text, ConvertsBothWays) {
 TEST(Text, UnpairedSurrogatesAreReplacedOrRefused) {
   const std::wstring cases[] = {{L'a', 0xD800, L'b'}, {L'a', 0xDC00, L'b'}};
   for (const std::wstring& wide : cases) {
-    EXPECT_EQ(Narrow(wide),
-              "a\xEF\xBF\xBD"
-              "b");
+    EXPECT_EQ(Narrow(wide), "a\uFFFDb");
     EXPECT_EQ(Narrow(wide, WC_ERR_INVALID_CHARS), "");
     EXPECT_EQ(::GetLastError(), ERROR_NO_UNICODE_TRANSLATION);
   }
@@ -60,19 +58,13 @@ TEST(Text, IllFormedBytesAreReplacedOrRefused) {
     std::string bytes;
     std::wstring wide;
   } cases[] = {
-      {"a\x80"
-       "b",
-       L"a\xFFFD"
-       L"b"},                                             // continuation alone
+      {"a\200b", L"a\uFFFDb"},                            // continuation alone
       {"\xC0\xAF", L"\xFFFD\xFFFD"},                      // overlong
       {"\xE0\x80\x80", L"\xFFFD\xFFFD\xFFFD"},            // overlong
       {"\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD"},            // surrogate
       {"\xF4\x90\x80\x80", L"\xFFFD\xFFFD\xFFFD\xFFFD"},  // beyond the last character
       {"\xF0\x9F\x98", L"\xFFFD"},                        // cut off at the end
-      {"\xE2\x82"
-       "A",
-       L"\xFFFD"
-       L"A"},  // cut off by another character
+      {"\xE2\202A", L"\uFFFDA"},                          // cut off by another character
   };
   for (const auto& [bytes, wide] : cases) {
     EXPECT_EQ(Widen(bytes), wide);
