@@ -3,15 +3,16 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
-#include <xcb/xcb.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
-#include <string_view>
 #include <thread>
 #include <utility>
+
+#include "support/Eventually.h"
+#include "support/XClient.h"
 
 namespace quillmark::test {
 namespace {
@@ -23,27 +24,14 @@ constexpr auto kPatience = std::chrono::milliseconds(100);
 
 // Whether a window manager takes care of a window that asks to be mapped now. While it starts it may miss
 // one, whatever its properties say.
-bool ManagesWindows(xcb_connection_t* connection) {
-  constexpr std::string_view kState = "WM_STATE";
-  auto* state = xcb_intern_atom_reply(connection,
-                                      xcb_intern_atom(connection, 0, kState.size(), kState.data()), nullptr);
-  if (state == nullptr) return false;
-  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-  const xcb_window_t window = xcb_generate_id(connection);
-  xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, root, 0, 0, 10, 10, 0,
-                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-  xcb_map_window(connection, window);
+bool ManagesWindows(XClient& client) {
+  const std::uint32_t window = client.Show(0, 0, 10, 10, "");
   bool manages = false;
   for (const auto deadline = Clock::now() + kPatience; !manages && Clock::now() < deadline;) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    auto* value = xcb_get_property_reply(
-        connection, xcb_get_property(connection, 0, window, state->atom, state->atom, 0, 2), nullptr);
-    manages = value != nullptr && value->value_len > 0;
-    std::free(value);
+    manages = client.HasProperty(window, "WM_STATE");
   }
-  std::free(state);
-  xcb_destroy_window(connection, window);
-  xcb_flush(connection);
+  client.Destroy(window);
   return manages;
 }
 
@@ -116,14 +104,8 @@ void PrivateDisplay::StartServer() {
 
 void PrivateDisplay::StartWindowManager() {
   windowManager = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox", "--sm-disable"});
-  xcb_connection_t* connection = xcb_connect(name.c_str(), nullptr);
-  const auto deadline = Clock::now() + kDeadline;
-  bool runs = false;
-  while (!xcb_connection_has_error(connection) && !runs && Clock::now() < deadline) {
-    runs = ManagesWindows(connection);
-  }
-  xcb_disconnect(connection);
-  if (!runs) throw std::runtime_error("openbox did not start");
+  XClient client;
+  if (!Eventually([&] { return ManagesWindows(client); })) throw std::runtime_error("openbox did not start");
 }
 
 void PrivateDisplay::EndServer(int signal) {

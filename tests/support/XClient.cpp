@@ -120,6 +120,29 @@ void XClient::Iconify(std::uint32_t window) {
   Sync();
 }
 
+bool XClient::HasProperty(std::uint32_t window, const std::string& property) {
+  auto* value = xcb_get_property_reply(
+      connection, xcb_get_property(connection, 0, window, Atom(property), XCB_GET_PROPERTY_TYPE_ANY, 0, 2),
+      nullptr);
+  const bool has = value != nullptr && value->value_len > 0;
+  std::free(value);
+  return has;
+}
+
+std::vector<std::uint8_t> XClient::Pixels(int x, int y, int width, int height) {
+  auto* image = xcb_get_image_reply(
+      connection,
+      xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, static_cast<std::int16_t>(x),
+                    static_cast<std::int16_t>(y), static_cast<std::uint16_t>(width),
+                    static_cast<std::uint16_t>(height), ~0u),
+      nullptr);
+  if (image == nullptr) return {};
+  const std::uint8_t* bytes = xcb_get_image_data(image);
+  std::vector<std::uint8_t> pixels(bytes, bytes + xcb_get_image_data_length(image));
+  std::free(image);
+  return pixels;
+}
+
 void XClient::Destroy(std::uint32_t window) {
   xcb_destroy_window(connection, window);
   Sync();

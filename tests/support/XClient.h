@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 struct xcb_connection_t;
 
@@ -35,6 +36,10 @@ class XClient {
   // Asks the window manager to iconify it.
   void Iconify(std::uint32_t window);
   void Destroy(std::uint32_t window);
+  bool HasProperty(std::uint32_t window, const std::string& property);
+  // What the root window shows in an area within it, row by row: blue, green, red and a meaningless byte.
+  // Empty when it cannot be read.
+  std::vector<std::uint8_t> Pixels(int x, int y, int width, int height);
   // Returns when the server has done what was asked.
   void Sync();
 

@@ -1,38 +1,20 @@
 #include "Apps.h"
 
-#include <xcb/xcb.h>
-
+#include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <stdexcept>
+#include <thread>
+
+#include "support/XClient.h"
 
 namespace quillmark::test {
-namespace {
 
 using namespace std::chrono_literals;
 
-struct Disconnector {
-  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-struct Freer {
-  void operator()(void* memory) const { std::free(memory); }
-};
-
-}  // namespace
-
 cv::Mat Screenshot(const cv::Rect& area) {
-  const std::unique_ptr<xcb_connection_t, Disconnector> connection(xcb_connect(nullptr, nullptr));
-  if (xcb_connection_has_error(connection.get())) throw std::runtime_error("no X server");
-  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
-  const auto cookie =
-      xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, root, static_cast<std::int16_t>(area.x),
-                    static_cast<std::int16_t>(area.y), static_cast<std::uint16_t>(area.width),
-                    static_cast<std::uint16_t>(area.height), ~0u);
-  const std::unique_ptr<xcb_get_image_reply_t, Freer> reply(
-      xcb_get_image_reply(connection.get(), cookie, nullptr));
-  if (!reply) throw std::runtime_error("the screen cannot be read");
-  const cv::Mat bgrx(area.height, area.width, CV_8UC4, xcb_get_image_data(reply.get()));
+  std::vector<std::uint8_t> pixels = XClient().Pixels(area.x, area.y, area.width, area.height);
+  if (pixels.empty()) throw std::runtime_error("the screen cannot be read");
+  const cv::Mat bgrx(area.height, area.width, CV_8UC4, pixels.data());
   cv::Mat bgr(area.size(), CV_8UC3);
   const int channels[] = {0, 0, 1, 1, 2, 2};
   cv::mixChannels(&bgrx, 1, &bgr, 1, channels, 3);

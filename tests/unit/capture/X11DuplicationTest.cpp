@@ -9,8 +9,8 @@
 #include <opencv2/core.hpp>
 #include <random>
 #include <string>
+#include <vector>
 
-#include "desktop/XcbConnection.h"
 #include "support/PrivateDisplay.h"
 #include "support/XClient.h"
 
@@ -42,13 +42,9 @@ class Painter : public test::XClient {
   // What the server shows there, 8UC4 with the fourth byte cleared.
   cv::Mat Screen(const RECT& area) {
     const int width = area.right - area.left, height = area.bottom - area.top;
-    const auto asked =
-        xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, static_cast<std::int16_t>(area.left),
-                      static_cast<std::int16_t>(area.top), static_cast<std::uint16_t>(width),
-                      static_cast<std::uint16_t>(height), ~0u);
-    const XcbReply<xcb_get_image_reply_t> got(xcb_get_image_reply(connection, asked, nullptr));
-    if (!got) return {};
-    return cv::Mat(height, width, CV_8UC4, xcb_get_image_data(got.get())) & cv::Scalar(255, 255, 255, 0);
+    std::vector<std::uint8_t> pixels = Pixels(area.left, area.top, width, height);
+    if (pixels.empty()) return {};
+    return cv::Mat(height, width, CV_8UC4, pixels.data()) & cv::Scalar(255, 255, 255, 0);
   }
 
  private:
