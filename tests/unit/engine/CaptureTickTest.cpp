@@ -102,12 +102,11 @@ TEST_F(CaptureTickTest, CutsTheRegionOutOfTheFrame) {
 }
 
 TEST_F(CaptureTickTest, ConvertsToHsvOnlyForSpecsThatNeedIt) {
-  struct Case {
+  const struct {
     const char* what;
     void (*need)(TemplateSpec&);
     bool hsv;
-  };
-  const Case table[] = {
+  } table[] = {
       {"grey", [](TemplateSpec&) {}, false},
       {"bgr", [](TemplateSpec& s) { s.mode = MatchMode::Bgr; }, false},
       {"s", [](TemplateSpec& s) { s.mode = MatchMode::S; }, true},
@@ -120,7 +119,7 @@ TEST_F(CaptureTickTest, ConvertsToHsvOnlyForSpecsThatNeedIt) {
   };
   AddMonitor(0, 0, 320, 240);
   OpenWindow(RectAt(40, 30, 200, 100));
-  for (const Case& c : table) {
+  for (const auto& c : table) {
     Specs().specs.clear();
     c.need(AddSpec({0, 0, 30, 20}));
     const ROIUnit unit = OnlyUnit(Tick());
@@ -144,33 +143,28 @@ TEST_F(CaptureTickTest, MapsTheRegionAtTheTargetsScaleAndCutsItAtTemplateScale) 
 }
 
 TEST_F(CaptureTickTest, ScalesDownByAreaAndUpLinearly) {
-  struct Case {
-    std::uint32_t dpi;
-    int interpolation;
-  };
   AddMonitor(0, 0, 600, 600);
   cv::Mat picture(600, 600, CV_8UC3);
   cv::randu(picture, 0, 256);
-  for (const Case& c : {Case{192, cv::INTER_AREA}, Case{48, cv::INTER_LINEAR}}) {
+  for (const auto& [dpi, interpolation] : {std::pair{192u, cv::INTER_AREA}, {48u, cv::INTER_LINEAR}}) {
     Specs().specs.clear();
-    const layer::WindowId window = OpenWindow(RectAt(0, 0, 600, 600), c.dpi);
+    const layer::WindowId window = OpenWindow(RectAt(0, 0, 600, 600), dpi);
     AddSpec({0, 0, 100, 80});
     desktop->Paint(picture);
     const ROIUnit unit = OnlyUnit(probe.Tick());
     cv::Mat expected;
-    cv::resize(picture(cv::Rect(0, 0, unit.right, unit.bottom)), expected, {100, 80}, 0, 0, c.interpolation);
-    ASSERT_EQ(unit.bgr.size(), expected.size()) << c.dpi;
-    EXPECT_EQ(cv::norm(unit.bgr, expected, cv::NORM_INF), 0.0) << c.dpi;
+    cv::resize(picture(cv::Rect(0, 0, unit.right, unit.bottom)), expected, {100, 80}, 0, 0, interpolation);
+    ASSERT_EQ(unit.bgr.size(), expected.size()) << dpi;
+    EXPECT_EQ(cv::norm(unit.bgr, expected, cv::NORM_INF), 0.0) << dpi;
     desktop->CloseWindow(window);
   }
 }
 
 TEST_F(CaptureTickTest, RegionsAreCutToTheClientArea) {
-  struct Case {
+  const struct {
     cv::Rect roi;
     Rect region;  // empty when nothing is left to schedule
-  };
-  const Case table[] = {
+  } table[] = {
       {{0, 0, 200, 100}, {40, 30, 240, 130}},
       {{-10, -10, 50, 50}, {40, 30, 80, 70}},
       {{150, 60, 500, 500}, {190, 90, 240, 130}},
@@ -186,7 +180,7 @@ TEST_F(CaptureTickTest, RegionsAreCutToTheClientArea) {
   };
   AddMonitor(0, 0, 320, 240);
   OpenWindow(RectAt(40, 30, 200, 100));
-  for (const Case& c : table) {
+  for (const auto& c : table) {
     Specs().specs.clear();
     AddSpec(c.roi);
     const Jobs jobs = Tick();
@@ -218,20 +212,19 @@ TEST_F(CaptureTickTest, StraddlingRegionIsCutFromBothMonitors) {
 }
 
 TEST_F(CaptureTickTest, PinChoosesTheMonitor) {
-  struct Case {
+  // Monitors in enumeration order: primary at 0, left one at -300.
+  const struct {
     std::int32_t pin;
     LONG windowLeft;
     std::vector<int> left;  // left edges of the regions cut
-  };
-  // Monitors in enumeration order: primary at 0, left one at -300.
-  const Case table[] = {
+  } table[] = {
       {0, 20, {20}},     {0, -280, {-280}}, {-1, 20, {20}}, {-1, -280, {}},    {1, 20, {20}},
       {2, -280, {-280}}, {2, 20, {}},       {3, 20, {20}},  {3, -280, {-280}}, {-2, -280, {-280}},
   };
   AddMonitor(0, 0, 300, 200);
   AddMonitor(-300, 0, 300, 200);
   const layer::WindowId window = OpenWindow(RectAt(0, 0, 100, 100));
-  for (const Case& c : table) {
+  for (const auto& c : table) {
     Specs().specs.clear();
     AddSpec({0, 0, 50, 50}).monitorPin = c.pin;
     desktop->MoveWindow(window, RectAt(c.windowLeft, 10, 100, 100));
