@@ -1,7 +1,7 @@
 // The task around the decision of one region: turns an accepted verdict into a hit and always signals
 // completion.
 //
-// Threading: Run on any worker; a counter is shared by the tasks of one job and its waiter.
+// Threading: EvaluateROI on any worker; a PendingTasks is shared by the tasks of one job and their waiter.
 #pragma once
 
 #include <condition_variable>
