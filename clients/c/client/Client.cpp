@@ -1,0 +1,170 @@
+#include "client/Client.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <random>
+#include <utility>
+
+#include "client/Text.h"
+#include "ipc/WallClock.h"
+
+namespace quillmark::client {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr auto LookInterval = 100ms;
+constexpr auto TakeoverPatience = 1s;  // the control tool holds the role for moments
+constexpr char VersionReply[] = "__ver__:";
+
+std::wstring Hex(std::uint32_t number) {
+  char digits[9];
+  std::snprintf(digits, sizeof digits, "%08x", static_cast<unsigned>(number));
+  return {digits, digits + 8};
+}
+
+Record RecordOf(const Hit& hit) {
+  Record record;
+  record.kind = hit.IsReply() ? Record::Kind::Reply : Record::Kind::Hit;
+  record.tsMs = hit.tsMs;
+  record.cx = hit.cx;
+  record.cy = hit.cy;
+  record.w = hit.w;
+  record.h = hit.h;
+  record.score = hit.sq;
+  record.edge = hit.edge;
+  record.name = ToUtf8(hit.name);
+  return record;
+}
+
+Record News(Record::Kind kind, std::uint32_t count = 0) {
+  Record record;
+  record.kind = kind;
+  record.tsMs = WallClockMs();
+  record.count = count;
+  return record;
+}
+
+}  // namespace
+
+Client::Client(bool keepUnread)
+    : consumer(Clock::now() + TakeoverPatience), barrierPrefix(L"__hb__:" + Hex(std::random_device()())) {
+  if (!consumer.Held()) throw Taken("another client of this session is reading the hits; only one can");
+  if (!keepUnread) hits.ConsumeUpTo(hits.WriteIndex());
+  droppedByWorker = hits.Dropped();
+  worker = probe.Look();
+}
+
+Outcome Client::Send(const Command& command, Deadline deadline) {
+  if (commands.Publish(command, deadline)) return Outcome::Done;
+  if (commands.Unread() < RingSlots) return Outcome::Busy;
+  return probe.Look().running ? Outcome::Stalled : Outcome::NoWorker;
+}
+
+Outcome Client::Ask(const Command& command, const std::string& reply, Deadline deadline) {
+  Pump();  // an answer to an earlier question is none to this one
+  answer.reset();
+  const Outcome sent = Send(command, deadline);
+  if (sent != Outcome::Done) return sent;
+  awaited = reply;
+  while (Pump(), !answer && Clock::now() < deadline) WaitForHits(deadline);
+  awaited.clear();
+  WatchWorker();  // who knows that a command was executed should also know if by a new worker
+  if (answer) return Outcome::Done;
+  return worker.running ? Outcome::Stalled : Outcome::NoWorker;
+}
+
+Outcome Client::Barrier(Deadline deadline) {
+  const std::wstring text = barrierPrefix + Hex(++barriers);
+  return Ask({.kind = CmdKind::Heartbeat, .name = text}, ToUtf8(text), deadline);
+}
+
+Outcome Client::Version(Deadline deadline, std::string& version) {
+  const Outcome outcome = Ask({.kind = CmdKind::Version}, VersionReply, deadline);
+  if (outcome == Outcome::Done) version = answer->name.substr(std::size(VersionReply) - 1);
+  return outcome;
+}
+
+std::size_t Client::Read(std::span<Record> records, Deadline deadline) {
+  while (Pump(), queue.empty() && Clock::now() < deadline) WaitForHits(deadline);
+  const std::size_t count = std::min(records.size(), queue.size());
+  const auto end = queue.begin() + static_cast<std::ptrdiff_t>(count);
+  std::move(queue.begin(), end, records.begin());
+  queue.erase(queue.begin(), end);
+  return count;
+}
+
+State Client::Look() {
+  Pump();
+  WatchWorker();
+  return {worker.running, commands.Unread(), static_cast<std::uint32_t>(queue.size()), dropped, workerStarts};
+}
+
+void Client::Pump() {
+  const std::uint32_t written = hits.WriteIndex();
+  std::uint32_t next = hits.ReadIndex();
+  std::uint32_t lost = 0;
+  if (written - next > RingSlots) {  // somebody else has written to the indices
+    lost = written - next - RingSlots;
+    next = written - RingSlots;
+  }
+  // Looked at behind the write index, it counts every hit that was refused before the newest record here.
+  const std::uint32_t refused = hits.Dropped();
+  lost += refused - droppedByWorker;
+  droppedByWorker = refused;
+  dropped += lost;
+  if (lost != 0) Push(News(Record::Kind::Dropped, lost));
+
+  for (; next != written; ++next) {
+    const std::optional<Hit> hit = hits.Peek(next);
+    if (hit) Push(RecordOf(*hit));
+  }
+  hits.ConsumeUpTo(written);
+  if (Clock::now() >= nextLook) WatchWorker();
+}
+
+void Client::WatchWorker() {
+  nextLook = Clock::now() + LookInterval;
+  const WorkerSight sight = probe.Look();
+  const bool another = sight.identity != 0 && worker.identity != 0 && sight.identity != worker.identity;
+  if (worker.running && !sight.running) Push(News(Record::Kind::WorkerGone));
+  if (sight.running && (!worker.running || another)) {
+    ++workerStarts;
+    Push(News(Record::Kind::WorkerStarted));
+  }
+  worker.running = sight.running;
+  if (sight.identity != 0) worker.identity = sight.identity;
+}
+
+void Client::WaitForHits(Deadline deadline) const {
+  const auto left = std::min<Clock::duration>(deadline - Clock::now(), LookInterval);
+  if (left <= 0ms) return;
+  hits.Wait(static_cast<std::uint32_t>(std::chrono::ceil<std::chrono::milliseconds>(left).count()));
+}
+
+void Client::Push(Record record) {
+  if (record.kind == Record::Kind::Reply) {
+    if (!awaited.empty() && !answer && record.name.starts_with(awaited)) {
+      answer = std::move(record);
+      return;
+    }
+    // An answer to a question that was given up.
+    if (record.name.starts_with(ToUtf8(barrierPrefix))) return;
+  }
+  if (queue.size() >= QueueLimit) LetGo();
+  queue.push_back(std::move(record));
+}
+
+void Client::LetGo() {
+  std::uint32_t known = 0, hitsLost = 0;
+  std::erase_if(queue, [&](const Record& record) {
+    if (record.kind == Record::Kind::Dropped) known += record.count;
+    if (record.kind == Record::Kind::Hit) ++hitsLost;
+    return record.kind != Record::Kind::WorkerGone && record.kind != Record::Kind::WorkerStarted;
+  });
+  dropped += hitsLost;
+  queue.push_back(News(Record::Kind::Dropped, known + hitsLost));
+}
+
+}  // namespace quillmark::client

@@ -1,0 +1,32 @@
+// One command as its record carries it: the raw fields, not yet held against their widths.
+//
+// Threading: plain values.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string>
+
+#include "ipc/WireFormat.h"
+
+namespace quillmark::client {
+
+// Widths of the text fields in UTF-16 units. A hit carries a name of one unit less than a command.
+inline constexpr std::size_t TargetUnits = std::size(CmdSlot{}.target);
+inline constexpr std::size_t NameUnits = std::size(CmdSlot{}.name);
+inline constexpr std::size_t PathUnits = std::size(CmdSlot{}.path);
+inline constexpr std::size_t HitNameUnits = std::size(HitSlot{}.name) - 1;
+
+// Outside 0 to 1 the worker keeps its own limits.
+inline constexpr float NoThreshold = -1.0f;
+inline constexpr float DefaultEdgeMin = 0.75f;
+
+struct Command {
+  CmdKind kind = CmdKind::Clear;
+  std::wstring target{}, name{}, path{};
+  std::int32_t roiX = 0, roiY = 0, roiW = 0, roiH = 0;
+  float edgeMin = 0.0f, threshold = 0.0f;
+};
+
+}  // namespace quillmark::client

@@ -1,0 +1,48 @@
+// The owner of a mutex keeps a byte of its file locked and has written its thread's number into it, and the
+// worker's main thread has the number of its process. Asking for the lock's state leaves no trace.
+#include "client/WorkerProbe.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+#include "kernel32/SessionFolder.h"
+#include "kernel32/SharedFile.h"
+#include "kernel32/UniqueFd.h"
+
+namespace quillmark::client {
+namespace {
+
+bool IsLocked(int file, std::int64_t byte) {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = byte;
+  lock.l_len = 1;
+  return ::fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+}  // namespace
+
+struct WorkerProbe::Session {
+  layer::UniqueFd folder;
+};
+
+WorkerProbe::WorkerProbe() : session(new Session{layer::OpenSessionFolder()}) {
+  if (!session->folder) throw std::runtime_error("the session's folder cannot be opened");
+}
+
+WorkerProbe::~WorkerProbe() = default;
+
+WorkerSight WorkerProbe::Look() const {
+  const layer::UniqueFd file(::openat(session->folder.Get(), "KXRQTLV1_Quillmark.mutex",
+                                      O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  WorkerSight sight;
+  sight.running = file && IsLocked(file.Get(), layer::SharedFile::ownerByte);
+  std::uint32_t owner = 0;
+  if (sight.running && ::pread(file.Get(), &owner, sizeof owner, 0) == sizeof owner) sight.identity = owner;
+  return sight;
+}
+
+}  // namespace quillmark::client

@@ -1,0 +1,74 @@
+"""The bytes of both rings, as docs/protocol.md gives them."""
+
+from __future__ import annotations
+
+import re
+import struct
+from typing import Union
+
+from ._errors import BadText, TooLong
+from ._records import Hit, Reply
+
+SLOTS = 64
+HEADER_BYTES = 16
+MASK = 0xFFFFFFFF  # indices wrap modulo 2^32
+
+COMMAND = struct.Struct("<I4x32s64s128s4i2f64x")
+HIT = struct.Struct("<Q4i8x2f64s24x")
+COMMAND_RING_BYTES = HEADER_BYTES + SLOTS * COMMAND.size
+HIT_RING_BYTES = HEADER_BYTES + SLOTS * HIT.size
+
+# Header words of both rings, counted in uint32.
+WRITE_INDEX, READ_INDEX, DROPPED_COUNT = 0, 1, 2
+
+SPEC, REMOVE, CLEAR, HEARTBEAT, VERSION = 1, 2, 3, 4, 5
+
+# Widths in UTF-16 units.
+TARGET_UNITS, NAME_UNITS, PATH_UNITS, HIT_NAME_UNITS = 16, 32, 64, 31
+
+_UNPAIRED = re.compile("[\ud800-\udfff]")
+
+
+def field(what: str, text: str, max_units: int, may_be_empty: bool = False) -> bytes:
+    """A text as UTF-16 units that fit the field."""
+    if not text and not may_be_empty:
+        raise BadText(f"{what} must not be empty")
+    if "\0" in text:
+        raise BadText(f"{what} holds a zero")
+    try:
+        units = text.encode("utf-16-le")
+    except UnicodeEncodeError:
+        raise BadText(f"{what} holds a surrogate without its other half") from None
+    if len(units) > 2 * max_units:
+        raise TooLong(f"{what} is {len(units) // 2} UTF-16 units long; at most {max_units} are possible")
+    return units
+
+
+def command(
+    kind: int,
+    target: bytes = b"",
+    name: bytes = b"",
+    path: bytes = b"",
+    region: tuple[int, int, int, int] = (0, 0, 0, 0),
+    edge_min: float = 0.0,
+    threshold: float = 0.0,
+) -> bytes:
+    """A whole slot of the command ring; texts as ``field`` gives them."""
+    return COMMAND.pack(kind, target, name, path, *region, edge_min, threshold)
+
+
+def text_of(units: bytes) -> str:
+    """The text of a field: up to its first zero unit, unpaired surrogates as U+FFFD."""
+    for at in range(0, len(units), 2):
+        if units[at : at + 2] == b"\0\0":
+            units = units[:at]
+            break
+    return _UNPAIRED.sub("\ufffd", units.decode("utf-16-le", "surrogatepass"))
+
+
+def record(slot: bytes) -> Union[Hit, Reply]:
+    """A slot of the hit ring. Replies have no size, hits at least one pixel."""
+    ts_ms, cx, cy, w, h, score, edge, name = HIT.unpack(slot)
+    if w == 0 and h == 0:
+        return Reply(text_of(name), ts_ms)
+    return Hit(text_of(name), ts_ms, cx, cy, w, h, score, edge)

@@ -1,0 +1,91 @@
+"""A session of the test's own, and the other side of the rings as plain bytes of their files."""
+
+from __future__ import annotations
+
+import fcntl
+import mmap
+import os
+import pathlib
+import subprocess
+import tempfile
+import time
+import unittest
+from typing import Callable, Optional
+
+from quillmark import _linux
+
+WORKER = os.environ.get("QUILLMARK_WORKER")
+CONTROL = os.environ.get("QUILLMARKCTL")
+
+
+class Bytes:
+    """An object's file, which somebody holds."""
+
+    def __init__(self, path: pathlib.Path) -> None:
+        with open(path, "r+b") as file:
+            self.map = mmap.mmap(file.fileno(), 0)
+
+    def word(self, offset: int) -> int:
+        return int.from_bytes(self.map[offset : offset + 4], "little")
+
+    def set_word(self, offset: int, value: int) -> None:
+        self.map[offset : offset + 4] = value.to_bytes(4, "little")
+
+
+class StandIn:
+    """What can be seen of a worker from outside while it does nothing."""
+
+    def __init__(self, identity: int) -> None:
+        self.file = _linux._SharedFile("KXRQTLV1_Quillmark.mutex", 4)
+        lock = _linux._FLOCK.pack(fcntl.F_WRLCK, os.SEEK_SET, 2**40 + 2, 1, 0)
+        fcntl.fcntl(self.file.fd, fcntl.F_OFD_SETLK, lock)
+        os.pwrite(self.file.fd, identity.to_bytes(4, "little"), 0)
+
+    def end(self) -> None:
+        self.file.close()
+
+
+class SessionTest(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        outer = {name: os.environ.get(name) for name in ("XDG_RUNTIME_DIR", "DISPLAY")}
+        self.addCleanup(self._restore, outer)
+        os.environ["XDG_RUNTIME_DIR"] = folder.name
+        os.environ.pop("DISPLAY", None)
+
+    @staticmethod
+    def _restore(outer: dict[str, Optional[str]]) -> None:
+        for name, value in outer.items():
+            if value is None:
+                os.environ.pop(name, None)
+            else:
+                os.environ[name] = value
+
+    def objects(self) -> pathlib.Path:
+        return self.folder / "quillmark" / "none"
+
+    def commands(self) -> Bytes:
+        return Bytes(self.objects() / "CmdRingMMF.section")
+
+    def hits(self) -> Bytes:
+        return Bytes(self.objects() / "HitRingMMF.section")
+
+    def start_worker(self) -> subprocess.Popen[bytes]:
+        if not WORKER:
+            self.skipTest("QUILLMARK_WORKER does not name the worker")
+        worker = subprocess.Popen([WORKER], cwd=self.folder, stderr=subprocess.DEVNULL)
+
+        def end() -> None:
+            worker.kill()
+            worker.wait()
+
+        self.addCleanup(end)
+        return worker
+
+    def eventually(self, condition: Callable[[], object]) -> None:
+        deadline = time.monotonic() + 20
+        while not condition():
+            self.assertLess(time.monotonic(), deadline, "it did not happen")
+            time.sleep(0.005)

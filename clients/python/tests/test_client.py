@@ -1,0 +1,163 @@
+"""The client at work: against what stands in for a worker, and against real ones."""
+
+from __future__ import annotations
+
+import os
+import pathlib
+import subprocess
+import threading
+import time
+import unittest
+
+import quillmark as qm
+from quillmark import _client, _linux
+from tests.session import CONTROL, SessionTest, StandIn
+
+
+class ClientAtWork(SessionTest):
+    def open(self, keep_unread: bool = False) -> qm.Client:
+        client = qm.Client(keep_unread)
+        self.addCleanup(client.close)
+        return client
+
+    def write_hit(self) -> None:
+        ring = self.hits()
+        index = ring.word(0)
+        at = 16 + 128 * (index % 64)
+        ring.map[at : at + 128] = bytes(16) + (1).to_bytes(4, "little") * 2 + bytes(104)
+        ring.set_word(0, index + 1)
+
+    def test_barrier_waits_for_everything_before(self) -> None:
+        client = self.open()
+        self.start_worker()
+        for i in range(200):
+            client.remove(f"spec{i}", timeout=30)
+        client.barrier(timeout=30)
+        deadline = time.monotonic() + 20  # the worker gives the slots back after its whole batch
+        while client.look().unread_commands and time.monotonic() < deadline:
+            time.sleep(0.002)
+        self.assertEqual(client.look().unread_commands, 0)
+        self.assertRegex(client.version(timeout=30), r"^\d+\.\d+\.\d+")
+        self.assertEqual([type(record) for record in client.read(timeout=0)], [qm.WorkerStarted])
+
+    def test_who_does_not_answer_is_told_from_who_is_not_there(self) -> None:
+        client = self.open()
+        with self.assertRaises(qm.NoWorker):
+            client.barrier(timeout=0.05)
+        stand_in = StandIn(1)
+        self.addCleanup(stand_in.end)
+        with self.assertRaises(qm.Stalled):
+            client.barrier(timeout=0.05)
+        while client.look().unread_commands < 64:
+            client.clear(timeout=0)
+        with self.assertRaises(qm.Stalled):
+            client.clear(timeout=0.05)
+        self.assertEqual(client.look().unread_commands, 64)
+
+    def test_answer_that_comes_late_is_no_record(self) -> None:
+        client = self.open()
+        with self.assertRaises(qm.NoWorker):
+            client.barrier(timeout=0)
+        self.start_worker()
+        client.barrier(timeout=30)
+        self.assertEqual([type(record) for record in client.read(timeout=0)], [qm.WorkerStarted])
+
+    def test_lost_hits_are_counted(self) -> None:
+        client = self.open()
+        self.write_hit()
+        self.hits().set_word(8, 7)
+        dropped, hit = client.read(timeout=0)
+        assert isinstance(dropped, qm.Dropped) and isinstance(hit, qm.Hit)
+        self.assertEqual((dropped.count, client.look().dropped), (7, 7))
+
+    def test_who_never_reads_loses_the_oldest_and_is_told(self) -> None:
+        client = self.open()
+        ring = self.hits()
+        ring.map[16:] = (bytes(16) + (1).to_bytes(4, "little") * 2 + bytes(104)) * 64
+        rounds = _client._QUEUE_LIMIT // 64 + 1
+        for i in range(rounds):
+            ring.set_word(0, 64 * (i + 1))
+            client.look()
+        dropped, *hits = client.read(timeout=0)
+        assert isinstance(dropped, qm.Dropped)
+        self.assertEqual(dropped.count + len(hits), 64 * rounds)
+
+    def test_old_hits_are_let_go_unless_they_are_asked_for(self) -> None:
+        keeper = self.open()
+        self.write_hit()
+        keeper._role.close()  # type: ignore[union-attr]
+        self.assertEqual(len(self.open(keep_unread=True).read(timeout=0)), 1)
+        self.assertEqual(keeper.read(timeout=0), [])
+
+    def test_one_client_reads_and_the_control_tool_still_asks(self) -> None:
+        client = self.open()
+        with self.assertRaises(qm.Busy):
+            qm.Client()
+        if not CONTROL:
+            self.skipTest("QUILLMARKCTL does not name the control tool")
+        self.start_worker()
+        asked = subprocess.run([CONTROL, "ping", "tool", "--timeout", "30"], capture_output=True, check=True)
+        self.assertTrue(asked.stdout.startswith(b"tool in "), asked.stdout)
+        self.assertIn("tool", [r.text for r in client.read(timeout=20) if isinstance(r, qm.Reply)])
+
+    def test_read_wakes_for_a_signal(self) -> None:
+        client = self.open()
+        other = _linux.Ring("HitRingMMF", "HitRingEvent", 8208)
+        self.addCleanup(other.close)
+        waits = threading.Event()
+        woken: list[float] = []
+
+        def wait() -> None:
+            waits.set()
+            other.wait(20)
+            woken.append(1)
+
+        waiter = threading.Thread(target=wait)
+        waiter.start()
+        waits.wait()
+        other.signal()
+        waiter.join(10)
+        self.assertEqual(woken, [1])
+        self.assertEqual(client.read(timeout=0), [])
+
+    def test_worker_that_goes_comes_or_is_replaced_unseen_is_told(self) -> None:
+        client = self.open()
+        stand_in = StandIn(1)
+        self.assertEqual([type(r) for r in client.read(timeout=20)], [qm.WorkerStarted])
+        stand_in.end()
+        stand_in = StandIn(2)
+        self.assertEqual([type(r) for r in client.read(timeout=20)], [qm.WorkerStarted])
+        stand_in.end()
+        self.assertEqual([type(r) for r in client.read(timeout=20)], [qm.WorkerGone])
+        self.assertEqual(client.look().worker_starts, 2)
+
+    def test_real_worker_is_missed_when_killed(self) -> None:
+        client = self.open()
+        for _ in range(2):
+            worker = self.start_worker()
+            client.barrier(timeout=30)
+            self.assertEqual([type(r) for r in client.read(timeout=0)], [qm.WorkerStarted])
+            worker.kill()
+            worker.wait()
+            self.assertEqual([type(r) for r in client.read(timeout=20)], [qm.WorkerGone])
+
+    def test_closed_client_leaves_no_object(self) -> None:
+        client = qm.Client()
+        client.clear()
+        client.close()
+        client.close()
+        self.assertEqual(os.listdir(self.objects()), [])
+        with self.assertRaises(qm.Error):
+            client.clear()
+
+    def test_folder_open_to_others_is_refused(self) -> None:
+        self.objects().mkdir(parents=True)
+        for folder in (self.objects().parent, self.objects()):
+            folder.chmod(0o700)
+        pathlib.Path(self.objects()).chmod(0o750)
+        with self.assertRaises(qm.SystemRefused):
+            qm.Client()
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,71 @@
+#!/usr/bin/env python3
+"""Watches one template in one window and prints its hits and what they mean.
+
+TARGET is a part of the window's title or a program's name with .exe; IMAGE and WITNESS are template images as
+the worker sees them. The witness is something else in the same window that is there as long as the window shows:
+by its hits a loss can be told from a screen that stands still. Ctrl-C ends it.
+"""
+
+import argparse
+import sys
+
+import quillmark
+
+parser = argparse.ArgumentParser(description="Watches one template in one window.")
+parser.add_argument("target", metavar="TARGET")
+parser.add_argument("image", metavar="IMAGE")
+parser.add_argument("region", metavar="X,Y,W,H", type=lambda text: tuple(map(int, text.split(","))))
+parser.add_argument("witness", metavar="WITNESS", nargs="?")
+
+
+def show(events: "list[quillmark.Event]") -> None:
+    for event in events:
+        stay = f" for {event.stable_ms} ms" if event.stable_ms else ""
+        print(
+            f"event {event.hit.name} {event.kind.value} at {event.hit.cx},{event.hit.cy} by {event.reason.value}{stay}",
+            flush=True,
+        )
+
+
+def main() -> None:
+    arguments = parser.parse_args()
+    specs = [quillmark.Spec(arguments.target, "thing", arguments.image, arguments.region, min_score=0.95)]
+    witnesses = ()
+    if arguments.witness:
+        whole = (0, 0, 10000, 10000)  # is cut to the window
+        specs.append(quillmark.Spec(arguments.target, "witness", arguments.witness, whole, min_score=0.95))
+        witnesses = ("witness",)
+
+    tracker = quillmark.Tracker()
+    tracker.watch(quillmark.Watch("thing", witnesses, stable_ms=500))
+    with quillmark.Client() as client:
+
+        def send_all() -> None:
+            for spec in specs:
+                client.add(spec)
+
+        send_all()
+        try:
+            while True:
+                for record in client.read(timeout=0.2):
+                    if isinstance(record, quillmark.Hit):
+                        print(f"hit {record.name} at {record.cx},{record.cy} score {record.score:.3f}", flush=True)
+                    elif isinstance(record, quillmark.Dropped):
+                        print(f"{record.count} hits were lost", flush=True)
+                    elif isinstance(record, quillmark.WorkerGone):
+                        print("the worker is gone", flush=True)
+                    elif isinstance(record, quillmark.WorkerStarted):
+                        print("a worker has started", flush=True)
+                        send_all()  # it knows no spec
+                    show(tracker.feed(record))
+                show(tracker.advance())
+        except KeyboardInterrupt:
+            for spec in specs:
+                client.remove(spec.name)
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    except quillmark.Error as error:
+        sys.exit(f"watch_template: {error}")
