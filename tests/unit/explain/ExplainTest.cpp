@@ -1,0 +1,282 @@
+// Explanations of drawn pictures: what they decide, that their limits are those of the evaluation, and how
+// they read.
+#include "explain/Explain.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <opencv2/imgcodecs.hpp>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "Cases.h"
+#include "explain/HtmlReport.h"
+#include "explain/JsonReport.h"
+#include "explain/TextReport.h"
+#include "support/Images.h"
+#include "support/TempFolder.h"
+
+namespace quillmark::explain {
+namespace {
+
+std::string PlainText(const Explanation& e) {
+  return TextReport(e, [](Paint, const std::string& text) { return text; });
+}
+
+class Explain : public ::testing::Test {
+ protected:
+  Explanation Of(const Case& c) { return Explained(c, folder.Path().string()); }
+  Case Named(const std::string& name) {
+    const std::vector<Case> cases = AllCases();
+    return *std::ranges::find(cases, name, &Case::name);
+  }
+
+  const test::TempFolder folder;
+};
+
+TEST_F(Explain, EndsEachCaseForItsReasonAndComesToAllThatAPictureCanShow) {
+  std::set<Reason> seen;
+  for (const Case& c : AllCases()) {
+    const Explanation e = Of(c);
+    EXPECT_EQ(e.reason, c.expected) << c.name << ": " << e.sentence;
+    if (e.reason) seen.insert(*e.reason);
+  }
+  using enum Reason;
+  EXPECT_THAT(seen, ::testing::IsSupersetOf({RegionOutsideTarget, RegionOffMonitor, RegionTooSmall,
+                                             NoPlacement, Difference, MinScore, FlatWhite, Darkness,
+                                             GreyCorrelation, EdgeCorrelation, EdgeDensity, Chroma, Colour}));
+}
+
+// With QUILLMARK_UPDATE_GOLDEN set the texts are written instead.
+TEST_F(Explain, ReadsAsItDidBefore) {
+  const std::filesystem::path golden = QUILLMARK_GOLDEN;
+  for (const Case& c : AllCases()) {
+    const std::filesystem::path file = golden / (c.name + ".txt");
+    const std::string text = PlainText(Of(c)) + '\n';
+    if (std::getenv("QUILLMARK_UPDATE_GOLDEN") != nullptr) std::ofstream(file) << text;
+    EXPECT_EQ(text, test::ContentOf(file)) << c.name;
+  }
+}
+
+TEST_F(Explain, FirstVetoDecidesAndEveryLimitFollowsFromItsRules) {
+  int figures = 0;
+  for (Case c : AllCases()) {
+    for (const wchar_t* name : {L"b", L"b:BGR", L"b:S", L"b:H", L"b:HS", L"b:RED", L"b:strict",
+                                L"b:mode=bgr:strict", L"red:mode=s", L"b:fast", L"b:sq=0.5"}) {
+      for (const bool clipped : {false, true}) {
+        c.specName = name;
+        if (clipped) c.client = {-30, -10, c.screen.cols, c.screen.rows};
+        const Explanation e = Of(c);
+        SCOPED_TRACE(c.name + " " + std::string(name, name + std::wcslen(name)) +
+                     (clipped ? " clipped" : ""));
+        const auto veto = std::ranges::find(e.steps, StepOutcome::Vetoed, &Step::outcome);
+        ASSERT_EQ(veto == e.steps.end(), e.IsHit());
+        ASSERT_TRUE(e.IsHit() || veto->reason == e.reason);
+        for (const Step& step : e.steps) {
+          if (!step.figure) continue;
+          ++figures;
+          EXPECT_EQ(step.figure->rules.back().limit, step.figure->limit) << step.id;
+          EXPECT_FALSE(step.outcome == StepOutcome::Passed && step.figure->Margin() < 0.0) << step.id;
+          EXPECT_FALSE(step.outcome == StepOutcome::Vetoed && step.figure->Margin() >= 0.0) << step.id;
+        }
+      }
+    }
+  }
+  EXPECT_GT(figures, 1000);
+}
+
+// What a remedy says, done to the case.
+Case With(Case c, const std::string& change) {
+  std::istringstream parts(change);
+  for (std::string word; parts >> word;) {
+    if (word.starts_with("sq=") || word.starts_with("mode=")) {
+      c.specName += L':' + std::wstring(word.begin(), word.end());
+    } else if (word == "--threshold") {
+      parts >> c.threshold;
+    } else if (word == "--edge-min") {
+      parts >> c.edgeMin;
+    } else if (word == "--roi") {
+      char comma = ' ';
+      parts >> c.roi.x >> comma >> c.roi.y >> comma >> c.roi.width >> comma >> c.roi.height;
+    } else if (word == "no") {  // --threshold above 0.5
+      c.threshold = -1.0f;
+      return c;
+    } else if (word == "a") {  // name without 'red'
+      c.specName = L"button";
+      return c;
+    } else if (word != "and") {
+      ADD_FAILURE() << "unknown change " << change;
+    }
+  }
+  return c;
+}
+
+TEST_F(Explain, EachRemedyMakesAHit) {
+  std::set<std::string> kinds;
+  for (const Case& c : AllCases()) {
+    for (const Remedy& remedy : Of(c).remedies) {
+      EXPECT_TRUE(Of(With(c, remedy.change)).IsHit()) << c.name << ": " << remedy.change;
+      kinds.insert(remedy.change.substr(0, remedy.change.find_first_of("= ")));
+    }
+  }
+  EXPECT_THAT(kinds, ::testing::IsSupersetOf({"sq", "mode", "--roi", "--edge-min", "--threshold", "a"}));
+}
+
+TEST_F(Explain, NamesTheKindOfAFileThatIsRefused) {
+  const auto write = [&](const char* name, const std::string& bytes) {
+    std::ofstream(folder.Path() / name, std::ios::binary) << bytes;
+  };
+  cv::imwrite((folder.Path() / "deep.png").string(), cv::Mat(9, 9, CV_16UC3, cv::Scalar::all(9)));
+  cv::imwrite((folder.Path() / "good.png").string(), cv::Mat(9, 9, CV_8UC3, cv::Scalar::all(9)));
+  write("empty.png", "");
+  write("text.png", "this is no picture");
+  write("cut.png", test::ContentOf(folder.Path() / "good.png").substr(0, 40));
+  write("wide.pgm", "P5 9999999 9 255 ");
+  const struct {
+    std::wstring name;
+    std::optional<Reason> expected;
+  } cases[] = {{L"good.png", {}},
+               {L"none.png", Reason::ImageMissing},
+               {L"", Reason::ImageMissing},
+               {L"empty.png", Reason::ImageEmpty},
+               {L"text.png", Reason::ImageFormat},
+               {L"cut.png", Reason::ImageDamaged},
+               {L"wide.pgm", Reason::ImageTooManyPixels},
+               {L"deep.png", Reason::ImageDepth},
+               {L"half\xD83D.png", Reason::ImagePath}};
+  for (const auto& c : cases) {
+    const Explanation e =
+        PrepareExplanation({L"t", L"n", folder.Path().wstring() + L'/' + c.name, {0, 0, 9, 9}});
+    EXPECT_EQ(e.reason, c.expected) << e.sentence;
+    EXPECT_EQ(e.sentence.empty(), !c.expected);
+  }
+}
+
+TEST_F(Explain, JsonGivesEveryFigureToTheBitAndItsFieldsAreDocumented) {
+  const std::string page = test::ContentOf(QUILLMARK_DOCS "/explain.md");
+  const std::function<void(const nlohmann::ordered_json&)> expectDocumented = [&](const auto& json) {
+    for (const auto& [key, value] : json.items()) {
+      EXPECT_TRUE(json.is_array() || page.find('`' + key + '`') != std::string::npos) << key;
+      if (value.is_structured()) expectDocumented(value);
+    }
+  };
+  for (const Case& c : AllCases()) {
+    const Explanation e = Of(c);
+    const auto json = nlohmann::ordered_json::parse(JsonReport(e).dump());
+    expectDocumented(json);
+    EXPECT_EQ(json["hit"], e.IsHit());
+    ASSERT_EQ(json["steps"].size(), e.steps.size());
+    for (std::size_t i = 0; i < e.steps.size(); ++i) {
+      if (!e.steps[i].figure) continue;
+      EXPECT_EQ(json["steps"][i]["figure"].get<double>(), e.steps[i].figure->value);
+      EXPECT_EQ(json["steps"][i]["limit"].get<double>(), e.steps[i].figure->limit);
+    }
+    if (!json.contains("report")) continue;
+    EXPECT_EQ(json["report"]["score"].get<float>(), e.sight->verdict.sq);
+    EXPECT_EQ(json["report"]["edge"].get<float>(), e.sight->verdict.edgeScore);
+  }
+}
+
+// The pictures of a page.
+std::vector<cv::Mat> PicturesIn(const std::string& page) {
+  const std::string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  const std::string begin = "\"data:image/png;base64,";
+  std::vector<cv::Mat> pictures;
+  for (std::size_t at = page.find(begin); at != std::string::npos; at = page.find(begin, at + 1)) {
+    std::vector<std::uint8_t> bytes;
+    std::uint32_t bits = 0;
+    int count = 0;
+    for (std::size_t i = at + begin.size(); digits.find(page[i]) != std::string::npos; ++i) {
+      bits = bits << 6 | static_cast<std::uint32_t>(digits.find(page[i]));
+      if ((count += 6) >= 8) bytes.push_back(static_cast<std::uint8_t>(bits >> (count -= 8)));
+    }
+    pictures.push_back(cv::imdecode(bytes, cv::IMREAD_COLOR));
+  }
+  return pictures;
+}
+
+TEST_F(Explain, PageNeedsNothingElseAndShowsEveryStep) {
+  for (Case c : AllCases()) {
+    c.specName = L"<b>&\"" + c.specName;
+    const Explanation e = Of(c);
+    const std::vector<Explanation> twice{e, e};
+    const std::string page = HtmlReport(twice);
+    for (const char* const foreign : {"http", "url(", "<script", "<link", "@import", "<b>&\""}) {
+      EXPECT_EQ(page.find(foreign), std::string::npos) << c.name << ' ' << foreign;
+    }
+    for (const Step& step : e.steps)
+      EXPECT_NE(page.find("<b>" + step.title), std::string::npos) << step.title;
+    const std::vector<cv::Mat> pictures = PicturesIn(page);
+    EXPECT_EQ(pictures.size() >= 2 * 7, e.sight && e.sight->map) << c.name;
+    for (const cv::Mat& picture : pictures) EXPECT_FALSE(picture.empty()) << c.name;
+    ASSERT_TRUE(pictures.empty() || cv::norm(pictures[0], c.screen, cv::NORM_INF) == 0.0) << c.name;
+  }
+}
+
+TEST_F(Explain, TakesDamagedFiles) {
+  const std::string file = (folder.Path() / "t.png").string();
+  ASSERT_TRUE(cv::imwrite(file, Named("hit").tmpl));
+  const std::string whole = test::ContentOf(file);
+  std::set<std::optional<Reason>> seen;
+  for (std::uint32_t seed = 0; seed < 400; ++seed) {
+    testing::Random random(seed);
+    std::string bytes = whole;
+    if (random.OneIn(2))
+      bytes.resize(static_cast<std::size_t>(random.Between(0, static_cast<int>(bytes.size()))));
+    for (int i = random.Between(1, 4); i > 0 && !bytes.empty(); --i) {
+      bytes[static_cast<std::size_t>(random.Between(0, static_cast<int>(bytes.size()) - 1))] =
+          static_cast<char>(random.Between(0, 255));
+    }
+    std::ofstream(file, std::ios::binary) << bytes;
+    const Explanation e =
+        PrepareExplanation({L"t", L"n", std::wstring(file.begin(), file.end()), {0, 0, 9, 9}});
+    EXPECT_EQ(e.sentence.empty(), !e.reason) << seed;
+    seen.insert(e.reason);
+  }
+  EXPECT_GE(seen.size(), 4u);
+}
+
+// Any numbers and any text make an explanation, whatever it says.
+TEST_F(Explain, TakesOddSpecsAndPictures) {
+  const cv::Mat tmpl = Named("hit").tmpl;
+  const std::string file = (folder.Path() / "t.png").string();
+  ASSERT_TRUE(cv::imwrite(file, tmpl));
+  for (std::uint32_t seed = 0; seed < 300; ++seed) {
+    testing::Random random(seed);
+    const auto number = [&] {
+      const int odd[] = {0, 1, -1, 40, 100, -2147483647 - 1, 2147483647, random.Between(-200, 200)};
+      return odd[random.Between(0, 7)];
+    };
+    const auto real = [&] {
+      const float odd[] = {0.0f,  -0.0f, 1.0f, 0.5f,
+                           -1.0f, 1e30f, NAN,  static_cast<float>(random.Between(0, 100)) / 50};
+      return odd[random.Between(0, 7)];
+    };
+    std::wstring name;
+    const std::wstring letters = L"red:sq=0.5hs\xD83D\x20ACmode";
+    for (int i = random.Between(0, 20); i > 0; --i) name += letters[random.Between(0, 17)];
+    Explanation e = PrepareExplanation({L"t",
+                                        name,
+                                        std::wstring(file.begin(), file.end()),
+                                        {number(), number(), number(), number()},
+                                        real(),
+                                        real()});
+    ASSERT_FALSE(e.reason) << seed;
+    e.spec.targetRect = {random.Between(-50, 100), random.Between(-50, 100), random.Between(0, 300),
+                         random.Between(0, 200)};
+    e.spec.targetScaleX = e.spec.targetScaleY = random.Between(2, 16) / 8.0;
+    cv::Mat bgra = testing::Noise(random, {random.Between(1, 200), random.Between(1, 150)}, CV_8UC4);
+    ExplainOn(e, {bgra, {random.Between(-50, 50), 0}});
+    EXPECT_FALSE(e.sentence.empty()) << seed;
+    EXPECT_FALSE(PlainText(e).empty()) << seed;
+    EXPECT_FALSE(JsonReport(e).dump(-1, ' ', false, nlohmann::json::error_handler_t::strict).empty()) << seed;
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::explain

@@ -1,0 +1,182 @@
+// Explanations against the engine itself over the scripted desktop: on the same pixels the same bits.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <string>
+
+#include "Cases.h"
+#include "app/OpenCvConfig.h"
+#include "explain/Explain.h"
+#include "explain/LiveLook.h"
+#include "specs/SpecStore.h"
+#include "support/Images.h"
+#include "support/PrivateSession.h"
+#include "support/ScriptedDesktop.h"
+#include "unit/engine/EngineProbe.h"
+
+namespace quillmark::explain {
+namespace {
+
+using test::Call;
+using test::RectAt;
+using test::ScriptedDesktop;
+
+constexpr Check Verdict::*kChecks[] = {
+    &Verdict::difference, &Verdict::minScore,    &Verdict::flatWhite, &Verdict::chroma, &Verdict::ncc,
+    &Verdict::edge,       &Verdict::edgeDensity, &Verdict::darkness,  &Verdict::hue,    &Verdict::saturation,
+    &Verdict::value,      &Verdict::red,         &Verdict::labA};
+
+class LiveWorker : public ::testing::Test {
+ protected:
+  LiveWorker() {
+    ConfigureOpenCvOnce();
+    Specs().specs.clear();
+    desktop->AddMonitor({RectAt(0, 0, 640, 480)});
+  }
+
+  layer::WindowId OpenWindow(const RECT& client, std::uint32_t dpi = 96) {
+    test::ScriptedWindow window;
+    window.title = L"The window";
+    window.client = client;
+    if (dpi != 96) window.awareness = DPI_AWARENESS_UNAWARE;
+    window.dpi = dpi;
+    return desktop->OpenWindow(window);
+  }
+  // The request of the case, its template in a file of its own.
+  SpecRequest RequestOf(const Case& c) {
+    const std::filesystem::path file = session.Base() / (c.name + ".png");
+    EXPECT_TRUE(cv::imwrite(file.string(), c.tmpl));
+    return {L"window", c.specName, file.wstring(), c.roi, c.edgeMin, c.threshold};
+  }
+  // Noise, and the picture at a place of it.
+  cv::Mat ScreenWith(const cv::Mat& picture, cv::Point at) {
+    cv::Mat screen = testing::Noise(random, {640, 480});
+    const cv::Rect shown = cv::Rect(at, picture.size()) & cv::Rect(cv::Point(), screen.size());
+    picture(cv::Rect(cv::Point(), shown.size())).copyTo(screen(shown));
+    return screen;
+  }
+  // What is on the screen, by way of a file.
+  Picture Saved(const cv::Mat& screen) {
+    const std::string file = (session.Base() / "screen.png").string();
+    EXPECT_TRUE(cv::imwrite(file, screen));
+    cv::Mat bgra;
+    cv::cvtColor(cv::imread(file), bgra, cv::COLOR_BGR2BGRA);
+    return {bgra, {0, 0}};
+  }
+
+  const test::PrivateSession session;
+  std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();
+  AutoRebinder engine;
+  EngineProbe probe{engine};
+  testing::Random random{1};
+};
+
+void ExpectSameBits(const Explanation& e, const ROIUnit& unit, const Verdict& v) {
+  ASSERT_TRUE(e.sight) << e.sentence;
+  EXPECT_EQ(e.sight->unit.clipped, unit.clipped);
+  ASSERT_EQ(e.sight->unit.bgr.size(), unit.bgr.size());
+  EXPECT_EQ(cv::norm(e.sight->unit.bgr, unit.bgr, cv::NORM_INF), 0.0);
+  const Verdict& mine = e.sight->verdict;
+  EXPECT_EQ(mine.decidedBy, v.decidedBy);
+  EXPECT_EQ(mine.loc, v.loc);
+  EXPECT_EQ(mine.dist, v.dist);
+  for (const auto check : kChecks) {
+    if ((v.*check).outcome == Outcome::NotMeasured) continue;
+    EXPECT_EQ((mine.*check).value, (v.*check).value);
+    EXPECT_EQ((mine.*check).limit, (v.*check).limit);
+  }
+  if (!v.Accepted()) return;
+  EXPECT_EQ(mine.sq, v.sq);
+  EXPECT_EQ(mine.edgeScore, v.edgeScore);
+  EXPECT_EQ(mine.hit.cx, v.hit.cx);
+  EXPECT_EQ(mine.hit.cy, v.hit.cy);
+}
+
+TEST_F(LiveWorker, SavedFrameAndLiveDesktopGiveTheBitsOfTheEnginesVerdict) {
+  const struct {
+    RECT client;
+    std::uint32_t dpi;
+  } places[] = {
+      {RectAt(33, 57, 180, 100), 96}, {RectAt(510, 20, 180, 100), 96}, {RectAt(10, 11, 270, 150), 144}};
+  const wchar_t* const options[] = {L"", L":mode=bgr", L":mode=hs", L":red:mode=s"};
+  int compared = 0, number = 0;
+  for (const auto& place : places) {
+    const layer::WindowId window = OpenWindow(place.client, place.dpi);
+    for (Case c : AllCases()) {
+      SCOPED_TRACE(c.name);
+      // A name of its own: an earlier one's interval may not have passed.
+      ++number;
+      c.specName = std::to_wstring(number) + options[number % 4];
+      const SpecRequest request = RequestOf(c);
+      Specs().specs.clear();
+      LoadSpec(request.target, request.name, request.path, c.roi.x, c.roi.y, c.roi.width, c.roi.height,
+               request.edgeMin, request.threshold);
+      const cv::Mat screen = ScreenWith(c.screen, {place.client.left, place.client.top});
+      desktop->Paint(screen);
+
+      const auto jobs = probe.Tick();
+      ASSERT_LE(jobs.size(), 1u);
+      Explanation saved = PrepareExplanation(request);
+      const std::vector<Explanation> live = ExplainLive(saved);
+      ASSERT_EQ(live.size(), 1u);
+      if (jobs.empty() || jobs[0]->units.empty()) {
+        EXPECT_FALSE(live[0].sight);
+        continue;
+      }
+      const ROIUnit& unit = jobs[0]->units[0];
+      const TemplateSpec& spec = jobs[0]->specs[0];
+      const Verdict verdict = EvaluateRegion(unit, spec);
+      saved.spec.targetRect = spec.targetRect;
+      saved.spec.targetScaleX = saved.spec.targetScaleY = spec.targetScaleX;
+      ExplainOn(saved, Saved(screen));
+      ExpectSameBits(saved, unit, verdict);
+      ExpectSameBits(live[0], unit, verdict);
+      ++compared;
+    }
+    desktop->CloseWindow(window);
+  }
+  EXPECT_GT(compared, 50);
+}
+
+TEST_F(LiveWorker, RegionOnTwoMonitorsIsExplainedOnEach) {
+  desktop->AddMonitor({RectAt(640, 0, 640, 480)});
+  OpenWindow(RectAt(560, 20, 180, 100));
+  const std::vector<Explanation> both = ExplainLive(PrepareExplanation(RequestOf(AllCases().front())));
+  ASSERT_EQ(both.size(), 2u);
+  EXPECT_EQ(both[0].sight->place.visible, (Rect{560, 20, 640, 120}));
+  EXPECT_EQ(both[1].sight->place.visible, (Rect{640, 20, 740, 120}));
+}
+
+TEST_F(LiveWorker, TargetThatCannotBeUsedIsToldApart) {
+  const SpecRequest request = RequestOf(AllCases().front());
+  const auto reason = [&] { return ExplainLive(PrepareExplanation(request))[0].reason; };
+  EXPECT_EQ(reason(), Reason::WindowNotFound);
+
+  layer::WindowId window = OpenWindow(RectAt(0, 0, 180, 100));
+  EXPECT_EQ(reason(), Reason::Difference);
+  desktop->Minimize(window);
+  EXPECT_EQ(reason(), Reason::WindowMinimised);
+  desktop->Restore(window);
+  desktop->FailNth(Call::ClientOrigin, 1);
+  EXPECT_EQ(reason(), Reason::WindowUnmeasured);
+  desktop->Heal();
+  desktop->MoveWindow(window, RectAt(700, 0, 180, 100));
+  EXPECT_EQ(reason(), Reason::RegionOffMonitor);
+  desktop->MoveWindow(window, RectAt(0, 0, 0, 100));
+  EXPECT_EQ(reason(), Reason::ClientAreaEmpty);
+  desktop->MoveWindow(window, RectAt(0, 0, 180, 100));
+  desktop->FailNth(Call::Duplicate, 1);
+  EXPECT_EQ(reason(), Reason::CaptureFailed);
+  desktop->CloseWindow(window);
+
+  test::ScriptedWindow hidden;
+  hidden.title = L"a hidden window";
+  hidden.visible = false;
+  desktop->OpenWindow(hidden);
+  EXPECT_EQ(reason(), Reason::WindowHidden);
+}
+
+}  // namespace
+}  // namespace quillmark::explain

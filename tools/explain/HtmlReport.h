@@ -1,0 +1,17 @@
+// Explanations as one page that needs nothing else: pictures and style are inside it, scripts and links to
+// elsewhere there are none.
+//
+// Threading: pure function.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "explain/Explanation.h"
+
+namespace quillmark::explain {
+
+// UTF-8. `explanations` are those of one spec, one for each monitor.
+[[nodiscard]] std::string HtmlReport(std::span<const Explanation> explanations);
+
+}  // namespace quillmark::explain

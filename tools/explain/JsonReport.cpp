@@ -1,0 +1,96 @@
+#include "explain/JsonReport.h"
+
+#include "explain/TextReport.h"
+#include "explain/Words.h"
+
+namespace quillmark::explain {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json JsonOf(const Rect& rect) {
+  return {{"x", rect.left}, {"y", rect.top}, {"w", rect.right - rect.left}, {"h", rect.bottom - rect.top}};
+}
+
+// A word instead of its two or more.
+std::string Joined(std::string words) {
+  for (char& letter : words) letter = letter == ' ' ? '-' : letter;
+  return words;
+}
+
+Json JsonOf(const Explanation& e, const SpecRequest& request) {
+  const TemplateSpec& spec = e.spec;
+  return {{"name", WellFormed(spec.name)},
+          {"fullName", WellFormed(request.name)},
+          {"target", WellFormed(request.target)},
+          {"path", WellFormed(request.path)},
+          {"roi", {{"x", spec.roi.x}, {"y", spec.roi.y}, {"w", spec.roi.width}, {"h", spec.roi.height}}},
+          {"template", {{"w", spec.tmplGray.cols}, {"h", spec.tmplGray.rows}}},
+          {"mode", WordOf(spec.mode)},
+          {"maxDiff", spec.maxDiff},
+          {"minScore", spec.minScore},
+          {"edgeMin", spec.edgeMin},
+          {"red", spec.redHint},
+          {"colourGate", spec.colorGate},
+          {"frameDivisor", spec.frameDivisor},
+          {"intervalMs", spec.intervalMs},
+          {"monitorPin", spec.monitorPin}};
+}
+
+Json JsonOf(const Step& step) {
+  Json json{{"id", step.id},
+            {"title", step.title},
+            {"measures", step.measures},
+            {"outcome", Joined(WordOf(step.outcome))}};
+  if (step.figure) {
+    const Figure& figure = *step.figure;
+    json["figure"] = figure.value;
+    json["bound"] = figure.bound == Figure::Bound::AtMost ? "max" : "min";
+    json["limit"] = figure.limit;
+    json["margin"] = figure.Margin();
+    json["rules"] = Json::array();
+    for (const LimitRule& rule : figure.rules)
+      json["rules"].push_back({{"rule", rule.rule}, {"limit", rule.limit}});
+  }
+  if (!step.remark.empty()) json["remark"] = step.remark;
+  return json;
+}
+
+Json JsonOf(const Explanation& e, const Placement& placement) {
+  const cv::Point at = InClientArea(e, placement.loc);
+  return {{"x", at.x}, {"y", at.y}, {"difference", placement.dist}};
+}
+
+void AddSight(const Explanation& e, Json& json) {
+  const Sight& sight = *e.sight;
+  const cv::Mat& image = sight.picture.bgra;
+  const cv::Point origin = sight.picture.origin;
+  json["picture"] = JsonOf(Rect{origin.x, origin.y, origin.x + image.cols, origin.y + image.rows});
+  json["client"] = JsonOf(e.spec.targetRect);
+  json["client"]["scale"] = EffectiveScale(e.spec.targetScaleX);
+  json["region"] = JsonOf(sight.place.visible);
+  json["region"]["clipped"] = sight.unit.clipped;
+  if (!sight.map) return;
+  const Verdict& v = sight.verdict;
+  json["best"] = JsonOf(e, sight.map->best);
+  json["second"] = sight.map->second ? JsonOf(e, *sight.map->second) : Json();
+  json["report"] = {{"cx", v.hit.cx}, {"cy", v.hit.cy}, {"w", v.hit.w},
+                    {"h", v.hit.h},   {"score", v.sq},  {"edge", v.edgeScore}};
+}
+
+}  // namespace
+
+Json JsonReport(const Explanation& e) {
+  Json json{{"type", "explanation"}, {"hit", e.IsHit()}, {"reason", Json()}, {"sentence", e.sentence}};
+  if (e.reason) json["reason"] = CodeOf(*e.reason);
+  json["spec"] = JsonOf(e, e.request);
+  if (e.sight) AddSight(e, json);
+  json["steps"] = Json::array();
+  for (const Step& step : e.steps) json["steps"].push_back(JsonOf(step));
+  json["remedies"] = Json::array();
+  for (const Remedy& remedy : e.remedies)
+    json["remedies"].push_back({{"change", remedy.change}, {"text", remedy.text}});
+  return json;
+}
+
+}  // namespace quillmark::explain

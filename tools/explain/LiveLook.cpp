@@ -1,0 +1,154 @@
+#include "explain/LiveLook.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "app/DpiAwareness.h"
+#include "capture/DuplicationContext.h"
+#include "capture/MonitorChoice.h"
+#include "capture/TargetWindow.h"
+#include "explain/Explain.h"
+#include "explain/Numbers.h"
+#include "explain/Words.h"
+#include "specs/Utf8.h"
+
+namespace quillmark::explain {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A monitor gives its first frame at once, then one for each change.
+constexpr auto kFramePatience = std::chrono::seconds(2);
+constexpr auto kPoll = std::chrono::milliseconds(5);
+
+std::string PlaceText(const Rect& rect) {
+  return std::to_string(rect.right - rect.left) + " x " + std::to_string(rect.bottom - rect.top) + " at " +
+         std::to_string(rect.left) + "," + std::to_string(rect.top);
+}
+
+std::string TitleOf(HWND window) {
+  wchar_t title[512];
+  const int length = ::GetWindowTextW(window, title, static_cast<int>(std::size(title)));
+  return Readable({title, static_cast<std::size_t>(std::max(length, 0))});
+}
+
+// A step that ends the explanation.
+Step Ending(std::string id, std::string title, std::string measures, Reason reason, std::string remark) {
+  Step step;
+  step.id = std::move(id);
+  step.title = std::move(title);
+  step.measures = std::move(measures);
+  step.outcome = StepOutcome::Vetoed;
+  step.reason = reason;
+  step.remark = std::move(remark);
+  return step;
+}
+
+Step TargetEnding(Reason reason, std::string remark = {}) {
+  return Ending("target", "Target", "window that the target means", reason, std::move(remark));
+}
+
+// Why no window can be the target: there is none, or none that is shown.
+Reason ReasonForNoWindow(const std::wstring& target) {
+  struct Search {
+    const std::wstring& target;
+    bool minimised = false, hidden = false;
+  } search{target};
+  const auto consider = [](HWND window, LPARAM parameter) -> BOOL {
+    auto& asked = *reinterpret_cast<Search*>(parameter);
+    if (::GetAncestor(window, GA_ROOT) != window || !TargetMeans(asked.target, window)) return TRUE;
+    (::IsIconic(window) ? asked.minimised : asked.hidden) = true;
+    return TRUE;
+  };
+  ::EnumWindows(consider, reinterpret_cast<LPARAM>(&search));
+  if (search.minimised) return Reason::WindowMinimised;
+  return search.hidden ? Reason::WindowHidden : Reason::WindowNotFound;
+}
+
+// Why the target of a spec is not valid after its update.
+Reason ReasonForNoTarget(const TemplateSpec& spec) {
+  if (spec.target.empty()) return Reason::TargetEmpty;
+  if (spec.targetHwnd == nullptr) return ReasonForNoWindow(spec.target);
+  if (::IsIconic(spec.targetHwnd)) return Reason::WindowMinimised;
+  RECT client{};
+  if (!::GetClientRect(spec.targetHwnd, &client)) return Reason::WindowUnmeasured;
+  if (client.left >= client.right || client.top >= client.bottom) return Reason::ClientAreaEmpty;
+  const bool onMonitor = ::MonitorFromWindow(spec.targetHwnd, MONITOR_DEFAULTTONEAREST) != nullptr;
+  return onMonitor ? Reason::WindowUnmeasured : Reason::NoMonitor;
+}
+
+// False when it ended with the target.
+bool BindTarget(Explanation& e) {
+  EnableDpiAwareness();
+  TemplateSpec& spec = e.spec;
+  UpdateTargetWindow(spec);
+  if (!spec.targetValid) {
+    EndWith(e, TargetEnding(ReasonForNoTarget(spec), Readable(spec.target)));
+    return false;
+  }
+  Step step;
+  step.id = "target";
+  step.title = "Target";
+  step.measures = "window that the target means";
+  step.outcome = StepOutcome::Passed;
+  step.remark = "'" + TitleOf(spec.targetHwnd) + "', client area " + PlaceText(spec.targetRect) + ", scale " +
+                Digits(spec.targetScaleX);
+  e.steps.push_back(std::move(step));
+  return true;
+}
+
+// Ends the explanation when there is no picture.
+std::optional<Picture> Capture(HMONITOR monitor, Explanation& e) {
+  const auto fail = [&](Reason reason, std::string remark) {
+    EndWith(e, Ending("frame", "Frame", "picture of the monitor", reason, std::move(remark)));
+    return std::nullopt;
+  };
+  try {
+    DuplicationContext context;
+    context.Init(monitor);
+    cv::Mat frame;
+    const auto deadline = Clock::now() + kFramePatience;
+    while (!context.AcquireFrame(frame)) {
+      if (Clock::now() >= deadline) return fail(Reason::NoNewFrame, "none in two seconds");
+      std::this_thread::sleep_for(kPoll);  // a capture that lost its access does not wait
+    }
+    Picture picture{frame.clone(), {context.left, context.top}};
+    context.ReleaseFrame();
+    return picture;
+  } catch (const std::exception& error) {
+    return fail(Reason::CaptureFailed, ToUtf8(CauseOf(error)));
+  }
+}
+
+}  // namespace
+
+std::vector<Explanation> ExplainLive(const Explanation& prepared) {
+  std::vector<Explanation> explanations{prepared};
+  Explanation& e = explanations.front();
+  if (e.reason || !BindTarget(e)) return explanations;
+
+  const Rect region = RegionOnDesktop(e.spec);
+  const std::vector<HMONITOR> monitors =
+      IsEmpty(region) ? std::vector<HMONITOR>() : MonitorsOf(e.spec, region, ListMonitors());
+  if (monitors.empty()) {
+    ExplainOn(e, {});  // ends with the region
+    return explanations;
+  }
+  explanations.assign(monitors.size(), Explanation(e));
+  for (std::size_t i = 0; i < monitors.size(); ++i) {
+    if (const std::optional<Picture> picture = Capture(monitors[i], explanations[i])) {
+      ExplainOn(explanations[i], *picture);
+    }
+  }
+  return explanations;
+}
+
+}  // namespace quillmark::explain

@@ -1,0 +1,172 @@
+#include "explain/Remedies.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "explain/Numbers.h"
+#include "specs/SpecOptions.h"
+#include "specs/SpecStore.h"
+
+namespace quillmark::explain {
+namespace {
+
+// Room around a place when a region is proposed for it, in logical pixels.
+constexpr int kMargin = 10;
+
+// With two decimals; at least, or at most, as large as the value.
+double RoundedUp(double value) {
+  return std::ceil(value * 100.0) / 100.0;
+}
+double RoundedDown(double value) {
+  return std::floor(value * 100.0) / 100.0;
+}
+
+// A number on its way through the command's single-precision field.
+double OnTheWire(double value) {
+  return static_cast<float>(value);
+}
+
+class Trials {
+ public:
+  explicit Trials(const Explanation& explanation)
+      : e(explanation), v(explanation.sight->verdict), picture(explanation.sight->picture) {
+    ConvertFrame(picture.bgra, true, images);
+    unit = CutRegion(e.spec, e.sight->place, images, picture.origin);
+  }
+
+  std::vector<Remedy> Run() {
+    TryRegion();
+    TryLimits();
+    TryWithoutRed();
+    TryModes();
+    return std::move(remedies);
+  }
+
+ private:
+  // The verdict of a hit.
+  [[nodiscard]] static std::optional<Verdict> Hit(const ROIUnit& region, const TemplateSpec& spec) {
+    try {
+      Verdict verdict = EvaluateRegion(region, spec);
+      if (verdict.Accepted()) return verdict;
+    } catch (const cv::Exception&) {
+      // A change that cannot be evaluated is none to propose.
+    }
+    return std::nullopt;
+  }
+
+  // The spec's own limits, moved as far as the figures need.
+  void TryLimits() {
+    TemplateSpec spec = e.spec;
+    std::string change;
+    const auto add = [&](const std::string& one) { change += (change.empty() ? "" : " and ") + one; };
+    if (v.difference.Vetoes()) {
+      spec.maxDiff = RoundedUp(v.dist);
+      if (spec.maxDiff >= 1.0) return;
+      add("sq=" + Digits(spec.maxDiff, 2));
+    }
+    if (v.minScore.Vetoes()) {
+      const double score = RoundedDown(1.0 - v.dist);
+      spec.minScore = score > 0.5 ? OnTheWire(score) : 0.0;
+      add(score > 0.5 ? "--threshold " + Digits(score, 2) : "no --threshold above 0.5");
+    }
+    if (v.edge.Vetoes()) {
+      const double least = RoundedDown(v.edge.value);
+      spec.edgeMin = OnTheWire(least);
+      add("--edge-min " + Digits(least, 2));
+    }
+    if (change.empty() || !Hit(unit, spec)) return;
+    const std::optional<Placement>& second = e.sight->map->second;
+    const bool loose = second && second->dist <= spec.maxDiff && 1.0 - second->dist >= spec.minScore;
+    remedies.push_back(
+        {change, loose ? "But the next best place, at a difference of " + Digits(second->dist) +
+                             ", then lies inside the limits too: it may be reported in its stead."
+                       : "The spec's own limits, moved as far as this picture needs."});
+  }
+
+  // The whole client area: perhaps the region misses the place.
+  void TryRegion() {
+    TemplateSpec spec = e.spec;
+    const double sx = EffectiveScale(spec.targetScaleX), sy = EffectiveScale(spec.targetScaleY);
+    const Rect& target = spec.targetRect;
+    spec.roi = cv::Rect(0, 0, static_cast<int>(std::ceil((target.right - target.left) / sx)),
+                        static_cast<int>(std::ceil((target.bottom - target.top) / sy)));
+    const std::optional<ROIUnit> whole = Cut(spec);
+    if (!whole) return;
+    const std::optional<Verdict> found = Hit(*whole, spec);
+    if (!found) return;
+
+    const int left = static_cast<int>((whole->x - target.left) / sx) + found->loc.x;
+    const int top = static_cast<int>((whole->y - target.top) / sy) + found->loc.y;
+    spec.roi = cv::Rect(cv::Point(std::max(left - kMargin, 0), std::max(top - kMargin, 0)),
+                        cv::Point(left + found->tw + kMargin, top + found->th + kMargin));
+    const std::optional<ROIUnit> around = Cut(spec);
+    if (!around || !Hit(*around, spec)) return;
+    remedies.push_back({"--roi " + std::to_string(spec.roi.x) + "," + std::to_string(spec.roi.y) + "," +
+                            std::to_string(spec.roi.width) + "," + std::to_string(spec.roi.height),
+                        "The region misses it: the template is found at " + std::to_string(left) + "," +
+                            std::to_string(top) + " of the client area, difference " + Digits(found->dist) +
+                            "."});
+  }
+
+  // The region of another spec on the same picture; none when it cannot be evaluated.
+  [[nodiscard]] std::optional<ROIUnit> Cut(const TemplateSpec& spec) const {
+    const RegionOnFrame place =
+        PlaceRegion(spec, {picture.origin.x, picture.origin.y, picture.origin.x + picture.bgra.cols,
+                           picture.origin.y + picture.bgra.rows});
+    if (place.OffFrame() || !place.HoldsTemplate()) return std::nullopt;
+    return CutRegion(spec, place, images, picture.origin);
+  }
+
+  void TryWithoutRed() {
+    if (!e.spec.redHint) return;
+    std::wstring name = e.request.name;
+    for (std::size_t i = 0; i + 3 <= name.size(); ++i) {
+      const auto is = [&](std::size_t at, wchar_t small) { return (name[at] | 0x20) == small; };
+      if (is(i, L'r') && is(i + 1, L'e') && is(i + 2, L'd')) name[i + 1] = L'-';
+    }
+    TemplateSpec plain = SpecOfCommand({}, name, {}, 0, 0, 1, 1, e.request.edgeMin, e.request.threshold);
+    ApplyNameOptions(plain);
+    TemplateSpec spec = e.spec;
+    spec.redHint = plain.redHint;
+    spec.colorGate = plain.colorGate;
+    spec.chromaChannel = plain.chromaChannel;
+    if (!Hit(unit, spec)) return;
+    remedies.push_back(
+        {"a name without 'red'", "Any 'red' in the name, also inside a word, makes a red spec of it."});
+  }
+
+  void TryModes() {
+    const std::pair<MatchMode, const char*> modes[] = {{MatchMode::Gray, "mode=gray"},
+                                                       {MatchMode::Bgr, "mode=bgr"},
+                                                       {MatchMode::S, "mode=s"},
+                                                       {MatchMode::HS, "mode=hs"},
+                                                       {MatchMode::H, "mode=h"}};
+    for (const auto& [mode, word] : modes) {
+      TemplateSpec spec = e.spec;
+      spec.mode = mode;
+      if (mode == e.spec.mode || !Hit(unit, spec)) continue;
+      remedies.push_back({word, IsHueMode(mode)
+                                    ? "A loose mode: the hue's difference alone decides, and up to "
+                                      "0.35 at least."
+                                    : "In this mode it is a hit."});
+    }
+  }
+
+  const Explanation& e;
+  const Verdict& v;
+  const Picture& picture;
+  FrameImages images;
+  ROIUnit unit;
+  std::vector<Remedy> remedies;
+};
+
+}  // namespace
+
+std::vector<Remedy> RemediesFor(const Explanation& explanation) {
+  return Trials(explanation).Run();
+}
+
+}  // namespace quillmark::explain

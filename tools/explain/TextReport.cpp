@@ -1,0 +1,177 @@
+#include "explain/TextReport.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "explain/Numbers.h"
+#include "explain/Words.h"
+
+namespace quillmark::explain {
+namespace {
+
+constexpr std::size_t kColumns = 6;
+using Row = std::array<std::string, kColumns>;
+
+class Report {
+ public:
+  Report(const Explanation& explanation, const Painter& painter) : e(explanation), painted(painter) {}
+
+  std::string Text() {
+    Line(painted(e.IsHit() ? Paint::Good : Paint::Bad, e.sentence) +
+         (e.reason ? "  [" + std::string(CodeOf(*e.reason)) + "]" : ""));
+    Line();
+    AddFacts();
+    Line();
+    AddTable();
+    AddRemedies();
+    text.pop_back();
+    return std::move(text);
+  }
+
+ private:
+  void Line(const std::string& line = {}) { text += line + '\n'; }
+  void Fact(const std::string& name, const std::string& fact) {
+    Line(name + std::string(10 - name.size(), ' ') + fact);
+  }
+
+  static std::string At(cv::Point point) { return std::to_string(point.x) + "," + std::to_string(point.y); }
+  static std::string Extent(int width, int height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+  }
+  static std::string Place(const Rect& rect) {
+    return Extent(rect.right - rect.left, rect.bottom - rect.top) + " at " + At({rect.left, rect.top});
+  }
+
+  void AddFacts() {
+    const TemplateSpec& spec = e.spec;
+    std::string facts = Readable(e.request.name) + ": mode " + WordOf(spec.mode);
+    if (spec.redHint) facts += ", red";
+    if (spec.colorGate) facts += ", colour gate";
+    Fact("Spec", facts + ", region " + Extent(spec.roi.width, spec.roi.height) + " at " + At(spec.roi.tl()));
+    if (!e.sight) return;
+    const Sight& sight = *e.sight;
+    Fact("Picture", Extent(sight.picture.bgra.cols, sight.picture.bgra.rows) + " at " +
+                        At(sight.picture.origin) + ", client area " + Place(spec.targetRect) + ", scale " +
+                        Digits(EffectiveScale(spec.targetScaleX)));
+    if (!sight.map) return;
+    Fact("Best", PlacementText(sight.map->best));
+    if (sight.map->second) Fact("Next", PlacementText(*sight.map->second));
+  }
+
+  [[nodiscard]] std::string PlacementText(const Placement& placement) const {
+    return "difference " + Digits(placement.dist, 4) + ", top left at " + At(InClientArea(e, placement.loc)) +
+           " of the client area";
+  }
+
+  void AddTable() {
+    std::vector<Row> rows{{"Step", "Figure", "Limit", "Margin", "Outcome", "Remark"}};
+    for (const Step& step : e.steps) rows.push_back(RowOf(step));
+    std::array<std::size_t, kColumns> widths{};
+    for (const Row& row : rows) {
+      for (std::size_t i = 0; i < kColumns; ++i) widths[i] = std::max(widths[i], row[i].size());
+    }
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+      std::string line;
+      for (std::size_t i = 0; i < kColumns; ++i) {
+        const std::string padding(widths[i] - rows[r][i].size(), ' ');
+        const bool number = i == 1 || i == 3;
+        std::string cell = rows[r][i];
+        if (r == 0) cell = painted(Paint::Quiet, cell);
+        if (r > 0 && i == 4) cell = painted(PaintOf(e.steps[r - 1].outcome), cell);
+        if (r > 0 && i == 5) cell = painted(Paint::Quiet, cell);
+        line += (number ? padding + cell : cell + padding) + (i + 1 < kColumns ? "  " : "");
+      }
+      Line(line.substr(0, line.find_last_not_of(' ') + 1));
+    }
+  }
+
+  static Row RowOf(const Step& step) {
+    Row row{step.title, "", "", "", WordOf(step.outcome), RemarkOf(step)};
+    if (!step.figure) return row;
+    const Figure& figure = *step.figure;
+    const TwoNumbers shown = DigitsOf(figure.value, figure.limit);
+    row[1] = shown.first;
+    row[2] = (figure.bound == Figure::Bound::AtMost ? "<= " : ">= ") + shown.second;
+    row[3] = Digits(figure.Margin());
+    return row;
+  }
+
+  static Paint PaintOf(StepOutcome outcome) {
+    if (outcome == StepOutcome::Passed) return Paint::Good;
+    return outcome == StepOutcome::Vetoed ? Paint::Bad : Paint::Quiet;
+  }
+
+  void AddRemedies() {
+    if (e.IsHit()) return;
+    Line();
+    if (!e.remedies.empty()) Line("What would have made it a hit:");
+    for (const Remedy& remedy : e.remedies) Line("  " + remedy.change + "  " + remedy.text);
+    Line("What to do: " + std::string(EntryOf(*e.reason).remedy));
+  }
+
+  const Explanation& e;
+  const Painter& painted;
+  std::string text;
+};
+
+}  // namespace
+
+std::string TextReport(const Explanation& explanation, const Painter& painted) {
+  return Report(explanation, painted).Text();
+}
+
+std::string WordOf(StepOutcome outcome) {
+  switch (outcome) {
+    case StepOutcome::Passed:
+      return "pass";
+    case StepOutcome::Vetoed:
+      return "veto";
+    case StepOutcome::Missed:
+      return "missed";
+    case StepOutcome::Waived:
+      return "waived";
+    case StepOutcome::NotMeasured:
+      break;
+  }
+  return "not measured";
+}
+
+std::string WordOf(MatchMode mode) {
+  switch (mode) {
+    case MatchMode::Bgr:
+      return "bgr";
+    case MatchMode::S:
+      return "s";
+    case MatchMode::H:
+      return "h";
+    case MatchMode::HS:
+      return "hs";
+    case MatchMode::Gray:
+      break;
+  }
+  return "gray";
+}
+
+cv::Point InClientArea(const Explanation& explanation, const cv::Point& placement) {
+  const ROIUnit& unit = explanation.sight->unit;
+  const Rect& target = explanation.spec.targetRect;
+  return {RoundToPixel(unit.x - target.left + placement.x * unit.scaleX),
+          RoundToPixel(unit.y - target.top + placement.y * unit.scaleY)};
+}
+
+std::string RemarkOf(const Step& step) {
+  std::string text = step.remark;
+  if (!step.figure || step.figure->rules.size() < 2) return text;
+  for (std::size_t i = 0; i < step.figure->rules.size(); ++i) {
+    const LimitRule& rule = step.figure->rules[i];
+    text += (i > 0          ? ", then "
+             : text.empty() ? "limit: "
+                            : "; limit: ") +
+            rule.rule + " (" + Digits(rule.limit) + ")";
+  }
+  return text;
+}
+
+}  // namespace quillmark::explain
