@@ -1,0 +1,117 @@
+// A recording gives what the running engine gives on the same pictures and windows: every hit, bit for bit.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "EngineProbe.h"
+#include "Scene.h"
+#include "app/OpenCvConfig.h"
+#include "specs/SpecStore.h"
+#include "support/Eventually.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
+#include "support/ScriptedDesktop.h"
+
+namespace quillmark::replay {
+namespace {
+
+// Everything that the controller sees of a hit but its time, in comparable form.
+using Figures = std::tuple<std::wstring, int, int, int, int, std::uint32_t, std::uint32_t>;
+
+template <typename Hit>
+Figures FiguresOf(const Hit& hit) {
+  return {hit.name,
+          hit.cx,
+          hit.cy,
+          hit.w,
+          hit.h,
+          std::bit_cast<std::uint32_t>(hit.sq),
+          std::bit_cast<std::uint32_t>(hit.edge)};
+}
+
+RECT ToRECT(const Rect& rect) {
+  return {rect.left, rect.top, rect.right, rect.bottom};
+}
+
+// The recording's desktop as the worker's platform, and the whole engine upon it.
+class LiveEngine {
+ public:
+  LiveEngine(const Recording& shown, const std::filesystem::path& itsFolder)
+      : recording(shown), folder(itsFolder) {
+    ConfigureOpenCvOnce();
+    desktop->SetWaiting(test::Waiting::UpToTimeout);
+    for (const RecordedMonitor& monitor : recording.monitors) desktop->AddMonitor({ToRECT(monitor.rect)});
+    for (const RecordedWindow& window : recording.windows.at(0).windows) Open(window);
+    for (const RecordedSpec& spec : recording.specs) {
+      LoadSpec(spec.target, spec.name, WidePath(PathIn(folder, spec.path)), spec.x, spec.y, spec.width,
+               spec.height, spec.edgeMin, spec.threshold);
+    }
+  }
+
+  void Show(std::size_t frame) {
+    const Rect& monitor = recording.monitors[recording.frames[frame].monitor].rect;
+    cv::Mat bgr;
+    cv::cvtColor(LoadFrame(PathIn(folder, recording.frames[frame].file), monitor), bgr, cv::COLOR_BGRA2BGR);
+    desktop->Paint(bgr, {monitor.left, monitor.top});
+  }
+  void Start() { engine.Start(); }
+  bool Captured(std::size_t frames) {
+    return test::Eventually([&] { return probe.FramesCaptured() == frames; });
+  }
+  // The next `count` hits.
+  std::vector<Figures> Take(std::size_t count) {
+    std::vector<Figures> taken;
+    (void)test::Eventually([&] {
+      for (const test::RawHit& hit : controller.TakeHits()) taken.push_back(FiguresOf(hit));
+      return taken.size() >= count;
+    });
+    return taken;
+  }
+
+ private:
+  void Open(const RecordedWindow& window) {
+    test::ScriptedWindow scripted;
+    scripted.title = window.title;
+    scripted.client = ToRECT(window.client);
+    scripted.frame = {};
+    if (window.scale != 1.0) scripted.awareness = DPI_AWARENESS_UNAWARE;
+    scripted.dpi = static_cast<std::uint32_t>(96 * window.scale);
+    desktop->OpenWindow(scripted);
+  }
+
+  const Recording& recording;
+  const std::filesystem::path folder;
+  const test::PrivateSession session;
+  test::RawController controller;
+  std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
+  AutoRebinder engine;
+  EngineProbe probe{engine};
+};
+
+TEST(LiveEngine, ReportsTheHitsOfTheReplay) {
+  const auto scene = GoldenScene();
+  const ReplayResult result = scene->Play();
+  ASSERT_GT(result.hits.size(), 12u);
+
+  LiveEngine live(scene->recording, scene->Folder());
+  for (std::size_t frame = 0; frame < scene->recording.frames.size(); ++frame) {
+    live.Show(frame);
+    if (frame == 0) continue;  // the first picture of each monitor is there when the engine starts
+    if (frame == 1) live.Start();
+    ASSERT_TRUE(live.Captured(frame + 1)) << frame;
+    std::vector<Figures> expected;
+    for (const ReplayedHit& hit : result.hits) {
+      if (hit.frame == frame) expected.push_back(FiguresOf(hit.hit));
+    }
+    EXPECT_THAT(live.Take(expected.size()), ::testing::UnorderedElementsAreArray(expected)) << frame;
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::replay

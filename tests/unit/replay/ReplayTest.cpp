@@ -1,0 +1,280 @@
+// Recordings through the engine: what is taken when, and what becomes of each spec.
+#include "replay/Replay.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Scene.h"
+
+namespace quillmark::replay {
+namespace {
+
+using explain::Reason;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using testing::Random;
+using ::testing::UnorderedElementsAre;
+
+const Rect Client = RectAt(40, 30, 200, 150);
+
+cv::Mat Mark(std::uint32_t seed = 1) {
+  Random random(seed);
+  return testing::Noise(random, {24, 16});
+}
+
+std::vector<std::int64_t> TimesOf(const ReplayResult& result) {
+  std::vector<std::int64_t> times;
+  for (const ReplayedHit& hit : result.hits) times.push_back(hit.tMs);
+  return times;
+}
+
+TEST(Replay, GivesHitsAtTheirPlaceAndTime) {
+  Scene scene;
+  scene.Windows(0, {Window(Client)});
+  scene.Spec(L"mark", Mark(), {0, 0, 200, 150});
+  scene.Frame(0);
+  scene.Paint(Mark(), {60, 70});
+  scene.Frame(500);
+  const ReplayResult result = scene.Play();
+  ASSERT_EQ(result.hits.size(), 1u);
+  const HitRecord& hit = result.hits[0].hit;
+  EXPECT_EQ(result.hits[0].frame, 1u);
+  EXPECT_EQ(hit.name, L"mark");
+  EXPECT_EQ(hit.cx, 60 - 40 + 12);
+  EXPECT_EQ(hit.cy, 70 - 30 + 8);
+  EXPECT_EQ(hit.w, 24);
+  EXPECT_EQ(hit.sq, 1.0f);
+  EXPECT_EQ(hit.tsMs, scene.recording.startMs + 500);
+  EXPECT_EQ(result.specs.at(0).hits, 1u);
+  EXPECT_EQ(result.specs.at(0).Silence(), std::nullopt);
+}
+
+// Ticks begin at 0 and 20, wait 33 ms for a frame, and follow each other at once when they waited.
+TEST(Replay, TakesTheNewestFrameOrWaitsForTheNext) {
+  const struct {
+    const char* what;
+    std::vector<std::int64_t> frames, taken;
+    std::uint64_t overtaken;
+  } table[] = {
+      {"one at each tick", {0, 20, 40}, {0, 20, 40}, 0},
+      {"while it waits", {0, 25, 50}, {0, 25, 50}, 0},
+      {"while it sleeps", {0, 7}, {0, 20}, 0},
+      {"the newest of several", {0, 5, 10, 15}, {0, 20}, 2},
+      {"the newest of one time", {0, 30, 30, 30}, {0, 30}, 2},
+      {"after long stillness", {0, 1000}, {0, 1000}, 0},
+      {"the last one between two ticks", {0, 20, 21}, {0, 20, 40}, 0},
+  };
+  for (const auto& row : table) {
+    Scene scene;
+    scene.Windows(0, {Window(Client)});
+    scene.Spec(L"mark:ms1", Mark(), {0, 0, 200, 150});
+    for (std::size_t i = 0; i < row.frames.size(); ++i) {
+      scene.Clear();
+      scene.Paint(Mark(), {60 + 20 * static_cast<int>(i), 70});  // farther than a repetition
+      scene.Frame(row.frames[i]);
+    }
+    const ReplayResult result = scene.Play();
+    EXPECT_EQ(TimesOf(result), row.taken) << row.what;
+    const auto& silences = result.specs.at(0).silences;
+    const auto overtaken = silences.find(Reason::BetweenFrames);
+    EXPECT_EQ(overtaken == silences.end() ? 0 : overtaken->second, row.overtaken) << row.what;
+  }
+}
+
+TEST(Replay, EachRoadWithoutAHitHasItsReason) {
+  Scene scene({RectAt(0, 0, 320, 240), RectAt(320, 0, 320, 240)});
+  RecordedWindow minimised = Window(Client, L"minimised");
+  minimised.minimised = true;
+  RecordedWindow hidden = Window(Client, L"hidden");
+  hidden.visible = false;
+  RecordedWindow program = Window(Client, L"");
+  program.program = L"App.exe";
+  scene.Windows(0, {Window(Client), minimised, hidden, Window(RectAt(5, 5, 0, 9), L"empty"), program,
+                    Window(RectAt(900, 0, 50, 50), L"away"), Window(RectAt(630, 0, 50, 100), L"edge")});
+  scene.Paint(Mark(), {60, 70});
+  scene.Frame(0);
+  scene.Frame(0, 1);
+  scene.Frame(20);
+  const cv::Rect all(0, 0, 200, 150);
+  scene.Spec(L"hit", Mark(), all, L"app.exe");
+  scene.Spec(L"missing file", Mark(), all).path = "none.png";
+  scene.Spec(L"no target", Mark(), all, L"");
+  scene.Spec(L"no window", Mark(), all, L"nothing");
+  scene.Spec(L"minimised", Mark(), all, L"minimised");
+  scene.Spec(L"hidden", Mark(), all, L"hidden");
+  scene.Spec(L"empty", Mark(), all, L"empty");
+  scene.Spec(L"outside", Mark(), {300, 0, 20, 20});
+  scene.Spec(L"away", Mark(), all, L"away");
+  scene.Spec(L"pinned:mon=2", Mark(), all);
+  scene.Spec(L"small", Mark(), {0, 0, 24, 15});
+  scene.Spec(L"cut off", Mark(), all, L"edge");
+  scene.Spec(L"other", Mark(2), all);
+  scene.Spec(L"slow:ms1000", Mark(), all);
+  const ReplayResult result = scene.Play();
+  std::vector<std::pair<std::wstring, Reason>> silent;
+  for (const SpecResult& spec : result.specs) {
+    if (const auto reason = spec.Silence()) silent.emplace_back(spec.name, *reason);
+  }
+  EXPECT_THAT(
+      silent,
+      ElementsAre(Pair(L"missing file", Reason::ImageMissing), Pair(L"no target", Reason::TargetEmpty),
+                  Pair(L"no window", Reason::WindowNotFound), Pair(L"minimised", Reason::WindowMinimised),
+                  Pair(L"hidden", Reason::WindowHidden), Pair(L"empty", Reason::ClientAreaEmpty),
+                  Pair(L"outside", Reason::RegionOutsideTarget), Pair(L"away", Reason::RegionOffMonitor),
+                  Pair(L"pinned", Reason::RegionOffMonitor), Pair(L"small", Reason::RegionTooSmall),
+                  Pair(L"cut off", Reason::RegionTooSmall), Pair(L"other", Reason::Difference)));
+  const auto reasonsOf = [&](std::size_t spec) { return result.specs.at(spec).silences; };
+  EXPECT_TRUE(reasonsOf(0).contains(Reason::DuplicateNear));
+  EXPECT_TRUE(reasonsOf(13).contains(Reason::Interval));
+  const auto& miss = result.specs.at(12).nearestMiss;
+  ASSERT_TRUE(miss);
+  EXPECT_GT(miss->difference, miss->limit);
+}
+
+TEST(Replay, DuplicatesAreCountedOverVirtualTime) {
+  Scene scene;
+  scene.Windows(0, {Window(Client)});
+  scene.Spec(L"mark", Mark(), {0, 0, 200, 150});
+  scene.Paint(Mark(), {60, 70});
+  for (const std::int64_t tMs : {0, 100, 160, 200, 320}) scene.Frame(tMs);
+  const ReplayResult result = scene.Play();
+  EXPECT_THAT(TimesOf(result), ElementsAre(0, 160, 320));
+  EXPECT_EQ(result.specs.at(0).silences.at(Reason::DuplicateNear), 2u);
+}
+
+// The place is read when a tick begins, so the frame that a move brings is cut at the old place, as it is by
+// the worker. The next frame's hit is right.
+TEST(Replay, AWindowThatMovesWithAFrameIsSeenAtItsOldPlaceOnce) {
+  Scene scene;
+  scene.Windows(0, {Window(Client)});
+  scene.Windows(100, {Window(RectAt(60, 30, 200, 150))});
+  scene.Spec(L"mark", Mark(), {0, 0, 200, 150});
+  scene.Frame(0);
+  scene.Paint(Mark(), {100, 70});
+  scene.Frame(100);
+  scene.Frame(400);
+  const ReplayResult result = scene.Play();
+  ASSERT_EQ(result.hits.size(), 2u);
+  EXPECT_EQ(result.hits[0].hit.cx, 100 - 40 + 12);
+  EXPECT_EQ(result.hits[1].hit.cx, 100 - 60 + 12);
+}
+
+TEST(Replay, AFrameThatCannotBeUsedStopsNoOther) {
+  Scene scene;
+  scene.Windows(0, {Window(Client)});
+  scene.Spec(L"mark", Mark(), {0, 0, 200, 150});
+  scene.Paint(Mark(), {60, 70});
+  for (int i = 0; i < 5; ++i) scene.Frame(200 * i);
+  std::filesystem::remove(scene.Folder() / "f0.png");
+  scene.Write("f1.png", "no picture");
+  const std::string bytes = test::ContentOf(scene.Folder() / "f2.png");
+  scene.Write("f2.png", bytes.substr(0, bytes.size() / 2));
+  SaveFrame(scene.Folder() / "f3.png", cv::Mat::zeros(10, 20, CV_8UC4));
+  const ReplayResult result = scene.Play();
+  EXPECT_THAT(TimesOf(result), ElementsAre(800));
+  EXPECT_THAT(result.faults,
+              ElementsAre(HasSubstr("f0.png: "), HasSubstr("f1.png: "), HasSubstr("f2.png: "),
+                          HasSubstr("f3.png: is 20 x 10 pixels large, its monitor 320 x 240")));
+  EXPECT_EQ(result.specs.at(0).silences.at(Reason::CaptureFailed), 4u);
+}
+
+TEST(Replay, RefusesTwoSpecsOfOneName) {
+  Scene scene;
+  scene.Spec(L"mark:fast", Mark(), {0, 0, 50, 50});
+  scene.Spec(L"mark:HS", Mark(), {0, 0, 50, 50});
+  EXPECT_THROW((void)scene.Play(), FormatError);
+}
+
+constexpr char GoldenExpectations[] = R"({"hits": [
+  {"name":"icon","t":416,"cx":108,"cy":34,"w":36,"h":28,"score":0.9999,"edge":0.9127},
+  {"name":"icon bgr","t":416,"cx":108,"cy":34,"w":36,"h":28,"score":0.9998,"edge":0.9127},
+  {"name":"icon hs","t":416,"cx":108,"cy":34,"w":36,"h":28,"score":0.9212,"edge":0.9127},
+  {"name":"label","t":416,"cx":100,"cy":119,"w":60,"h":18,"score":1.0,"edge":1.0},
+  {"name":"scaled","t":614,"cx":63,"cy":63,"w":54,"h":42,"score":0.9923,"edge":0.8702},
+  {"name":"icon","t":812,"cx":148,"cy":34},
+  {"name":"icon bgr","t":812,"cx":148,"cy":34},
+  {"name":"icon hs","t":812,"cx":148,"cy":34},
+  {"name":"label","t":812,"cx":130,"cy":139},
+  {"name":"scaled","t":1010,"cx":87,"cy":63},
+  {"name":"icon","t":1208,"cx":188,"cy":34},
+  {"name":"icon bgr","t":1208,"cx":188,"cy":34},
+  {"name":"icon hs","t":1208,"cx":188,"cy":34},
+  {"name":"label","t":1208,"cx":160,"cy":159},
+  {"name":"scaled","t":1406,"cx":111,"cy":63},
+  {"name":"icon","t":1604,"cx":224,"cy":34},
+  {"name":"icon bgr","t":1604,"cx":224,"cy":34},
+  {"name":"icon hs","t":1604,"cx":224,"cy":34},
+  {"name":"label","t":1604,"cx":190,"cy":179},
+  {"name":"scaled","t":1802,"cx":135,"cy":63}
+], "silent": {"absent":"grey-correlation"}})";
+
+TEST(Replay, GoldenRecordingGivesItsGoldenHits) {
+  const auto scene = GoldenScene();
+  scene->Write(ExpectationsFile, GoldenExpectations);
+  EXPECT_THAT(Differences(ReadExpectations(scene->Folder()), scene->Play()), IsEmpty());
+}
+
+TEST(Replay, TheSameRecordingGivesTheSameBits) {
+  const auto scene = GoldenScene();
+  const ReplayResult first = scene->Play();
+  scene->Write(RecordingFile, TextOf(scene->recording));
+  const ReplayResult second = Replay(ReadRecording(scene->Folder()), scene->Folder());
+  EXPECT_EQ(ExpectationsText(second), ExpectationsText(first));
+  for (std::size_t i = 0; i < first.specs.size(); ++i) {
+    EXPECT_EQ(second.specs.at(i).silences, first.specs[i].silences) << i;
+  }
+}
+
+TEST(Expectations, AreMetByTheResultTheyWereWrittenFor) {
+  const auto scene = GoldenScene();
+  const ReplayResult result = scene->Play();
+  scene->Write(ExpectationsFile, ExpectationsText(result));
+  EXPECT_THAT(Differences(ReadExpectations(scene->Folder()), result), IsEmpty());
+}
+
+TEST(Expectations, NameEveryDifference) {
+  Scene scene;
+  scene.Windows(0, {Window(Client)});
+  scene.Spec(L"mark", Mark(), {0, 0, 200, 150});
+  scene.Spec(L"other", Mark(2), {0, 0, 200, 150});
+  scene.Spec(L"none", Mark(2), {0, 0, 200, 150}, L"nothing");
+  scene.Paint(Mark(), {60, 70});
+  for (const std::int64_t tMs : {0, 200, 400}) scene.Frame(tMs);
+  const ReplayResult result = scene.Play();
+  const struct {
+    const char* expected;
+    std::vector<std::string> differences;  // part of each
+  } table[] = {
+      {R"({"hits": [{"name":"mark"},{"name":"mark","t":200,"cx":32,"score":0.9995},{"name":"mark"}]})", {}},
+      {R"({"hits": [{"name":"mark","t":0},{"name":"mark","t":400}]})",
+       {"unexpected: {\"name\":\"mark\",\"t\":200"}},
+      {R"({"hits": [{"name":"mark"},{"name":"mark"},{"name":"mark"},{"name":"mark","w":1}]})",
+       {"missing: {\"name\":\"mark\",\"w\":1}"}},
+      {R"({"hits": [{"name":"mark"},{"name":"mark","score":0.99},{"name":"mark"}]})",
+       {
+           "missing: {\"name\":\"mark\",\"score\":0.99}",
+           "unexpected: ",
+       }},
+      {R"({"hits": [{"name":"mark"},{"name":"mark"},{"name":"mark"}],
+           "silent": {"other":"edge-density","none":"window-not-found","mark":"difference","x":"difference"}})",
+       {"spec 'mark': expected silence for difference, but it has hits",
+        "spec 'other': expected silence for edge-density, but it is difference",
+        "spec 'x': expected silence for difference, but there is no such spec"}},
+  };
+  for (const auto& row : table) {
+    scene.Write(ExpectationsFile, row.expected);
+    const std::vector<std::string> differences = Differences(ReadExpectations(scene.Folder()), result);
+    ASSERT_EQ(differences.size(), row.differences.size()) << ::testing::PrintToString(differences);
+    for (std::size_t i = 0; i < differences.size(); ++i) {
+      EXPECT_THAT(differences[i], HasSubstr(row.differences[i]));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::replay
