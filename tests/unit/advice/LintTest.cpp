@@ -1,0 +1,345 @@
+// What lint says about specs that have one thing wrong each, and about one that has none.
+#include "advice/Lint.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <opencv2/imgproc.hpp>
+#include <string>
+#include <vector>
+
+#include "support/Images.h"
+#include "unit/specs/TemplateFolder.h"
+
+namespace quillmark::advice {
+namespace {
+
+using quillmark::testing::Icon;
+using quillmark::testing::Label;
+using quillmark::testing::Plant;
+using quillmark::testing::Random;
+using test::Encoded;
+using Ids = std::vector<std::string>;
+
+Ids IdsOf(const std::vector<Finding>& findings) {
+  Ids ids;
+  for (const Finding& finding : findings) ids.emplace_back(EntryOf(finding.code).id);
+  return ids;
+}
+
+cv::Mat PlainHue(int hue, cv::Size size = {40, 40}) {
+  cv::Mat image(size, CV_8UC3, cv::Scalar(hue, 220, 220));
+  cv::cvtColor(image, image, cv::COLOR_HSV2BGR);
+  return image;
+}
+
+// What a lossy compression writes of an image.
+test::FileBytes Lossy(const cv::Mat& image, const char* extension = ".jpg") {
+  constexpr int quality = 85;
+  test::FileBytes file;
+  const bool jpeg = std::string(extension) == ".jpg";
+  cv::imencode(extension, image, file, {jpeg ? cv::IMWRITE_JPEG_QUALITY : cv::IMWRITE_WEBP_QUALITY, quality});
+  return file;
+}
+
+cv::Mat ThroughJpeg(const cv::Mat& image) {
+  return cv::imdecode(Lossy(image), cv::IMREAD_COLOR);
+}
+
+class LintTest : public ::testing::Test {
+ protected:
+  // A spec without fault, which looks for `image` anywhere in a window.
+  LintSpec SpecFor(const cv::Mat& image, const std::wstring& name = L"button") {
+    return SpecAt(folder.WriteImage(std::to_string(files++) + ".png", image), name);
+  }
+  LintSpec SpecAt(const std::wstring& path, const std::wstring& name = L"button") {
+    LintSpec spec;
+    spec.request.target = L"calc.exe";
+    spec.request.name = name;
+    spec.request.path = path;
+    spec.request.roi = cv::Rect(0, 0, 300, 200);
+    return spec;
+  }
+  LintSpec GoodSpec(const std::wstring& name = L"button") { return SpecFor(good, name); }
+  Ids Found(const LintSpec& spec) { return IdsOf(Lint({spec})); }
+
+  Random random{3};
+  const cv::Mat good = Icon(random, {48, 40}, "OK");
+  const cv::Mat greyText = Label({60, 30}, "Hello", cv::Scalar::all(255), cv::Scalar::all(0));
+
+ private:
+  const test::TemplateFolder folder_;
+  int files = 0;
+
+ protected:
+  const test::TemplateFolder& folder = folder_;
+};
+
+TEST_F(LintTest, NamesAndTheirOptions) {
+  const struct {
+    const wchar_t* name;
+    Ids expected;
+  } cases[] = {
+      {L"button", {}},
+      {L"b:fps10:mode=bgr:mon=2:sq=0.05", {}},
+      {L"button:BGR", {}},
+      {L"button:MS150", {}},
+      {L"button:fast", {}},
+      {L"red-button", {}},
+      {L"RedButton", {}},
+      {L"button:RED", {}},
+      {L"", {"name-empty"}},
+      {L":fps10", {"name-empty"}},
+      {L"T1", {"name-t1"}},
+      {L"T10", {}},
+      {L"button:MS5", {"option-ignored"}},
+      {L"button:FPS", {"option-ignored"}},
+      {L"button:hs", {"option-ignored"}},
+      {L"button:HS:fps10", {"option-ignored"}},
+      {L"button:ms=150", {"option-ignored"}},
+      {L"button:sq=1", {"option-ignored"}},
+      {L"button:sq=0,05", {"option-ignored"}},
+      {L"button:mon=0", {"option-ignored"}},
+      {L"button:mode=hsv:", {"option-ignored", "option-ignored"}},
+      {L"button:sq=0.05:fast", {"option-overridden"}},
+      {L"button:fast:sq=0.05", {}},
+      {L"button:mode=gray:fast", {"option-overridden"}},
+      {L"button:ms100:fps20", {"option-overridden"}},
+      {L"bored", {"red-in-name"}},
+      {L"Shredded", {"red-in-name"}},
+      {L"button:Credits", {"red-in-name"}},
+      {L"button:mode=bgr:strict", {"structure-waived"}},
+      {L"button:strict", {"hue-loose"}},
+      {L"0123456789012345678901234567890", {}},
+      {L"01234567890123456789012345678901", {"too-long"}},
+      {L"012345678901234567890123456:fps10", {"too-long"}},
+  };
+  for (const auto& [name, expected] : cases) EXPECT_EQ(Found(GoodSpec(name)), expected) << ToUtf8(name);
+}
+
+TEST_F(LintTest, TargetsPathsAndRegions) {
+  const auto with = [&](auto change) {
+    LintSpec spec = GoodSpec();
+    change(spec.request);
+    return Found(spec);
+  };
+  const auto target = [&](const wchar_t* text) {
+    return with([&](auto& request) { request.target = text; });
+  };
+  EXPECT_EQ(target(L""), Ids{"target-empty"});
+  EXPECT_EQ(target(L"calc.Exe"), Ids{"target-exe-case"});
+  EXPECT_EQ(target(L".exe"), Ids{"target-exe-case"});
+  EXPECT_EQ(target(L"CALC.EXE"), Ids{});
+  EXPECT_EQ(target(L"a window's title"), Ids{});
+  EXPECT_EQ(target(L"a window's titles"), Ids{"too-long"});
+  EXPECT_EQ(with([](auto& request) { request.path = std::wstring(65, L'x'); }),
+            (Ids{"too-long", "image-refused"}));
+
+  const auto region = [&](cv::Rect rect) { return with([&](auto& request) { request.roi = rect; }); };
+  EXPECT_EQ(region({0, 0, 49, 41}), Ids{});
+  EXPECT_EQ(region({0, 0, 48, 41}), Ids{"region-tight"});
+  EXPECT_EQ(region({0, 0, 47, 41}), Ids{"region-too-small"});
+  EXPECT_EQ(region({-10, 0, 70, 60}), Ids{"region-cut"});
+  EXPECT_EQ(region({-30, 0, 70, 60}), Ids{"region-too-small"});
+  EXPECT_EQ(region({-70, 0, 70, 60}), Ids{"region-outside"});
+}
+
+TEST_F(LintTest, LimitsWithoutEffectOrReason) {
+  const struct {
+    const wchar_t* name;
+    float threshold;
+    Ids expected;
+  } cases[] = {
+      {L"button", 0.0f, {"difference-tight"}},
+      {L"button", 0.02f, {}},
+      {L"button", 0.3f, {"difference-loose"}},
+      {L"button", 0.5f, {"difference-loose"}},
+      {L"button", 0.6f, {"score-without-effect"}},
+      {L"button", 0.8f, {"score-without-effect"}},
+      {L"button", 0.95f, {}},
+      {L"button", 1.0f, {"difference-tight"}},
+      {L"button:fast", 0.05f, {"option-overridden"}},
+      {L"button:HS", 0.05f, {"hue-loose"}},
+      {L"button:HS", 0.6f, {"score-without-effect", "hue-loose"}},
+      {L"button:HS", 0.95f, {}},
+  };
+  for (const auto& [name, threshold, expected] : cases) {
+    LintSpec spec = GoodSpec(name);
+    spec.request.threshold = threshold;
+    EXPECT_EQ(Found(spec), expected) << ToUtf8(name) << ' ' << threshold;
+  }
+  LintSpec edges = GoodSpec();
+  for (const float edgeMin : {0.7f, 0.9f}) {
+    edges.request.edgeMin = edgeMin;
+    EXPECT_EQ(Found(edges), Ids{}) << edgeMin;
+  }
+  edges.request.edgeMin = 0.5f;
+  EXPECT_EQ(Found(edges), Ids{"edge-min-without-effect"});
+  edges.request.edgeMin = 1.5f;
+  EXPECT_EQ(Found(edges), Ids{"never-on-itself"});
+  edges.request.name = L"button:mode=h";
+  EXPECT_EQ(Found(edges), (Ids{"edge-min-without-effect", "hue-loose"}));
+}
+
+TEST_F(LintTest, TemplatesThatAreHardToTellApart) {
+  const cv::Mat black(40, 40, CV_8UC3, cv::Scalar());
+  EXPECT_EQ(Found(SpecFor(cv::Mat(40, 40, CV_8UC3, cv::Scalar::all(252)))), Ids{"blank-white"});
+  EXPECT_EQ(Found(SpecFor(black)), Ids{"flat"});
+  EXPECT_EQ(Found(SpecFor(black, L"b:BGR")), (Ids{"never-on-itself", "flat"}));
+  EXPECT_EQ(Found(SpecFor(good(cv::Rect(0, 0, 16, 16)))), Ids{"tiny"});
+  EXPECT_EQ(Found(SpecFor(good(cv::Rect(0, 0, 17, 16)))), Ids{});
+  EXPECT_EQ(Found(SpecFor(greyText)), Ids{});
+  EXPECT_EQ(Found(SpecFor(greyText, L"text:S")), Ids{"never-on-itself"});
+  EXPECT_EQ(Found(SpecFor(greyText, L"text:RED")), (Ids{"matches-plain", "red-without-red"}));
+
+  // A line in a large plain area: few edges, but some contrast.
+  cv::Mat line(120, 120, CV_8UC3, cv::Scalar::all(120));
+  line(cv::Rect(30, 60, 50, 1)).setTo(cv::Scalar::all(255));
+  EXPECT_EQ(Found(SpecFor(line)), Ids{"low-detail"});
+  // Without its structure, thin writing differs little from its ground.
+  const cv::Mat faint = Label({60, 30}, "Hello", cv::Scalar::all(200), cv::Scalar::all(120));
+  EXPECT_EQ(Found(SpecFor(faint, L"text:mode=bgr:strict")), (Ids{"matches-plain", "structure-waived"}));
+}
+
+TEST_F(LintTest, HuesThatTheHueModesConfuse) {
+  EXPECT_EQ(Found(SpecFor(PlainHue(60), L"b:H")), (Ids{"hue-loose", "hue-blind"}));
+  EXPECT_EQ(Found(SpecFor(PlainHue(90), L"b:HS")), (Ids{"hue-loose", "hue-blind"}));
+  EXPECT_EQ(Found(SpecFor(PlainHue(0), L"b:H")), (Ids{"never-on-itself", "hue-loose"}));
+  EXPECT_EQ(Found(SpecFor(greyText, L"b:H")), (Ids{"never-on-itself", "hue-loose", "hue-of-grey"}));
+  cv::Mat reds = PlainHue(4);
+  PlainHue(175, {40, 20}).copyTo(reds(cv::Rect(0, 10, 40, 20)));
+  LintSpec strictReds = SpecFor(reds, L"b:H");
+  strictReds.request.threshold = 0.95f;
+  EXPECT_EQ(Found(strictReds), Ids{"hue-seam"});
+}
+
+TEST_F(LintTest, ImageFiles) {
+  EXPECT_EQ(Found(SpecAt(folder.Write("a.jpg", Lossy(good)))), Ids{"lossy-file"});
+  if (cv::haveImageWriter(".webp")) {
+    EXPECT_EQ(Found(SpecAt(folder.Write("a.webp", Lossy(good, ".webp")))), Ids{"lossy-file"});
+  }
+  const cv::Mat label = Label({60, 30}, "Hello", cv::Scalar::all(200), cv::Scalar::all(0));
+  EXPECT_EQ(Found(SpecFor(label)), Ids{});
+  EXPECT_EQ(Found(SpecFor(ThroughJpeg(label))), Ids{"compression-traces"});
+  cv::Mat photo;
+  cv::GaussianBlur(quillmark::testing::Noise(random, {96, 96}), photo, {}, 2.0);
+  photo = (photo - 90) * 3;
+  EXPECT_EQ(Found(SpecFor(photo)), Ids{});
+  EXPECT_EQ(Found(SpecFor(ThroughJpeg(photo))), Ids{"compression-traces"});
+
+  cv::Mat withAlpha;
+  cv::cvtColor(good, withAlpha, cv::COLOR_BGR2BGRA);
+  EXPECT_EQ(Found(SpecFor(withAlpha)), Ids{});
+  withAlpha.at<cv::Vec4b>(5, 5)[3] = 254;
+  EXPECT_EQ(Found(SpecFor(withAlpha)), Ids{"alpha-unused"});
+}
+
+TEST_F(LintTest, RefusedFilesAreNamedWithTheirReason) {
+  const test::FileBytes png = Encoded(good);
+  cv::Mat deep;
+  good.convertTo(deep, CV_16U, 256.0);
+  const struct {
+    std::wstring path;
+    std::string reason;
+  } cases[] = {
+      {folder.Path("none.png"), "image-missing"},
+      {folder.Write("empty.png", {}), "image-empty"},
+      {folder.Write("text.png", {'h', 'e', 'l', 'l', 'o'}), "image-format"},
+      {folder.Write("cut.png", {png.begin(), png.begin() + 60}), "image-damaged"},
+      {folder.Write("deep.png", Encoded(deep)), "image-depth"},
+  };
+  for (const auto& [path, reason] : cases) {
+    const std::vector<Finding> found = Lint({SpecAt(path)});
+    ASSERT_EQ(IdsOf(found), Ids{"image-refused"}) << reason;
+    EXPECT_EQ(std::get<std::string>(found.front().facts.front().second), reason);
+  }
+}
+
+// Whatever a file holds, lint says something or nothing about it and goes on.
+TEST_F(LintTest, GarbledFilesNeverEndIt) {
+  for (const char* extension : {".png", ".jpg", ".bmp", ".webp", ".tiff"}) {
+    if (!cv::haveImageWriter(extension)) continue;
+    const test::FileBytes whole = Encoded(good, extension);
+    for (int round = 0; round < 40; ++round) {
+      test::FileBytes bytes = whole;
+      if (round % 2 == 0)
+        bytes.resize(static_cast<std::size_t>(random.Between(0, static_cast<int>(whole.size()))));
+      for (int flips = round % 4; flips > 0 && !bytes.empty(); --flips) {
+        bytes[static_cast<std::size_t>(random.Between(0, static_cast<int>(bytes.size()) - 1))] =
+            static_cast<std::uint8_t>(random.Between(0, 255));
+      }
+      std::wstring name = L"n:";
+      for (int i = random.Between(0, 20); i > 0; --i) name += L"redms=:fpshq0.1"[random.Between(0, 14)];
+      EXPECT_NO_THROW((void)Lint({SpecAt(folder.Write("garbled", bytes), name)})) << extension << round;
+    }
+  }
+}
+
+TEST_F(LintTest, OnAPictureOfTheWindow) {
+  const auto found = [&](const cv::Mat& screen, LintSpec spec) {
+    WindowPicture window;
+    cv::cvtColor(screen, window.bgra, cv::COLOR_BGR2BGRA);
+    return IdsOf(Lint({spec}, &window));
+  };
+  cv::Mat screen(200, 300, CV_8UC3, cv::Scalar(90, 60, 30));
+  LintSpec spec = GoodSpec();
+  EXPECT_EQ(found(screen, spec), Ids{"not-on-picture"});
+  Plant(screen, good, {20, 30});
+  EXPECT_EQ(found(screen, spec), Ids{});
+  spec.request.roi.width = 400;
+  EXPECT_EQ(found(screen, spec), Ids{"region-cut"});
+  spec.request.roi = {310, 0, 60, 60};
+  EXPECT_EQ(found(screen, spec), Ids{"region-outside"});
+
+  spec = GoodSpec();
+  Plant(screen, quillmark::testing::WithNoise(random, good, 4), {200, 120});
+  EXPECT_EQ(found(screen, spec), Ids{"second-accepted"});
+  spec.request.roi.width = 150;
+  EXPECT_EQ(found(screen, spec), Ids{});
+
+  // The same brightness without the edges.
+  cv::Mat blurred;
+  cv::blur(good, blurred, {5, 5});
+  Plant(screen, blurred, {200, 120});
+  spec = GoodSpec();
+  EXPECT_EQ(found(screen, spec), Ids{"second-close"});
+}
+
+TEST_F(LintTest, SpecsThatMeetInOneWindow) {
+  const auto found = [](std::vector<LintSpec> specs) { return IdsOf(Lint(specs)); };
+  LintSpec a = GoodSpec(L"a"), b = GoodSpec(L"b");
+  const LintSpec other = SpecFor(greyText, L"c");
+  EXPECT_EQ(found({a, other}), Ids{});
+  EXPECT_EQ(found({a, b}), (Ids{"matches-other", "matches-other"}));
+  EXPECT_EQ(found({a, GoodSpec(L"a:fps10")}), Ids{"same-name"});
+  b.request.roi = {300, 0, 100, 100};
+  EXPECT_EQ(found({a, b}), Ids{}) << "their regions have no pixel in common";
+  b = GoodSpec(L"b");
+  b.request.target = L"other";
+  EXPECT_EQ(found({a, b}), Ids{}) << "they look at other windows";
+  b.hasTarget = b.hasRegion = b.hasName = false;
+  EXPECT_EQ(found({a, b}), (Ids{"matches-other", "matches-other"}));
+}
+
+// The rows of the page's tables, with the heading each stands under.
+TEST(FindingCodes, PageHasARowForEachInOrderAndNoOther) {
+  std::vector<std::string> expected, rows;
+  for (const FindingEntry& entry : AllFindings()) {
+    std::string row(TitleOf(entry.topic));
+    row += ": | `" + std::string(entry.id) + "` | " + std::string(WordOf(entry.severity));
+    for (const std::string_view cell : {entry.meaning, entry.consequence, entry.remedy})
+      row += " | " + std::string(cell);
+    expected.push_back(row + " |");
+    EXPECT_EQ(FindingOfId(entry.id), entry.code);
+  }
+  std::ifstream page(QUILLMARK_DOCS "/lint.md");
+  std::string heading;
+  for (std::string line; std::getline(page, line);) {
+    if (line.starts_with("## ")) heading = line.substr(3);
+    if (line.starts_with("| `")) rows.push_back(heading + ": " + line);
+  }
+  EXPECT_EQ(rows, expected);
+}
+
+}  // namespace
+}  // namespace quillmark::advice

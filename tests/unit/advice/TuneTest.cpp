@@ -1,0 +1,268 @@
+// Which limits tune finds between pictures of known content, and what it proposes.
+#include "advice/Tune.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <opencv2/imgproc.hpp>
+#include <string>
+#include <vector>
+
+#include "advice/Pictures.h"
+#include "advice/TuneJson.h"
+#include "advice/TuneText.h"
+#include "support/Images.h"
+#include "unit/specs/TemplateFolder.h"
+
+namespace quillmark::advice {
+namespace {
+
+using quillmark::testing::Icon;
+using quillmark::testing::Noise;
+using quillmark::testing::Plant;
+using quillmark::testing::Random;
+using quillmark::testing::Screen;
+using quillmark::testing::WithHueShift;
+using quillmark::testing::WithNoise;
+using ::testing::HasSubstr;
+
+std::string PlainText(const TuneReport& report, const std::vector<std::string>& files) {
+  return TuneText(report, files, [](explain::Paint, const std::string& text) { return text; });
+}
+
+class TuneTest : public ::testing::Test {
+ protected:
+  TuneTest() {
+    input.spec.target = L"calc.exe";
+    input.spec.name = L"ok";
+    input.spec.path = folder.WriteImage("template.png", icon);
+  }
+  void Add(bool positive, const cv::Mat& picture) {
+    files.push_back((positive ? "p" : "n") + std::to_string(files.size()) + ".png");
+    input.pictures.push_back({folder.WriteImage(files.back(), picture), positive});
+  }
+  cv::Mat ScreenWith(const cv::Mat& image) {
+    cv::Mat screen = Screen(random, {160, 120});
+    Plant(screen, image, {40, 30});
+    return screen;
+  }
+  // Pictures with the icon, a little noisier each, and screens without it.
+  void AddEasyPictures() {
+    for (int noise = 4; noise <= 16; noise += 4) Add(true, ScreenWith(WithNoise(random, icon, noise)));
+    for (int i = 0; i < 4; ++i) Add(false, Screen(random, {160, 120}));
+  }
+  // Buttons that have the icon's shape and other letters.
+  void AddSimilarButtons() {
+    for (int i = 0; i < 3; ++i) Add(false, ScreenWith(Icon(random, {48, 40}, "NO")));
+  }
+  const FigureReport& Figure(const TuneReport& report, const std::string& id) {
+    return *std::ranges::find(report.figures, id, &FigureReport::id);
+  }
+  // The spec with a proposal's settings; the report of the same pictures.
+  TuneReport WithProposal(const Proposal& proposal) {
+    TuneInput changed = input;
+    changed.spec = proposal.setting.request;
+    return Tune(changed);
+  }
+  void ExpectText(const std::string& name, const TuneReport& report) {
+    const std::filesystem::path file = std::filesystem::path(QUILLMARK_GOLDEN) / (name + ".txt");
+    const std::string text = PlainText(report, files) + '\n';
+    if (std::getenv("QUILLMARK_UPDATE_GOLDEN") != nullptr) std::ofstream(file) << text;
+    EXPECT_EQ(text, test::ContentOf(file)) << name;
+  }
+
+  Random random{11};
+  const test::TemplateFolder folder;
+  const cv::Mat icon = Icon(random, {48, 40}, "OK");
+  TuneInput input;
+  std::vector<std::string> files;
+};
+
+TEST_F(TuneTest, SpecThatIsRightNeedsNothing) {
+  AddEasyPictures();
+  const TuneReport report = Tune(input);
+  EXPECT_TRUE(report.right);
+  EXPECT_TRUE(report.proposals.empty());
+  ExpectText("tune-right", report);
+}
+
+TEST_F(TuneTest, ThresholdIsProposedThatTellsSimilarButtonsApart) {
+  AddEasyPictures();
+  AddSimilarButtons();
+  const TuneReport report = Tune(input);
+  EXPECT_FALSE(report.right);
+  ASSERT_EQ(report.proposals.size(), 1u);
+  ExpectText("tune-threshold", report);
+
+  const Separation& range = report.proposals.front().ranges.difference;
+  EXPECT_EQ(range.low, Figure(report, "difference").separation->low);
+  EXPECT_GT(report.proposals.front().setting.difference, range.low);
+  EXPECT_LT(report.proposals.front().setting.difference, range.high);
+  EXPECT_TRUE(WithProposal(report.proposals.front()).right);
+}
+
+// However the spec says its difference now, the proposal's words say the new one.
+TEST_F(TuneTest, ProposalsFitWhatTheNameSays) {
+  AddEasyPictures();
+  AddSimilarButtons();
+  const struct {
+    const wchar_t* name;
+    float threshold;
+  } cases[] = {
+      {L"ok", 0.3f},         {L"ok", 0.6f},       {L"ok:sq=0.3", -1.0f},         {L"ok:fast", -1.0f},
+      {L"ok:fps10", 0.001f}, {L"ok:BGR", 0.001f}, {L"ok:strict:mode=bgr", 0.0f}, {L"ok:FPS10", 0.3f}};
+  for (const auto& [name, threshold] : cases) {
+    input.spec.name = name;
+    input.spec.threshold = threshold;
+    const TuneReport report = Tune(input);
+    EXPECT_FALSE(report.right) << ToUtf8(name);
+    ASSERT_EQ(report.proposals.size(), 1u) << ToUtf8(name) << report.obstacle;
+    EXPECT_TRUE(WithProposal(report.proposals.front()).right) << ToUtf8(name);
+  }
+}
+
+// The icon in muted colours: its brightness, and one Cr for all.
+cv::Mat Tinted(const cv::Mat& icon, int cr) {
+  cv::Mat gray, tinted;
+  cv::cvtColor(icon, gray, cv::COLOR_BGR2GRAY);
+  gray.convertTo(gray, CV_8U, 0.4, 70.0);
+  const cv::Mat planes[] = {gray, cv::Mat(gray.size(), CV_8U, cv::Scalar(cr)),
+                            cv::Mat(gray.size(), CV_8U, cv::Scalar(128))};
+  cv::merge(planes, 3, tinted);
+  cv::cvtColor(tinted, tinted, cv::COLOR_YCrCb2BGR);
+  return tinted;
+}
+
+TEST_F(TuneTest, OtherModeIsProposedWhereNoLimitOfTheOwnOneWillDo) {
+  const cv::Mat reddish = Tinted(icon, 158), greenish = Tinted(icon, 98);
+  input.spec.path = folder.WriteImage("reddish.png", reddish);
+  for (int i = 0; i < 4; ++i) {
+    Add(true, ScreenWith(WithNoise(random, reddish, 6)));
+    Add(false, ScreenWith(WithNoise(random, greenish, i)));
+  }
+  const TuneReport report = Tune(input);
+  EXPECT_THAT(report.obstacle, HasSubstr("edges do not tell them apart"));
+  ASSERT_FALSE(report.proposals.empty());
+  for (const Proposal& proposal : report.proposals) {
+    EXPECT_TRUE(WithProposal(proposal).right) << ToUtf8(proposal.setting.request.name);
+  }
+  ExpectText("tune-modes", report);
+}
+
+TEST_F(TuneTest, EdgesTellApartWhatTheDifferenceDoesNot) {
+  input.spec.edgeMin = 0.7f;
+  input.spec.threshold = 0.2f;
+  cv::Mat smeared;
+  cv::blur(icon, smeared, {3, 1});
+  for (int i = 0; i < 3; ++i) Add(true, ScreenWith(icon * (0.7 + 0.01 * i)));
+  for (int i = 0; i < 3; ++i) Add(false, ScreenWith(WithNoise(random, smeared, i)));
+  const TuneReport report = Tune(input);
+  ASSERT_EQ(report.proposals.size(), 1u) << PlainText(report, files);
+  EXPECT_TRUE(report.proposals.front().setting.edgeMin.has_value());
+  EXPECT_TRUE(WithProposal(report.proposals.front()).right);
+  ExpectText("tune-edges", report);
+}
+
+TEST_F(TuneTest, MoreRoomIsProposedForALimitThatIsRightByAHair) {
+  AddEasyPictures();
+  input.spec.threshold = 0.004f;
+  const TuneReport report = Tune(input);
+  EXPECT_TRUE(report.right);
+  ASSERT_EQ(report.proposals.size(), 1u);
+  EXPECT_THAT(PlainText(report, files), HasSubstr("--threshold 0.1\n"));
+}
+
+TEST_F(TuneTest, HonestWhereNothingTellsThemApart) {
+  AddEasyPictures();
+  Add(false, ScreenWith(icon));
+  const TuneReport report = Tune(input);
+  EXPECT_TRUE(report.proposals.empty());
+  EXPECT_FALSE(report.obstacle.empty());
+  EXPECT_FALSE(Figure(report, "difference").separation.has_value());
+  ExpectText("tune-nothing", report);
+}
+
+TEST_F(TuneTest, PositivesAloneGiveFiguresAndNoProposals) {
+  Add(true, ScreenWith(icon));
+  input.spec.edgeMin = 2.0f;
+  const TuneReport report = Tune(input);
+  EXPECT_FALSE(report.right);
+  EXPECT_TRUE(report.proposals.empty());
+  EXPECT_THAT(PlainText(report, files), HasSubstr("needs positives and negatives"));
+}
+
+TEST_F(TuneTest, RegionAndScaleAreThoseOfTheWorker) {
+  Add(true, ScreenWith(icon));
+  input.hasRegion = true;
+  input.spec.roi = {30, 20, 70, 60};
+  EXPECT_TRUE(Tune(input).right);
+  input.spec.roi = {60, 20, 70, 60};
+  EXPECT_EQ(Tune(input).samples.front().reason, explain::Reason::Difference);
+  input.spec.roi = {500, 20, 70, 60};
+  EXPECT_EQ(Tune(input).samples.front().reason, explain::Reason::RegionOutsideTarget);
+  cv::Mat large;
+  cv::resize(ScreenWith(icon), large, {}, 2.0, 2.0, cv::INTER_NEAREST);
+  Add(true, large);
+  input.spec.roi = {30, 20, 70, 60};
+  input.scale = 2.0;
+  EXPECT_TRUE(Tune(input).samples[1].IsHit());
+}
+
+TEST_F(TuneTest, GarbledPicturesAreLeftOutAndNamed) {
+  AddEasyPictures();
+  const test::FileBytes png = test::Encoded(icon);
+  for (int round = 0; round < 30; ++round) {
+    test::FileBytes bytes = png;
+    bytes.resize(static_cast<std::size_t>(random.Between(0, static_cast<int>(png.size()) - 20)));
+    if (round % 3 == 0) bytes = {'n', 'o', 'n', 'e'};
+    files.push_back("garbled" + std::to_string(round));
+    input.pictures.push_back({folder.Write(files.back(), bytes), round % 2 == 0});
+  }
+  input.pictures.push_back({folder.Path("none.png"), true});
+  files.emplace_back("none.png");
+  const TuneReport report = Tune(input);
+  EXPECT_EQ(report.samples.size(), 8u);
+  EXPECT_EQ(report.unused.size(), 31u);
+  for (const UnusedPicture& unused : report.unused) EXPECT_FALSE(unused.fault.empty());
+  EXPECT_EQ(TuneJson(report, files)["unused"].size(), 31u);
+  input.spec.path = folder.Path("none.png");
+  EXPECT_EQ(Tune(input).refused, explain::Reason::ImageMissing);
+}
+
+TEST(Distribution, QuartilesBinsAndLimits) {
+  const Distribution d = DistributionOf({4.0, 1.0, 3.0, 2.0, 5.0});
+  EXPECT_EQ((std::vector{d.min, d.q1, d.median, d.q3, d.max}), (std::vector{1.0, 2.0, 3.0, 4.0, 5.0}));
+  EXPECT_EQ(DistributionOf({1.0, 2.0}).q1, 1.25);
+  EXPECT_EQ(Histogram({0.0, 0.1, 0.5, 1.0, 1.0}, 0.0, 1.0, 4), (std::vector<std::size_t>{2, 0, 1, 2}));
+  EXPECT_EQ(Histogram({7.0, 7.0}, 7.0, 7.0, 2), (std::vector<std::size_t>{2, 0}));
+
+  using enum explain::Figure::Bound;
+  EXPECT_EQ(Separate({0.1, 0.2}, {0.4, 0.3}, AtMost)->Middle(), 0.25);
+  EXPECT_EQ(Separate({0.4, 0.3}, {0.1, 0.2}, AtLeast)->high, 0.3);
+  EXPECT_FALSE(Separate({0.1, 0.2}, {0.2, 0.3}, AtMost)) << "touching";
+  EXPECT_FALSE(Separate({0.1}, {}, AtMost));
+  const struct {
+    Separation range;
+    double expected;
+  } cases[] = {
+      {{0.0109, 0.0404}, 0.03}, {{0.1, 0.3}, 0.2}, {{0.90001, 0.90003}, 0.90002}, {{0.0, 10.0}, 5.0}};
+  for (const auto& [range, expected] : cases) EXPECT_DOUBLE_EQ(RoundLimit(range), expected);
+}
+
+TEST(Pictures, FoldersStandForTheirFilesInOrder) {
+  const test::TempFolder folder;
+  for (const char* name : {"b.png", "a.png"}) std::ofstream(folder.Path() / name) << "x";
+  std::filesystem::create_directory(folder.Path() / "c");
+  const std::string path = folder.Path().string();
+  const std::vector<std::string> files = FilesIn(path);
+  ASSERT_EQ(files.size(), 2u);
+  EXPECT_TRUE(files[0].ends_with("a.png") && files[1].ends_with("b.png"));
+  EXPECT_EQ(FilesIn(files[0]), std::vector{files[0]});
+  EXPECT_THROW((void)FilesIn(path + "/none"), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace quillmark::advice

@@ -1,0 +1,167 @@
+#include "advice/LimitSearch.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "advice/Probe.h"
+#include "explain/Numbers.h"
+
+namespace quillmark::advice {
+namespace {
+
+using explain::Digits;
+using explain::Reason;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// Templates of at most 256 pixels accept no more, but in the hue modes.
+constexpr double kTinyDifference = 0.06;
+
+// What matters of one sample.
+struct Case {
+  bool positive;
+  std::optional<Reason> fixed;  // a veto that no setting lifts
+  bool compared;                // whether it came to a difference
+  double dist;
+  double edgeKey;  // the largest edgeMin that accepts it; infinite where edges have no say
+};
+
+double EdgeKey(const Verdict& v, const TemplateSpec& spec) {
+  const bool hasSay = v.edge.outcome == Outcome::Passed || v.edge.outcome == Outcome::Failed;
+  if (!hasSay) return kInfinity;
+  if (v.edge.value < spec.edgeMinFloor) return -kInfinity;
+  return v.edge.value + (v.dist <= spec.edgeRelaxDiff ? spec.edgeRelaxStep : 0.0);
+}
+
+bool CanBeSet(Reason reason) {
+  return reason == Reason::Difference || reason == Reason::MinScore || reason == Reason::EdgeCorrelation;
+}
+
+Case CaseOf(const Sample& sample, const TemplateSpec& spec) {
+  const Verdict& v = sample.verdict;
+  Case result{sample.positive, {}, v.found, v.dist, EdgeKey(v, spec)};
+  if (sample.steps.empty()) result.fixed = sample.reason;
+  for (const explain::Step& step : sample.steps) {
+    const bool veto = step.outcome == explain::StepOutcome::Vetoed && step.reason;
+    if (veto && !CanBeSet(*step.reason) && !result.fixed) result.fixed = step.reason;
+  }
+  return result;
+}
+
+std::string CountText(std::size_t count, const char* noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+class Search {
+ public:
+  Search(const Samples& samples, const TemplateSpec& spec_) : spec(spec_) {
+    for (const Sample& sample : samples) cases.push_back(CaseOf(sample, spec));
+    for (const Sample& sample : samples) {
+      if (!sample.verdict.found) continue;
+      tiny = sample.verdict.tiny;
+      inForce = DifferenceLimit(sample.verdict, spec);
+    }
+    for (const Case& one : cases) {
+      if (!one.positive) continue;
+      farthest = std::max(farthest, one.dist);
+      leastKey = std::min(leastKey, one.edgeKey);
+    }
+  }
+
+  LimitSearch Run() const {
+    if (std::string obstacle = FixedObstacle(); !obstacle.empty()) return {{}, std::move(obstacle)};
+    if (leastKey >= spec.edgeMin) {
+      if (const double nearest = NearestNegative(spec.edgeMin); nearest > farthest) {
+        return {RangesFor(nearest, {}), {}};
+      }
+    }
+    return WithOtherEdgeMin();
+  }
+
+ private:
+  [[nodiscard]] double Ceiling() const { return tiny && !IsHueMode(spec.mode) ? kTinyDifference : kInfinity; }
+
+  // What no setting changes about the positives.
+  [[nodiscard]] std::string FixedObstacle() const {
+    const auto blocked =
+        std::ranges::find_if(cases, [](const Case& one) { return one.positive && one.fixed.has_value(); });
+    if (blocked != cases.end()) {
+      const auto count = std::ranges::count_if(
+          cases, [&](const Case& one) { return one.positive && one.fixed == blocked->fixed; });
+      return CountText(static_cast<std::size_t>(count), "positive") + " refused by " +
+             std::string(explain::CodeOf(*blocked->fixed)) + ", which has no setting";
+    }
+    if (leastKey == -kInfinity) {
+      return "a positive's edge correlation lies below " + Digits(spec.edgeMinFloor) +
+             ", the lowest limit that can be set";
+    }
+    if (farthest > Ceiling()) {
+      return "the positives reach a difference of " + Digits(farthest) + ", and a template of at most 256 " +
+             "pixels accepts 0.06 at most";
+    }
+    return {};
+  }
+
+  // The smallest difference of a negative that this edgeMin does not refuse, nor a fixed veto.
+  [[nodiscard]] double NearestNegative(double edgeMin) const {
+    double nearest = kInfinity;
+    for (const Case& one : cases) {
+      if (!one.positive && !one.fixed && one.edgeKey >= edgeMin) nearest = std::min(nearest, one.dist);
+    }
+    return nearest;
+  }
+
+  [[nodiscard]] LimitRanges RangesFor(double nearest, std::optional<Separation> edgeMin) const {
+    // What is refused anyway had better be refused by its difference, too.
+    double nearestOfAll = kInfinity;
+    for (const Case& one : cases) {
+      if (!one.positive && one.compared) nearestOfAll = std::min(nearestOfAll, one.dist);
+    }
+    if (nearestOfAll > farthest) nearest = std::min(nearest, nearestOfAll);
+    const bool bounded = nearest != kInfinity;
+    // Where nothing bounds the limit it stays as it is, or leaves the positives some room.
+    if (!bounded) nearest = std::max(2.0 * inForce - farthest, 1.5 * farthest + 0.01);
+    return {{farthest, std::min(nearest, Ceiling())}, bounded, inForce, edgeMin};
+  }
+
+  [[nodiscard]] LimitSearch WithOtherEdgeMin() const {
+    // Negatives as near as the positives are for the edges to refuse.
+    double largestKey = -kInfinity;
+    std::size_t near = 0;
+    for (const Case& one : cases) {
+      if (one.positive || one.fixed || one.dist > farthest) continue;
+      largestKey = std::max(largestKey, one.edgeKey);
+      ++near;
+    }
+    if (!(largestKey < leastKey)) {
+      return {{},
+              CountText(near, "negative") + (near == 1 ? " differs" : " differ") +
+                  " no more than the farthest positive (" + Digits(farthest) +
+                  "), and edges do not tell them apart"};
+    }
+    const Separation edgeMin{std::max(largestKey, spec.edgeMinFloor), leastKey};
+    if (leastKey == kInfinity || !(edgeMin.low < edgeMin.high)) {
+      return {{},
+              "the positives' edges leave no room above " + Digits(spec.edgeMinFloor) +
+                  ", the lowest limit that can be set"};
+    }
+    const double nearest = NearestNegative(RoundLimit(edgeMin));
+    return {RangesFor(nearest, edgeMin), {}};
+  }
+
+  const TemplateSpec& spec;
+  std::vector<Case> cases;
+  bool tiny = false;
+  double inForce = 0.0;                         // the largest difference
+  double farthest = 0.0, leastKey = kInfinity;  // of the positives
+};
+
+}  // namespace
+
+LimitSearch FindLimits(const Samples& samples, const TemplateSpec& spec) {
+  return Search(samples, spec).Run();
+}
+
+}  // namespace quillmark::advice

@@ -1,0 +1,106 @@
+#include "advice/Lint.h"
+
+#include <algorithm>
+#include <string>
+
+#include "advice/Checks.h"
+#include "advice/NameOptions.h"
+#include "explain/Explain.h"
+#include "explain/Numbers.h"
+#include "explain/Reasons.h"
+#include "explain/Words.h"
+
+namespace quillmark::advice {
+namespace {
+
+// Of plain ground around a template when it is tried on its own picture.
+constexpr int kMargin = 8;
+
+Subject Examine(const LintSpec& given) {
+  const explain::Explanation prepared = explain::PrepareExplanation(given.request);
+  Subject subject{given, prepared.spec, prepared.reason, {}};
+  if (prepared.reason) subject.remark = prepared.steps.back().remark;
+  return subject;
+}
+
+void ReportRefusal(const Subject& subject, FindingList& list) {
+  const explain::ReasonEntry& reason = explain::EntryOf(*subject.refused);
+  std::string text(reason.meaning);
+  if (!subject.remark.empty()) text += " (" + subject.remark + ")";
+  list.Add(FindingCode::ImageRefused, text, {{"reason", std::string(reason.code)}},
+           std::string(reason.remedy));
+}
+
+void CheckOne(const Subject& subject, const WindowPicture* window, FindingList& list) {
+  CheckTexts(subject, list);
+  if (subject.refused) {
+    ReportRefusal(subject, list);
+    return;
+  }
+  cv::Mat framed;
+  cv::copyMakeBorder(subject.spec.tmplBgr, framed, kMargin, kMargin, kMargin, kMargin, cv::BORDER_REPLICATE);
+  const Probe own = ProbeOn(framed, subject.spec);
+  CheckFile(subject, list);
+  CheckTemplate(subject, own, list);
+  CheckLimits(subject, own, list);
+  CheckHue(subject, own, list);
+  CheckRegion(subject, own.verdict.Accepted() ? window : nullptr, list);
+}
+
+// Whether both can be looked for at one place: in the same window, in regions that have a pixel in common.
+bool MayMeet(const LintSpec& a, const LintSpec& b) {
+  if (a.hasTarget && b.hasTarget && Lowered(a.request.target) != Lowered(b.request.target)) return false;
+  return !a.hasRegion || !b.hasRegion || !(a.request.roi & b.request.roi).empty();
+}
+
+bool SameName(const Subject& a, const Subject& b) {
+  return a.given.hasName && b.given.hasName && a.spec.name == b.spec.name;
+}
+
+// Tries `one` on the template of the other.
+void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex, FindingList& list) {
+  if (one.refused || other.refused || !MayMeet(one.given, other.given)) return;
+  const cv::Mat& shown = other.spec.tmplBgr;
+  if (shown.cols < one.spec.tmplGray.cols || shown.rows < one.spec.tmplGray.rows) return;
+  const Probe probe = ProbeOn(shown, one.spec);
+  if (!probe.verdict.Accepted()) return;
+  list.AddPair(FindingCode::MatchesOther, otherIndex,
+               "with a difference of " + explain::Digits(probe.verdict.dist) + " at most " +
+                   explain::Digits(DifferenceLimit(probe.verdict, one.spec)),
+               {{"difference", probe.verdict.dist}});
+}
+
+}  // namespace
+
+std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPicture* window,
+                          const Progress& progress) {
+  const std::size_t count = specs.size(), total = count + count * (count - std::min<std::size_t>(count, 1));
+  std::size_t done = 0;
+  const auto step = [&] {
+    if (progress) progress(++done, total);
+  };
+  FindingList list;
+  std::vector<Subject> subjects;
+  for (std::size_t i = 0; i < count; ++i) {
+    list.About(i);
+    subjects.push_back(Examine(specs[i]));
+    CheckOne(subjects.back(), window, list);
+    step();
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    list.About(i);
+    for (std::size_t j = 0; j < count; ++j) {
+      if (i == j) continue;
+      if (!SameName(subjects[i], subjects[j])) {
+        CheckPair(subjects[i], subjects[j], j, list);
+      } else if (i < j) {
+        list.AddPair(FindingCode::SameName, j,
+                     "both are called '" + explain::Readable(subjects[i].spec.name) + "'");
+      }
+      step();
+    }
+  }
+  return list.Take();
+}
+
+}  // namespace quillmark::advice

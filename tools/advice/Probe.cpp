@@ -1,0 +1,57 @@
+#include "advice/Probe.h"
+
+#include <algorithm>
+#include <cctype>
+#include <opencv2/imgproc.hpp>
+#include <optional>
+#include <utility>
+
+#include "core/RegionCut.h"
+#include "explain/Numbers.h"
+#include "explain/Steps.h"
+
+namespace quillmark::advice {
+
+Probe ProbeOn(const cv::Mat& bgr, const TemplateSpec& spec) {
+  TemplateSpec bound = spec;
+  bound.targetRect = {0, 0, bgr.cols, bgr.rows};
+  bound.roi = cv::Rect(cv::Point(), bgr.size());
+  cv::Mat bgra;
+  cv::cvtColor(bgr, bgra, cv::COLOR_BGR2BGRA);
+  FrameImages images;
+  ConvertFrame(bgra, NeedsHsv(spec), images);
+  return ProbeOn(CutRegion(bound, PlaceRegion(bound, bound.targetRect), images, {}), spec);
+}
+
+Probe ProbeOn(ROIUnit unit, const TemplateSpec& spec) {
+  Probe probe;
+  probe.unit = std::move(unit);
+  try {
+    probe.verdict = EvaluateRegion(probe.unit, spec, Thoroughness::EveryStep);
+  } catch (const cv::Exception&) {
+    probe.verdict = EvaluateRegion(probe.unit, spec);
+  }
+  return probe;
+}
+
+std::string RefusalText(const Probe& probe, const TemplateSpec& spec) {
+  const std::optional<explain::Reason> reason = explain::ReasonOf(probe.verdict.decidedBy);
+  if (!reason) return {};
+  for (const explain::Step& step : explain::ComparisonSteps(spec, probe.unit, probe.verdict)) {
+    if (step.reason != reason) continue;
+    std::string text = step.title;
+    text.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(text.front())));
+    if (!step.figure) return text;
+    const auto [value, limit] = explain::DigitsOf(step.figure->value, step.figure->limit);
+    const bool atMost = step.figure->bound == explain::Figure::Bound::AtMost;
+    return text + " " + value + (atMost ? ", at most " : ", at least ") + limit;
+  }
+  return std::string(explain::CodeOf(*reason));
+}
+
+double DifferenceLimit(const Verdict& verdict, const TemplateSpec& spec) {
+  const double byDifference = verdict.difference.limit;
+  return spec.minScore > 0.0 ? std::min(byDifference, 1.0 - spec.minScore) : byDifference;
+}
+
+}  // namespace quillmark::advice

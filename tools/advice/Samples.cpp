@@ -1,0 +1,67 @@
+#include "advice/Samples.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "advice/Pictures.h"
+#include "advice/Probe.h"
+#include "core/RegionCut.h"
+#include "explain/Steps.h"
+
+namespace quillmark::advice {
+namespace {
+
+// As large as any picture.
+constexpr std::int32_t kAnySize = 1 << 20;
+
+TemplateSpec BoundTo(const cv::Mat& picture, TemplateSpec spec, const TuneInput& input) {
+  spec.targetRect = {0, 0, picture.cols, picture.rows};
+  spec.targetScaleX = spec.targetScaleY = input.scale;
+  spec.targetValid = true;
+  if (!input.hasRegion) spec.roi = cv::Rect(0, 0, kAnySize, kAnySize);
+  return spec;
+}
+
+Sample SampleOf(const FrameImages& images, const TemplateSpec& spec) {
+  Sample sample;
+  const RegionOnFrame place = PlaceRegion(spec, spec.targetRect);
+  if (IsEmpty(place.region)) {
+    sample.reason = explain::Reason::RegionOutsideTarget;
+  } else if (!place.HoldsTemplate()) {
+    sample.reason = explain::Reason::RegionTooSmall;
+  } else {
+    const Probe probe = ProbeOn(CutRegion(spec, place, images, {}), spec);
+    sample.verdict = probe.verdict;
+    sample.reason = explain::ReasonOf(probe.verdict.decidedBy);
+    sample.steps = explain::ComparisonSteps(spec, probe.unit, probe.verdict);
+  }
+  return sample;
+}
+
+}  // namespace
+
+Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs, const Progress& progress) {
+  Decisions decisions;
+  decisions.bySpec.resize(specs.size());
+  const bool needsHsv = std::ranges::any_of(specs, NeedsHsv);
+  FrameImages images;
+  for (std::size_t i = 0; i < input.pictures.size(); ++i) {
+    const TunePicture& picture = input.pictures[i];
+    PictureFile file = ReadPicture(picture.path);
+    if (file.bgra.empty()) {
+      decisions.unused.push_back({i, std::move(file.fault), file.isImage});
+    } else {
+      ConvertFrame(file.bgra, needsHsv, images);
+      for (std::size_t j = 0; j < specs.size(); ++j) {
+        Sample sample = SampleOf(images, BoundTo(file.bgra, specs[j], input));
+        sample.picture = i;
+        sample.positive = picture.positive;
+        decisions.bySpec[j].push_back(std::move(sample));
+      }
+    }
+    if (progress) progress(i + 1, input.pictures.size());
+  }
+  return decisions;
+}
+
+}  // namespace quillmark::advice

@@ -1,0 +1,154 @@
+#include "advice/Settings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+#include "advice/NameOptions.h"
+#include "explain/Numbers.h"
+#include "explain/Words.h"
+#include "specs/SpecOptions.h"
+#include "specs/SpecStore.h"
+#include "specs/Utf8.h"
+
+namespace quillmark::advice {
+namespace {
+
+using explain::Digits;
+
+// Differences and scores change places in the threshold here.
+constexpr double kHalf = 0.5;
+// The hue modes accept this difference at least, unless a least score is set.
+constexpr double kHueDifference = 0.35;
+bool IsDifferenceWord(const std::wstring& word) {
+  return Lowered(word).starts_with(L"sq=");
+}
+bool IsPreset(const std::wstring& word) {
+  return Lowered(word) == L"fast" || Lowered(word) == L"strict";
+}
+bool IsInterval(const std::wstring& word) {
+  return Lowered(word).starts_with(L"ms") || Lowered(word).starts_with(L"fps");
+}
+
+// The words that choose neither mode nor limits; none for a suffix that words cannot say.
+std::optional<std::vector<std::wstring>> OtherWords(const explain::SpecRequest& from) {
+  const NameOptions options = ReadNameOptions(from.name);
+  const TemplateSpec spec = SpecOf(from);
+  std::vector<std::wstring> words;
+  if (options.suffix) {
+    if (spec.frameDivisor > 1) return std::nullopt;
+    if (options.words.front() == L"RED") words.emplace_back(L"red");
+  } else {
+    std::ranges::copy_if(options.words, std::back_inserter(words), [](const std::wstring& word) {
+      return !IsDifferenceWord(word) && !IsPreset(word) && !Lowered(word).starts_with(L"mode=");
+    });
+  }
+  if (spec.intervalMs > 0 && std::ranges::none_of(words, IsInterval)) {
+    words.push_back(L"ms" + std::to_wstring(spec.intervalMs));
+  }
+  return words;
+}
+
+bool InMiddleHalf(double limit, const Separation& range) {
+  return std::abs(limit - range.Middle()) <= range.Margin() / 2.0;
+}
+
+// By the least score where a hue mode would lift the difference, by sq= behind a preset that would move it.
+void SetDifference(explain::SpecRequest& request, double difference) {
+  NameOptions options = ReadNameOptions(request.name);
+  if (!options.suffix) std::erase_if(options.words, IsDifferenceWord);
+  const bool preset = !options.suffix && std::ranges::any_of(options.words, IsPreset);
+  request.name = Joined(options.base, options.words);
+  if (IsHueMode(SpecOf(request).mode) && difference < kHueDifference) {
+    request.threshold = static_cast<float>(1.0 - difference);
+  } else if (preset || difference > kHalf) {
+    request.name += L":sq=" + FromUtf8(Digits(difference, 6));
+    request.threshold = -1.0f;
+  } else {
+    request.threshold = static_cast<float>(difference);
+  }
+}
+
+std::string RemarkOn(const explain::SpecRequest& request, const explain::SpecRequest& from) {
+  const TemplateSpec now = SpecOf(from), then = SpecOf(request);
+  if (IsHueMode(then.mode)) return "a hue mode compares nothing else";
+  std::string remark;
+  if (then.colorGate && !now.colorGate) remark = "strict: grey values and edges no longer decide";
+  if (then.intervalMs != now.intervalMs) {
+    remark += (remark.empty() ? "" : "; ") + std::string("looked for once in ") +
+              std::to_string(then.intervalMs) + " ms, unless ms or fps stands before";
+  }
+  return remark;
+}
+
+}  // namespace
+
+TemplateSpec SpecOf(const explain::SpecRequest& request) {
+  TemplateSpec spec =
+      SpecOfCommand(request.target, request.name, request.path, request.roi.x, request.roi.y,
+                    request.roi.width, request.roi.height, request.edgeMin, request.threshold);
+  ApplyNameOptions(spec);
+  return spec;
+}
+
+Setting SettingFor(const explain::SpecRequest& variant, const explain::SpecRequest& from,
+                   const LimitRanges& ranges) {
+  Setting setting;
+  setting.request = variant;
+  explain::SpecRequest& request = setting.request;
+  setting.difference = ranges.inForce;
+  if (!InMiddleHalf(ranges.inForce, ranges.difference)) {
+    setting.difference = RoundLimit(ranges.difference);
+    SetDifference(request, setting.difference);
+  }
+  if (ranges.edgeMin) {
+    setting.edgeMin = RoundLimit(*ranges.edgeMin);
+    request.edgeMin = static_cast<float>(*setting.edgeMin);
+  }
+
+  const auto change = [&](const char* option, const std::string& value) {
+    setting.changes.push_back(std::string(option) + " " + value);
+  };
+  if (request.name != from.name) change("--name", explain::WellFormed(request.name));
+  if (request.threshold != from.threshold) {
+    if (request.threshold < 0.0f) {
+      setting.changes.emplace_back("no --threshold");
+    } else {
+      change("--threshold", Digits(static_cast<double>(request.threshold), 6));
+    }
+  }
+  if (request.edgeMin != from.edgeMin) change("--edge-min", Digits(static_cast<double>(request.edgeMin), 6));
+  setting.remark = RemarkOn(request, from);
+  return setting;
+}
+
+std::vector<explain::SpecRequest> OtherModes(const explain::SpecRequest& from) {
+  std::vector<explain::SpecRequest> requests;
+  const std::optional<std::vector<std::wstring>> others = OtherWords(from);
+  if (!others) return requests;
+  const TemplateSpec now = SpecOf(from);
+  const std::wstring base = ReadNameOptions(from.name).base;
+  const auto add = [&](std::initializer_list<const wchar_t*> choice, MatchMode mode, bool gate) {
+    if (mode == now.mode && (gate == now.colorGate || now.redHint)) return;
+    std::vector<std::wstring> words = *others;
+    words.insert(words.end(), choice.begin(), choice.end());
+    explain::SpecRequest request = from;
+    request.name = Joined(base, words);
+    request.threshold = -1.0f;
+    requests.push_back(std::move(request));
+  };
+  add({L"mode=gray"}, MatchMode::Gray, false);
+  add({L"mode=bgr"}, MatchMode::Bgr, false);
+  add({L"mode=s"}, MatchMode::S, false);
+  add({L"mode=hs"}, MatchMode::HS, false);
+  add({L"mode=h"}, MatchMode::H, false);
+  if (!now.redHint) {
+    add({L"strict", L"mode=gray"}, MatchMode::Gray, true);
+    add({L"strict", L"mode=bgr"}, MatchMode::Bgr, true);
+    add({L"strict", L"mode=s"}, MatchMode::S, true);
+  }
+  return requests;
+}
+
+}  // namespace quillmark::advice

@@ -1,0 +1,90 @@
+#include <algorithm>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <string>
+
+#include "advice/Checks.h"
+#include "explain/Numbers.h"
+
+namespace quillmark::advice {
+namespace {
+
+using explain::Digits;
+
+// Below this share a template is hardly red.
+constexpr double kHardlyRed = 0.02;
+
+// Below this spread the grey search compares levels as they are, without regard to contrast.
+constexpr double kPlainSpread = 3.0;
+
+struct Levels {
+  double mean, stdDev;
+};
+
+Levels LevelsOf(const cv::Mat& gray) {
+  cv::Scalar mean, stdDev;
+  cv::meanStdDev(gray, mean, stdDev);
+  return {mean[0], stdDev[0]};
+}
+
+// How far off a plain place's level may be for a template whose mean squared difference is compared.
+std::string ReachText(const TemplateSpec& spec, const Verdict& v, const Levels& levels) {
+  if (spec.mode != MatchMode::Gray || levels.stdDev >= kPlainSpread) return {};
+  const double reach = 255.0 * std::sqrt(std::max(DifferenceLimit(v, spec), 0.0));
+  return "; plain places up to " + Digits(reach, 2) + " levels away are hits";
+}
+
+// Templates that are too plain for their structure to be compared; the hue modes compare none anyway.
+void CheckDetail(const TemplateSpec& spec, const Verdict& v, FindingList& list) {
+  const Levels levels = LevelsOf(spec.tmplGray);
+  const std::vector<Fact> facts{
+      {"mean", levels.mean}, {"spread", levels.stdDev}, {"edges", spec.edgeDensity}};
+  if (v.flatWhite.outcome != Outcome::NotMeasured) {
+    list.Add(FindingCode::BlankWhite,
+             "mean grey level " + Digits(levels.mean, 4) + ", spread " + Digits(levels.stdDev), facts);
+  } else if (v.flatTemplate) {
+    list.Add(FindingCode::Flat,
+             "grey levels spread by " + Digits(levels.stdDev) + ", " + Digits(100.0 * spec.edgeDensity) +
+                 " % of the pixels are edges" + ReachText(spec, v, levels),
+             facts);
+  } else if (v.lowDetail && !v.tiny) {
+    list.Add(FindingCode::LowDetail, Digits(100.0 * spec.edgeDensity) + " % of the pixels are edges", facts);
+  }
+}
+
+void CheckPlain(const TemplateSpec& spec, const Verdict& own, FindingList& list) {
+  if (own.flatTemplate || !own.Accepted()) return;
+  cv::Mat plain(spec.tmplBgr.size(), CV_8UC3, cv::mean(spec.tmplBgr));
+  const Probe probe = ProbeOn(plain, spec);
+  if (!probe.verdict.Accepted()) return;
+  list.Add(FindingCode::MatchesPlain, "with a difference of " + Digits(probe.verdict.dist),
+           {{"difference", probe.verdict.dist}});
+}
+
+void CheckRedShare(const TemplateSpec& spec, FindingList& list) {
+  if (!spec.redHint || IsHueMode(spec.mode) || spec.redRatio >= kHardlyRed) return;
+  list.Add(FindingCode::RedWithoutRed, Digits(100.0 * spec.redRatio) + " % of the pixels are red",
+           {{"share", spec.redRatio}});
+}
+
+}  // namespace
+
+void CheckTemplate(const Subject& subject, const Probe& own, FindingList& list) {
+  const TemplateSpec& spec = subject.spec;
+  const Verdict& v = own.verdict;
+  if (!v.Accepted()) {
+    const std::string refusal = RefusalText(own, spec);
+    list.Add(FindingCode::NeverOnItself, "refused by " + refusal, {{"refusal", refusal}});
+  }
+  if (v.tiny) {
+    list.Add(FindingCode::Tiny, std::to_string(v.tw) + " x " + std::to_string(v.th) + " pixels",
+             {{"width", static_cast<double>(v.tw)}, {"height", static_cast<double>(v.th)}});
+  }
+  if (!IsHueMode(spec.mode)) {
+    CheckDetail(spec, v, list);
+    CheckPlain(spec, v, list);
+  }
+  CheckRedShare(spec, list);
+}
+
+}  // namespace quillmark::advice

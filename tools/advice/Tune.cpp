@@ -1,0 +1,187 @@
+#include "advice/Tune.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "explain/Explain.h"
+#include "explain/Words.h"
+
+namespace quillmark::advice {
+namespace {
+
+using explain::Figure;
+using explain::StepOutcome;
+
+constexpr std::size_t kNameUnits = 32;
+constexpr char kOnlySeemed[] = "the limits that seemed to do decide a picture wrong";
+
+bool CanBeSet(const std::string& id) {
+  using explain::CodeOf, explain::Reason;
+  return id == CodeOf(Reason::Difference) || id == CodeOf(Reason::MinScore) ||
+         id == CodeOf(Reason::EdgeCorrelation);
+}
+
+FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& reports) {
+  const auto known = std::ranges::find(reports, step.id, &FigureReport::id);
+  if (known != reports.end()) return *known;
+  FigureReport report;
+  report.id = step.id;
+  report.title = step.title;
+  report.measures = step.measures;
+  report.bound = step.figure->bound;
+  report.canBeSet = CanBeSet(step.id);
+  report.lowLimit = report.highLimit = step.figure->limit;
+  reports.push_back(std::move(report));
+  return reports.back();
+}
+
+void AddFigure(const explain::Step& step, bool positive, std::vector<FigureReport>& reports) {
+  FigureReport& report = ReportOf(step, reports);
+  const Figure& figure = *step.figure;
+  report.hasSay |= step.outcome != StepOutcome::Waived;
+  report.lowLimit = std::min(report.lowLimit, figure.limit);
+  report.highLimit = std::max(report.highLimit, figure.limit);
+  (positive ? report.positives : report.negatives).push_back(figure.value);
+  const double margin = positive ? figure.Margin() : -figure.Margin();
+  std::optional<double>& least = positive ? report.positiveMargin : report.negativeMargin;
+  least = least ? std::min(*least, margin) : margin;
+}
+
+std::vector<FigureReport> FiguresOf(const Samples& samples) {
+  std::vector<FigureReport> reports;
+  for (const Sample& sample : samples) {
+    for (const explain::Step& step : sample.steps) {
+      if (step.figure) AddFigure(step, sample.positive, reports);
+    }
+  }
+  for (FigureReport& report : reports) {
+    report.separation = Separate(report.positives, report.negatives, report.bound);
+  }
+  return reports;
+}
+
+bool AllRight(const Samples& samples) {
+  return std::ranges::all_of(samples, &Sample::IsRight);
+}
+
+// Wide where the ranges are wide, whatever the figures' size.
+double Width(const Proposal& proposal) {
+  const Separation& range = proposal.ranges.difference;
+  double width = range.high > 0.0 ? (range.high - range.low) / range.high : 0.0;
+  if (proposal.ranges.edgeMin) width = std::min(width, proposal.ranges.edgeMin->Margin());
+  return width;
+}
+
+class Tuning {
+ public:
+  Tuning(const TuneInput& input_, const Progress& progress_) : input(input_), progress(progress_) {}
+
+  TuneReport Run() {
+    const explain::Explanation prepared = explain::PrepareExplanation(input.spec);
+    if (prepared.reason) {
+      report.refused = prepared.reason;
+      report.remark = prepared.steps.back().remark;
+      return std::move(report);
+    }
+    image = prepared.spec;
+    Decisions decisions = Decide(input, {image}, progress);
+    report.samples = std::move(decisions.bySpec.front());
+    report.unused = std::move(decisions.unused);
+    report.figures = FiguresOf(report.samples);
+    report.right = !report.samples.empty() && AllRight(report.samples);
+    if (HasBothKinds()) Propose();
+    return std::move(report);
+  }
+
+ private:
+  [[nodiscard]] bool HasBothKinds() const {
+    return std::ranges::any_of(report.samples, &Sample::positive) &&
+           !std::ranges::all_of(report.samples, &Sample::positive);
+  }
+
+  void Propose() {
+    LimitSearch own = FindLimits(report.samples, image);
+    report.obstacle = std::move(own.obstacle);
+    if (own.ranges) {
+      Setting setting = SettingFor(input.spec, input.spec, *own.ranges);
+      if (!setting.changes.empty()) Add(std::move(setting), *own.ranges);
+      Verify();
+      if (!report.right && report.proposals.empty()) report.obstacle = kOnlySeemed;
+      report.rejected.clear();
+    }
+    if (report.right || !report.proposals.empty()) return;
+    TryOtherModes();
+    Verify();
+    std::ranges::stable_sort(report.proposals, std::ranges::greater(), Width);
+  }
+
+  void Add(Setting setting, LimitRanges ranges) {
+    const bool tooLong = setting.request.name.size() > kNameUnits;
+    report.proposals.push_back({std::move(setting), ranges, tooLong});
+  }
+
+  // The template as it was prepared, with another request's settings.
+  [[nodiscard]] TemplateSpec Prepared(const explain::SpecRequest& request) const {
+    TemplateSpec spec = image;
+    const TemplateSpec settings = SpecOf(request);
+    spec.name = settings.name;
+    spec.mode = settings.mode;
+    spec.maxDiff = settings.maxDiff;
+    spec.minScore = settings.minScore;
+    spec.edgeMin = settings.edgeMin;
+    spec.redHint = settings.redHint;
+    spec.colorGate = settings.colorGate;
+    spec.chromaChannel = settings.chromaChannel;
+    spec.chromaMin = settings.chromaMin;
+    return spec;
+  }
+
+  [[nodiscard]] std::vector<Samples> DecideAll(const std::vector<explain::SpecRequest>& requests) const {
+    std::vector<TemplateSpec> specs;
+    for (const explain::SpecRequest& request : requests) specs.push_back(Prepared(request));
+    return Decide(input, specs, progress).bySpec;
+  }
+
+  void TryOtherModes() {
+    const std::vector<explain::SpecRequest> requests = OtherModes(input.spec);
+    const std::vector<Samples> decided = DecideAll(requests);
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+      LimitSearch search = FindLimits(decided[i], Prepared(requests[i]));
+      if (search.ranges) {
+        Add(SettingFor(requests[i], input.spec, *search.ranges), *search.ranges);
+      } else {
+        report.rejected.push_back({explain::WellFormed(requests[i].name), std::move(search.obstacle)});
+      }
+    }
+  }
+
+  // Keeps the proposals with which the worker decides every picture right.
+  void Verify() {
+    if (report.proposals.empty()) return;
+    std::vector<explain::SpecRequest> requests;
+    for (const Proposal& proposal : report.proposals) requests.push_back(proposal.setting.request);
+    const std::vector<Samples> decided = DecideAll(requests);
+    std::vector<Proposal> kept;
+    for (std::size_t i = 0; i < decided.size(); ++i) {
+      if (AllRight(decided[i])) {
+        kept.push_back(std::move(report.proposals[i]));
+      } else {
+        report.rejected.push_back({explain::WellFormed(requests[i].name), kOnlySeemed});
+      }
+    }
+    report.proposals = std::move(kept);
+  }
+
+  const TuneInput& input;
+  const Progress& progress;
+  TemplateSpec image;
+  TuneReport report;
+};
+
+}  // namespace
+
+TuneReport Tune(const TuneInput& input, const Progress& progress) {
+  return Tuning(input, progress).Run();
+}
+
+}  // namespace quillmark::advice

@@ -1,0 +1,189 @@
+#include "advice/TuneText.h"
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include "explain/Numbers.h"
+
+namespace quillmark::advice {
+namespace {
+
+using explain::Digits;
+using explain::Paint;
+
+// Of the histograms: parts, and the column they begin in.
+constexpr std::size_t kBins = 50, kBarsAt = 13;
+
+std::string Padded(std::string text, std::size_t width) {
+  text.resize(std::max(width, text.size()), ' ');
+  return text;
+}
+std::string RightAligned(const std::string& text, std::size_t width) {
+  return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+// A bar for each count, four levels high.
+std::string Bars(const std::vector<std::size_t>& counts) {
+  constexpr std::string_view levels = ".:+#";
+  const std::size_t most = std::max<std::size_t>(std::ranges::max(counts), 1);
+  std::string bars;
+  for (const std::size_t count : counts)
+    bars += count == 0 ? ' ' : levels[(count * levels.size() - 1) / most];
+  return bars;
+}
+
+class Report {
+ public:
+  Report(const TuneReport& report_, const std::vector<std::string>& files_, const explain::Painter& painted_)
+      : report(report_), files(files_), painted(painted_) {}
+
+  std::string Text() {
+    AddCounts(true);
+    AddCounts(false);
+    AddWrong();
+    for (const FigureReport& figure : report.figures) AddFigure(figure);
+    AddAnswer();
+    text.pop_back();
+    return std::move(text);
+  }
+
+ private:
+  void Line(const std::string& line = {}) { text += line + '\n'; }
+
+  void AddCounts(bool positive) {
+    std::size_t count = 0, right = 0;
+    std::map<std::string, std::size_t> refusals;
+    for (const Sample& sample : report.samples) {
+      if (sample.positive != positive) continue;
+      ++count;
+      right += sample.IsRight() ? 1 : 0;
+      if (sample.reason) ++refusals[std::string(explain::CodeOf(*sample.reason))];
+    }
+    std::string line = positive ? "Positives  " : "Negatives  ";
+    line +=
+        std::to_string(right) + " of " + std::to_string(count) + (positive ? " are hits" : " are refused");
+    const char* separator = "; refused by ";
+    for (const auto& [code, times] : refusals) {
+      line += std::exchange(separator, ", ") + code + " " + std::to_string(times);
+    }
+    Line(count == right ? line : painted(Paint::Bad, line));
+  }
+
+  void AddWrong() {
+    for (const Sample& sample : report.samples) {
+      if (sample.IsRight()) continue;
+      const std::string why =
+          sample.reason ? "refused by " + std::string(explain::CodeOf(*sample.reason)) : "a hit";
+      const std::string difference =
+          sample.verdict.found ? ", difference " + Digits(sample.verdict.dist) : std::string();
+      Line("  wrong: " + files[sample.picture] + ", " + why + difference);
+    }
+  }
+
+  void AddFigure(const FigureReport& figure) {
+    Line();
+    const bool atMost = figure.bound == explain::Figure::Bound::AtMost;
+    std::string head = figure.title + ", " + (atMost ? "at most " : "at least ") + Digits(figure.lowLimit);
+    if (figure.highLimit != figure.lowLimit) head += " to " + Digits(figure.highLimit);
+    head += !figure.hasSay ? "; has no say here" : figure.canBeSet ? "; can be set" : "; fixed";
+    Line(head);
+    Line(painted(Paint::Quiet,
+                 "             count       min        q1    median        q3       max    margin"));
+    AddRow("positives", figure.positives, figure.positiveMargin);
+    AddRow("negatives", figure.negatives, figure.negativeMargin);
+    AddHistogram(figure);
+    if (figure.positives.empty() || figure.negatives.empty()) return;
+    if (!figure.separation) {
+      Line("  No limit tells them apart.");
+      return;
+    }
+    const Separation& s = *figure.separation;
+    Line("  Limits between " + Digits(s.low) + " and " + Digits(s.high) +
+         " tell them apart; the middle leaves " + Digits(s.Margin()) + ".");
+  }
+
+  void AddRow(const char* name, const std::vector<double>& values, const std::optional<double>& margin) {
+    if (values.empty()) return;
+    const Distribution d = DistributionOf(values);
+    std::string row = "  " + Padded(name, 10) + RightAligned(std::to_string(d.count), 6);
+    for (const double value : {d.min, d.q1, d.median, d.q3, d.max}) row += RightAligned(Digits(value), 10);
+    const std::string inside = RightAligned(Digits(*margin), 10);
+    Line(row + (*margin < 0.0 ? painted(Paint::Bad, inside) : inside));
+  }
+
+  void AddHistogram(const FigureReport& figure) {
+    std::vector<double> all = figure.positives;
+    all.insert(all.end(), figure.negatives.begin(), figure.negatives.end());
+    all.insert(all.end(), {figure.lowLimit, figure.highLimit});
+    const double low = std::ranges::min(all), high = std::ranges::max(all);
+    if (!(low < high)) return;
+    const auto addBars = [&](const char* name, const std::vector<double>& values) {
+      if (!values.empty())
+        Line(Padded(name, kBarsAt) + "|" + Bars(Histogram(values, low, high, kBins)) + "|");
+    };
+    addBars("  positives", figure.positives);
+    addBars("  negatives", figure.negatives);
+    std::string marks(kBins + 2, ' ');
+    const std::vector<std::size_t> limits = Histogram({figure.lowLimit, figure.highLimit}, low, high, kBins);
+    for (std::size_t bin = 0; bin < kBins; ++bin) {
+      if (limits[bin] > 0) marks[bin + 1] = '^';
+    }
+    marks.erase(marks.find_last_not_of(' ') + 1);
+    Line(std::string(kBarsAt, ' ') + marks + " limit");
+  }
+
+  void AddAnswer() {
+    Line();
+    if (report.right) {
+      Line(painted(Paint::Good, "Every picture is decided right."));
+      if (!report.proposals.empty()) Line("With more room between them:");
+    }
+    if (!report.obstacle.empty()) {
+      Line(painted(Paint::Bad,
+                   "No limits of the spec's own mode tell the pictures apart: " + report.obstacle + "."));
+    }
+    if (!report.right && !report.proposals.empty()) {
+      Line("Tried on all pictures, and every one is decided right:");
+    }
+    for (const Proposal& proposal : report.proposals) AddProposal(proposal);
+    if (!report.rejected.empty()) Line("Tried in vain:");
+    for (const RejectedMode& mode : report.rejected) Line("  " + mode.name + ": " + mode.obstacle);
+    if (!report.right && report.obstacle.empty() && report.proposals.empty()) {
+      Line("To find limits, tune needs positives and negatives that can be compared.");
+    }
+  }
+
+  void AddProposal(const Proposal& proposal) {
+    const Setting& setting = proposal.setting;
+    std::string changes;
+    for (const std::string& change : setting.changes) changes += (changes.empty() ? "" : " ") + change;
+    Line("  " + painted(Paint::Good, changes));
+    const Separation& range = proposal.ranges.difference;
+    Line(
+        "      difference at most " + Digits(setting.difference) + ": positives reach " + Digits(range.low) +
+        (proposal.ranges.bounded ? ", negatives begin at " + Digits(range.high) : ", no negative bounds it"));
+    if (setting.edgeMin) {
+      const Separation& edges = *proposal.ranges.edgeMin;
+      Line("      edge correlation asked for, at least " + Digits(*setting.edgeMin) + ": between " +
+           Digits(edges.low) + " and " + Digits(edges.high) + " tells them apart");
+    }
+    if (!setting.remark.empty()) Line("      " + setting.remark);
+    if (proposal.tooLong) Line("      the name is too long: it needs 32 UTF-16 units or fewer");
+  }
+
+  const TuneReport& report;
+  const std::vector<std::string>& files;
+  const explain::Painter& painted;
+  std::string text;
+};
+
+}  // namespace
+
+std::string TuneText(const TuneReport& report, const std::vector<std::string>& files,
+                     const explain::Painter& painted) {
+  return Report(report, files, painted).Text();
+}
+
+}  // namespace quillmark::advice

@@ -1,0 +1,18 @@
+// A tuning as text for a terminal: what was decided, every figure with its distributions, what would do.
+//
+// Threading: pure function.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "advice/Tune.h"
+#include "explain/TextReport.h"
+
+namespace quillmark::advice {
+
+// UTF-8, in lines without the last one's end. `files` names the input's pictures, in their order.
+[[nodiscard]] std::string TuneText(const TuneReport& report, const std::vector<std::string>& files,
+                                   const explain::Painter& painted);
+
+}  // namespace quillmark::advice
