@@ -1,0 +1,28 @@
+#include "Applied.h"
+
+#include <cstdio>
+
+#include "Files.h"
+#include "Hash.h"
+#include "Output.h"
+#include "host/SessionFolder.h"
+
+namespace quillmark::control {
+
+Applied::Applied(const std::filesystem::path& specFile, std::uint64_t worker, std::uint64_t workerStartedMs)
+    : record(host::SessionFolder() / ("applied-" + HashOf(Utf8Of(specFile)) + ".json")),
+      worker_(std::to_string(worker) + "-" + std::to_string(workerStartedMs)) {
+  // A damaged record is none: everything is sent again.
+  const Json json = Json::parse(ContentOf(record).value_or(""), nullptr, false);
+  if (!json.is_object() || json.value("worker", "") != worker_ || !json.contains("sent")) return;
+  for (const auto& [name, what] : json["sent"].items()) {
+    if (what.is_string()) sent[name] = what.get<std::string>();
+  }
+}
+
+void Applied::Save() const {
+  const Json json = {{"worker", worker_}, {"sent", sent}};
+  ReplaceFile(record, json.dump(1, ' ', false, Json::error_handler_t::replace));
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,70 @@
+#include "CommandLine.h"
+
+#include <cmath>
+#include <cstdint>
+#include <exception>
+#include <iostream>
+#include <utility>
+
+namespace quillmark::control {
+
+#define COMMAND(NAME) void Add##NAME(CommandLine&);
+#include "commands/List.inc"
+#undef COMMAND
+
+namespace {
+
+constexpr char Help[] =
+    "Gives the Quillmark worker of this session its commands and prints the hits it reports.";
+constexpr char Notes[] =
+    "Exit codes: 0 yes or done, 1 no, nothing found or no answer in time, 2 wrong use or error.\n"
+    "With --json, after any command, each line is one JSON object; its field \"type\" says which. All "
+    "commands\n"
+    "may print\n"
+    "  {\"type\":\"note\",\"text\":TEXT}             what happened beside\n"
+    "  {\"type\":\"error\",\"code\":N,\"text\":TEXT}   why it ends with exit code N\n"
+    "A wrong command line is told as text, on standard error.";
+
+}  // namespace
+
+CommandLine::CommandLine() : app(Help, "quillmarkctl") {
+  app.require_subcommand(1);
+  app.footer(Notes);
+  app.set_version_flag("--version", "quillmarkctl " QUILLMARK_VERSION);
+#define COMMAND(NAME) Add##NAME(*this);
+#include "commands/List.inc"
+#undef COMMAND
+}
+
+CLI::App& CommandLine::Add(const std::string& name, const std::string& help,
+                           std::function<ExitCode(Output&)> run) {
+  CLI::App& command = *app.add_subcommand(name, help);
+  command.add_flag("--json", json, "Print one JSON object a line");
+  command.callback([this, run = std::move(run)] { action = run; });
+  return command;
+}
+
+int CommandLine::Run(int argc, const char* const* argv) {
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? Yes : Error;
+  }
+  Output output(json);
+  try {
+    return action(output);
+  } catch (const std::exception& error) {
+    return output.Fail(Error, error.what());
+  }
+}
+
+CLI::Option* AddTimeout(CLI::App& command, std::chrono::milliseconds& timeout, const std::string& help) {
+  const auto set = [&timeout](const double& seconds) {
+    timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000.0)));
+  };
+  return command.add_option_function<double>("--timeout", set, help)
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.0, 1e6));
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,42 @@
+// The commands and options of the tool as plain data, read from the command line's own description: the one
+// source of shell completion and manual.
+//
+// Threading: free functions without state.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace quillmark::control {
+
+struct OptionModel {
+  std::vector<std::string> names;  // with their dashes; the argument's name when it is positional
+  std::string value;               // what stands behind it, such as SECONDS; empty for a flag
+  std::string help;
+  bool positional = false;
+  bool required = false;
+};
+
+struct CommandModel {
+  std::string name;
+  std::string help;
+  std::string notes;
+  std::vector<OptionModel> options;
+};
+
+// The tool itself, and its commands in the order of --help.
+[[nodiscard]] CommandModel ModelOf(const CLI::App& app);
+[[nodiscard]] std::vector<CommandModel> CommandsOf(const CLI::App& app);
+
+// Scripts that complete commands and options; `shell` is bash, zsh or fish. Raises std::invalid_argument for
+// another.
+[[nodiscard]] std::string CompletionScript(const std::string& shell, const CommandModel& tool,
+                                           const std::vector<CommandModel>& commands);
+// The manual page, section 1, in the language of man.
+[[nodiscard]] std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>& commands);
+
+}  // namespace quillmark::control

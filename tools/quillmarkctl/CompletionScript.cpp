@@ -1,0 +1,117 @@
+#include <stdexcept>
+
+#include "CommandModel.h"
+
+namespace quillmark::control {
+namespace {
+
+std::string Escaped(const std::string& text, const std::string& special) {
+  std::string escaped;
+  for (const char c : text) {
+    if (special.find(c) != std::string::npos) escaped += '\\';
+    escaped += c;
+  }
+  return escaped;
+}
+
+// In single quotes, as every one of these shells takes them.
+std::string Quoted(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string Words(const CommandModel& command) {
+  std::string words;
+  for (const OptionModel& option : command.options) {
+    if (option.positional) continue;
+    for (const std::string& name : option.names) words += (words.empty() ? "" : " ") + name;
+  }
+  return words;
+}
+
+std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& commands) {
+  std::string names, cases;
+  for (const CommandModel& command : commands) {
+    names += command.name + ' ';
+    cases += "    " + command.name + ") words='" + Words(command) + "' ;;\n";
+  }
+  return "_quillmarkctl() {\n"
+         "  local words= word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}\n"
+         "  [ \"$COMP_CWORD\" -gt 1 ] || command=\n"
+         "  case $command in\n"
+         "    '') words='" +
+         names + Words(tool) + "' ;;\n" + cases +
+         "  esac\n"
+         "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
+         "}\n"
+         "complete -o bashdefault -o default -F _quillmarkctl quillmarkctl\n";
+}
+
+std::string Zsh(const std::vector<CommandModel>& commands) {
+  std::string names, cases;
+  for (const CommandModel& command : commands) {
+    names += "    " + Quoted(command.name + ":" + Escaped(command.help, ":\\")) + "\n";
+    cases += "    " + command.name + ")\n      _arguments \\\n";
+    for (const OptionModel& option : command.options) {
+      if (option.positional) continue;
+      for (const std::string& name : option.names) {
+        const std::string value = option.value.empty() ? "" : ":" + Escaped(option.value, ":\\") + ":_files";
+        cases += "        " + Quoted(name + "[" + Escaped(option.help, "[]\\") + "]" + value) + " \\\n";
+      }
+    }
+    cases += "        '*:file:_files' ;;\n";
+  }
+  return "#compdef quillmarkctl\n"
+         "_quillmarkctl() {\n"
+         "  local -a commands=(\n" +
+         names +
+         "  )\n"
+         "  if (( CURRENT == 2 )); then\n"
+         "    _describe command commands\n"
+         "    return\n"
+         "  fi\n"
+         "  local command=$words[2]\n"
+         "  shift words\n"
+         "  (( CURRENT-- ))\n"
+         "  case $command in\n" +
+         cases +
+         "  esac\n"
+         "}\n"
+         "compdef _quillmarkctl quillmarkctl\n";
+}
+
+std::string Fish(const std::vector<CommandModel>& commands) {
+  const auto line = [](const std::string& condition, const std::string& rest, const std::string& help) {
+    return "complete -c quillmarkctl -n " + Quoted(condition) + rest + " -d " + Quoted(Escaped(help, "\\")) +
+           "\n";
+  };
+  std::string script;
+  for (const CommandModel& command : commands) {
+    script += line("__fish_use_subcommand", " -f -a " + command.name, command.help);
+  }
+  for (const CommandModel& command : commands) {
+    for (const OptionModel& option : command.options) {
+      if (option.positional) continue;
+      std::string names;
+      for (const std::string& name : option.names) {
+        names += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
+      }
+      script += line("__fish_seen_subcommand_from " + command.name,
+                     names + (option.value.empty() ? "" : " -r"), option.help);
+    }
+  }
+  return script;
+}
+
+}  // namespace
+
+std::string CompletionScript(const std::string& shell, const CommandModel& tool,
+                             const std::vector<CommandModel>& commands) {
+  if (shell == "bash") return Bash(tool, commands);
+  if (shell == "zsh") return Zsh(commands);
+  if (shell == "fish") return Fish(commands);
+  throw std::invalid_argument("there is completion for bash, zsh and fish, not for '" + shell + "'");
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,31 @@
+// The monitors of the desktop as the worker counts them.
+//
+// Threading: free functions without state.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "specs/TemplateSpec.h"
+
+namespace quillmark::control {
+
+struct DesktopMonitor {
+  HMONITOR handle = nullptr;
+  int number = 0;  // from 1: that of the option mon=N
+  Rect rect;       // desktop pixels
+  bool primary = false;
+  std::uint32_t dpi = 96;
+  int turn = 0;         // degrees clockwise from the delivered picture to the desktop
+  std::wstring device;  // the system's name for it
+
+  [[nodiscard]] int Width() const { return rect.right - rect.left; }
+  [[nodiscard]] int Height() const { return rect.bottom - rect.top; }
+};
+
+[[nodiscard]] std::vector<DesktopMonitor> ListMonitors();
+
+}  // namespace quillmark::control

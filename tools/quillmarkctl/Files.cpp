@@ -1,0 +1,42 @@
+#include "Files.h"
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace quillmark::control {
+
+namespace fs = std::filesystem;
+
+fs::path PathOf(const std::string& utf8) {
+  return fs::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+std::string Utf8Of(const fs::path& path) {
+  const std::u8string text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
+std::optional<std::string> ContentOf(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) return std::nullopt;
+  std::string content{std::istreambuf_iterator<char>(stream), {}};
+  if (stream.bad()) return std::nullopt;
+  return content;
+}
+
+void WriteFile(const fs::path& file, const std::string& content) {
+  std::ofstream stream(file, std::ios::binary);
+  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+  stream.close();
+  if (!stream) throw std::runtime_error(Utf8Of(file) + " cannot be written");
+}
+
+void ReplaceFile(const fs::path& file, const std::string& content) {
+  fs::path fresh = file;
+  fresh += ".new";
+  WriteFile(fresh, content);
+  fs::rename(fresh, file);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,22 @@
+// Files by UTF-8 names, read and written whole.
+//
+// Threading: free functions without state.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace quillmark::control {
+
+[[nodiscard]] std::filesystem::path PathOf(const std::string& utf8);
+[[nodiscard]] std::string Utf8Of(const std::filesystem::path& path);
+
+// Nothing when it cannot be read.
+[[nodiscard]] std::optional<std::string> ContentOf(const std::filesystem::path& file);
+// Raises std::runtime_error when it cannot be written.
+void WriteFile(const std::filesystem::path& file, const std::string& content);
+// The same; who reads meanwhile finds the old file or the new one, whole.
+void ReplaceFile(const std::filesystem::path& file, const std::string& content);
+
+}  // namespace quillmark::control

@@ -1,0 +1,24 @@
+// SIGINT and SIGTERM, or Ctrl+C in a console, as a question that a command asks when it suits it.
+//
+// Threading: one thread.
+#pragma once
+
+#include <csignal>
+
+namespace quillmark::control {
+
+class Interruption {
+ public:
+  // From here on a signal no longer ends the process.
+  Interruption() {
+    std::signal(SIGINT, Note);
+    std::signal(SIGTERM, Note);
+  }
+  [[nodiscard]] bool Came() const { return came != 0; }
+
+ private:
+  static void Note(int) { came = 1; }
+  static inline volatile std::sig_atomic_t came = 0;
+};
+
+}  // namespace quillmark::control

@@ -1,0 +1,75 @@
+#include "PartialSpec.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "Wording.h"
+#include "advice/Pictures.h"
+#include "client/Text.h"
+
+namespace quillmark::control {
+namespace {
+
+constexpr const char* kSpecOptions[] = {"--target", "--name", "--path", "--roi", "--edge-min", "--threshold"};
+
+}  // namespace
+
+void AddPartialSpecOptions(CLI::App& command, SpecArguments& arguments) {
+  AddSpecOptions(command, arguments);
+  for (const char* option : kSpecOptions) command.get_option(option)->required(false);
+}
+
+bool HasSpec(const CLI::App& command) {
+  return std::ranges::any_of(kSpecOptions, [&](const char* option) { return command.count(option) > 0; });
+}
+
+advice::LintSpec ReadPartialSpec(const SpecArguments& arguments, const CLI::App& command) {
+  advice::LintSpec spec;
+  explain::SpecRequest& request = spec.request;
+  spec.hasName = command.count("--name") > 0;
+  spec.hasTarget = command.count("--target") > 0;
+  spec.hasRegion = command.count("--roi") > 0;
+  if (arguments.path.empty()) throw std::invalid_argument("--path, the template's image, is missing");
+  request.path = WideText("--path", arguments.path);
+  request.name = WideText("--name", arguments.name);
+  request.target = WideText("--target", arguments.target);
+  if (spec.hasRegion) {
+    const Rectangle roi = ReadRectangle("--roi", arguments.roi);
+    request.roi = cv::Rect(roi.x, roi.y, roi.width, roi.height);
+  }
+  request.edgeMin = arguments.edgeMin.value_or(request.edgeMin);
+  request.threshold = arguments.threshold.value_or(request.threshold);
+  if (!std::isfinite(request.edgeMin)) throw std::invalid_argument("--edge-min must be a finite number");
+  if (arguments.threshold && !(*arguments.threshold >= 0.0f && *arguments.threshold <= 1.0f)) {
+    throw std::invalid_argument("--threshold must lie between 0 and 1");
+  }
+  return spec;
+}
+
+advice::LintSpec TemplateAlone(const std::string& file) {
+  advice::LintSpec spec;
+  spec.request.path = WideText("FILE", file);
+  spec.hasName = spec.hasTarget = spec.hasRegion = false;
+  return spec;
+}
+
+std::string LabelOf(const advice::LintSpec& spec) {
+  return Printable(spec.hasName ? spec.request.name : spec.request.path);
+}
+
+cv::Mat ReadScreenshot(const std::string& what, const std::string& file) {
+  const advice::PictureFile picture = advice::ReadPicture(WideText(what, file));
+  if (picture.bgra.empty()) throw std::runtime_error(what + ": '" + file + "' " + picture.fault);
+  return picture.bgra;
+}
+
+std::wstring WideText(const std::string& what, const std::string& utf8) {
+  std::optional<std::wstring> text = client::ToWide(utf8);
+  if (!text) throw std::invalid_argument(what + " is not valid UTF-8");
+  return *std::move(text);
+}
+
+}  // namespace quillmark::control

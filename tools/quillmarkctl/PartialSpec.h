@@ -1,0 +1,36 @@
+// A spec of which only the template's image must be given, for commands that look at specs without sending
+// them. Nothing is held against the widths of the fields.
+//
+// Threading: one thread.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "SpecArguments.h"
+#include "advice/Lint.h"
+
+namespace quillmark::control {
+
+// The options of AddSpecOptions, none of them required.
+void AddPartialSpecOptions(CLI::App& command, SpecArguments& arguments);
+
+// Whether any of them was given.
+[[nodiscard]] bool HasSpec(const CLI::App& command);
+
+// Raises std::invalid_argument, naming the argument, for want of an image, and for what cannot be read or
+// lies outside its range.
+[[nodiscard]] advice::LintSpec ReadPartialSpec(const SpecArguments& arguments, const CLI::App& command);
+// A template's image alone.
+[[nodiscard]] advice::LintSpec TemplateAlone(const std::string& file);
+
+// What people call it: its name, or else its image file.
+[[nodiscard]] std::string LabelOf(const advice::LintSpec& spec);
+
+// The picture of this file, 8UC4. Raises std::runtime_error that says why there is none.
+[[nodiscard]] cv::Mat ReadScreenshot(const std::string& what, const std::string& file);
+
+// UTF-8 as UTF-16. Raises std::invalid_argument with `what` in front for bytes that are no UTF-8.
+[[nodiscard]] std::wstring WideText(const std::string& what, const std::string& utf8);
+
+}  // namespace quillmark::control

@@ -1,0 +1,75 @@
+#include "SpecArguments.h"
+
+#include <charconv>
+#include <cmath>
+#include <stdexcept>
+
+#include "client/Text.h"
+
+namespace quillmark::control {
+
+using namespace client;
+
+void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec) {
+  CLI::Option* const parts[] = {
+      command.add_option("--target", arguments.target,
+                         "Window to look in: part of its title, or its program's name with .exe (16 units)"),
+      command.add_option("--name", arguments.name,
+                         "Name of the spec, with its options: name:option:option (32 units)"),
+      command.add_option("--path", arguments.path,
+                         "Image file to look for, as the worker's working directory sees it (64 units)"),
+      command.add_option("--roi", arguments.roi, "Region in the window's client area, pixels")
+          ->type_name("X,Y,W,H")};
+  for (CLI::Option* part : parts) {
+    if (spec == SpecIs::Required) part->required();
+    for (CLI::Option* other : parts) {
+      if (spec == SpecIs::Optional && other != part) part->needs(other);
+    }
+  }
+  command.add_option("--edge-min", arguments.edgeMin, "Least edge correlation (0.75)");
+  command.add_option("--threshold", arguments.threshold,
+                     "Above 0.5 the least score, otherwise the largest difference (difference 0.1)");
+}
+
+Command SpecCommand(const SpecArguments& arguments) {
+  Command command;
+  command.kind = CmdKind::Spec;
+  command.target = NonEmptyField("--target", arguments.target, TargetUnits);
+  command.name = NonEmptyField("--name", arguments.name, NameUnits);
+  (void)Field("--name without its options", arguments.name.substr(0, arguments.name.find(':')), HitNameUnits);
+  command.path = NonEmptyField("--path", arguments.path, PathUnits);
+  const Rectangle roi = ReadRectangle("--roi", arguments.roi);
+  command.roiX = roi.x;
+  command.roiY = roi.y;
+  command.roiW = roi.width;
+  command.roiH = roi.height;
+  command.edgeMin = arguments.edgeMin.value_or(DefaultEdgeMin);
+  command.threshold = arguments.threshold.value_or(NoThreshold);
+  if (!std::isfinite(command.edgeMin)) throw std::invalid_argument("--edge-min must be a finite number");
+  if (arguments.threshold && !(*arguments.threshold >= 0.0f && *arguments.threshold <= 1.0f)) {
+    throw std::invalid_argument("--threshold must lie between 0 and 1");
+  }
+  return command;
+}
+
+Rectangle ReadRectangle(const std::string& what, const std::string& text) {
+  Rectangle rectangle;
+  std::int32_t* const parts[] = {&rectangle.x, &rectangle.y, &rectangle.width, &rectangle.height};
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  bool valid = true;
+  for (std::int32_t* part : parts) {
+    if (part != parts[0]) valid = valid && at != end && *at++ == ',';
+    const auto [rest, error] = std::from_chars(at, end, *part);
+    valid = valid && error == std::errc();
+    at = rest;
+  }
+  if (!valid || at != end)
+    throw std::invalid_argument(what + " '" + text + "' is not X,Y,W,H in whole pixels");
+  if (rectangle.width < 1 || rectangle.height < 1) {
+    throw std::invalid_argument(what + ": width and height must be at least 1");
+  }
+  return rectangle;
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,43 @@
+// The arguments that make up a spec, as add takes them and as every command takes them that looks at a spec.
+//
+// Threading: one thread.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "client/Command.h"
+
+namespace quillmark::control {
+
+using client::Command;
+
+struct SpecArguments {
+  std::string target, name, path;
+  std::string roi;  // X,Y,W,H
+  std::optional<float> edgeMin, threshold;
+
+  [[nodiscard]] bool Given() const {
+    return !(target.empty() && name.empty() && path.empty() && roi.empty());
+  }
+};
+
+enum class SpecIs { Required, Optional };
+
+// --target, --name, --path, --roi, --edge-min and --threshold. An optional spec is given as a whole or not at
+// all.
+void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec = SpecIs::Required);
+
+// The command that adds the spec. Raises std::invalid_argument, naming the argument, when one does not fit
+// its field, cannot be read or lies outside its range: nothing is cut or bent.
+[[nodiscard]] Command SpecCommand(const SpecArguments& arguments);
+
+struct Rectangle {
+  std::int32_t x = 0, y = 0, width = 0, height = 0;
+};
+// X,Y,W,H in whole pixels, W and H at least 1. Raises std::invalid_argument with `what` in front.
+[[nodiscard]] Rectangle ReadRectangle(const std::string& what, const std::string& text);
+
+}  // namespace quillmark::control

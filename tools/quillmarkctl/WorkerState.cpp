@@ -1,0 +1,68 @@
+#include "WorkerState.h"
+
+#include <stdexcept>
+
+#include "Requests.h"
+#include "client/Text.h"
+#include "client/WorkerProbe.h"
+#include "host/WorkerProcess.h"
+
+namespace quillmark::control {
+
+WorkerState GlanceAtWorker() {
+  WorkerState state;
+  const client::WorkerSight sight = client::WorkerProbe().Look();
+  state.running = sight.running;
+  state.identity = sight.identity;
+  const host::WorkerProcess process = host::ProcessOf(sight.identity);
+  state.process = process.id;
+  state.startedMs = process.startedMs;
+  // Rings that this tool makes because nobody holds them are empty and go with it.
+  const HitReader hits;
+  const CommandRing commands;
+  state.unreadCommands = commands.Unread();
+  state.unreadHits = hits.WriteIndex() - hits.ReadIndex();
+  state.droppedHits = hits.Dropped();
+  state.hasReader = !HitConsumer().Held();
+  return state;
+}
+
+WorkerState LookAtWorker(std::chrono::milliseconds timeout) {
+  WorkerState state = GlanceAtWorker();
+  if (!state.running) {
+    state.silence = "no worker runs in this session";
+    return state;
+  }
+  if (state.unreadHits >= RingSlots && !state.hasReader) {
+    state.silence = "it was not asked: the hit ring is full and nobody reads it";
+    return state;
+  }
+  Output silent(false);
+  const Answer heartbeat = Ask({.kind = CmdKind::Heartbeat, .name = L"status"}, timeout, silent);
+  if (!heartbeat.reply) {
+    state.silence = heartbeat.failure;
+    return state;
+  }
+  state.answers = true;
+  state.roundTripMs = heartbeat.roundTrip.count();
+  const Command question{.kind = CmdKind::Version};
+  const Answer version = Ask(question, timeout, silent);
+  if (version.reply) state.version = client::ToUtf8(*AnswerIn(*version.reply, question));
+  return state;
+}
+
+Json JsonOf(const WorkerState& state) {
+  Json object = {{"running", state.running}, {"answers", state.answers}};
+  if (!state.silence.empty()) object["silence"] = state.silence;
+  if (state.answers) object["roundTripMs"] = state.roundTripMs;
+  if (!state.version.empty()) object["version"] = state.version;
+  if (state.process != 0) object["process"] = state.process;
+  if (state.startedMs != 0) object["startedTs"] = state.startedMs;
+  object["unreadCommands"] = state.unreadCommands;
+  object["unreadHits"] = state.unreadHits;
+  object["droppedHits"] = state.droppedHits;
+  object["hasReader"] = state.hasReader;
+  return object;
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,234 @@
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Applied.h"
+#include "CommandLine.h"
+#include "Files.h"
+#include "Hash.h"
+#include "Interruption.h"
+#include "Requests.h"
+#include "SpecFile.h"
+#include "Wording.h"
+#include "WorkerState.h"
+#include "client/Spec.h"
+#include "client/WorkerProbe.h"
+#include "specs/ImageFile.h"
+
+namespace quillmark::control {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+constexpr char Notes[] =
+    "The file is TOML:\n"
+    "  [defaults]                     # for what several specs share; may be missing\n"
+    "  target = \"xcalc.exe\"\n"
+    "  [[spec]]\n"
+    "  name = \"sine\"                  # without options: they have keys of their own\n"
+    "  path = \"sine.png\"              # from the folder of this file\n"
+    "  region = [32, 92, 74, 60]      # x, y, width, height in the client area\n"
+    "  max_difference = 0.1           # or min_score = 0.95; further edge_min, mode, preset, red,\n"
+    "                                 # interval_ms, every_nth_frame, monitor\n"
+    "Sent is what differs from the last time: new specs, changed ones, those whose image has changed, and "
+    "the\n"
+    "removal of those that are no longer in the file. Specs that came on other roads are left alone. A "
+    "worker\n"
+    "that has started since then gets everything. An entry at fault is told, and what was sent for it "
+    "before\n"
+    "stays; the others are sent. Exit code 0 when all could be sent, 1 when no worker took them, 2 when an\n"
+    "entry or the file is at fault.\n"
+    "With --json: "
+    "{\"type\":\"spec\",\"name\":TEXT,\"action\":\"added|replaced|removed|refused\",\"why\":TEXT} each,\n"
+    "  {\"type\":\"applied\",\"added\":N,\"replaced\":N,\"removed\":N,\"unchanged\":N,\"refused\":N} at the "
+    "end.";
+
+struct Options {
+  std::string file;
+  std::chrono::milliseconds timeout = DefaultTimeout;
+  bool watch = false, force = false, dryRun = false;
+};
+
+// Everything of a command that the worker gets to see, with the image it reads.
+std::string FingerprintOf(const client::Command& command, const std::string& image) {
+  std::string fields;
+  for (const std::wstring* text : {&command.target, &command.name, &command.path}) {
+    for (const wchar_t unit : *text) fields += std::to_string(static_cast<std::uint32_t>(unit)) + ' ';
+    fields += '|';
+  }
+  for (const int number : {command.roiX, command.roiY, command.roiW, command.roiH}) {
+    fields += std::to_string(number) + '|';
+  }
+  fields += std::to_string(command.edgeMin) + '|' + std::to_string(command.threshold);
+  return HashOf(fields) + ":" + HashOf(image);
+}
+
+class Applier {
+ public:
+  Applier(const Options& given, Output& toOutput)
+      : options(given), file(fs::absolute(PathOf(given.file)).lexically_normal()), output(toOutput) {}
+
+  ExitCode Apply() {
+    counts = {};
+    // Taken before each is read, so that what is written meanwhile is noticed.
+    const std::string ofFile = StampOf(file);
+    seen = StampWith(ofFile);
+    const std::vector<DeclaredSpec> specs = ReadSpecFile(file);
+    images.clear();
+    for (const DeclaredSpec& spec : specs) {
+      if (spec.fault.empty()) images.insert(spec.image);
+    }
+    seen = StampWith(ofFile);
+    const WorkerState worker = GlanceAtWorker();
+    if (!worker.running && !options.dryRun) return output.Fail(No, "no worker runs in this session");
+    Applied applied(file, worker.identity, worker.startedMs);
+    if (options.force) applied.sent.clear();
+
+    bool taken = true;
+    std::set<std::string> named;
+    for (const DeclaredSpec& spec : specs) {
+      named.insert(spec.name);
+      taken = taken && Bring(spec, applied);
+    }
+    for (auto old = applied.sent.begin(); taken && old != applied.sent.end();) {
+      if (named.contains(old->first)) {
+        ++old;
+        continue;
+      }
+      taken = Deliver(client::RemovalOf(old->first));
+      if (taken) Tell("removed", old->first, "it is no longer in the file");
+      if (taken) old = applied.sent.erase(old);
+    }
+    if (!options.dryRun) applied.Save();
+    Summarise();
+    if (!taken) return output.Fail(No, "the worker did not take a command in time");
+    return counts["refused"] == 0 ? Yes : Error;
+  }
+
+  // Differs when the file, an image it names or the worker is another than before.
+  std::string Stamp() const { return StampWith(StampOf(file)); }
+  // The stamp of what was applied last.
+  const std::string& Seen() const { return seen; }
+
+ private:
+  static std::string StampOf(const fs::path& path) {
+    std::error_code unwritten, unsized;
+    const auto written = fs::last_write_time(path, unwritten);
+    const auto size = fs::file_size(path, unsized);
+    return (unwritten ? "-" : std::to_string(written.time_since_epoch().count())) + ':' +
+           (unsized ? "-" : std::to_string(size)) + '|';
+  }
+  std::string StampWith(const std::string& ofFile) const {
+    std::string stamp = std::to_string(client::WorkerProbe().Look().identity) + '|' + ofFile;
+    for (const fs::path& image : images) stamp += StampOf(image);
+    return stamp;
+  }
+
+  // False when the worker did not take it; a fault of the entry is told.
+  bool Bring(const DeclaredSpec& spec, Applied& applied) {
+    std::string fault = spec.fault;
+    std::string image;
+    if (fault.empty()) {
+      ImageFault why = ImageFault::None;
+      if (ReadImageFile(spec.command.path, &why).empty())
+        fault = "its image " + Utf8Of(spec.image) + " cannot be used";
+      image = ContentOf(spec.image).value_or("");
+    }
+    if (!fault.empty()) {
+      Tell("refused", spec.name, "line " + std::to_string(spec.line) + ": " + fault);
+      return true;
+    }
+    const std::string fingerprint = FingerprintOf(spec.command, image);
+    const auto before = applied.sent.find(spec.name);
+    const bool known = before != applied.sent.end();
+    if (known && before->second == fingerprint) {
+      ++counts["unchanged"];
+      return true;
+    }
+    if (!Deliver(spec.command)) return false;
+    const bool sameCommand = known && before->second.substr(0, 16) == fingerprint.substr(0, 16);
+    Tell(known ? "replaced" : "added", spec.name, sameCommand ? "its image has changed" : "");
+    applied.sent[spec.name] = fingerprint;
+    return true;
+  }
+
+  bool Deliver(const client::Command& command) {
+    if (options.dryRun) return true;
+    const Deadline deadline = std::chrono::steady_clock::now() + options.timeout;
+    return ring.Publish(command, deadline) && ring.AwaitTaken(deadline);
+  }
+
+  void Tell(const std::string& action, const std::string& name, const std::string& why) {
+    ++counts[action];
+    const Style style = action == "refused" ? Style::Bad : Style::Good;
+    output.Print({{"type", "spec"}, {"name", name}, {"action", action}, {"why", why}},
+                 output.Styled(style, action) + "  " + name + (why.empty() ? "" : ": " + why));
+  }
+
+  void Summarise() {
+    const auto count = [this](const char* what) { return counts[what]; };
+    Json object = {{"type", "applied"}};
+    std::string text;
+    for (const char* what : {"added", "replaced", "removed", "unchanged", "refused"}) {
+      object[what] = count(what);
+      text += (text.empty() ? "" : ", ") + std::to_string(count(what)) + ' ' + what;
+    }
+    output.Print(object, text);
+  }
+
+  const Options& options;
+  const fs::path file;
+  Output& output;
+  CommandRing ring;
+  std::set<fs::path> images;  // those that the file names
+  std::map<std::string, int> counts;
+  std::string seen;
+};
+
+ExitCode Run(const Options& options, Output& output) {
+  Applier applier(options, output);
+  if (!options.watch) return applier.Apply();
+  // Whoever saves a file writes it in pieces: it counts when it has kept still for one look.
+  constexpr auto Interval = 300ms;
+  const Interruption interruption;
+  std::string before;
+  while (!interruption.Came()) {
+    const std::string now = applier.Stamp();
+    if (now != applier.Seen() && (now == before || before.empty())) {
+      try {
+        (void)applier.Apply();
+      } catch (const std::runtime_error& error) {
+        (void)output.Fail(Error, error.what());
+      }
+    }
+    before = now;
+    std::this_thread::sleep_for(Interval);
+  }
+  return Yes;
+}
+
+}  // namespace
+
+void AddApply(CommandLine& line) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = line.Add("apply", "Brings the worker's specs to what a file declares.",
+                               [options](Output& output) { return Run(*options, output); });
+  command.add_option("FILE", options->file, "File that declares the specs")->required();
+  command.add_flag("--watch", options->watch,
+                   "Go on, and apply again when the file, an image or the worker changes");
+  command.add_flag("--force", options->force, "Send everything, changed or not");
+  command.add_flag("--dry-run", options->dryRun, "Only say what would be sent");
+  AddTimeout(command, options->timeout, "Seconds to wait for the worker at each command (2)");
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,188 @@
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CommandLine.h"
+#include "Files.h"
+#include "Piece.h"
+#include "PngFile.h"
+#include "SpecArguments.h"
+#include "Wording.h"
+#include "client/Text.h"
+#include "host/Pick.h"
+#include "host/Terminal.h"
+
+namespace quillmark::control {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char Notes[] =
+    "The piece is saved as the worker would see it: where the system stretches the window, brought back to\n"
+    "the window's own pixels. The picture is taken when the screen has been still for 0.15 s, at most 2 s "
+    "later.\n"
+    "The file says in its text entries Target, Program, Piece, Client area, Scale and Monitor where it is "
+    "from.\n"
+    "With --json: "
+    "{\"type\":\"captured\",\"path\":TEXT,\"w\":N,\"h\":N,\"target\":TEXT,\"title\":TEXT,\"program\":"
+    "TEXT,\n"
+    "  "
+    "\"rect\":{\"x\":N,\"y\":N,\"w\":N,\"h\":N},\"roi\":{...},\"client\":{\"w\":N,\"h\":N},\"scale\":N,"
+    "\"monitor\":N,\n"
+    "  \"visibleShare\":N,\"command\":[TEXT,...]}, rect and roi in pixels of the client area.";
+
+struct Options {
+  std::string file, target, rect, name;
+  bool pick = false, force = false;
+  int margin = 16;
+  double delaySeconds = 0.0;
+};
+
+// The name that the spec is to have; raises std::invalid_argument when the file's name is none.
+std::string SpecName(const Options& options, const fs::path& file) {
+  const std::string name = options.name.empty() ? Utf8Of(file.stem()) : options.name;
+  const std::string base = name.substr(0, name.find(':'));
+  (void)client::NonEmptyField("the spec's name '" + base + "'", base, client::HitNameUnits);
+  if (options.name.empty() && base != name) {
+    throw std::invalid_argument("the file's name holds a ':', behind which options stand; give --name");
+  }
+  return name;
+}
+
+std::string SizeText(int width, int height) {
+  return std::to_string(width) + "x" + std::to_string(height);
+}
+
+std::string RectText(const cv::Rect& r) {
+  return std::to_string(r.x) + "," + std::to_string(r.y) + "," + std::to_string(r.width) + "," +
+         std::to_string(r.height);
+}
+
+std::string NumberText(double number) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", number);
+  return text;
+}
+
+PngTexts TextsOf(const Piece& piece) {
+  const DesktopMonitor& monitor = piece.monitor;
+  return {{"Software", "quillmarkctl " QUILLMARK_VERSION},
+          {"Target", client::ToUtf8(piece.target)},
+          {"Program", client::ToUtf8(piece.window.program)},
+          {"Piece", RectText(piece.rect)},
+          {"Client area", SizeText(piece.client.width, piece.client.height)},
+          {"Scale", NumberText(piece.scale)},
+          {"Monitor", std::to_string(monitor.number) + ", " + SizeText(monitor.Width(), monitor.Height()) +
+                          ", " + std::to_string(monitor.dpi) + " dpi"}};
+}
+
+Json JsonOf(const cv::Rect& r) {
+  return {{"x", r.x}, {"y", r.y}, {"w", r.width}, {"h", r.height}};
+}
+
+// What keeps the file from serving the worker as it is.
+void Warn(const Piece& piece, const std::string& path, Output& output) {
+  if (piece.visible < 1.0) {
+    std::string by;
+    for (const DesktopWindow& cover : piece.covers)
+      by += (by.empty() ? "\"" : ", \"") + Printable(cover.title) + "\"";
+    output.Note("only " + std::to_string(static_cast<int>(piece.visible * 100.0)) +
+                " % of the piece could be seen; it is covered by " + by);
+  }
+  const std::size_t units = client::ToWide(path).value_or(std::wstring()).size();
+  if (units > client::PathUnits) {
+    output.Note("the path is " + std::to_string(units) + " UTF-16 units long and a spec's at most " +
+                std::to_string(client::PathUnits) + "; save it in a folder with a shorter path");
+  }
+}
+
+ExitCode Capture(const Options& options, Output& output) {
+  const fs::path file = fs::absolute(PathOf(options.file)).lexically_normal();
+  const std::string name = SpecName(options, file);
+  if (!options.force && fs::exists(file)) {
+    throw std::invalid_argument(Utf8Of(file) + " is there already; --force replaces it");
+  }
+  if (options.target.empty() && !options.pick)
+    throw std::invalid_argument("give --target, or --pick the piece");
+  PieceChoice choice;
+  if (!options.target.empty()) choice.target = client::Field("--target", options.target, client::TargetUnits);
+  if (!options.rect.empty()) {
+    const Rectangle r = ReadRectangle("--rect", options.rect);
+    choice.rect = cv::Rect(r.x, r.y, r.width, r.height);
+  }
+  std::this_thread::sleep_for(std::chrono::duration<double>(options.delaySeconds));
+  if (options.pick) {
+    choice.picked = host::PickRectangle(
+        [&output] { output.Note("draw a rectangle with the mouse; Escape or the right button gives up"); });
+    if (!choice.picked) return output.Fail(No, "given up");
+  }
+  const Piece piece = CutPiece(choice);
+  WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
+
+  const cv::Rect all(cv::Point(), piece.client);
+  const cv::Rect grown(piece.rect.x - options.margin, piece.rect.y - options.margin,
+                       piece.rect.width + 2 * options.margin, piece.rect.height + 2 * options.margin);
+  const cv::Rect roi = grown & all;
+  const std::string path = Utf8Of(file), target = client::ToUtf8(piece.target);
+  const std::vector<std::string> command{"quillmarkctl", "add",    "--target", target,  "--name",
+                                         name,           "--path", path,       "--roi", RectText(roi)};
+  std::string line;
+  for (const std::string& word : command) line += (line.empty() ? "" : " ") + host::ShellQuoted(word);
+  output.Print({{"type", "captured"},
+                {"path", path},
+                {"w", piece.bgr.cols},
+                {"h", piece.bgr.rows},
+                {"target", target},
+                {"title", client::ToUtf8(piece.window.title)},
+                {"program", client::ToUtf8(piece.window.program)},
+                {"rect", JsonOf(piece.rect)},
+                {"roi", JsonOf(roi)},
+                {"client", {{"w", piece.client.width}, {"h", piece.client.height}}},
+                {"scale", piece.scale},
+                {"monitor", piece.monitor.number},
+                {"visibleShare", piece.visible},
+                {"command", command}},
+               "Saved " + path + ": " + SizeText(piece.bgr.cols, piece.bgr.rows) + " pixels at " +
+                   std::to_string(piece.rect.x) + "," + std::to_string(piece.rect.y) + " in \"" +
+                   Printable(piece.window.title) + "\".\nThe worker looks for it there, and " +
+                   std::to_string(options.margin) + " pixels around, after\n\n  " + line + '\n');
+  Warn(piece, path, output);
+  return Yes;
+}
+
+}  // namespace
+
+void AddCapture(CommandLine& line) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command =
+      line.Add("capture", "Cuts a template out of a window and prints the command that adds it.",
+               [options](Output& output) { return Capture(*options, output); });
+  command.add_option("FILE", options->file, "PNG file to save; its name becomes the spec's")->required();
+  CLI::Option* target =
+      command.add_option("--target", options->target,
+                         "Window, as specs have it: part of its title, or its program's name with .exe");
+  CLI::Option* rect =
+      command.add_option("--rect", options->rect, "Piece of its client area, in its pixels (all of it)")
+          ->type_name("X,Y,W,H")
+          ->needs(target);
+  CLI::Option* pick = command.add_flag("--pick", options->pick, "Draw the piece with the mouse (X11 only)");
+  rect->excludes(pick);
+  command.add_option("--name", options->name, "Name of the spec, with its options (the file's name)");
+  command
+      .add_option("--margin", options->margin,
+                  "Pixels around the piece in which the command looks for it (16)")
+      ->type_name("N")
+      ->check(CLI::Range(0, 100000));
+  command.add_option("--delay", options->delaySeconds, "Wait first, to open a menu for example (0)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.0, 3600.0));
+  command.add_flag("--force", options->force, "Replace the file if it is there already");
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

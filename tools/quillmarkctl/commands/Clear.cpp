@@ -1,0 +1,16 @@
+#include <memory>
+
+#include "CommandLine.h"
+#include "Requests.h"
+
+namespace quillmark::control {
+
+void AddClear(CommandLine& line) {
+  const auto timeout = std::make_shared<std::chrono::milliseconds>(DefaultTimeout);
+  CLI::App& command = line.Add("clear", "Removes all specs.", [timeout](Output& output) {
+    return Send({.kind = CmdKind::Clear}, *timeout, output);
+  });
+  AddTimeout(command, *timeout);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,26 @@
+#include <memory>
+
+#include "CommandLine.h"
+#include "CommandModel.h"
+
+namespace quillmark::control {
+
+void AddCompletion(CommandLine& line) {
+  const auto shell = std::make_shared<std::string>();
+  CLI::App& command = line.Add(
+      "completion", "Prints a script that completes this tool's commands in a shell.",
+      [shell, &line](Output& output) {
+        const std::string script = CompletionScript(*shell, ModelOf(line.Model()), CommandsOf(line.Model()));
+        output.Print({{"type", "completion"}, {"shell", *shell}, {"script", script}}, script);
+        return Yes;
+      });
+  command.add_option("SHELL", *shell, "bash, zsh or fish")->required();
+  command.footer(
+      "For this user:\n"
+      "  quillmarkctl completion bash > ~/.local/share/bash-completion/completions/quillmarkctl\n"
+      "  quillmarkctl completion zsh > a file _quillmarkctl in a folder of $fpath\n"
+      "  quillmarkctl completion fish > ~/.config/fish/completions/quillmarkctl.fish\n"
+      "With --json: {\"type\":\"completion\",\"shell\":TEXT,\"script\":TEXT}");
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,141 @@
+#include "explain/Explain.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <opencv2/imgproc.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CommandLine.h"
+#include "SpecArguments.h"
+#include "client/Text.h"
+#include "explain/HtmlReport.h"
+#include "explain/JsonReport.h"
+#include "explain/LiveLook.h"
+#include "explain/TextReport.h"
+#include "specs/ImageFile.h"
+
+namespace quillmark::control {
+namespace {
+
+using explain::Explanation;
+
+constexpr char Notes[] =
+    "The picture is a screenshot of the window's client area or, with --client, of a monitor or any part of\n"
+    "one that shows the client area at that place; without scaling. docs/explain.md describes the answer "
+    "and\n"
+    "its fields, docs/silence.md the reasons.\n"
+    "Exit codes: 0 it would be a hit, 1 it would not, 2 wrong use or error.";
+
+struct Options {
+  SpecArguments spec;
+  std::string image, client, html;
+  double scale = 1.0;
+  bool live = false;
+};
+
+explain::SpecRequest RequestOf(const SpecArguments& arguments) {
+  const Command command = SpecCommand(arguments);
+  explain::SpecRequest request;
+  request.target = command.target;
+  request.name = command.name;
+  request.path = command.path;
+  request.roi = cv::Rect(command.roiX, command.roiY, command.roiW, command.roiH);
+  request.edgeMin = command.edgeMin;
+  request.threshold = command.threshold;
+  return request;
+}
+
+// The screenshot as a monitor would deliver it.
+cv::Mat ReadPicture(const std::string& file) {
+  const std::optional<std::wstring> path = client::ToWide(file);
+  if (!path) throw std::invalid_argument("--image is not valid UTF-8");
+  const cv::Mat image = ReadImageFile(*path);
+  if (image.empty()) throw std::runtime_error("--image: '" + file + "' cannot be read as an image");
+  const int channels = image.channels();
+  if (image.depth() != CV_8U || channels == 2) {
+    throw std::runtime_error("--image: '" + file + "' is no picture of 8 bits a channel");
+  }
+  if (channels == 4) return image;
+  cv::Mat bgra;
+  cv::cvtColor(image, bgra, channels == 3 ? cv::COLOR_BGR2BGRA : cv::COLOR_GRAY2BGRA);
+  return bgra;
+}
+
+// Where the picture shows the client area; all of it without an argument.
+Rect ClientArea(const std::string& argument, cv::Size picture) {
+  constexpr std::int32_t most = 1 << 20;
+  if (argument.empty()) return {0, 0, picture.width, picture.height};
+  const Rectangle client = ReadRectangle("--client", argument);
+  for (const std::int32_t number : {client.x, client.y, client.width, client.height}) {
+    if (number < -most || number > most)
+      throw std::invalid_argument("--client: " + argument + " is no place on a screen");
+  }
+  return {client.x, client.y, client.x + client.width, client.y + client.height};
+}
+
+Explanation ExplainImage(Explanation explanation, const Options& options) {
+  const cv::Mat picture = ReadPicture(options.image);
+  // The range check of the arguments lets through what is no number.
+  if (std::isnan(options.scale)) throw std::invalid_argument("--scale must be a number");
+  TemplateSpec& spec = explanation.spec;
+  spec.targetRect = ClientArea(options.client, picture.size());
+  spec.targetScaleX = spec.targetScaleY = options.scale;
+  spec.targetValid = true;
+  if (!explanation.reason) explain::ExplainOn(explanation, {picture, {0, 0}});
+  return explanation;
+}
+
+void WritePage(const std::string& file, const std::string& page) {
+  std::ofstream stream(std::filesystem::path(std::u8string(file.begin(), file.end())), std::ios::binary);
+  stream << page;
+  if (!stream.flush()) throw std::runtime_error("--html: '" + file + "' cannot be written");
+}
+
+ExitCode Run(const Options& options, Output& output) {
+  const Explanation prepared = explain::PrepareExplanation(RequestOf(options.spec));
+  const std::vector<Explanation> explanations =
+      options.live ? explain::ExplainLive(prepared) : std::vector{ExplainImage(prepared, options)};
+  if (!options.html.empty()) WritePage(options.html, explain::HtmlReport(explanations));
+  const auto painted = [&output](explain::Paint paint, const std::string& text) {
+    constexpr Style styles[] = {Style::Good, Style::Bad, Style::Quiet};
+    return output.Styled(styles[static_cast<int>(paint)], text);
+  };
+  for (const Explanation& explanation : explanations) {
+    if (&explanation != &explanations.front() && !output.IsJson()) std::cout << '\n';
+    output.Print(explain::JsonReport(explanation), explain::TextReport(explanation, painted));
+  }
+  return std::ranges::any_of(explanations, &Explanation::IsHit) ? Yes : No;
+}
+
+}  // namespace
+
+void AddExplain(CommandLine& line) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = line.Add("explain", "Says why a spec is, or is not, found in a picture of its window.",
+                               [options](Output& output) { return Run(*options, output); });
+  AddSpecOptions(command, options->spec);
+  CLI::Option_group& look = *command.add_option_group("picture", "What to look at");
+  CLI::Option* image = look.add_option("--image", options->image, "Screenshot to look in")->type_name("FILE");
+  look.add_flag("--live", options->live, "Look at the desktop as it is now, as the worker does");
+  look.require_option(1);
+  command
+      .add_option("--client", options->client,
+                  "Where the screenshot shows the window's client area (all of it)")
+      ->type_name("X,Y,W,H")
+      ->needs(image);
+  command.add_option("--scale", options->scale, "Desktop pixels for one pixel of the template (1)")
+      ->check(CLI::Range(0.25, 8.0))
+      ->needs(image);
+  command.add_option("--html", options->html, "Write the answer as a page with pictures, too")
+      ->type_name("FILE");
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,157 @@
+#include "advice/Lint.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "CommandLine.h"
+#include "PartialSpec.h"
+#include "Progress.h"
+#include "Wording.h"
+
+namespace quillmark::control {
+namespace {
+
+using advice::Finding;
+using advice::FindingEntry;
+using advice::LintSpec;
+using advice::Severity;
+
+constexpr char Notes[] =
+    "Give a spec as for add, of which all but --path may be left out, template images alone, or both. What\n"
+    "is not given is not looked at. docs/lint.md lists what may be found.\n"
+    "Exit codes: 0 nothing found, 1 something found, 2 wrong use or error.\n"
+    "With --json each line is one object:\n"
+    "  "
+    "{\"type\":\"finding\",\"code\":TEXT,\"severity\":\"note|warning|error\",\"spec\":TEXT,\"other\":TEXT|"
+    "null,\n"
+    "   \"text\":TEXT,\"meaning\":TEXT,\"consequence\":TEXT,\"remedy\":TEXT,\"facts\":{...}}\n"
+    "  {\"type\":\"summary\",\"specs\":N,\"errors\":N,\"warnings\":N,\"notes\":N}";
+
+struct Options {
+  SpecArguments spec;
+  std::vector<std::string> files, ignored;
+  std::string image;
+  double scale = 1.0;
+  const CLI::App* command = nullptr;
+};
+
+std::vector<LintSpec> SpecsOf(const Options& options) {
+  std::vector<LintSpec> specs;
+  if (HasSpec(*options.command)) specs.push_back(ReadPartialSpec(options.spec, *options.command));
+  for (const std::string& file : options.files) specs.push_back(TemplateAlone(file));
+  if (specs.empty()) throw std::invalid_argument("nothing to look at: give --path or template images");
+  return specs;
+}
+
+std::vector<advice::FindingCode> CodesOf(const std::vector<std::string>& ids) {
+  std::vector<advice::FindingCode> codes;
+  for (const std::string& id : ids) {
+    const std::optional<advice::FindingCode> code = advice::FindingOfId(id);
+    if (!code) throw std::invalid_argument("--ignore: there is no finding '" + id + "'");
+    codes.push_back(*code);
+  }
+  return codes;
+}
+
+Json FactsOf(const Finding& finding) {
+  Json facts = Json::object();
+  for (const auto& [name, value] : finding.facts) {
+    std::visit([&, &key = name](const auto& fact) { facts[key] = fact; }, value);
+  }
+  return facts;
+}
+
+void Show(const Finding& finding, const std::vector<LintSpec>& specs, Output& output) {
+  constexpr std::size_t Indent = 6;
+  constexpr Style Styles[] = {Style::Quiet, Style::Doubtful, Style::Bad};
+  const FindingEntry& entry = advice::EntryOf(finding.code);
+  const std::string spec = LabelOf(specs[finding.spec]), severity(advice::WordOf(entry.severity)),
+                    id(entry.id);
+  const std::string other = finding.other ? LabelOf(specs[*finding.other]) : std::string();
+  const std::string remedy = finding.remedy.empty() ? std::string(entry.remedy) : finding.remedy;
+  const std::string meaning(entry.meaning), consequence(entry.consequence);
+
+  const std::string indent = '\n' + std::string(Indent, ' ');
+  const std::string text =
+      spec + ": " + output.Styled(Styles[static_cast<int>(entry.severity)], severity + ' ' + id) +
+      (other.empty() ? "" : " " + other) + ": " + finding.text + indent + output.Wrapped(meaning, Indent) +
+      indent + output.Wrapped("So: " + consequence, Indent + 4) + indent +
+      output.Wrapped("Do: " + remedy, Indent + 4);
+  output.Print({{"type", "finding"},
+                {"code", id},
+                {"severity", severity},
+                {"spec", spec},
+                {"other", other.empty() ? Json(nullptr) : Json(other)},
+                {"text", finding.text},
+                {"meaning", meaning},
+                {"consequence", consequence},
+                {"remedy", remedy},
+                {"facts", FactsOf(finding)}},
+               text);
+}
+
+ExitCode Run(const Options& options, Output& output) {
+  const std::vector<advice::FindingCode> ignored = CodesOf(options.ignored);
+  const std::vector<LintSpec> specs = SpecsOf(options);
+  advice::WindowPicture window;
+  window.scale = options.scale;
+  if (!options.image.empty()) window.bgra = ReadScreenshot("--image", options.image);
+
+  std::vector<Finding> findings;
+  {
+    constexpr std::int64_t Whole = 1000;
+    Progress bar("lint", Whole);
+    findings = advice::Lint(
+        specs, options.image.empty() ? nullptr : &window, [&](std::size_t done, std::size_t total) {
+          bar.Show(static_cast<std::int64_t>(done) * Whole / static_cast<std::int64_t>(total));
+        });
+  }
+  std::erase_if(findings,
+                [&](const Finding& finding) { return std::ranges::count(ignored, finding.code) > 0; });
+
+  std::size_t counts[3] = {};
+  for (const Finding& finding : findings) {
+    ++counts[static_cast<std::size_t>(advice::EntryOf(finding.code).severity)];
+    Show(finding, specs, output);
+  }
+  const auto [notes, warnings, errors] = counts;
+  output.Print({{"type", "summary"},
+                {"specs", specs.size()},
+                {"errors", errors},
+                {"warnings", warnings},
+                {"notes", notes}},
+               findings.empty() ? "Nothing found in " + Counted(specs.size(), "spec") + "."
+                                : Counted(errors, "error") + ", " + Counted(warnings, "warning") + ", " +
+                                      Counted(notes, "note") + " in " + Counted(specs.size(), "spec") + ".");
+  return findings.empty() ? Yes : No;
+}
+
+}  // namespace
+
+void AddLint(CommandLine& line) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command =
+      line.Add("lint", "Finds what in specs and their templates will surprise, and says what to do.",
+               [options](Output& output) { return Run(*options, output); });
+  options->command = &command;
+  command.add_option("FILE", options->files, "Template images");
+  AddPartialSpecOptions(command, options->spec);
+  CLI::Option* image =
+      command
+          .add_option("--image", options->image, "Screenshot of the window's client area to try the specs on")
+          ->type_name("FILE");
+  command.add_option("--scale", options->scale, "Pixels of the screenshot for one of the template (1)")
+      ->check(CLI::Range(0.25, 8.0))
+      ->needs(image);
+  command.add_option("--ignore", options->ignored, "Say nothing of findings with this code; may be repeated")
+      ->type_name("CODE")
+      ->allow_extra_args(false);
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,94 @@
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "CommandLine.h"
+#include "Interruption.h"
+#include "Progress.h"
+#include "SpecArguments.h"
+#include "Wording.h"
+#include "replay/Pictures.h"
+#include "replay/Recorder.h"
+
+namespace quillmark::control {
+namespace {
+
+constexpr char Notes[] =
+    "Writes the pictures of all monitors and the windows into the folder, for quillmarkctl replay. It ends "
+    "by\n"
+    "itself or when interrupted. No worker is needed; the spec, if one is given, is written into the "
+    "recording\n"
+    "with a copy of its image. Everything on the screens is in the pictures: look at them before you pass a\n"
+    "recording on.\n"
+    "With --on-hit or --on-near-miss only the frames around it are kept. A near miss is a comparison that "
+    "was\n"
+    "refused although the difference was within its limit, or beyond it by at most half of it.\n"
+    "Exit codes: 0 recorded; 1 no hit or near miss came; 2 wrong use or error.\n"
+    "With --json it prints {\"type\":\"recording\",\"folder\":TEXT,\"frames\":N,\"ms\":N} at the end.";
+
+struct RecordOptions {
+  std::string out;
+  double seconds = 10.0;
+  SpecArguments spec;
+  bool onHit = false, onNearMiss = false;
+  std::size_t before = 10, after = 10;
+};
+
+replay::RecorderOptions RecorderOptionsOf(const RecordOptions& options) {
+  replay::RecorderOptions recorder;
+  recorder.folder = replay::PathIn({}, options.out);
+  recorder.mostMs = static_cast<std::int64_t>(options.seconds * 1000.0);
+  recorder.framesBefore = options.before;
+  recorder.framesAfter = options.after;
+  if (options.onHit) recorder.trigger = replay::Trigger::Hit;
+  if (options.onNearMiss) recorder.trigger = replay::Trigger::NearMiss;
+  if (options.spec.Given()) {
+    const Command command = SpecCommand(options.spec);
+    recorder.specs.push_back({command.target, command.name, options.spec.path, command.roiX, command.roiY,
+                              command.roiW, command.roiH, command.edgeMin, command.threshold});
+  } else if (recorder.trigger != replay::Trigger::None) {
+    throw std::invalid_argument("--on-hit and --on-near-miss need a spec");
+  }
+  return recorder;
+}
+
+ExitCode RunRecord(const RecordOptions& options, Output& output) {
+  const replay::RecorderOptions recorder = RecorderOptionsOf(options);
+  const Interruption interruption;
+  Progress progress("record", recorder.mostMs);
+  const replay::RecorderResult result = replay::Record(recorder, [&](std::int64_t tMs) {
+    progress.Show(tMs);
+    return !interruption.Came();
+  });
+  progress.End();
+  for (const std::string& note : result.notes) output.Note(note);
+  if (recorder.trigger != replay::Trigger::None && !result.triggered) {
+    return output.Fail(No, std::string("no ") + (options.onHit ? "hit" : "near miss") + " came in time");
+  }
+  output.Print(
+      {{"type", "recording"}, {"folder", options.out}, {"frames", result.frames}, {"ms", result.tMs}},
+      Counted(result.frames, "frame") + " in " + options.out);
+  return Yes;
+}
+
+}  // namespace
+
+void AddRecord(CommandLine& line) {
+  const auto options = std::make_shared<RecordOptions>();
+  CLI::App& command = line.Add("record", "Records the desktop, for replay.",
+                               [options](Output& output) { return RunRecord(*options, output); });
+  command.add_option("--out", options->out, "Folder of the recording, new or empty")->required();
+  command.add_option("--seconds", options->seconds, "How long at most (10)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.1, 3600.0));
+  CLI::Option* hit =
+      command.add_flag("--on-hit", options->onHit, "Keep only the frames around the first hit");
+  command.add_flag("--on-near-miss", options->onNearMiss, "Keep only the frames around the first near miss")
+      ->excludes(hit);
+  command.add_option("--before", options->before, "Frames to keep before it (10)")->check(CLI::Range(0, 100));
+  command.add_option("--after", options->after, "Frames to keep after it (10)")->check(CLI::Range(0, 100));
+  AddSpecOptions(command, options->spec, SpecIs::Optional);
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,25 @@
+#include <memory>
+#include <string>
+
+#include "CommandLine.h"
+#include "Requests.h"
+#include "client/Text.h"
+
+namespace quillmark::control {
+
+void AddRemove(CommandLine& line) {
+  struct Options {
+    std::string name;
+    std::chrono::milliseconds timeout = DefaultTimeout;
+  };
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = line.Add("remove", "Removes the spec of this name.", [options](Output& output) {
+    return Send(
+        {.kind = CmdKind::Remove, .name = client::NonEmptyField("NAME", options->name, client::NameUnits)},
+        options->timeout, output);
+  });
+  command.add_option("NAME", options->name, "The spec's name without its options")->required();
+  AddTimeout(command, options->timeout);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,180 @@
+#include "replay/Replay.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "CommandLine.h"
+#include "Progress.h"
+#include "Wording.h"
+#include "client/Text.h"
+#include "explain/Reasons.h"
+#include "replay/Expectations.h"
+#include "replay/JsonFields.h"
+#include "replay/Pictures.h"
+#include "replay/Recording.h"
+
+namespace quillmark::control {
+namespace {
+
+using replay::Recording;
+using replay::ReplayedHit;
+using replay::ReplayResult;
+using replay::SpecResult;
+
+constexpr char Notes[] =
+    "The folder holds recording.json and its pictures; docs/replay.md describes them, and quillmarkctl "
+    "record\n"
+    "writes them. The same folder gives the same output, bit for bit.\n"
+    "Exit codes: 0 at least one hit, or as expected; 1 no hit, or not as expected; 2 wrong use or error.\n"
+    "With --json each line is one object:\n"
+    "  "
+    "{\"type\":\"hit\",\"t\":N,\"monitor\":ID,\"frame\":FILE,\"name\":TEXT,\"cx\":N,\"cy\":N,\"w\":N,\"h\":N,"
+    "\n"
+    "   \"score\":N,\"edge\":N,\"ts\":N}\n"
+    "  "
+    "{\"type\":\"spec\",\"name\":TEXT,\"hits\":N,\"silence\":CODE,\"reasons\":{CODE:N},\"nearest\":{\"t\":N,"
+    "\n"
+    "   \"frame\":FILE,\"reason\":CODE,\"difference\":N,\"limit\":N}}   silence without a hit only\n"
+    "  {\"type\":\"fault\",\"text\":TEXT}        a frame that cannot be used\n"
+    "  {\"type\":\"difference\",\"text\":TEXT}   with --check: what is not as expected\n"
+    "  {\"type\":\"replay\",\"hits\":N,\"frames\":N,\"taken\":N,\"as-expected\":BOOL}   the last line";
+
+std::string Seconds(std::int64_t tMs) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%8.3f s", static_cast<double>(tMs) / 1000.0);
+  return text;
+}
+
+std::string Figures(double first, const char* between, double second) {
+  char text[96];
+  std::snprintf(text, sizeof text, "%.3f%s%.3f", first, between, second);
+  return text;
+}
+
+void PrintHit(const Recording& recording, const ReplayedHit& replayed, Output& output) {
+  const HitRecord& hit = replayed.hit;
+  const replay::RecordedFrame& frame = recording.frames[replayed.frame];
+  const std::string name = client::ToUtf8(hit.name);
+  const std::string& monitor = recording.monitors[frame.monitor].id;
+  const std::string shown = Printable(hit.name);
+  const std::string size = std::to_string(hit.w) + "x" + std::to_string(hit.h);
+  output.Print({{"type", "hit"},
+                {"t", replayed.tMs},
+                {"monitor", monitor},
+                {"frame", frame.file},
+                {"name", name},
+                {"cx", hit.cx},
+                {"cy", hit.cy},
+                {"w", hit.w},
+                {"h", hit.h},
+                {"score", replay::Shortest(hit.sq)},
+                {"edge", replay::Shortest(hit.edge)},
+                {"ts", hit.tsMs}},
+               Seconds(replayed.tMs) + "  " + shown + "  at " + std::to_string(hit.cx) + "," +
+                   std::to_string(hit.cy) + "  size " + size + "  score " +
+                   Figures(hit.sq, "  edge ", hit.edge) + "  in " + frame.file);
+}
+
+void PrintSpec(const Recording& recording, const SpecResult& spec, Output& output) {
+  const std::string name = client::ToUtf8(spec.name);
+  Json json{{"type", "spec"}, {"name", name}, {"hits", spec.hits}};
+  const std::string shown = Printable(spec.name);
+  std::string text = shown + ": " + Counted(spec.hits, "hit");
+  if (const auto silence = spec.Silence()) {
+    const explain::ReasonEntry& entry = explain::EntryOf(*silence);
+    json["silence"] = entry.code;
+    text = shown + ": no hit, " + std::string(entry.code) + ". " + std::string(entry.meaning);
+  }
+  Json reasons = Json::object();
+  std::string counts;
+  for (const auto& [reason, count] : spec.silences) {
+    const std::string code(explain::CodeOf(reason));
+    reasons[code] = count;
+    counts += (counts.empty() ? "" : ", ") + code + " " + std::to_string(count);
+  }
+  json["reasons"] = reasons;
+  if (!counts.empty()) text += "\n    turns without a hit: " + counts;
+  if (const auto& nearest = spec.nearestMiss) {
+    const std::string& file = recording.frames[nearest->frame].file;
+    json["nearest"] = {{"t", nearest->tMs},
+                       {"frame", file},
+                       {"reason", explain::CodeOf(nearest->reason)},
+                       {"difference", nearest->difference},
+                       {"limit", nearest->limit}};
+    if (spec.hits == 0) {
+      text += "\n    nearest in " + file + ": difference " +
+              Figures(nearest->difference, " against ", nearest->limit) + ", refused for " +
+              std::string(explain::CodeOf(nearest->reason));
+    }
+  }
+  output.Print(json, text);
+}
+
+void WriteExpectations(const std::filesystem::path& folder, const ReplayResult& result) {
+  const std::filesystem::path path = folder / replay::ExpectationsFile;
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file << replay::ExpectationsText(result);
+  if (!file.flush()) throw std::runtime_error(path.string() + " cannot be written");
+}
+
+struct ReplayOptions {
+  std::string folder;
+  bool check = false, accept = false;
+};
+
+ExitCode RunReplay(const ReplayOptions& options, Output& output) {
+  const std::filesystem::path folder = replay::PathIn({}, options.folder);
+  const Recording recording = replay::ReadRecording(folder);
+  std::optional<replay::Expectations> expected;
+  if (options.check) expected = replay::ReadExpectations(folder);
+
+  Progress progress("replay", recording.frames.empty() ? 0 : recording.frames.back().tMs);
+  const ReplayResult result =
+      replay::Replay(recording, folder, [&](std::int64_t tMs) { progress.Show(tMs); });
+  progress.End();
+
+  for (const ReplayedHit& hit : result.hits) PrintHit(recording, hit, output);
+  for (const SpecResult& spec : result.specs) PrintSpec(recording, spec, output);
+  for (const std::string& fault : result.faults) output.Print({{"type", "fault"}, {"text", fault}}, fault);
+  std::vector<std::string> differences;
+  if (expected) differences = replay::Differences(*expected, result);
+  for (const std::string& line : differences) {
+    output.Print({{"type", "difference"}, {"text", line}}, line);
+  }
+  if (options.accept) WriteExpectations(folder, result);
+
+  Json json{{"type", "replay"},
+            {"hits", result.hits.size()},
+            {"frames", recording.frames.size()},
+            {"taken", result.framesTaken}};
+  std::string text = Counted(result.hits.size(), "hit") + ", " + std::to_string(result.framesTaken) + " of " +
+                     std::to_string(recording.frames.size()) + " frames taken";
+  if (expected) {
+    json["as-expected"] = differences.empty();
+    text += differences.empty() ? "; as expected" : "; not as expected";
+  }
+  output.Print(json, text);
+  if (!result.faults.empty()) return Error;
+  return (expected ? differences.empty() : !result.hits.empty()) ? Yes : No;
+}
+
+}  // namespace
+
+void AddReplay(CommandLine& line) {
+  const auto options = std::make_shared<ReplayOptions>();
+  CLI::App& command =
+      line.Add("replay", "Plays a recorded desktop through the worker's engine and prints the hits.",
+               [options](Output& output) { return RunReplay(*options, output); });
+  command.add_option("FOLDER", options->folder, "Folder of a recording")->required();
+  CLI::Option* check =
+      command.add_flag("--check", options->check, "Compare the result with expected.json in the folder");
+  command.add_flag("--accept", options->accept, "Write the result as expected.json into the folder")
+      ->excludes(check);
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

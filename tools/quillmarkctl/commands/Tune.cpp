@@ -1,0 +1,112 @@
+#include "advice/Tune.h"
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CommandLine.h"
+#include "PartialSpec.h"
+#include "Progress.h"
+#include "Wording.h"
+#include "advice/Pictures.h"
+#include "advice/TuneJson.h"
+#include "advice/TuneText.h"
+#include "explain/Reasons.h"
+
+namespace quillmark::control {
+namespace {
+
+constexpr char Notes[] =
+    "With --roi the pictures show the window's client area, without it the region alone. A folder stands "
+    "for\n"
+    "the images in it. docs/tune.md describes the answer and its fields.\n"
+    "Exit codes: 0 the spec as it is decides every picture right, 1 it does not, 2 wrong use or error.";
+
+struct Options {
+  SpecArguments spec;
+  std::vector<std::string> positives, negatives;
+  double scale = 1.0;
+  const CLI::App* command = nullptr;
+};
+
+// The files that the pictures are read from, beside the input; `named` are those that were given by name.
+struct Pictures {
+  std::vector<std::string> files;
+  std::vector<bool> named;
+};
+
+void AddPictures(const std::vector<std::string>& paths, bool positive, Pictures& pictures,
+                 advice::TuneInput& input) {
+  for (const std::string& path : paths) {
+    for (const std::string& file : advice::FilesIn(path)) {
+      input.pictures.push_back({WideText(file, file), positive});
+      pictures.files.push_back(file);
+      pictures.named.push_back(file == path);
+    }
+  }
+}
+
+// A picture given by name that cannot be used is an error. In folders what is no image does not matter.
+void TellUnused(const advice::TuneReport& report, const Pictures& pictures, Output& output) {
+  for (const advice::UnusedPicture& unused : report.unused) {
+    const std::string text = "'" + pictures.files[unused.picture] + "' " + unused.fault;
+    if (pictures.named[unused.picture]) throw std::runtime_error(text);
+    if (unused.isImage) output.Note(text + "; it is left out");
+  }
+}
+
+ExitCode Run(const Options& options, Output& output) {
+  const advice::LintSpec spec = ReadPartialSpec(options.spec, *options.command);
+  advice::TuneInput input;
+  input.spec = spec.request;
+  if (!spec.hasName) input.spec.name = L"spec";
+  input.hasRegion = spec.hasRegion;
+  input.scale = options.scale;
+  Pictures pictures;
+  AddPictures(options.positives, true, pictures, input);
+  AddPictures(options.negatives, false, pictures, input);
+
+  advice::TuneReport report;
+  {
+    constexpr std::int64_t Whole = 1000;
+    Progress bar("tune", Whole);
+    report = advice::Tune(input, [&](std::size_t done, std::size_t total) {
+      bar.Show(static_cast<std::int64_t>(done) * Whole / static_cast<std::int64_t>(total));
+    });
+  }
+  if (report.refused) {
+    const explain::ReasonEntry& reason = explain::EntryOf(*report.refused);
+    throw std::runtime_error("--path: " + std::string(reason.meaning) + " (" + report.remark + ")");
+  }
+  TellUnused(report, pictures, output);
+  if (report.samples.empty()) throw std::runtime_error("there is no picture to decide");
+  const auto painted = [&output](explain::Paint paint, const std::string& text) {
+    constexpr Style styles[] = {Style::Good, Style::Bad, Style::Quiet};
+    return output.Styled(styles[static_cast<int>(paint)], text);
+  };
+  output.Print(advice::TuneJson(report, pictures.files), advice::TuneText(report, pictures.files, painted));
+  return report.right ? Yes : No;
+}
+
+}  // namespace
+
+void AddTune(CommandLine& line) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command =
+      line.Add("tune", "Shows by which limits pictures that show the template are told from others.",
+               [options](Output& output) { return Run(*options, output); });
+  options->command = &command;
+  AddPartialSpecOptions(command, options->spec);
+  const auto add = [&](const char* name, std::vector<std::string>& paths, const char* help) {
+    command.add_option(name, paths, help)->type_name("PATH");
+  };
+  add("--positive", options->positives, "Pictures, or folders of them, that show what the spec looks for");
+  add("--negative", options->negatives, "Pictures, or folders of them, that do not");
+  command.add_option("--scale", options->scale, "Pixels of the pictures for one of the template (1)")
+      ->check(CLI::Range(0.25, 8.0));
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,57 @@
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "WorkerState.h"
+#include "doctor/Doctor.h"
+
+namespace quillmark::control {
+namespace {
+
+Finding NoWorker() {
+  return {.level = Level::Warning,
+          .topic = "worker",
+          .text = "no worker runs in this session",
+          .consequence = "nothing is watched; commands find nobody to take them",
+          .remedy = "start Quillmark in this session",
+          .facts = {{"running", false}}};
+}
+
+bool SessionHasWorker() {
+  try {
+    return GlanceAtWorker().running;
+  } catch (const std::runtime_error&) {
+    return false;  // without a place for its objects none can run
+  }
+}
+
+}  // namespace
+
+Findings ExamineWorker(std::chrono::milliseconds timeout) {
+  if (!SessionHasWorker()) return {NoWorker()};
+  const WorkerState state = LookAtWorker(timeout);
+  if (!state.running) return {NoWorker()};
+  Finding finding{.topic = "worker", .facts = JsonOf(state)};
+  if (state.answers) {
+    const std::string version = state.version.empty() ? "unknown" : state.version;
+    finding.text = "a worker of version " + version + " answered in " +
+                   std::to_string(std::lround(state.roundTripMs)) + " ms";
+    if (version == QUILLMARK_VERSION) return {finding};
+    finding.level = Level::Warning;
+    finding.consequence = "this tool is of version " QUILLMARK_VERSION ", so its explanations may not fit";
+    finding.remedy = "install both from the same package";
+  } else if (!state.hasReader && state.unreadHits > 0) {
+    finding.level = Level::Warning;
+    finding.text = "a worker runs; " + state.silence;
+    finding.consequence = "further hits and replies are dropped";
+    finding.remedy = "run quillmarkctl watch, or the controller that is to read the hits";
+  } else {
+    finding.level = Level::Problem;
+    finding.text = "a worker runs, but does not answer: " + state.silence;
+    finding.consequence = "it is stopped, or busy with something that takes long";
+    finding.remedy = "look at its log; if it stays so, end it and start it again";
+  }
+  return {finding};
+}
+
+}  // namespace quillmark::control

@@ -1,0 +1,36 @@
+#include "host/Terminal.h"
+
+#include <windows.h>
+
+#include <initializer_list>
+
+namespace quillmark::control::host {
+namespace {
+
+HANDLE HandleOf(Stream stream) {
+  return ::GetStdHandle(stream == Stream::Out ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+}
+
+}  // namespace
+
+bool IsTerminal(Stream stream) {
+  DWORD mode = 0;
+  if (!::GetConsoleMode(HandleOf(stream), &mode)) return false;
+  return ::SetConsoleMode(HandleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+int TerminalWidth() {
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  for (const Stream stream : {Stream::Out, Stream::Error}) {
+    if (!::GetConsoleScreenBufferInfo(HandleOf(stream), &info)) continue;
+    return info.srWindow.Right - info.srWindow.Left + 1;
+  }
+  return 80;
+}
+
+std::string ShellQuoted(const std::string& word) {
+  if (!word.empty() && word.find_first_of(" \t&|<>^()%!\"'`;,") == std::string::npos) return word;
+  return '"' + word + '"';
+}
+
+}  // namespace quillmark::control::host
