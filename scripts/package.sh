@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Builds the package of a preset, unpacks it into an empty folder and runs the programs in it from there.
+#
+#   scripts/package.sh [PRESET]    linux-release (the default): quillmark_VERSION_amd64.deb
+#                                  windows-mingw: Quillmark-VERSION-windows-x64.zip
+#
+# The package lies in build/PRESET/packages. JOBS sets how many jobs run at once.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+preset=${1:-linux-release}
+build=$PWD/build/$preset
+
+case $preset in
+  windows-*) scripts/packages.sh windows ;;
+  *) scripts/packages.sh package ;;
+esac
+cmake --preset "$preset"
+cmake --build --preset "$preset" -j "${JOBS:-$(nproc)}" --target src/app/all tools/all clients/c/all
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
+
+work=$(mktemp -d)
+worker=
+finish() {
+  [ -z "$worker" ] || kill -9 "$worker" 2>/dev/null || true
+  [ -z "$worker" ] || wait "$worker" 2>/dev/null || true
+  rm -rf "$work"
+}
+trap finish EXIT
+trap 'exit 130' INT TERM
+fail() {
+  echo "package.sh: $*" >&2
+  exit 1
+}
+
+rm -rf "$build/packages"
+(cd "$build" && cpack)
+
+# Unpacks the package; sets where its programs and its statement on licences lie, and how they are run.
+runner=() suffix=
+case $preset in
+  windows-*)
+    package=$build/packages/Quillmark-$version-windows-x64.zip
+    (cd "$work" && cmake -E tar xf "$package")
+    programs=$work/Quillmark-$version-windows-x64
+    licences=$programs/LICENCES.txt
+    runner=("$PWD/cmake/wine-run.sh") suffix=.exe
+    ;;
+  *)
+    package=$build/packages/quillmark_${version}_amd64.deb
+    dpkg-deb -x "$package" "$work"
+    programs=$work/usr/bin
+    licences=$work/usr/share/doc/quillmark/copyright
+    [ -n "$(dpkg-deb -f "$package" Depends)" ] || fail "$package depends on no library"
+    ;;
+esac
+[ -s "$licences" ] || fail "$package says nothing about licences"
+
+# A session of its own, without a display, and a working directory to write the probe to.
+export XDG_RUNTIME_DIR=$work
+unset DISPLAY
+cd "$work"
+
+control() { "${runner[@]}" "$programs/quillmarkctl$suffix" "$@" | tr -d '\r'; }
+expect() {
+  local expected=$1 answer
+  shift
+  answer=$("$@") || fail "$* fails"
+  [ "$answer" = "$expected" ] || fail "$*: '$answer' instead of '$expected'"
+}
+
+expect "quillmarkctl $version" control --version
+"${runner[@]}" "$programs/Quillmark$suffix" 2>"$work/worker.log" &
+worker=$!
+expect packaged control heartbeat packaged --timeout 20
+expect "$version" control version
+kill -0 "$worker" 2>/dev/null || fail "the worker has ended: $(cat "$work/worker.log")"
+
+echo "$package: its programs run."
