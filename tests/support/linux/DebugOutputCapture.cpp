@@ -1,0 +1,108 @@
+// The layer writes debugger output to standard error, which a pipe of one page takes the place of. What is
+// read from it is still shown.
+#include "support/DebugOutputCapture.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <system_error>
+#include <thread>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#include <sanitizer/common_interface_defs.h>
+#endif
+
+namespace quillmark::test {
+
+namespace {
+
+constexpr int PipeBytes = 4096;
+
+int Checked(int result, const char* call) {
+  if (result < 0) throw std::system_error(errno, std::generic_category(), call);
+  return result;
+}
+
+// A report of a sanitizer ends the process before a pipe could be read: it goes past the capture.
+void SendSanitizerReportsTo([[maybe_unused]] int fd) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(fd)));
+#endif
+}
+
+void WriteAll(int fd, const char* bytes, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = ::write(fd, bytes, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;
+    bytes += written;
+    size -= static_cast<std::size_t>(written);
+  }
+}
+
+}  // namespace
+
+struct DebugOutputCapture::Host {
+  int savedOutput = -1;  // where the output went before
+  int readEnd = -1;
+  std::mutex mutex;  // guards paused
+  std::condition_variable changed;
+  bool paused = false;
+  std::thread reader;
+
+  void ReadUntilClosed(DebugOutputCapture& capture) {
+    char buffer[PipeBytes];
+    for (;;) {
+      const ssize_t size = ::read(readEnd, buffer, sizeof buffer);
+      if (size < 0 && errno == EINTR) continue;
+      if (size <= 0) break;
+      WriteAll(savedOutput, buffer, static_cast<std::size_t>(size));
+      capture.Collect({buffer, static_cast<std::size_t>(size)});
+
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [this] { return !paused; });
+    }
+  }
+};
+
+DebugOutputCapture::DebugOutputCapture() : host(std::make_unique<Host>()) {
+  std::fflush(stderr);
+  host->savedOutput = Checked(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3), "fcntl");
+  int ends[2];
+  Checked(::pipe2(ends, O_CLOEXEC), "pipe2");
+  Checked(::fcntl(ends[1], F_SETPIPE_SZ, PipeBytes), "fcntl");
+  host->readEnd = ends[0];
+  SendSanitizerReportsTo(host->savedOutput);
+  Checked(::dup2(ends[1], STDERR_FILENO), "dup2");
+  ::close(ends[1]);
+  host->reader = std::thread([this] { host->ReadUntilClosed(*this); });
+}
+
+DebugOutputCapture::~DebugOutputCapture() {
+  Resume();
+  std::fflush(stderr);
+  // This closes the pipe's last writing end, which ends the reader.
+  ::dup2(host->savedOutput, STDERR_FILENO);
+  host->reader.join();
+  SendSanitizerReportsTo(STDERR_FILENO);
+  ::close(host->readEnd);
+  ::close(host->savedOutput);
+}
+
+void DebugOutputCapture::Pause() {
+  const std::lock_guard lock(host->mutex);
+  host->paused = true;
+}
+
+void DebugOutputCapture::Resume() {
+  {
+    const std::lock_guard lock(host->mutex);
+    host->paused = false;
+  }
+  host->changed.notify_all();
+}
+
+}  // namespace quillmark::test

@@ -1,0 +1,130 @@
+#include "support/PrivateDisplay.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "support/Eventually.h"
+#include "support/XClient.h"
+
+namespace quillmark::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds kDeadline{20};
+
+constexpr auto kPatience = std::chrono::milliseconds(100);
+
+// Whether a window manager takes care of a window that asks to be mapped now. While it starts it may miss
+// one, whatever its properties say.
+bool ManagesWindows(XClient& client) {
+  const std::uint32_t window = client.Show(0, 0, 10, 10, "");
+  bool manages = false;
+  for (const auto deadline = Clock::now() + kPatience; !manages && Clock::now() < deadline;) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    manages = client.HasProperty(window, "WM_STATE");
+  }
+  client.Destroy(window);
+  return manages;
+}
+
+void End(ChildProcess& process, int signal) {
+  if (process.Pid() != 0) ::kill(process.Pid(), signal);
+  process.Wait();
+}
+
+void Restore(const char* variable, const std::optional<std::string>& value) {
+  if (value) {
+    setenv(variable, value->c_str(), 1);
+  } else {
+    unsetenv(variable);
+  }
+}
+
+// What the server writes to the descriptor once it takes connections: its number and a line feed.
+std::string ReadDisplayNumber(int fd) {
+  std::string text;
+  const auto deadline = Clock::now() + kDeadline;
+  while (text.empty() || text.back() != '\n') {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    pollfd ready{fd, POLLIN, 0};
+    char byte = 0;
+    if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) <= 0 ||
+        read(fd, &byte, 1) <= 0) {
+      throw std::runtime_error("Xvfb did not start");
+    }
+    text += byte;
+  }
+  text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+PrivateDisplay::PrivateDisplay(int width, int height)
+    : screen(std::to_string(width) + "x" + std::to_string(height) + "x24") {
+  if (const char* outer = std::getenv("DISPLAY")) outerDisplay = outer;
+  if (const char* outer = std::getenv("XAUTHORITY")) outerAuthority = outer;
+  StartServer();
+  setenv("DISPLAY", name.c_str(), 1);
+  // The server asks for no authorisation. Looking for the user's own is not safe in two threads at once, and
+  // the test's connections are not held back by the product's lock.
+  setenv("XAUTHORITY", "/dev/null", 1);
+}
+
+PrivateDisplay::~PrivateDisplay() {
+  windowManager.reset();
+  server.reset();
+  Restore("DISPLAY", outerDisplay);
+  Restore("XAUTHORITY", outerAuthority);
+}
+
+void PrivateDisplay::StartServer() {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  // Only the writing end is the server's.
+  fcntl(ends[1], F_SETFD, 0);
+  std::vector<std::string> arguments{"Xvfb"};
+  if (!name.empty()) arguments.push_back(name);
+  arguments.insert(arguments.end(), {"-displayfd", std::to_string(ends[1]), "-screen", "0", screen,
+                                     "-nolisten", "tcp", "-noreset"});
+  try {
+    server = std::make_unique<ChildProcess>(arguments);
+    close(std::exchange(ends[1], -1));
+    name = ":" + ReadDisplayNumber(ends[0]);
+  } catch (...) {
+    close(ends[0]);
+    if (ends[1] >= 0) close(ends[1]);
+    throw;
+  }
+  close(ends[0]);
+}
+
+void PrivateDisplay::StartWindowManager() {
+  windowManager = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox", "--sm-disable"});
+  XClient client;
+  if (!Eventually([&] { return ManagesWindows(client); })) throw std::runtime_error("openbox did not start");
+}
+
+void PrivateDisplay::EndWindowManager(int signal) {
+  End(*windowManager, signal);
+}
+
+void PrivateDisplay::EndServer(int signal) {
+  End(*server, signal);
+  windowManager.reset();
+}
+
+void PrivateDisplay::RestartServer() {
+  EndServer(SIGTERM);
+  StartServer();
+}
+
+}  // namespace quillmark::test

@@ -1,0 +1,136 @@
+// lint and tune as a user runs them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "Programs.h"
+#include "support/TempFolder.h"
+
+namespace quillmark::test {
+namespace {
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class Advice : public ::testing::Test {
+ protected:
+  Advice() { WriteImage(File("ok.png")); }
+  std::string File(const std::string& name) const { return (folder.Path() / name).string(); }
+  void Write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(folder.Path() / name, std::ios::binary) << bytes;
+  }
+  static std::vector<json> Objects(const std::string& lines) {
+    std::vector<json> objects;
+    for (std::size_t begin = 0; begin < lines.size();) {
+      const std::size_t end = lines.find('\n', begin);
+      objects.push_back(json::parse(lines.substr(begin, end - begin)));
+      begin = end + 1;
+    }
+    return objects;
+  }
+
+  const TempFolder folder;
+};
+
+TEST_F(Advice, LintSaysWhatItFoundAndEndsWithThatCode) {
+  const Outcome good = Control({"lint", File("ok.png")});
+  EXPECT_EQ(good.code, 0);
+  EXPECT_EQ(good.out, "Nothing found in 1 spec.\n");
+  EXPECT_EQ(good.err, "");
+
+  const Outcome found = Control({"lint", "--path", File("ok.png"), "--name", "ok:hs", "--roi", "0,0,30,40"});
+  EXPECT_EQ(found.code, 1);
+  EXPECT_EQ(
+      found.out,
+      "ok:hs: warning option-ignored: 'hs' is ignored; write mode=hs\n"
+      "      An option word, or its number, means nothing to the worker.\n"
+      "      So: It is dropped without a message, and the spec runs as if it were not there.\n"
+      "      Do: The words are msN, fpsN, sq=D, mode=gray, bgr, s, h or hs, mon=primary, mon=N, fast and "
+      "strict; a suffix in upper case such as HS stands alone behind the name.\n"
+      "ok:hs: note region-tight: region 30 x 40, template 30 x 20\n"
+      "      The region is no wider or no higher than the template.\n"
+      "      So: Something that moves by one pixel is missed, and so is everything when the window scales "
+      "or the screen's edge cuts the region.\n"
+      "      Do: Leave some pixels around the template.\n"
+      "0 errors, 1 warning, 1 note in 1 spec.\n");
+  EXPECT_EQ(Control({"lint", "--path", File("ok.png"), "--name", "ok:hs", "--ignore", "option-ignored"}).code,
+            0);
+}
+
+TEST_F(Advice, LintPrintsOneObjectALine) {
+  Write("bad.png", "no image");
+  const Outcome outcome = Control({"lint", "--json", File("ok.png"), File("bad.png")});
+  EXPECT_EQ(outcome.code, 1);
+  const std::vector<json> objects = Objects(outcome.out);
+  ASSERT_EQ(objects.size(), 2u);
+  EXPECT_EQ(objects[0]["code"], "image-refused");
+  EXPECT_EQ(objects[0]["severity"], "error");
+  EXPECT_EQ(objects[0]["spec"], File("bad.png"));
+  EXPECT_EQ(objects[0]["other"], nullptr);
+  EXPECT_EQ(objects[0]["facts"], (json{{"reason", "image-format"}}));
+  EXPECT_EQ(objects[0]["remedy"], "Save the image as PNG.");
+  EXPECT_EQ(objects[1],
+            (json{{"type", "summary"}, {"specs", 2}, {"errors", 1}, {"warnings", 0}, {"notes", 0}}));
+}
+
+TEST_F(Advice, TuneDecidesFoldersOfPictures) {
+  std::filesystem::create_directory(folder.Path() / "shown");
+  std::filesystem::copy_file(File("ok.png"), File("shown/a.png"));
+  Write("shown/notes.txt", "no image");
+  Write("shown/cut.png", ContentOf(File("ok.png")).substr(0, 60));
+  const std::vector<std::string> tune{"tune", "--path", File("ok.png"), "--positive", File("shown")};
+  const Outcome text = Control(tune);
+  EXPECT_EQ(text.code, 0) << text.err;
+  EXPECT_THAT(text.out, HasSubstr("Positives  1 of 1 are hits\n"));
+  EXPECT_THAT(text.out, HasSubstr("Every picture is decided right."));
+  EXPECT_THAT(text.err, HasSubstr("cut.png' is damaged; it is left out\n"));
+  EXPECT_THAT(text.err, Not(HasSubstr("notes.txt")));
+
+  std::vector<std::string> wrong = tune;
+  wrong.insert(wrong.end(), {"--negative", File("ok.png"), "--json"});
+  const Outcome outcome = Control(wrong);
+  EXPECT_EQ(outcome.code, 1);
+  const std::vector<json> objects = Objects(outcome.out);
+  ASSERT_EQ(objects.size(), 2u);  // the note and the answer
+  EXPECT_EQ(objects[1]["right"], false);
+  EXPECT_EQ(objects[1]["pictures"][1]["hit"], true);
+  EXPECT_EQ(objects[1]["proposals"], json::array());
+  EXPECT_THAT(objects[1]["obstacle"].get<std::string>(), HasSubstr("1 negative"));
+}
+
+TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
+  Write("bad.png", "no image");
+  const struct {
+    std::vector<std::string> arguments;
+    std::string error;
+  } cases[] = {
+      {{"lint"}, "nothing to look at"},
+      {{"lint", "--name", "n"}, "--path, the template's image, is missing"},
+      {{"lint", "--path", "p", "--roi", "1,2,3"}, "--roi '1,2,3'"},
+      {{"lint", "--path", "p", "--threshold", "2"}, "--threshold must lie between 0 and 1"},
+      {{"lint", File("ok.png"), "--ignore", "none"}, "there is no finding 'none'"},
+      {{"lint", File("ok.png"), "--image", File("bad.png")}, "is no image of a known format"},
+      {{"lint", File("ok.png"), "--image", folder.Path().string()}, "--image: "},
+      {{"lint", File("ok.png"), "--scale", "2"}, "--scale requires --image"},
+      {{"tune", "--positive", File("ok.png")}, "--path, the template's image, is missing"},
+      {{"tune", "--path", File("ok.png")}, "there is no picture to decide"},
+      {{"tune", "--path", File("bad.png"), "--positive", File("ok.png")}, "--path: The file's first bytes"},
+      {{"tune", "--path", File("ok.png"), "--positive", File("bad.png")}, "bad.png' is no image"},
+      {{"tune", "--path", File("ok.png"), "--positive", File("none")}, "none' does not exist"},
+  };
+  for (const auto& [arguments, error] : cases) {
+    const Outcome outcome = Control(arguments);
+    EXPECT_EQ(outcome.code, 2) << ::testing::PrintToString(arguments);
+    EXPECT_THAT(outcome.err, HasSubstr(error)) << ::testing::PrintToString(arguments);
+    EXPECT_EQ(outcome.out, "");
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::test

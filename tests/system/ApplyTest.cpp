@@ -1,0 +1,128 @@
+// The control tool's apply against a real worker: what it sends is what has changed.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "DebuggerOutput.h"
+#include "Desktop.h"
+#include "Programs.h"
+#include "support/PrivateSession.h"
+
+namespace quillmark::test {
+namespace {
+
+class Apply : public testing::Test {
+ protected:
+  Apply() {
+    LeaveDisplay();
+    WriteImage(folder.Path() / "a.png");
+    WriteImage(folder.Path() / "b.png");
+    StartWorker();
+  }
+
+  void StartWorker() {
+    worker.reset();
+    worker = std::make_unique<Worker>();
+    // Asked while it starts, it may lose a command.
+    ASSERT_TRUE(Eventually([] { return Control({"status"}).code == 0; }));
+  }
+  std::string File() const { return (folder.Path() / "specs.toml").string(); }
+  void Write(const std::string& text) const { std::ofstream(File()) << text; }
+  static std::string Spec(const std::string& name, const std::string& more = {}) {
+    return "[[spec]]\nname = \"" + name + "\"\npath = \"" + name + ".png\"\n" + more;
+  }
+  // The last line of an apply.
+  std::string Summary(int expectedCode = 0, std::vector<std::string> more = {}) {
+    std::vector<std::string> arguments{"apply", File(), "--timeout=20"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const Outcome outcome = Control(arguments);
+    EXPECT_EQ(outcome.code, expectedCode) << outcome.out << outcome.err;
+    said = outcome.out + outcome.err;
+    const std::string text = outcome.out.substr(0, outcome.out.find_last_not_of('\n') + 1);
+    return text.substr(text.rfind('\n') + 1);
+  }
+  bool WorkerLogs(const std::string& text) const {
+    return Eventually([&] { return debugger.Of(*worker).find(text) != std::string::npos; });
+  }
+
+  const PrivateSession session;
+  const DebuggerOutput debugger;
+  const TempFolder folder;
+  const std::string defaults = "[defaults]\ntarget = \"t\"\nregion = [1, 2, 30, 40]\n";
+  std::unique_ptr<Worker> worker;
+  std::string said;
+};
+
+TEST_F(Apply, SendsWhatChangedSinceTheLastTime) {
+  Write(defaults + Spec("a") + Spec("b", "mode = \"hs\"\n"));
+  EXPECT_EQ(Summary(0, {"--dry-run"}), "2 added, 0 replaced, 0 removed, 0 unchanged, 0 refused");
+  EXPECT_EQ(Summary(), "2 added, 0 replaced, 0 removed, 0 unchanged, 0 refused");
+  EXPECT_TRUE(WorkerLogs("[Spec][ADD] name=b path=" + (folder.Path() / "b.png").string() + " (count=2)"));
+  EXPECT_EQ(Summary(), "0 added, 0 replaced, 0 removed, 2 unchanged, 0 refused");
+
+  std::ofstream(folder.Path() / "a.png", std::ios::app) << "further bytes";
+  Write(defaults + Spec("a") + Spec("b", "mode = \"bgr\"\n"));
+  EXPECT_EQ(Summary(), "0 added, 2 replaced, 0 removed, 0 unchanged, 0 refused");
+  EXPECT_NE(said.find("replaced  a: its image has changed"), std::string::npos) << said;
+
+  Write(defaults + Spec("b", "mode = \"bgr\"\n"));
+  EXPECT_EQ(Summary(), "0 added, 0 replaced, 1 removed, 1 unchanged, 0 refused");
+
+  StartWorker();
+  EXPECT_EQ(Summary(), "1 added, 0 replaced, 0 removed, 0 unchanged, 0 refused");
+}
+
+TEST_F(Apply, EntriesAtFaultAreNamedAndTheOthersSent) {
+  Write(defaults + Spec("a"));
+  Summary();
+  Write(defaults + Spec("a", "tresh = 1\n") + Spec("b") + Spec("b") + Spec("missing") +
+        "[[spec]]\nname = \"region\"\npath = \"b.png\"\nregion = [1, 2, 3]\n" +
+        Spec("a-name-of-more-than-31-units-in-all") + "[[spec]]\npath = \"b.png\"\n");
+  EXPECT_EQ(Summary(2), "1 added, 0 replaced, 0 removed, 0 unchanged, 6 refused");
+  for (const char* text :
+       {"a: line 4: there is no key 'tresh'", "b: line 11: the name was given already in line 8",
+        "missing: line 14: its image", "region: line 17: region must be", "UTF-16 units", "spec 7: line"}) {
+    EXPECT_NE(said.find(text), std::string::npos) << text << '\n' << said;
+  }
+  Write(defaults + "[[spec]\n");
+  Summary(2);
+  EXPECT_NE(said.find("specs.toml, line 4"), std::string::npos) << said;
+  Write("target = \"t\"\n" + Spec("a"));
+  Summary(2);
+  // What was sent for it before is still known to be there.
+  Write(defaults + Spec("a") + Spec("b"));
+  EXPECT_EQ(Summary(), "0 added, 0 replaced, 0 removed, 2 unchanged, 0 refused");
+}
+
+TEST_F(Apply, WatchFollowsTheFileTheImagesAndTheWorker) {
+  Write(defaults + Spec("a"));
+  Program watch(ControlCommand({"apply", "--watch", File(), "--timeout=20"}));
+  const auto count = [&](const std::string& text) {
+    const std::string out = watch.Out();
+    int found = 0;
+    for (auto at = out.find(text); at != std::string::npos; at = out.find(text, at + 1)) ++found;
+    return found;
+  };
+  ASSERT_TRUE(Eventually([&] { return count("added  a\n") == 1; })) << watch.Err();
+  Write(defaults + Spec("a") + Spec("b"));
+  ASSERT_TRUE(Eventually([&] { return count("added  b\n") == 1; })) << watch.Out() << watch.Err();
+  std::ofstream(folder.Path() / "b.png", std::ios::app) << "further bytes";
+  ASSERT_TRUE(Eventually([&] { return count("replaced  b: its image") == 1; })) << watch.Out() << watch.Err();
+  StartWorker();
+  EXPECT_TRUE(Eventually([&] { return count("added  a\n") == 2 && count("added  b\n") == 2; }))
+      << watch.Out() << watch.Err();
+}
+
+TEST_F(Apply, WithoutAWorkerNothingCountsAsSent) {
+  worker.reset();
+  Write(defaults + Spec("a"));
+  EXPECT_EQ(Control({"apply", File()}).code, 1);
+  StartWorker();
+  EXPECT_EQ(Summary(), "1 added, 0 replaced, 0 removed, 0 unchanged, 0 refused");
+}
+
+}  // namespace
+}  // namespace quillmark::test

@@ -1,0 +1,67 @@
+// The worker's side of both rings in the test's own process, without an engine: what it is told and what it
+// would have to answer, it does.
+//
+// Threading: made and destroyed by one thread; Taken from any.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ipc/CmdRingReader.h"
+#include "ipc/HitRing.h"
+
+namespace quillmark::test {
+
+// Polls the command ring as the worker's main thread does and writes down the commands it gets.
+class CommandTaker {
+ public:
+  CommandTaker() {
+    EXPECT_TRUE(HitRing::Instance().EnsureInit());
+    EXPECT_TRUE(reader.Init(0));
+    reader.SetHandlers(
+        [this](auto& target, auto& name, auto& path, auto x, auto y, auto w, auto h, float edge,
+               float limit) {
+          std::wostringstream line;
+          line << L"spec " << target << L'|' << name << L'|' << path << L'|' << x << L',' << y << L',' << w
+               << L',' << h << L'|' << edge << L'|' << limit;
+          Note(line.str());
+        },
+        [this] { Note(L"clear"); }, [this](auto& name, auto&) { Note(L"remove " + name); });
+    thread = std::thread([this] {
+      while (!stop) {
+        reader.Poll(0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      }
+    });
+  }
+  ~CommandTaker() {
+    stop = true;
+    thread.join();
+  }
+
+  std::vector<std::wstring> Taken() {
+    const std::lock_guard lock(mutex);
+    return taken;
+  }
+
+ private:
+  void Note(const std::wstring& line) {
+    const std::lock_guard lock(mutex);
+    taken.push_back(line);
+  }
+
+  CmdRingReader reader;
+  std::mutex mutex;
+  std::vector<std::wstring> taken;
+  std::atomic<bool> stop{false};
+  std::thread thread;
+};
+
+}  // namespace quillmark::test

@@ -1,0 +1,150 @@
+// The control tool's doctor against sessions and screens whose state the test knows.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Programs.h"
+#include "support/PrivateDisplay.h"
+#include "support/PrivateSession.h"
+#include "support/XClient.h"
+
+namespace quillmark::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+class Doctor : public testing::Test {
+ protected:
+  // Its findings, one a line.
+  std::vector<Json> Examine(std::vector<std::string> arguments = {}, const std::string& timeout = "20") {
+    arguments.insert(arguments.begin(), {"doctor", "--json", "--timeout=" + timeout});
+    const Outcome outcome = Control(std::move(arguments));
+    code = outcome.code;
+    std::vector<Json> findings;
+    std::istringstream lines(outcome.out);
+    for (std::string line; std::getline(lines, line);) findings.push_back(Json::parse(line));
+    return findings;
+  }
+  // The last finding of a topic; an empty object without one.
+  static Json Last(const std::string& topic, const std::vector<Json>& findings) {
+    Json last = Json::object();
+    for (const Json& finding : findings) {
+      if (finding.value("topic", "") == topic) last = finding;
+    }
+    return last;
+  }
+
+  const PrivateSession session;
+  int code = -1;
+};
+
+class DoctorOnScreen : public Doctor {
+ protected:
+  const PrivateDisplay display{800, 600};
+  XClient client;
+};
+
+TEST_F(DoctorOnScreen, LargestMatchingWindowIsTakenAndItsExposureMeasured) {
+  client.Show(0, 0, 100, 100, "A small Sheet");
+  client.Show(500, 400, 400, 100, "the large sheet");
+  client.Show(500, 400, 100, 50, "cover");
+  client.Unmap(client.Show(0, 0, 700, 500, "a hidden sheet"));
+
+  const auto findings = Examine({"--target", "SHEET"});
+  EXPECT_EQ(code, 0);
+  Json matches, taken;
+  for (const Json& finding : findings) {
+    if (finding.value("topic", "") == "target") (matches.is_null() ? matches : taken) = finding;
+  }
+  EXPECT_EQ(matches["level"], "warning") << matches;
+  ASSERT_EQ(matches["facts"]["candidates"].size(), 3u) << matches;
+  EXPECT_EQ(matches["facts"]["candidates"][0]["visible"], false);
+  EXPECT_EQ(matches["facts"]["candidates"][1]["title"], "the large sheet");
+  EXPECT_EQ(matches["facts"]["candidates"][1]["taken"], true);
+  EXPECT_EQ(matches["facts"]["candidates"][2]["taken"], false);
+  EXPECT_EQ(taken["level"], "warning");
+  EXPECT_EQ(taken["facts"]["client"], Json({{"x", 500}, {"y", 400}, {"w", 400}, {"h", 100}}));
+  EXPECT_DOUBLE_EQ(taken["facts"]["coveredShare"], 0.125);
+  EXPECT_DOUBLE_EQ(taken["facts"]["offScreenShare"], 0.25);
+  EXPECT_DOUBLE_EQ(taken["facts"]["visibleShare"], 0.625);
+}
+
+TEST_F(DoctorOnScreen, TargetThatNoWindowMatchesIsAProblemWithTheRightRemedy) {
+  client.Show(0, 0, 100, 100, "sheet");
+  const Json windows = Last("windows", Examine({"--target", "sheet of another"}));
+  EXPECT_EQ(code, 1);
+  ASSERT_EQ(windows["facts"]["windows"].size(), 1u);
+  std::string program = windows["facts"]["windows"][0]["program"];
+  program.resize(program.size() - 4);
+  EXPECT_NE(Last("target", Examine({"--target", program.substr(0, 16)}))["remedy"], "") << program;
+  EXPECT_NE(Last("target", Examine({"--target", "sheet.Exe"}))["remedy"].dump().find(".EXE"),
+            std::string::npos);
+  Examine({"--target", "seventeen units.."});
+  EXPECT_EQ(code, 2);
+}
+
+TEST_F(DoctorOnScreen, MonitorsAreNumberedAndTriedOut) {
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "RIGHT", "400/100x600/100+400+0", "screen"}));
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "*LEFT", "400/100x600/100+0+0", "none"}));
+  client.Show(0, 0, 100, 100, "drawn");
+  const auto findings = Examine();
+  std::vector<Json> monitors;
+  for (const Json& finding : findings) {
+    if (finding.value("topic", "") == "monitor") monitors.push_back(finding);
+  }
+  ASSERT_EQ(monitors.size(), 2u);
+  for (int i = 0; i < 2; ++i) {
+    const Json& facts = monitors[static_cast<std::size_t>(i)]["facts"];
+    EXPECT_EQ(facts["number"], i + 1);
+    EXPECT_EQ(facts["captured"], true);
+    EXPECT_EQ(facts["primary"], facts["device"] == "LEFT");
+    EXPECT_EQ(monitors[static_cast<std::size_t>(i)]["level"], facts["device"] == "LEFT" ? "ok" : "warning");
+  }
+}
+
+TEST_F(DoctorOnScreen, WorkerIsAskedOnlyWhenOneRuns) {
+  EXPECT_EQ(Last("worker", Examine())["facts"]["running"], false);
+  const Worker worker;
+  ASSERT_EQ(Control({"ping", "--timeout=20"}).code, 0) << worker.Err();
+  const Json answered = Last("worker", Examine());
+  EXPECT_EQ(answered["level"], "ok") << answered;
+  EXPECT_EQ(answered["facts"]["answers"], true);
+  ::kill(worker.Pid(), SIGSTOP);
+  const Json stopped = Last("worker", Examine({}, "0.3"));
+  ::kill(worker.Pid(), SIGCONT);
+  EXPECT_EQ(stopped["level"], "problem") << stopped;
+}
+
+TEST_F(Doctor, SessionWithoutScreenIsAProblem) {
+  const char* const outer = std::getenv("DISPLAY");
+  const std::string old = outer == nullptr ? "" : outer;
+  ::setenv("DISPLAY", ":4711", 1);
+  const Json unreachable = Last("display", Examine());
+  ::unsetenv("DISPLAY");
+  const Json unset = Last("display", Examine());
+  if (outer != nullptr) ::setenv("DISPLAY", old.c_str(), 1);
+  EXPECT_EQ(code, 1);
+  EXPECT_EQ(unreachable["level"], "problem");
+  EXPECT_EQ(unreachable["facts"]["display"], ":4711");
+  EXPECT_EQ(unset["level"], "problem");
+}
+
+TEST_F(Doctor, FolderThatMayNotBeUsedIsNamedWithItsRemedy) {
+  const fs::path product = session.Base() / "quillmark";
+  fs::create_directory(product);
+  fs::permissions(product, fs::perms(0755));
+  EXPECT_EQ(Last("folder", Examine())["remedy"], "chmod 700 " + product.string());
+  fs::remove(product);
+  fs::create_symlink("/tmp", product);
+  EXPECT_EQ(Last("folder", Examine())["level"], "problem");
+  EXPECT_EQ(code, 1);
+}
+
+}  // namespace
+}  // namespace quillmark::test

@@ -1,0 +1,75 @@
+// Shell completion and the manual page, held against the help of every command.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "Programs.h"
+
+namespace quillmark::test {
+namespace {
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+  for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
+    text.replace(at, what.size(), by);
+  }
+  return text;
+}
+
+std::set<std::string> Options(const std::string& help) {
+  std::set<std::string> options;
+  const std::regex option("--[a-z][a-z-]*");
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) {
+    // An option's line begins with it; texts may speak of others.
+    std::smatch match;
+    if (line.starts_with("  -") && std::regex_search(line, match, option)) options.insert(match.str());
+  }
+  return options;
+}
+
+std::set<std::string> Commands(const std::string& help) {
+  std::set<std::string> commands;
+  std::istringstream lines(help.substr(help.find("Subcommands:")));
+  std::string line;
+  std::getline(lines, line);
+  while (std::getline(lines, line) && line.starts_with("  ")) {
+    commands.insert(line.substr(2, line.find(' ', 2) - 2));
+  }
+  return commands;
+}
+
+TEST(Manual, HelpCompletionAndManualKnowTheSameCommandsAndOptions) {
+  const std::string manual = Replaced(Control({"manual"}).out, "\\-", "-");
+  const std::set<std::string> commands = Commands(Control({"--help"}).out);
+  ASSERT_GT(commands.size(), 10u);
+  std::string scripts[] = {Control({"completion", "bash"}).out, Control({"completion", "zsh"}).out,
+                           Replaced(Control({"completion", "fish"}).out, " -l ", " -l --")};
+  for (const std::string& command : commands) {
+    const auto section = manual.find(".SS " + command + "\n");
+    ASSERT_NE(section, std::string::npos) << command;
+    const std::string about = manual.substr(section, manual.find("\n.S", section + 1) - section);
+    const std::set<std::string> options = Options(Control({command, "--help"}).out);
+    EXPECT_TRUE(options.contains("--json")) << command;
+    for (const std::string& option : options) {
+      EXPECT_NE(about.find("\\fB" + option + "\\fR"), std::string::npos) << command << ' ' << option;
+      for (const std::string& script : scripts) {
+        // The line or branch of the command.
+        const auto branch = script.find(command + ")") != std::string::npos
+                                ? script.find(command + ")")
+                                : script.find("from " + command + "'");
+        ASSERT_NE(branch, std::string::npos) << command;
+        EXPECT_NE(script.find(option, branch), std::string::npos) << command << ' ' << option;
+      }
+    }
+  }
+}
+
+TEST(Manual, UnknownShellIsRefused) {
+  EXPECT_EQ(Control({"completion", "tcsh"}).code, 2);
+}
+
+}  // namespace
+}  // namespace quillmark::test

@@ -1,0 +1,86 @@
+// quillmarkctl record as a process, on a real screen.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <opencv2/imgcodecs.hpp>
+#include <string>
+#include <vector>
+
+#include "Programs.h"
+#include "replay/Recording.h"
+#include "support/PrivateDisplay.h"
+#include "support/PrivateSession.h"
+#include "support/XClient.h"
+
+namespace quillmark::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class RecordCommand : public ::testing::Test {
+ protected:
+  Outcome Record(std::vector<std::string> options) {
+    options.insert(options.begin(), {"record", "--out", recording.string()});
+    return Control(std::move(options));
+  }
+  // Looks for a white piece in the window called sheet.
+  std::vector<std::string> Spec(std::vector<std::string> options) {
+    const std::string image = (folder.Path() / "white.png").string();
+    EXPECT_TRUE(cv::imwrite(image, cv::Mat(20, 30, CV_8UC3, cv::Scalar::all(255))));
+    options.insert(options.end(), {"--target=sheet", "--name=white", "--path=" + image, "--roi=0,0,90,70"});
+    return options;
+  }
+
+  const PrivateSession session;
+  const PrivateDisplay display{400, 300};
+  XClient client;
+  const TempFolder folder;
+  const std::filesystem::path recording = folder.Path() / "recording";
+};
+
+TEST_F(RecordCommand, WhatIsOnTheScreenIsRecordedAndFoundAgain) {
+  client.Show(50, 40, 100, 80, "a sheet of paper");
+  for (const char* trigger : {"", "--on-hit"}) {
+    std::vector<std::string> options = Spec({"--seconds=1", "--json"});
+    if (*trigger != '\0') options.push_back(trigger);
+    const Outcome made = Record(options);
+    EXPECT_EQ(made.code, 0) << made.err;
+    EXPECT_THAT(made.out, HasSubstr(R"({"type":"recording","folder":)"));
+    const replay::Recording read = replay::ReadRecording(recording);
+    const replay::RecordedWindow& window = read.windows.at(0).windows.at(0);
+    EXPECT_EQ(window.title, L"a sheet of paper");
+    EXPECT_EQ(window.client, (Rect{50, 40, 150, 120}));
+    const Outcome played = Control({"replay", recording.string()});
+    EXPECT_EQ(played.code, 0) << played.out << played.err;
+    EXPECT_THAT(played.out, HasSubstr("white  at "));
+    std::filesystem::remove_all(recording);
+  }
+}
+
+TEST_F(RecordCommand, SaysWhyItDoesNot) {
+  const struct {
+    std::vector<std::string> options;
+    int code;
+    const char* error;
+  } table[] = {
+      {Spec({"--seconds=0.3", "--on-hit"}), 1, "no hit came in time"},
+      {Spec({"--seconds=0.3", "--on-near-miss"}), 1, "no near miss came in time"},
+      {{"--on-hit"}, 2, "need a spec"},
+      {{"--name=white"}, 2, "requires"},
+      {{"--target", "", "--name=white", "--path=p", "--roi=0,0,1,1"}, 2, "--target must not be empty"},
+      {Spec({"--on-hit", "--on-near-miss"}), 2, "excludes"},
+      {{"--seconds=0"}, 2, "--seconds"},
+      {{"--out", folder.Path().string()}, 2, "is not empty"},
+  };
+  for (const auto& row : table) {
+    const Outcome outcome = row.options.front() == "--out"
+                                ? Control({"record", row.options[0], row.options[1]})
+                                : Record(row.options);
+    EXPECT_EQ(outcome.code, row.code) << row.error;
+    EXPECT_THAT(outcome.err, HasSubstr(row.error));
+    std::filesystem::remove_all(recording);
+  }
+}
+
+}  // namespace
+}  // namespace quillmark::test

@@ -1,0 +1,85 @@
+// quillmarkctl replay as a process: what it prints and how it ends.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Programs.h"
+#include "unit/replay/Scene.h"
+
+namespace quillmark::test {
+namespace {
+
+using replay::Scene;
+using ::testing::HasSubstr;
+
+class ReplayCommand : public ::testing::Test {
+ protected:
+  ReplayCommand() : scene(replay::GoldenScene()) {
+    scene->Write(replay::RecordingFile, TextOf(scene->recording));
+  }
+  Outcome Play(std::vector<std::string> options = {}) const {
+    options.insert(options.begin(), {"replay", scene->Folder().string()});
+    return Control(options);
+  }
+  const std::unique_ptr<Scene> scene;
+};
+
+TEST_F(ReplayCommand, PrintsHitsAndWhyASpecIsSilent) {
+  const Outcome text = Play();
+  EXPECT_EQ(text.code, 0) << text.err;
+  EXPECT_THAT(text.out,
+              HasSubstr("   0.416 s  label  at 100,119  size 60x18  score 1.000  edge 1.000  in f2.png\n"));
+  EXPECT_THAT(text.out, HasSubstr("absent: no hit, grey-correlation."));
+  EXPECT_THAT(text.out, HasSubstr("20 hits, 10 of 10 frames taken\n"));
+}
+
+TEST_F(ReplayCommand, PrintsTheSameJsonLinesEachTime) {
+  const Outcome first = Play({"--json"}), second = Play({"--json"});
+  EXPECT_EQ(first.out, second.out);
+  std::istringstream lines(first.out);
+  std::vector<std::string> types;
+  for (std::string line; std::getline(lines, line);) {
+    types.push_back(nlohmann::json::parse(line).at("type"));
+  }
+  std::vector<std::string> expected(20, "hit");
+  expected.insert(expected.end(), 6, "spec");
+  expected.push_back("replay");
+  EXPECT_EQ(types, expected);
+}
+
+TEST_F(ReplayCommand, ChecksAgainstWhatWasAccepted) {
+  EXPECT_EQ(Play({"--check"}).code, 2) << "nothing to hold it against";
+  EXPECT_EQ(Play({"--accept"}).code, 0);
+  EXPECT_EQ(Play({"--check"}).code, 0);
+  scene->recording.specs.erase(scene->recording.specs.begin());
+  scene->Write(replay::RecordingFile, TextOf(scene->recording));
+  const Outcome outcome = Play({"--check"});
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("missing: {\"name\":\"icon\",\"t\":416"));
+  EXPECT_THAT(outcome.out, HasSubstr("not as expected"));
+}
+
+TEST_F(ReplayCommand, EndsWithOneWithoutAHitAndWithTwoForErrors) {
+  scene->Write("f4.png", "no picture");
+  const Outcome fault = Play();
+  EXPECT_EQ(fault.code, 2);
+  EXPECT_THAT(fault.out, HasSubstr("f4.png: is missing, too large or no picture"));
+  EXPECT_THAT(fault.out, HasSubstr("hits, 10 of 10 frames taken"));
+
+  scene->recording.specs.clear();
+  scene->recording.frames.clear();
+  scene->Write(replay::RecordingFile, TextOf(scene->recording));
+  EXPECT_EQ(Play().code, 1);
+
+  scene->Write(replay::RecordingFile, "{}");
+  const Outcome bad = Play();
+  EXPECT_EQ(bad.code, 2);
+  EXPECT_THAT(bad.err, HasSubstr("recording.json: format: is missing"));
+}
+
+}  // namespace
+}  // namespace quillmark::test

@@ -1,0 +1,80 @@
+// What the worker does in ways of this host alone.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <string>
+
+#include "DebuggerOutput.h"
+#include "Desktop.h"
+#include "Programs.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
+
+namespace quillmark::test {
+namespace {
+
+struct DestroyWindow {
+  void operator()(HWND window) const { ::DestroyWindow(window); }
+};
+using Window = std::unique_ptr<HWND__, DestroyWindow>;
+
+// What a box says.
+std::wstring TextOf(HWND box) {
+  constexpr int TextId = 0xFFFF;
+  wchar_t text[256] = {};
+  ::SendMessageW(::GetDlgItem(box, TextId), WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text));
+  return text;
+}
+
+std::size_t CountOf(const std::string& text, const std::string& all) {
+  std::size_t count = 0;
+  for (auto at = all.find(text); at != std::string::npos; at = all.find(text, at + 1)) ++count;
+  return count;
+}
+
+class WorkerHere : public testing::Test {
+ protected:
+  const PrivateSession session;
+  const DebuggerOutput debugger;
+};
+
+TEST_F(WorkerHere, BoxOfASecondInstanceIsInKorean) {
+  const Desktop desktop;
+  const Worker first;
+  ASSERT_TRUE(Answers());
+  const Worker second;
+  ASSERT_TRUE(Eventually([&] { return desktop.ShowsBox("Quillmark"); }));
+  const HWND box = ::FindWindowW(L"#32770", L"Quillmark");
+  EXPECT_TRUE(Eventually(
+      [&] { return TextOf(box) == L"Quillmark.exe가 이미 실행 중입니다.\n종료 된 후 다시 실행해 주세요."; }));
+}
+
+// Wine has no desktop duplication.
+TEST_F(WorkerHere, LivesOnWithoutCaptureAndSaysOnceWhy) {
+  if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+    GTEST_SKIP() << "the screen can be captured here";
+  }
+  const Worker worker;
+  RawController controller;
+  const Window target(::CreateWindowExW(0, L"Static", L"Captured by nobody", WS_POPUP | WS_VISIBLE, 50, 50,
+                                        300, 200, nullptr, nullptr, nullptr, nullptr));
+  ASSERT_NE(target, nullptr);
+  WriteImage(worker.Folder() / "tmpl.png");
+  ASSERT_TRUE(controller.SendSpec(L"Captured by", L"n", L"tmpl.png", 0, 0, 300, 200, 0.75f, 0.1f));
+
+  const std::string said = "skipped: DuplicateOutput failed";
+  EXPECT_TRUE(Eventually([&] { return CountOf(said, debugger.Of(worker)) > 0; })) << debugger.Of(worker);
+  for (int beat = 0; beat < 20; ++beat) {  // at most one in 50 ms, some ticks of the capture loop
+    const std::wstring text = L"beat " + std::to_wstring(beat);
+    ASSERT_TRUE(controller.SendHeartbeat(text));
+    ASSERT_TRUE(controller.WaitForHit(text));
+  }
+  EXPECT_EQ(CountOf(said, debugger.Of(worker)), 1u) << debugger.Of(worker);
+  EXPECT_FALSE(worker.Ended());
+}
+
+}  // namespace
+}  // namespace quillmark::test
