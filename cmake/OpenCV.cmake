@@ -1,7 +1,13 @@
 # OpenCV 4 as the SYSTEM interface target quillmark_opencv. Its CMake package is used where there is one;
 # Debian ships that package only with all modules, so without it the three modules are looked up by name.
 add_library(quillmark_opencv INTERFACE)
-find_package(OpenCV 4 QUIET CONFIG COMPONENTS core imgproc imgcodecs)
+if(MSVC)
+  find_package(OpenCV 4.11 REQUIRED CONFIG COMPONENTS core imgproc imgcodecs)
+elseif(WIN32)
+  find_package(OpenCV 4 REQUIRED CONFIG COMPONENTS core imgproc imgcodecs)
+else()
+  find_package(OpenCV 4 QUIET CONFIG COMPONENTS core imgproc imgcodecs)
+endif()
 if(OpenCV_FOUND)
   target_include_directories(quillmark_opencv SYSTEM INTERFACE ${OpenCV_INCLUDE_DIRS})
   target_link_libraries(quillmark_opencv INTERFACE ${OpenCV_LIBS})

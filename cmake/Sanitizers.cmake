@@ -1,4 +1,5 @@
-# Sanitizers as an interface target; empty QUILLMARK_SANITIZE means none.
+# Sanitizers as an interface target; empty QUILLMARK_SANITIZE means none. Warnings are no errors in these
+# presets: what the sanitizers insert makes GCC 12 see uninitialised values inside the standard library.
 add_library(quillmark_sanitizers INTERFACE)
 if(QUILLMARK_SANITIZE)
   target_compile_options(quillmark_sanitizers INTERFACE

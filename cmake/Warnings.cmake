@@ -1,9 +1,15 @@
 # Warnings of our own code, as an interface target. Foreign headers come in as SYSTEM and stay silent.
 add_library(quillmark_warnings INTERFACE)
-target_compile_options(quillmark_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
-  $<$<BOOL:${QUILLMARK_WERROR}>:-Werror>)
+if(MSVC)
+  target_compile_options(quillmark_warnings INTERFACE
+    "$<$<COMPILE_LANGUAGE:C,CXX>:/W4;$<$<BOOL:${QUILLMARK_WERROR}>:/WX>>")
+else()
+  target_compile_options(quillmark_warnings INTERFACE
+    "$<$<COMPILE_LANGUAGE:C,CXX>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion;-Wno-sign-conversion>"
+    "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>"
+    $<$<AND:$<COMPILE_LANGUAGE:C,CXX>,$<BOOL:${QUILLMARK_WERROR}>>:-Werror>)
+endif()
 # GCC 12 takes an optimised `"text" + std::string` for an overlapping copy of half the address space.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(quillmark_warnings INTERFACE -Wno-restrict)
+  target_compile_options(quillmark_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
 endif()

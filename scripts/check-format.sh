@@ -4,7 +4,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/packages.sh format
 
-mapfile -d '' files < <(find bench include platform src tests tools -name '*.cpp' -print0 -o -name '*.h' -print0)
+mapfile -d '' files < <(find bench clients examples include platform src tests tools \
+  -name '*.[ch]' -print0 -o -name '*.[ch]pp' -print0)
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${files[@]}"
 else

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Holds the table of the platform's calls on Linux (platform/linux/README.md) against the headers that declare
-# them and the library that implements them; fails when one has what another lacks.
+# them and the libraries that implement them; fails when one has what another lacks.
 #
 #   scripts/check-layer.sh [BUILD_FOLDER]       of a finished build; build/linux-debug is the default
 set -euo pipefail
 cd "$(dirname "$0")/.."
 layer=platform/linux
-library=${1:-build/linux-debug}/$layer/libquillmark_linux_layer.a
+built=${1:-build/linux-debug}/$layer
+libraries=("$built/libquillmark_linux_layer.a" "$built/libquillmark_linux_objects.a")
 lists=$(mktemp -d)
 trap 'rm -rf "$lists"' EXIT
 
@@ -17,7 +18,7 @@ awk '/^struct [A-Za-z0-9_]+.*{/ { name = $2 }
      /^};/ { name = "" }
      name != "" && /^ *virtual [^~]*\(/ { sub(/\(.*/, ""); print name "::" $NF }' "$lists/headers" |
   sort -u > "$lists/methods"
-nm --extern-only --defined-only "$library" | awk '$2 == "T" && $3 !~ /^_Z/ { print $3 }' |
+nm --extern-only --defined-only "${libraries[@]}" | awk '$2 == "T" && $3 !~ /^_Z/ { print $3 }' |
   sort -u > "$lists/exported"
 sed -nE 's/^\| (`[^|]*`) \|.*$/\1/p' "$layer/README.md" | tr -d '` ' | tr ',' '\n' | sort > "$lists/rows"
 sort -u "$lists/declared" "$lists/methods" > "$lists/calls"

@@ -4,14 +4,15 @@
 #   scripts/packages.sh build      compile the programs
 #   scripts/packages.sh test       compile and run the tests and benchmarks
 #   scripts/packages.sh demo       compile and run the demonstration
+#   scripts/packages.sh package    compile the programs and make the Debian package
 #   scripts/packages.sh format     check the formatting
-#   scripts/packages.sh windows    compile for Windows
+#   scripts/packages.sh windows    compile for Windows, and run what comes of it
 set -euo pipefail
 
 packages_of() {
   case $1 in
     opencv) echo libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev ;;
-    control) echo libcli11-dev nlohmann-json3-dev ;;
+    control) echo libcli11-dev nlohmann-json3-dev libpng-dev libtomlplusplus-dev ;;
     desktop) echo xvfb openbox x11-xserver-utils x11-utils x11-apps xterm xdotool ;;
     build)
       packages_of opencv
@@ -23,18 +24,25 @@ packages_of() {
     test)
       packages_of build
       packages_of desktop
-      echo libgtest-dev libgmock-dev libbenchmark-dev libxcb-xtest0-dev fonts-nanum
+      echo libgtest-dev libgmock-dev libbenchmark-dev libxcb-xtest0-dev fonts-nanum python3
       ;;
     demo)
       packages_of test
       echo netpbm
+      ;;
+    package)
+      packages_of build
+      echo dpkg-dev
       ;;
     format) echo clang-format ;;
     windows)
       packages_of opencv
       packages_of control
       # Never g++-mingw-w64-x86-64: it also brings a compiler without std::thread, and prefers that one.
-      echo g++-mingw-w64-x86-64-posix
+      echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev cmake ninja-build dpkg-dev googletest
+      # The launcher and the 64-bit loader; a display with software rendering.
+      echo wine wine64 xvfb libgl1 libgl1-mesa-dri
+      echo libxcomposite1 libxcursor1 libxi6 libxinerama1 libxrandr2
       ;;
     *)
       echo "packages.sh: no task '$1'" >&2

@@ -27,6 +27,7 @@
 #include "capture/TargetWindow.h"
 #include "core/DelayedCalls.h"
 #include "core/FrameJob.h"
+#include "core/RegionSchedule.h"
 #include "core/SampledErrors.h"
 #include "ipc/RingSender.h"
 
@@ -57,19 +58,11 @@ class AutoRebinder {
  private:
   friend class EngineProbe;  // the tests' view
 
-  // Full-frame images of one monitor, reused from frame to frame.
-  struct FrameImages {
-    cv::Mat bgr, gray;
-    cv::Mat hsv;  // empty when no spec of the frame needs it
-    std::vector<cv::Mat> hsvPlanes;
-  };
   // The last error of a monitor's turns; a repetition of its text is not logged again.
   struct TurnError {
     std::string text;
     std::int64_t tMs = 0;
   };
-  // Snapshot indices of the specs to evaluate on each monitor, in snapshot order.
-  using Groups = std::unordered_map<HMONITOR, std::vector<std::int32_t>>;
 
   // Bodies of the two threads.
   void CaptureLoop();
@@ -78,14 +71,13 @@ class AutoRebinder {
   void OnDisplayChange();
   void DropAllContexts();
 
-  // Of the capture thread. The tick slows down as the match loop falls behind.
-  static std::int64_t TickIntervalMs(std::size_t waitingJobs);
+  // Of the capture thread.
+  static std::int64_t TickIntervalMs(std::size_t waitingJobs) {
+    return RegionSchedule::TickIntervalMs(waitingJobs);
+  }
   void CaptureTick();
   void MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
                    const std::vector<TemplateSpec>& snapshot);
-  static void ConvertFrame(const cv::Mat& frame, bool needsHsv, FrameImages& images);
-  void ScheduleSpec(std::int32_t index, HMONITOR monitor, const DuplicationContext& context,
-                    const FrameImages& images, FrameJob& job);
   // Logs an error when its text is news; without a monitor it is one of the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
@@ -111,10 +103,9 @@ class AutoRebinder {
   RingSender sender;
   SampledErrors taskErrors;  // of the pool's tasks, by spec
 
-  std::atomic<std::uint64_t> frameCounter{0};                    // monitor frames captured
-  std::unordered_map<std::wstring, std::int64_t> lastScheduled;  // capture thread only; "name@monitor"
-  std::unordered_map<HMONITOR, FrameImages> frameImages;         // capture thread only
-  std::unordered_map<HMONITOR, TurnError> turnErrors;            // capture thread only
+  std::atomic<std::uint64_t> frameCounter{0};          // monitor frames captured
+  RegionSchedule schedule;                             // capture thread only
+  std::unordered_map<HMONITOR, TurnError> turnErrors;  // capture thread only
 
   std::mutex jobQueueMutex;  // guards jobQueue
   std::deque<std::shared_ptr<FrameJob>> jobQueue;

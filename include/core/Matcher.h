@@ -4,7 +4,8 @@
 // A location is the template's top-left corner in the searched image. Scores are either a similarity (higher
 // is better, at most 1) or a distance (lower is better, at least 0); each function says which. A search
 // returns false, and leaves its results untouched, when image or template is empty or the template is wider
-// or taller than the image. Images whose types do not go together raise cv::Exception.
+// or taller than the image. Images whose types do not go together raise cv::Exception. Who wants to see more
+// than the best location asks for the `map`: 32FC1, the same score for every location, in the same sense.
 //
 // Threading: callable from any thread at the same time; scratch images are kept per thread.
 #pragma once
@@ -28,22 +29,28 @@ void HueToVec2(const cv::Mat& H8u, cv::Mat& cosOut, cv::Mat& sinOut);
 
 // Searches by hue: the maximum of the mean of the cosines' and the sines' normalised cross-correlation. Both
 // images 8UC1; `score` is a similarity. The first of equal maxima in row-major order is taken.
-[[nodiscard]] bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score);
+[[nodiscard]] bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score,
+                               cv::Mat* map = nullptr);
 
 // Searches by hue, then compares the saturation (zero-mean, normalised) at the place found and its eight
 // neighbours, and takes the first best of `(1 - hueWeight) * saturation + hueWeight * hue`. `hsv` is 8-bit
 // with at least two channels, hue first; the templates are 8UC1. `score` is a similarity, -1 when no
-// neighbour fits into the image. Raises cv::Exception when `hsv` is empty.
+// neighbour fits into the image; the `map` holds that of the hue alone. Raises cv::Exception when `hsv` is
+// empty.
 [[nodiscard]] bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u,
-                               double hueWeight, cv::Point& loc, double& score);
+                               double hueWeight, cv::Point& loc, double& score, cv::Mat* map = nullptr);
+// The second half of that search: `loc` and `score` come in as the hue's and go out as the blend's.
+void RefineOnSaturation(const cv::Mat& sat, const cv::Mat& satTpl8u, double hueWeight, cv::Point& loc,
+                        double& score);
 
 // Searches by grey level: `image` is 8-bit grey, BGR or BGRA, the template 8UC1. `dist` is a distance from 0
 // to 1: the normalised squared difference, or, for a template whose standard deviation is below 3 levels, the
 // mean squared difference over 255^2 (normalising by a nearly flat template would amplify noise).
 [[nodiscard]] bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc,
-                                   double& dist);
+                                   double& dist, cv::Mat* map = nullptr);
 
 // Searches by normalised squared difference over all channels; both images of one type. `dist` is a distance.
-[[nodiscard]] bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist);
+[[nodiscard]] bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist,
+                                     cv::Mat* map = nullptr);
 
 }  // namespace quillmark

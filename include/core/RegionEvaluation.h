@@ -1,8 +1,9 @@
 // The decision whether one region of a frame shows the template of one spec, as a value: what was decided, by
 // which step, and every quantity that was measured on the way beside the limit it was held against.
 //
-// The steps run cheapest first (placement by the spec's mode, then structure, then colour) and the evaluation
-// ends at the first veto; quantities of later steps then stay unmeasured.
+// The steps run cheapest first (placement by the spec's mode, then structure, then colour). The worker ends
+// at the first veto, and quantities of later steps stay unmeasured; who wants to explain a verdict goes on to
+// the end.
 //
 // Threading: a pure function of its arguments, callable from any thread at the same time.
 #pragma once
@@ -55,6 +56,11 @@ struct HitGeometry {
   std::int32_t w = 0, h = 0;                // at least 1
 };
 
+enum class Thoroughness : std::int32_t {
+  UpToTheFirstVeto,
+  EveryStep,  // what can be measured is; the first veto still decides
+};
+
 struct Verdict {
   DecidingStep decidedBy = DecidingStep::Inputs;
 
@@ -89,7 +95,8 @@ struct Verdict {
   double labAMean = 0.0;  // mean of the placement's 8-bit a* plane
   Check labA;             // its distance from the template's, at most
 
-  // Only of an accepted verdict.
+  // Of an accepted verdict; after EveryStep of every one whose placement could be compared, as a hit would
+  // report it.
   HitGeometry hit;
   float sq = 0.0f;                  // similarity, 1 - dist
   float edgeScore = 0.0f;           // the larger edge correlation, 0 for templates of low detail
@@ -101,7 +108,8 @@ struct Verdict {
 // Compares the region with the spec's prepared template; both are only read. A mode outside the enumeration
 // counts as Gray. The target's rectangle of `spec` is the frame of the hit's cx and cy. Errors of the image
 // library (crops or template of unexpected type or size, colour tests without an HSV crop) leave it as
-// cv::Exception.
-[[nodiscard]] Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec);
+// cv::Exception; a thorough evaluation may come to some behind the first veto.
+[[nodiscard]] Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec,
+                                     Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto);
 
 }  // namespace quillmark

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "core/FrameJob.h"
+#include "core/RegionEvaluation.h"
 #include "core/SampledErrors.h"
 #include "ipc/RingSender.h"
 
@@ -42,6 +43,9 @@ class PendingTasks {
 
 // Logs why a region of the spec was not evaluated, the first error of a spec and then one in a hundred.
 void ReportTaskError(const std::wstring& name, const std::exception& error, SampledErrors& errors) noexcept;
+
+// The hit that an accepted verdict on the spec is reported by.
+[[nodiscard]] HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs);
 
 // Evaluates the unit against its spec of the job, hands an accepted match to the sender, and counts itself
 // as done on every road. Nothing is raised: an error of the evaluation counts as no match and is reported.

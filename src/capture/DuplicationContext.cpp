@@ -7,8 +7,6 @@
 namespace quillmark {
 namespace {
 
-constexpr UINT kFrameTimeoutMs = 33;  // bounds how long one monitor holds up a tick
-
 // The output that shows the monitor, and the adapter that drives it; false when there is none.
 bool FindOutput(HMONITOR monitor, ComPtr<IDXGIAdapter1>& adapter, ComPtr<IDXGIOutput1>& output1,
                 DXGI_OUTPUT_DESC& desc) {
@@ -117,7 +115,7 @@ bool DuplicationContext::FitsMonitor(const DXGI_MODE_DESC& mode) const {
 bool DuplicationContext::AcquireFrame(cv::Mat& out) {
   DXGI_OUTDUPL_FRAME_INFO info{};
   ComPtr<IDXGIResource> resource;
-  if (FAILED(dupl->AcquireNextFrame(kFrameTimeoutMs, &info, resource.Put()))) return false;
+  if (FAILED(dupl->AcquireNextFrame(FrameTimeoutMs, &info, resource.Put()))) return false;
   cv::Mat delivered;
   if (!MapFrame(resource.Get(), delivered)) {
     dupl->ReleaseFrame();

@@ -17,6 +17,9 @@ namespace quillmark {
 
 class DuplicationContext {
  public:
+  // Bounds how long one monitor holds up a tick.
+  static constexpr UINT FrameTimeoutMs = 33;
+
   DuplicationContext() = default;
   DuplicationContext(const DuplicationContext&) = delete;
   DuplicationContext& operator=(const DuplicationContext&) = delete;
@@ -25,9 +28,9 @@ class DuplicationContext {
   // (Re)creates everything for the monitor. Always true; raises std::runtime_error on failure, and may be
   // called again then.
   bool Init(HMONITOR monitor);
-  // True when a new frame was obtained within 33 ms; `out` is then 8UC4 (BGRA, the fourth byte means nothing)
-  // in desktop orientation, `height` x `width`, valid until ReleaseFrame. Otherwise, also when it raises,
-  // nothing is held.
+  // True when a new frame was obtained within FrameTimeoutMs; `out` is then 8UC4 (BGRA, the fourth byte means
+  // nothing) in desktop orientation, `height` x `width`, valid until ReleaseFrame. Otherwise, also when it
+  // raises, nothing is held.
   bool AcquireFrame(cv::Mat& out);
   // After every AcquireFrame that returned true.
   void ReleaseFrame();

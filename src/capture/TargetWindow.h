@@ -18,19 +18,12 @@ struct MonitorEntry {
   RECT rcMonitor{};  // full rectangle, desktop pixels
 };
 
-// One search among the top-level windows.
-struct TargetSearch {
-  const std::wstring& name;  // part of a title, or an executable's file name; any letter case
-  bool byImageName = false;  // it is an executable's
-  HWND found = nullptr;
-  RECT foundRect{};  // outer rectangle of `found`, desktop pixels
+// The largest window meant by the text that is visible and not minimised, among equal areas the topmost; null
+// when there is none.
+[[nodiscard]] HWND FindTargetWindow(const std::wstring& target);
 
-  explicit TargetSearch(const std::wstring& target);
-};
-
-// Sets `found` to the largest matching window that is visible and not minimised; among equal areas to the
-// topmost.
-void FindTargetWindow(TargetSearch& search);
+// Whether the text means the window, be it shown or not.
+[[nodiscard]] bool TargetMeans(const std::wstring& target, HWND window);
 
 // Refreshes the spec's target fields; targetValid tells whether the target is usable now. The window is
 // searched for only while none is known or the known one has gone.

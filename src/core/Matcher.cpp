@@ -50,7 +50,7 @@ void HueToVec2(const cv::Mat& H8u, cv::Mat& cosOut, cv::Mat& sinOut) {
   cv::polarToCart(cv::Mat::ones(angle.size(), CV_32F), angle, cosOut, sinOut);
 }
 
-bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score) {
+bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score, cv::Mat* map) {
   if (CannotHold(hue8u, hueTpl8u)) return false;
   struct Scratch {
     cv::Mat imageCos, imageSin, tplCos, tplSin, map, sinMap;
@@ -62,19 +62,14 @@ bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, 
   cv::matchTemplate(s.imageSin, s.tplSin, s.sinMap, cv::TM_CCORR_NORMED);
   cv::addWeighted(s.map, 0.5, s.sinMap, 0.5, 0.0, s.map);
   cv::minMaxLoc(s.map, nullptr, &score, nullptr, &loc);
+  if (map != nullptr) s.map.copyTo(*map);
   return true;
 }
 
-bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u, double hueWeight,
-                 cv::Point& loc, double& score) {
-  if (satTpl8u.empty()) return false;
-  thread_local cv::Mat hue, sat;
-  cv::extractChannel(hsv, hue, 0);
-  cv::extractChannel(hsv, sat, 1);
-  cv::Point hueLoc;
-  double hueScore = 0.0;
-  if (!MatchHueVec(hue, hueTpl8u, hueLoc, hueScore)) return false;
-
+void RefineOnSaturation(const cv::Mat& sat, const cv::Mat& satTpl8u, double hueWeight, cv::Point& loc,
+                        double& score) {
+  const cv::Point hueLoc = loc;
+  const double hueScore = score;
   const cv::Rect image(0, 0, sat.cols, sat.rows);
   double best = -1.0;
   cv::Point bestLoc = hueLoc;
@@ -93,10 +88,21 @@ bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& sat
   }
   loc = bestLoc;
   score = best;
+}
+
+bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u, double hueWeight,
+                 cv::Point& loc, double& score, cv::Mat* map) {
+  if (satTpl8u.empty()) return false;
+  thread_local cv::Mat hue, sat;
+  cv::extractChannel(hsv, hue, 0);
+  cv::extractChannel(hsv, sat, 1);
+  if (!MatchHueVec(hue, hueTpl8u, loc, score, map)) return false;
+  RefineOnSaturation(sat, satTpl8u, hueWeight, loc, score);
   return true;
 }
 
-bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc, double& dist) {
+bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc, double& dist,
+                     cv::Mat* map) {
   if (CannotHold(image, tplGray8u)) return false;
   cv::Mat gray = image;
   if (image.channels() == 3) cv::cvtColor(image, gray, cv::COLOR_BGR2GRAY);
@@ -104,25 +110,29 @@ bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& 
 
   cv::Scalar mean, stdDev;
   cv::meanStdDev(tplGray8u, mean, stdDev);
-  thread_local cv::Mat map;
+  thread_local cv::Mat scores;
   if (stdDev[0] < kFlatTemplateStdDev) {
     double sum = 0.0;
-    cv::matchTemplate(gray, tplGray8u, map, cv::TM_SQDIFF);
-    cv::minMaxLoc(map, &sum, nullptr, &loc);
+    cv::matchTemplate(gray, tplGray8u, scores, cv::TM_SQDIFF);
+    cv::minMaxLoc(scores, &sum, nullptr, &loc);
     const double pixels = std::max(tplGray8u.rows * tplGray8u.cols, 1);
-    dist = std::clamp(sum / (pixels * 255.0 * 255.0), 0.0, 1.0);
+    const double largest = pixels * 255.0 * 255.0;
+    dist = std::clamp(sum / largest, 0.0, 1.0);
+    if (map != nullptr) scores.convertTo(*map, CV_32F, 1.0 / largest);
   } else {
-    cv::matchTemplate(gray, tplGray8u, map, cv::TM_SQDIFF_NORMED);
-    cv::minMaxLoc(map, &dist, nullptr, &loc);
+    cv::matchTemplate(gray, tplGray8u, scores, cv::TM_SQDIFF_NORMED);
+    cv::minMaxLoc(scores, &dist, nullptr, &loc);
+    if (map != nullptr) scores.copyTo(*map);
   }
   return true;
 }
 
-bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist) {
+bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist, cv::Mat* map) {
   if (CannotHold(image, tpl)) return false;
-  thread_local cv::Mat map;
-  cv::matchTemplate(image, tpl, map, cv::TM_SQDIFF_NORMED);
-  cv::minMaxLoc(map, &dist, nullptr, &loc);
+  thread_local cv::Mat scores;
+  cv::matchTemplate(image, tpl, scores, cv::TM_SQDIFF_NORMED);
+  cv::minMaxLoc(scores, &dist, nullptr, &loc);
+  if (map != nullptr) scores.copyTo(*map);
   return true;
 }
 

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <opencv2/imgproc.hpp>
+#include <optional>
 
 #include "core/ColorGate.h"
 #include "core/Matcher.h"
+#include "core/PrimarySearch.h"
 #include "core/RegionGeometry.h"
 #include "core/ZeroMean.h"
 
@@ -29,10 +31,6 @@ void Waive(Check& check) {
   if (check.outcome != Outcome::NotMeasured) check.outcome = Outcome::Waived;
 }
 
-bool IsHueMode(MatchMode mode) {
-  return mode == MatchMode::H || mode == MatchMode::HS;
-}
-
 struct MeanAndStdDev {
   double mean, stdDev;
 };
@@ -51,43 +49,6 @@ double MeanLabA(const cv::Mat& bgr, const cv::Rect& rect) {
   cv::Mat lab;
   cv::cvtColor(bgr(rect), lab, cv::COLOR_BGR2Lab);
   return cv::mean(lab)[1];
-}
-
-bool HasInputs(const ROIUnit& unit, const TemplateSpec& spec) {
-  switch (spec.mode) {
-    case MatchMode::Gray:
-    case MatchMode::Bgr:
-    case MatchMode::S:
-      return !unit.gray.empty() && !spec.tmplGray.empty();
-    case MatchMode::H:
-    case MatchMode::HS:
-      return !unit.hsv.empty() && !spec.tmplHue.empty();
-  }
-  return true;
-}
-
-void Search(const ROIUnit& unit, const TemplateSpec& spec, Verdict& v) {
-  double similarity = 0.0;
-  switch (spec.mode) {
-    case MatchMode::Bgr:
-      v.found = MatchSqDiffNormed(unit.bgr, spec.tmplBgr, v.loc, v.dist);
-      return;
-    case MatchMode::S:
-      v.found = MatchSqDiffNormed(unit.sat, spec.tmplSat, v.loc, v.dist);
-      return;
-    case MatchMode::H:
-      v.found = MatchHueVec(unit.hue, spec.tmplHue, v.loc, similarity);
-      break;
-    case MatchMode::HS:
-      v.found =
-          MatchHueSat(unit.hsv, spec.tmplHue, spec.tmplSat, spec.redHint ? 0.9 : 0.8, v.loc, similarity);
-      break;
-    case MatchMode::Gray:
-    default:
-      v.found = MatchGraySqDiff(unit.gray, spec.tmplGray, v.loc, v.dist);
-      return;
-  }
-  if (v.found) v.dist = 1.0 - similarity;
 }
 
 // A clipped region gets a tolerance of at least 0.16 but never above 0.25; the hue searches, whose scores
@@ -225,48 +186,63 @@ HitGeometry LocateHit(const ROIUnit& unit, const Rect& target, const cv::Rect& r
   return {centre.x, centre.y, relative.x, relative.y, size.width, size.height};
 }
 
-// Runs the steps on `v` up to the first veto and returns the step that decided.
-DecidingStep RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Verdict& v) {
+// Notes the first veto; true when the evaluation ends with it.
+bool Ends(bool veto, DecidingStep step, Thoroughness thoroughness, Verdict& v) {
+  if (!veto) return false;
+  if (v.Accepted()) v.decidedBy = step;
+  return thoroughness == Thoroughness::UpToTheFirstVeto;
+}
+
+// Runs the steps on `v`; false when it could not or need not go to their end.
+bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness, Verdict& v) {
+  const auto ends = [&](bool veto, DecidingStep step) { return Ends(veto, step, thoroughness, v); };
   v.tw = spec.tmplGray.cols;
   v.th = spec.tmplGray.rows;
-  if (!HasInputs(unit, spec)) return DecidingStep::Inputs;
+  if (!HasInputs(unit, spec)) return false;  // a verdict begins as decided by this
 
-  Search(unit, spec, v);
-  if (!v.found) return DecidingStep::Search;
+  const std::optional<Placement> best = SearchRegion(unit, spec);
+  v.decidedBy = best ? DecidingStep::Accepted : DecidingStep::Search;
+  if (!best) return false;
+  v.found = true;
+  v.loc = best->loc;
+  v.dist = best->dist;
 
   v.tiny = v.tw * v.th <= kTinyPixels;
   v.difference = AtMost(v.dist, DifferenceLimit(unit, spec, v.tiny));
-  if (v.difference.Vetoes()) return DecidingStep::Difference;
+  if (ends(v.difference.Vetoes(), DecidingStep::Difference)) return false;
   if (spec.minScore > 0.0) v.minScore = AtLeast(1.0 - v.dist, spec.minScore);
-  if (v.minScore.Vetoes()) return DecidingStep::MinScore;
+  if (ends(v.minScore.Vetoes(), DecidingStep::MinScore)) return false;
 
   const cv::Rect rect(v.loc.x, v.loc.y, v.tw, v.th);
-  if (!InsideCrop(rect, unit.gray)) return DecidingStep::Placement;
+  if (!InsideCrop(rect, unit.gray)) {  // and nothing to compare, however thorough
+    (void)ends(true, DecidingStep::Placement);
+    return false;
+  }
   const cv::Mat patch = unit.gray(rect);
   const MeanAndStdDev tmpl = Statistics(spec.tmplGray);
   v.flatWhite = CheckFlatWhite(patch, tmpl);
-  if (v.flatWhite.Vetoes()) return DecidingStep::FlatWhite;
+  if (ends(v.flatWhite.Vetoes(), DecidingStep::FlatWhite)) return false;
   v.chroma = CheckChroma(unit, spec, rect);
-  if (!CompareStructure(unit, spec, patch, tmpl.stdDev, v)) return DecidingStep::NoEdges;
+  if (ends(!CompareStructure(unit, spec, patch, tmpl.stdDev, v), DecidingStep::NoEdges)) return false;
 
   v.colourActive = spec.redHint || spec.colorGate;
   const cv::Mat hsvPatch = unit.hsv.empty() ? cv::Mat() : unit.hsv(rect);
   if (!hsvPatch.empty()) v.hsvMean = cv::mean(hsvPatch);
   if (spec.vividFlat) v.darkness = AtMost(spec.hsvMean[2] - v.hsvMean[2], 30.0);
-  if (v.darkness.Vetoes()) return DecidingStep::Darkness;
+  if (ends(v.darkness.Vetoes(), DecidingStep::Darkness)) return false;
   if (v.colourActive) {
     CompareHsvMeans(unit, spec, v);
     CompareRedness(hsvPatch, unit, spec, rect, v);
   }
-  return Decide(spec, v);
+  if (v.Accepted()) v.decidedBy = Decide(spec, v);
+  return v.Accepted() || thoroughness == Thoroughness::EveryStep;
 }
 
 }  // namespace
 
-Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec) {
+Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness) {
   Verdict v;
-  v.decidedBy = RunSteps(unit, spec, v);
-  if (!v.Accepted()) return v;
+  if (!RunSteps(unit, spec, thoroughness, v)) return v;
   v.hit = LocateHit(unit, spec.targetRect, cv::Rect(v.loc.x, v.loc.y, v.tw, v.th));
   v.sq = static_cast<float>(1.0 - v.dist);
   v.edgeScore = static_cast<float>(std::max(v.e1, v.e2));

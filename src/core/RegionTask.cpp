@@ -1,8 +1,5 @@
 #include "core/RegionTask.h"
 
-#include <utility>
-
-#include "core/RegionEvaluation.h"
 #include "ipc/WallClock.h"
 #include "log/AsyncLogger.h"
 #include "specs/Utf8.h"
@@ -18,6 +15,20 @@ void ReportTaskError(const std::wstring& name, const std::exception& error, Samp
   }
 }
 
+HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs) {
+  HitRecord hit;
+  hit.name = spec.name;
+  hit.cx = verdict.hit.cx;
+  hit.cy = verdict.hit.cy;
+  hit.w = verdict.hit.w;
+  hit.h = verdict.hit.h;
+  hit.sq = verdict.sq;
+  hit.edge = verdict.edgeScore;
+  hit.tsMs = tsMs;
+  hit.dedupWindowMs = verdict.dedupWindowMs;
+  return hit;
+}
+
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept {
   // The last thing to happen: after it, job and counter may be gone.
@@ -30,17 +41,7 @@ void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pending
   try {
     const Verdict verdict = EvaluateRegion(unit, spec);
     if (!verdict.Accepted()) return;
-    HitRecord hit;
-    hit.name = spec.name;
-    hit.cx = verdict.hit.cx;
-    hit.cy = verdict.hit.cy;
-    hit.w = verdict.hit.w;
-    hit.h = verdict.hit.h;
-    hit.sq = verdict.sq;
-    hit.edge = verdict.edgeScore;
-    hit.tsMs = WallClockMs();
-    hit.dedupWindowMs = verdict.dedupWindowMs;
-    sender.Enqueue(std::move(hit));
+    sender.Enqueue(HitOf(verdict, spec, WallClockMs()));
   } catch (const std::exception& error) {
     ReportTaskError(spec.name, error, errors);
   }

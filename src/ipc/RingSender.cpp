@@ -2,9 +2,7 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <utility>
 
 #include "ipc/HitRing.h"
@@ -16,24 +14,8 @@ namespace {
 constexpr auto WakeInterval = std::chrono::milliseconds(5);
 constexpr std::size_t BatchReserve = 32;
 
-constexpr double ToleranceShare = 0.1;  // of the hit's longer side
-constexpr int LeastTolerance = 3, LargestTolerance = 12;
-constexpr std::uint64_t DefaultWindowMs = 150, FastWindowMs = 30;
-constexpr float ScoreMargin = 0.02f;
-constexpr std::uint64_t ScoreWindowMs = 300;
-
 constexpr std::uint32_t ReportEveryNthDrop = 100;
 std::atomic<std::uint32_t> suppressedHits{0};  // of all senders
-
-std::int64_t ToleranceOf(const HitRecord& hit) {
-  const int share = static_cast<int>(static_cast<double>(std::max(hit.w, hit.h)) * ToleranceShare);
-  return std::max(std::min(share, LargestTolerance), LeastTolerance);
-}
-
-std::uint64_t WindowOf(const HitRecord& hit) {
-  if (hit.dedupWindowMs != 0) return hit.dedupWindowMs;
-  return hit.name == L"T1" ? FastWindowMs : DefaultWindowMs;
-}
 
 }  // namespace
 
@@ -57,28 +39,13 @@ void RingSender::Stop() {
   pending.clear();
 }
 
-bool RingSender::Repeats(const HitRecord& hit, const LastSent& last) {
-  // A clock that stepped back counts as no time passed.
-  const std::uint64_t elapsedMs = hit.tsMs < last.tsMs ? 0 : hit.tsMs - last.tsMs;
-  const std::int64_t dx = std::int64_t{hit.cx} - last.cx;
-  const std::int64_t dy = std::int64_t{hit.cy} - last.cy;
-  const std::int64_t tolerance = ToleranceOf(hit);
-  if (std::abs(dx) <= tolerance && std::abs(dy) <= tolerance && elapsedMs < WindowOf(hit)) return true;
-  // A clearly weaker hit soon after a strong one, wherever it lies.
-  return last.sq >= hit.sq + ScoreMargin && elapsedMs < ScoreWindowMs;
-}
-
 void RingSender::Enqueue(HitRecord hit) {
   {
     const std::lock_guard lock(mutex);
-    const auto [entry, isNew] = lastSent.try_emplace(hit.name);
-    if (!isNew && Repeats(hit, entry->second)) {
-      if (suppressedHits.fetch_add(1, std::memory_order_relaxed) % ReportEveryNthDrop == 0) {
-        ::OutputDebugStringW(L"[RingSender] dedupe drop\n");
-      }
-    } else {
-      entry->second = {hit.cx, hit.cy, hit.tsMs, hit.w, hit.h, hit.sq};
+    if (duplicates.Admit(hit) == Repetition::None) {
       pending.push_back(std::move(hit));
+    } else if (suppressedHits.fetch_add(1, std::memory_order_relaxed) % ReportEveryNthDrop == 0) {
+      ::OutputDebugStringW(L"[RingSender] dedupe drop\n");
     }
   }
   wakeup.notify_one();

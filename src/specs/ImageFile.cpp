@@ -18,39 +18,51 @@ struct HandleCloser {
 };
 using FileHandle = std::unique_ptr<void, HandleCloser>;
 
-// The whole file; empty when it cannot be had.
-std::vector<std::uint8_t> ReadRegularFile(const std::wstring& path) {
+// Fills `bytes` with the whole file.
+ImageFault ReadRegularFile(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
   const HANDLE opened =
       ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) return {};
+  if (opened == INVALID_HANDLE_VALUE) return ImageFault::NotOpened;
   const FileHandle file(opened);
 
   LARGE_INTEGER size{};
-  if (::GetFileType(file.get()) != FILE_TYPE_DISK || !::GetFileSizeEx(file.get(), &size)) return {};
-  if (size.QuadPart <= 0 || size.QuadPart > kMaxImageFileBytes) return {};
+  if (::GetFileType(file.get()) != FILE_TYPE_DISK) return ImageFault::NoRegularFile;
+  if (!::GetFileSizeEx(file.get(), &size)) return ImageFault::Unreadable;
+  if (size.QuadPart <= 0) return ImageFault::Empty;
+  if (size.QuadPart > kMaxImageFileBytes) return ImageFault::TooManyBytes;
 
-  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size.QuadPart));
+  bytes.resize(static_cast<std::size_t>(size.QuadPart));
   std::size_t filled = 0;
   while (filled < bytes.size()) {
     DWORD got = 0;
     const DWORD wanted = static_cast<DWORD>(bytes.size() - filled);
-    if (!::ReadFile(file.get(), bytes.data() + filled, wanted, &got, nullptr)) return {};
+    if (!::ReadFile(file.get(), bytes.data() + filled, wanted, &got, nullptr)) return ImageFault::Unreadable;
     if (got == 0) break;  // the file shrank meanwhile
     filled += got;
   }
   bytes.resize(filled);
-  return bytes;
+  return ImageFault::None;
+}
+
+ImageFault Decode(const std::wstring& path, cv::Mat& picture) {
+  std::vector<std::uint8_t> bytes;
+  if (const ImageFault fault = ReadRegularFile(path, bytes); fault != ImageFault::None) return fault;
+  const std::optional<ImageSize> size = ReadImageSize(bytes);
+  if (!size) return ImageFault::UnknownFormat;
+  if (size->height > kMaxImagePixels / size->width) return ImageFault::TooManyPixels;
+  picture = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
+  return picture.empty() ? ImageFault::Damaged : ImageFault::None;
 }
 
 }  // namespace
 
-cv::Mat ReadImageFile(const std::wstring& path) {
+cv::Mat ReadImageFile(const std::wstring& path, ImageFault* fault) {
   (void)ToUtf8(path);  // the platform would take an unpaired surrogate, we do not
-  const std::vector<std::uint8_t> bytes = ReadRegularFile(path);
-  const std::optional<ImageSize> size = ReadImageSize(bytes);
-  if (!size || size->height > kMaxImagePixels / size->width) return {};
-  return cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
+  cv::Mat picture;
+  const ImageFault result = Decode(path, picture);
+  if (fault != nullptr) *fault = result;
+  return picture;
 }
 
 }  // namespace quillmark

@@ -15,10 +15,23 @@ namespace quillmark {
 inline constexpr std::int64_t kMaxImageFileBytes = std::int64_t{64} << 20;
 inline constexpr std::uint64_t kMaxImagePixels = std::uint64_t{64} << 20;
 
+// Why a file gives no picture.
+enum class ImageFault : std::int32_t {
+  None,
+  NotOpened,  // there is none, it is a folder, or it may not be read
+  NoRegularFile,
+  Empty,
+  Unreadable,
+  TooManyBytes,
+  UnknownFormat,  // or a header without a size
+  TooManyPixels,
+  Damaged,  // the decoder gives it up
+};
+
 // The decoded picture of the file at `path` (UTF-16), channels and depth as in the file. Empty when there is
-// none: no such file, no regular file, above a limit, an unknown format, or damaged. Raises std::system_error
-// for a path with an unpaired surrogate, and lets through what the image library raises: want of memory, a
-// limit of its own, a codec that is switched off.
-[[nodiscard]] cv::Mat ReadImageFile(const std::wstring& path);
+// none; `fault`, when asked for, then says why. Raises std::system_error for a path with an unpaired
+// surrogate, and lets through what the image library raises: want of memory, a limit of its own, a codec that
+// is switched off.
+[[nodiscard]] cv::Mat ReadImageFile(const std::wstring& path, ImageFault* fault = nullptr);
 
 }  // namespace quillmark

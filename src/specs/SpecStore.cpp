@@ -32,8 +32,8 @@ SpecStore& Specs() {
   return store;
 }
 
-void LoadSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path, int x, int y,
-              int width, int height, float edgeMin, float threshold) {
+TemplateSpec SpecOfCommand(const std::wstring& target, const std::wstring& name, const std::wstring& path,
+                           int x, int y, int width, int height, float edgeMin, float threshold) {
   TemplateSpec spec;
   spec.name = name;
   spec.target = target;
@@ -42,7 +42,12 @@ void LoadSpec(const std::wstring& target, const std::wstring& name, const std::w
   spec.edgeMin = edgeMin;
   if (threshold >= 0.0f && threshold <= 1.0f) (threshold > 0.5f ? spec.minScore : spec.maxDiff) = threshold;
   ApplyNameSuffix(spec);
+  return spec;
+}
 
+void LoadSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path, int x, int y,
+              int width, int height, float edgeMin, float threshold) {
+  TemplateSpec spec = SpecOfCommand(target, name, path, x, y, width, height, edgeMin, threshold);
   try {
     TemplateSpec prepared = spec;
     if (!PrepareTemplate(prepared)) {

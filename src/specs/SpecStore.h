@@ -20,13 +20,18 @@ struct SpecStore {
 // The process's store.
 SpecStore& Specs();
 
-// What a spec command asks for: makes a spec of its values, reads the name's suffix and options, prepares the
-// template and adds or replaces it. `threshold` in (0.5, 1] is the spec's minScore, in [0, 0.5] its maxDiff,
-// and anything else leaves both at their defaults; `edgeMin` is taken as it comes. An image that cannot be
-// read is reported on the standard wide output, and the store stays as it was. So it does when preparation
-// raises: that is logged with the name and the cause, and the exception goes on (std::system_error for a path
-// with an unpaired surrogate, cv::Exception for an image of more than 8 bits, of two channels, or that the
-// image library refuses).
+// The spec of a spec command's values, with the name's suffix read; its options and its image are still to
+// come. `threshold` in (0.5, 1] is the spec's minScore, in [0, 0.5] its maxDiff, and anything else leaves
+// both at their defaults; `edgeMin` is taken as it comes.
+[[nodiscard]] TemplateSpec SpecOfCommand(const std::wstring& target, const std::wstring& name,
+                                         const std::wstring& path, int x, int y, int width, int height,
+                                         float edgeMin, float threshold);
+
+// What a spec command asks for: makes that spec, prepares its template, applies the name's options and adds
+// or replaces it. An image that cannot be read is reported on the standard wide output, and the store stays
+// as it was. So it does when preparation raises: that is logged with the name and the cause, and the
+// exception goes on (std::system_error for a path with an unpaired surrogate, cv::Exception for an image of
+// more than 8 bits, of two channels, or that the image library refuses).
 void LoadSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path, int x, int y,
               int width, int height, float edgeMin, float threshold);
 

@@ -15,6 +15,10 @@ namespace quillmark {
 
 enum class MatchMode : std::int32_t { Gray = 0, Bgr = 1, S = 2, H = 3, HS = 4 };
 
+constexpr bool IsHueMode(MatchMode mode) {
+  return mode == MatchMode::H || mode == MatchMode::HS;
+}
+
 // Right and bottom are exclusive.
 struct Rect {
   std::int32_t left = 0, top = 0, right = 0, bottom = 0;

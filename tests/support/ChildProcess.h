@@ -1,10 +1,11 @@
 // A program started by a test, ended with the object and with the test process.
 //
-// Threading: one thread at a time; made by a thread that outlives it, since the child ends with that thread.
+// Threading: one thread at a time; made by a thread that outlives it, since the child may end with that
+// thread.
 #pragma once
 
-#include <sys/types.h>
-
+#include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,21 +13,30 @@ namespace quillmark::test {
 
 class ChildProcess {
  public:
-  // Starts the program found by its name in PATH, with its output to the test's error output when `loud`.
-  // Descriptors without FD_CLOEXEC are inherited. Throws std::system_error when it cannot be started.
-  explicit ChildProcess(std::vector<std::string> arguments, bool loud = false);
+  struct Surroundings {
+    std::filesystem::path folder;          // working directory; empty for the test's own
+    std::filesystem::path output, errors;  // files that its output goes to; empty for nowhere
+  };
+
+  // Starts the program, found by its path or by its name in PATH, with arguments in UTF-8. Throws
+  // std::system_error when it cannot be started.
+  explicit ChildProcess(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
+  // Asks it to end where the host knows a way to ask, else kills it; waits for the end.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  pid_t Pid() const { return pid; }
-  // Sends the signal and waits for the end.
-  void End(int signal);
-  // Waits for the end; the exit code, or -1 when a signal ended it or it had been waited for.
+  // Its number, 0 once it has been waited for.
+  int Pid() const;
+  bool Ended() const;
+  // Ends it at once, without a chance to clean up, and waits for the end.
+  void Kill();
+  // Waits for the end; the exit code, or -1 when it was killed or had been waited for.
   int Wait();
 
  private:
-  pid_t pid = 0;  // 0 once it has been waited for
+  struct Host;
+  std::unique_ptr<Host> host;
 };
 
 }  // namespace quillmark::test

@@ -1,6 +1,6 @@
-// The debugger output of this process as a test sees it: while one exists, every line is collected (and
-// still shown where it would have gone). Pausing it makes the output block its writer once about 4 KiB
-// wait unread, which is how a test stalls a thread that writes there.
+// The debugger output of this process as a test sees it: while one exists, every line is collected. Pausing
+// it makes the output block its writer, once about 4 KiB wait unread at the latest, which is how a test
+// stalls a thread that writes there.
 //
 // Threading: one capture at a time; its operations may be called from any thread.
 #pragma once
@@ -8,10 +8,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace quillmark::test {
@@ -19,42 +19,46 @@ namespace quillmark::test {
 class DebugOutputCapture {
  public:
   using Clock = std::chrono::steady_clock;
+  // Thousands of lines may stand before the one that is waited for, and a host may take milliseconds for
+  // each.
+  static constexpr std::chrono::seconds Patience{40};
 
-  // Raises std::system_error when the output cannot be redirected.
+  // Raises std::runtime_error when the output cannot be had.
   DebugOutputCapture();
   ~DebugOutputCapture();
   DebugOutputCapture(const DebugOutputCapture&) = delete;
   DebugOutputCapture& operator=(const DebugOutputCapture&) = delete;
 
   // Complete lines so far, UTF-8, without their line ends. A line appears once the capture has read it,
-  // so a test that expects one waits for it.
+  // so a test that expects one waits for it. A host may lose what its code page cannot hold, and all but the
+  // first 4 KiB of a call: tests look for ASCII in short lines.
   [[nodiscard]] std::vector<std::string> Lines() const;
   // How many of those lines hold the text.
   [[nodiscard]] std::size_t Count(std::string_view substring) const;
 
   // True as soon as a line holds the text; false when none does at the deadline.
   [[nodiscard]] bool WaitForLine(std::string_view substring,
-                                 Clock::time_point deadline = Clock::now() + std::chrono::seconds(10)) const {
+                                 Clock::time_point deadline = Clock::now() + Patience) const {
     return WaitForCount(substring, 1, deadline);
   }
   // The same for at least `count` such lines.
   [[nodiscard]] bool WaitForCount(std::string_view substring, std::size_t count,
-                                  Clock::time_point deadline = Clock::now() + std::chrono::seconds(10)) const;
+                                  Clock::time_point deadline = Clock::now() + Patience) const;
 
   void Pause();
   void Resume();
 
  private:
-  void ReadUntilClosed();
+  struct Host;
+  // Adds what was written to the lines.
+  void Collect(std::string_view bytes);
   std::size_t CountLocked(std::string_view substring) const;
 
-  mutable std::mutex mutex;  // guards lines and paused
+  mutable std::mutex mutex;  // guards the lines and what has come of the next one
   mutable std::condition_variable changed;
   std::vector<std::string> lines;
-  bool paused = false;
-  int savedOutput = -1;  // where the output went before
-  int readEnd = -1;
-  std::thread reader;
+  std::string rest;
+  std::unique_ptr<Host> host;  // reads on a thread of its own
 };
 
 }  // namespace quillmark::test

@@ -4,6 +4,8 @@
 // Threading: one thread at a time.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,7 +13,7 @@ namespace quillmark::test {
 
 class LineProcess {
  public:
-  // Throws std::runtime_error when the program cannot be started.
+  // Arguments are UTF-8. Throws std::runtime_error when the program cannot be started.
   explicit LineProcess(const std::string& program, const std::vector<std::string>& arguments = {});
   ~LineProcess();
   LineProcess(const LineProcess&) = delete;
@@ -28,13 +30,15 @@ class LineProcess {
 
   // Ends it at once, without a chance to clean up, and waits until it is gone.
   void Kill();
-  int Id() const { return id_; }
+  int Id() const;
 
  private:
-  int id_ = -1;
-  int input_ = -1;   // to its standard input
-  int output_ = -1;  // from its standard output
-  std::string heard_;
+  struct Host;
+  // Waits for output; 0 at its end.
+  std::size_t Read(char* bytes, std::size_t capacity);
+
+  std::unique_ptr<Host> host;
+  std::string heard;
 };
 
 }  // namespace quillmark::test

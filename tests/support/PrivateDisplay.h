@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/ChildProcess.h"
@@ -27,16 +26,14 @@ class PrivateDisplay {
   // Starts openbox; returns when it manages windows.
   void StartWindowManager();
   // SIGKILL leaves its properties behind on the root window, as a crash would.
-  void EndWindowManager(int signal) { windowManager->End(signal); }
+  void EndWindowManager(int signal);
 
   void EndServer(int signal);
   // An empty server in its place, on the same number.
   void RestartServer();
 
   // Runs a program to its end, for example {"xrandr", "--setmonitor", ...}; true when it exited with 0.
-  static bool Run(std::vector<std::string> arguments) {
-    return ChildProcess(std::move(arguments)).Wait() == 0;
-  }
+  static bool Run(const std::vector<std::string>& arguments) { return ChildProcess(arguments).Wait() == 0; }
 
  private:
   void StartServer();

@@ -1,13 +1,11 @@
-// A session of the test's own: while it lives, named objects lie in a new folder that no other test or
-// program sees; the folder goes with it. Child processes inherit it.
+// A session of the test's own: while it lives, no other test holds named objects that this one could meet.
+// Child processes are in it too.
 //
-// Threading: make it before the test starts threads, end it after they have ended.
+// Threading: make it before the test starts threads, end it on the same thread after they have ended.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
-#include <optional>
-#include <string>
+#include <memory>
 
 #include "support/TempFolder.h"
 
@@ -15,26 +13,19 @@ namespace quillmark::test {
 
 class PrivateSession {
  public:
-  PrivateSession() {
-    if (const char* old = std::getenv("XDG_RUNTIME_DIR")) old_ = old;
-    ::setenv("XDG_RUNTIME_DIR", Base().c_str(), 1);
-  }
-  ~PrivateSession() {
-    if (old_) {
-      ::setenv("XDG_RUNTIME_DIR", old_->c_str(), 1);
-    } else {
-      ::unsetenv("XDG_RUNTIME_DIR");
-    }
-  }
+  // Throws std::runtime_error when the session cannot be had.
+  PrivateSession();
+  ~PrivateSession();
   PrivateSession(const PrivateSession&) = delete;
   PrivateSession& operator=(const PrivateSession&) = delete;
 
-  // What XDG_RUNTIME_DIR names.
-  const std::filesystem::path& Base() const { return folder_.Path(); }
+  // A folder that goes with the session. Where named objects are files they lie below it.
+  const std::filesystem::path& Base() const { return folder.Path(); }
 
  private:
-  TempFolder folder_;
-  std::optional<std::string> old_;
+  struct Host;
+  TempFolder folder;
+  std::unique_ptr<Host> host;
 };
 
 }  // namespace quillmark::test

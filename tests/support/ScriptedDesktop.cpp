@@ -76,6 +76,7 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     if (desktop->Fails(Call::Acquire)) return DXGI_ERROR_ACCESS_LOST;
     if (held) return DXGI_ERROR_INVALID_CALL;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    if (!HasNewFrame()) desktop->RunWhileWaiting(lock);
     while (!Lost() && !HasNewFrame()) {
       if (desktop->waiting == Waiting::Never) return DXGI_ERROR_WAIT_TIMEOUT;
       if (desktop->changed.wait_until(lock, deadline) == std::cv_status::timeout) break;
@@ -268,6 +269,19 @@ void ScriptedDesktop::FailNth(Call call, int n) {
   const std::lock_guard lock(mutex);
   const auto index = static_cast<std::size_t>(call);
   failing[index] = uses[index] + n;
+}
+
+void ScriptedDesktop::WhileNextWaiting(std::function<void()> action) {
+  const std::lock_guard lock(mutex);
+  whileWaiting = std::move(action);
+}
+
+void ScriptedDesktop::RunWhileWaiting(std::unique_lock<std::mutex>& lock) {
+  const auto action = std::exchange(whileWaiting, nullptr);
+  if (!action) return;
+  lock.unlock();
+  action();
+  lock.lock();
 }
 
 void ScriptedDesktop::Heal() {

@@ -116,6 +116,8 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   void Refresh(layer::MonitorId monitor);
 
   void SetWaiting(Waiting how) { waiting = how; }
+  // Runs once, inside the next Acquire that has no new frame: what happens on the desktop while it waits.
+  void WhileNextWaiting(std::function<void()> action);
   // The n-th use from now on fails, n from 1.
   void FailNth(Call call, int n);
   void Heal();
@@ -182,6 +184,7 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
     std::uint64_t version = 1;  // of the picture; a duplication that saw a lower one has a new frame
   };
 
+  void RunWhileWaiting(std::unique_lock<std::mutex>& lock);
   // Counts a use and tells whether the script makes it fail. The caller holds `mutex`.
   bool Fails(Call call) {
     const auto index = static_cast<std::size_t>(call);
@@ -211,6 +214,7 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   layer::WindowId nextWindow = 0x400001;
   std::uint64_t modeChanges = 0;
   std::array<int, callCount> uses{}, failing{};  // a use that fails, counted from 1; 0 for none
+  std::function<void()> whileWaiting;
   std::atomic<Waiting> waiting = Waiting::Never;
   std::atomic<int> openDuplications = 0, heldFrames = 0;
 

@@ -3,22 +3,24 @@
 // Threading: the folder may be used by any thread while the object lives.
 #pragma once
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
+#include <random>
 #include <string>
 
 namespace quillmark::test {
 
 class TempFolder {
  public:
+  // Throws std::filesystem::filesystem_error when it cannot be made.
   TempFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "quillmark-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    path = std::filesystem::canonical(pattern);
+    const std::filesystem::path parent = std::filesystem::canonical(std::filesystem::temp_directory_path());
+    std::random_device random;
+    do {
+      path = parent / ("quillmark-" + std::to_string(random() % 1'000'000));
+    } while (!std::filesystem::create_directory(path));
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
   }
   ~TempFolder() {
     std::error_code ignored;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Programs.h"
+#include "linux/Shell.h"
 
 namespace quillmark::test {
 

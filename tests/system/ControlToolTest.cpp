@@ -1,67 +1,18 @@
 // The control tool as a process against the worker's side of both rings in this one.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
-#include <mutex>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "CommandTaker.h"
 #include "Programs.h"
-#include "ipc/CmdRingReader.h"
 #include "ipc/HitRing.h"
 #include "support/PrivateSession.h"
 #include "support/RawController.h"
 
 namespace quillmark::test {
 namespace {
-
-// Polls the command ring as the worker's main thread does and writes down the commands it gets.
-class CommandTaker {
- public:
-  CommandTaker() {
-    EXPECT_TRUE(HitRing::Instance().EnsureInit());
-    EXPECT_TRUE(reader.Init(0));
-    reader.SetHandlers(
-        [this](auto& target, auto& name, auto& path, auto x, auto y, auto w, auto h, float edge,
-               float limit) {
-          std::wostringstream line;
-          line << L"spec " << target << L'|' << name << L'|' << path << L'|' << x << L',' << y << L',' << w
-               << L',' << h << L'|' << edge << L'|' << limit;
-          Note(line.str());
-        },
-        [this] { Note(L"clear"); }, [this](auto& name, auto&) { Note(L"remove " + name); });
-    thread = std::thread([this] {
-      while (!stop) {
-        reader.Poll(0);
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      }
-    });
-  }
-  ~CommandTaker() {
-    stop = true;
-    thread.join();
-  }
-
-  std::vector<std::wstring> Taken() {
-    const std::lock_guard lock(mutex);
-    return taken;
-  }
-
- private:
-  void Note(const std::wstring& line) {
-    const std::lock_guard lock(mutex);
-    taken.push_back(line);
-  }
-
-  CmdRingReader reader;
-  std::mutex mutex;
-  std::vector<std::wstring> taken;
-  std::atomic<bool> stop{false};
-  std::thread thread;
-};
 
 class ControlTool : public testing::Test {
  protected:
@@ -116,11 +67,13 @@ TEST_F(ControlTool, WrongUseIsRefusedBeforeAnythingIsPublished) {
       add("t", "n", "p", "0,0,0,1"),
       {"add", "--target=t", "--name=n", "--path=p", "--roi=0,0,1,1", "--threshold=1.5"},
       {"add", "--target=t", "--name=n", "--path=p", "--roi=0,0,1,1", "--edge-min=nan"},
-      {"remove", "\xff"},
       {"remove", unit32 + "x"},
-      {"heartbeat", unit32},
-      {"heartbeat", "--timeout=-1"},
+      {"ping", unit32},
+      {"ping", "--timeout=-1"},
       {"watch", "--count=0"},
+      {"wait", "n:fps10", "--stable=0"},
+      {"wait", unit32},
+      {"wait", "n", "--appear", "--stable=1"},
   };
   for (const auto& arguments : wrong) {
     const Outcome outcome = Control(arguments);
@@ -139,7 +92,8 @@ TEST_F(ControlTool, CommandNobodyTakesEndsWithOne) {
 }
 
 TEST_F(ControlTool, SixtyFifthUnreadCommandIsNotWritten) {
-  for (int i = 0; i < 65; ++i) EXPECT_EQ(Control({"clear", "--timeout", "0.01"}).code, 1);
+  for (int i = 0; i < 63; ++i) EXPECT_TRUE(rings.SendClear());
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(Control({"clear", "--timeout", "0.01"}).code, 1);
   EXPECT_EQ(rings.PendingCommands(), 64u);
 }
 
@@ -155,48 +109,48 @@ TEST_F(ControlTool, ToolsThatSendAtOnceLoseNoCommand) {
   EXPECT_EQ(worker->Taken().size(), std::size_t{Tools});
 }
 
-TEST_F(ControlTool, HeartbeatTakesNoHitFromTheRing) {
+TEST_F(ControlTool, PingTakesNoHitFromTheRing) {
   StartWorker();
   WriteHits(3);
-  const Outcome outcome = Control({"heartbeat", "안녕"});
-  EXPECT_EQ(outcome.out, "안녕\n") << outcome.err;
+  const Outcome outcome = Control({"ping", "안녕"});
+  EXPECT_EQ(outcome.out.find("안녕 in "), 0u) << outcome.out << outcome.err;
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(rings.HitWord(ReadIndex), 0u);
   const Outcome watched = Control({"watch", "--count=3", "--timeout=5"});
   EXPECT_EQ(watched.code, 0);
 }
 
-TEST_F(ControlTool, HeartbeatsWithNobodyWatchingDoNotFillTheRing) {
+TEST_F(ControlTool, PingsWithNobodyWatchingDoNotFillTheRing) {
   StartWorker();
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(Control({"heartbeat"}).out, "HB\n");
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(Control({"ping"}).out.find("HB in "), 0u);
   EXPECT_EQ(UnreadHits(), 0u);
 }
 
-TEST_F(ControlTool, HeartbeatOverAFullUnreadRingSaysWhatItDiscards) {
+TEST_F(ControlTool, PingOverAFullUnreadRingSaysWhatItDiscards) {
   StartWorker();
   WriteHits(70);
-  const Outcome outcome = Control({"heartbeat"});
-  EXPECT_EQ(outcome.out, "HB\n");
+  const Outcome outcome = Control({"ping"});
+  EXPECT_EQ(outcome.out.find("HB in "), 0u) << outcome.out;
   EXPECT_NE(outcome.err.find("64 old records were discarded"), std::string::npos) << outcome.err;
 }
 
-TEST_F(ControlTool, WatchLosesNothingToHeartbeats) {
+TEST_F(ControlTool, WatchLosesNothingToPings) {
   StartWorker();
   Program watch(ControlCommand({"watch", "--json", "--count=40", "--timeout=20"}));
   for (int i = 0; i < 4; ++i) {
     WriteHits(10);
-    EXPECT_EQ(Control({"heartbeat"}).out, "HB\n");
+    EXPECT_EQ(Control({"ping"}).out.find("HB in "), 0u);
   }
   EXPECT_EQ(watch.Wait(), 0) << watch.Err();
   EXPECT_NE(watch.Out().find(R"({"type":"reply","text":"HB","ts":)"), std::string::npos);
 }
 
-TEST_F(ControlTool, HeartbeatThatWaitsForAWorkerKeepsNoWatchFromStarting) {
-  Program heartbeat(ControlCommand({"heartbeat", "--timeout=60"}));
+TEST_F(ControlTool, PingThatWaitsForAWorkerKeepsNoWatchFromStarting) {
+  Program ping(ControlCommand({"ping", "--timeout=60"}));
   ASSERT_TRUE(Eventually([&] { return rings.PendingCommands() == 1; }));
   WriteHits(1);
   EXPECT_EQ(Control({"watch", "--count=1", "--timeout=5"}).code, 0);
-  EXPECT_FALSE(heartbeat.Ended());
+  EXPECT_FALSE(ping.Ended());
 }
 
 TEST_F(ControlTool, VersionPrintsTheWorkersVersion) {
@@ -238,13 +192,51 @@ TEST_F(ControlTool, WatchEndsInTimeWithOneWhenThereAreTooFewHits) {
   EXPECT_EQ(Control({"watch", "--timeout=0.3"}).code, 0);
 }
 
-TEST_F(ControlTool, InterruptedWatchEndsInOrder) {
+class WaitCommand : public ControlTool {
+ protected:
+  // Returns when the tool has let go the hits from before.
+  void Begin(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"wait", "--json", "--timeout=20"});
+    wait = std::make_unique<Program>(ControlCommand(std::move(arguments)));
+    ASSERT_TRUE(Eventually([&] { return wait->Out().find("no worker runs") != std::string::npos; }));
+  }
+  static void Report(const std::wstring& name, int cx, std::uint64_t tsMs) {
+    WriteHit(name, cx, 5, 10, 10, 1.0f, 1.0f, tsMs);
+  }
+  // Whether it ends with this in its output.
+  bool Finds(const std::string& text) {
+    EXPECT_EQ(wait->Wait(), 0);
+    return wait->Out().find(text) != std::string::npos;
+  }
+
+  std::unique_ptr<Program> wait;
+};
+
+TEST_F(WaitCommand, EndsWithTheNextHitOfTheName) {
   StartWorker();
+  Report(L"door", 1, 1);
+  Begin({"door", "--appear"});
+  Report(L"window", 2, 2);
+  Report(L"door", 3, 3);
+  EXPECT_TRUE(Finds(R"({"type":"event","event":"appeared","name":"door","cx":3,)")) << wait->Out();
+}
+
+TEST_F(WaitCommand, StableCountsFromTheLastMove) {
+  StartWorker();
+  Begin({"door", "--stable=0.5"});
+  for (const int ts : {0, 400}) Report(L"door", 3, 1000u + static_cast<unsigned>(ts));
+  for (const int ts : {500, 900, 1100}) Report(L"door", 30, 1000u + static_cast<unsigned>(ts));
+  EXPECT_TRUE(Finds(R"("cx":30,"cy":5,"w":10,"h":10,"score":1.0,"edge":1.0,"ts":2100,"stableMs":600})"))
+      << wait->Out();
+}
+
+TEST_F(WaitCommand, EndsInTimeWithOneAndBesideAReaderWithTwo) {
+  StartWorker();
+  EXPECT_EQ(Control({"wait", "door", "--timeout=0.1"}).code, 1);
   Program watch(ControlCommand({"watch"}));
   WriteHits(1);
   ASSERT_TRUE(Eventually([&] { return !watch.Out().empty(); }));
-  watch.Interrupt();
-  EXPECT_EQ(watch.Wait(), 0);
+  EXPECT_EQ(Control({"wait", "door", "--timeout=1"}).code, 2);
 }
 
 TEST_F(ControlTool, SecondWatchIsRefusedUntilTheFirstIsKilled) {

@@ -1,34 +1,22 @@
 #include "Programs.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/wait.h>
 
-#include <cstdio>
+#include <fstream>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 
 namespace quillmark::test {
-namespace {
-
-// The shell replaces itself by the program, so the process is the program.
-std::vector<std::string> WithOutputIn(const std::filesystem::path& folder, const std::filesystem::path& where,
-                                      const std::vector<std::string>& arguments) {
-  std::vector<std::string> command{"sh", "-c",
-                                   R"(exec >"$0/out.txt" 2>"$0/err.txt"; cd "$1"; shift; exec "$@")",
-                                   folder.string(), (where.empty() ? folder : where).string()};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  return command;
-}
-
-}  // namespace
 
 Program::Program(const std::vector<std::string>& arguments, const std::filesystem::path& where)
-    : process(WithOutputIn(folder.Path(), where, arguments)) {}
+    : process(arguments, {.folder = where.empty() ? folder.Path() : where,
+                          .output = folder.Path() / "out.txt",
+                          .errors = folder.Path() / "err.txt"}) {}
 
-bool Program::Ended() const {
-  siginfo_t info{};
-  if (process.Pid() == 0) return true;
-  const int result = ::waitid(P_PID, static_cast<id_t>(process.Pid()), &info, WEXITED | WNOHANG | WNOWAIT);
-  return result == 0 && info.si_pid != 0;
+std::string Program::TextOf(const std::filesystem::path& file) {
+  std::string text = ContentOf(file);
+  std::erase(text, '\r');
+  return text;
 }
 
 std::vector<std::string> ControlCommand(std::vector<std::string> arguments) {
@@ -56,15 +44,19 @@ Worker::~Worker() {
   }
 }
 
-std::string Shell(const std::string& commands) {
-  std::FILE* const pipe = ::popen(commands.c_str(), "r");
-  if (pipe == nullptr) return {};
-  std::string out;
-  char buffer[4096];
-  while (const std::size_t size = std::fread(buffer, 1, sizeof buffer, pipe)) out.append(buffer, size);
-  if (::pclose(pipe) != 0) return {};
-  if (!out.empty() && out.back() == '\n') out.pop_back();
-  return out;
+void WriteImage(const std::filesystem::path& file) {
+  cv::Mat image(20, 30, CV_8UC3, cv::Scalar(40, 90, 200));
+  cv::rectangle(image, {5, 4, 12, 9}, cv::Scalar(250, 240, 20), cv::FILLED);
+  std::vector<unsigned char> bytes;
+  ASSERT_TRUE(cv::imencode(file.extension().string(), image, bytes));
+  std::ofstream(file, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+bool Answers(const std::string& text) {
+  const Outcome outcome = Control({"ping", text, "--timeout=30"});
+  EXPECT_EQ(outcome.err, "");
+  return outcome.code == 0 && outcome.out.starts_with(text + " in ");
 }
 
 }  // namespace quillmark::test

@@ -3,7 +3,6 @@
 // Threading: the test's main thread.
 #pragma once
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -19,20 +18,22 @@ class Program {
  public:
   explicit Program(const std::vector<std::string>& arguments, const std::filesystem::path& where = {});
 
-  // Output and error output so far.
-  std::string Out() const { return ContentOf(folder.Path() / "out.txt"); }
-  std::string Err() const { return ContentOf(folder.Path() / "err.txt"); }
-  bool Ended() const;
+  // Output and error output so far; lines end with a line feed on every host.
+  std::string Out() const { return TextOf(folder.Path() / "out.txt"); }
+  std::string Err() const { return TextOf(folder.Path() / "err.txt"); }
+  bool Ended() const { return process.Ended(); }
   int Wait() { return process.Wait(); }
-  void Kill() { process.End(SIGKILL); }
-  void Interrupt() { ::kill(process.Pid(), SIGINT); }
-  pid_t Pid() const { return process.Pid(); }
+  void Kill() { process.Kill(); }
+  int Pid() const { return pid; }
 
  protected:
   const TempFolder folder;
 
  private:
+  static std::string TextOf(const std::filesystem::path& file);
+
   ChildProcess process;
+  const int pid = process.Pid();
 };
 
 struct Outcome {
@@ -57,7 +58,10 @@ class Worker : public Program {
 // The worker's program file.
 std::filesystem::path WorkerFile();
 
-// Runs a command line of the shell and returns its output without the last line feed; empty when it failed.
-std::string Shell(const std::string& commands);
+// An image file, of the format that its name ends in, fit for a template.
+void WriteImage(const std::filesystem::path& file);
+
+// Whether a worker, which may be starting, sends this text back.
+bool Answers(const std::string& text = "alive");
 
 }  // namespace quillmark::test

@@ -2,16 +2,17 @@
 // survive each other's end.
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <string>
 
+#include "DebuggerOutput.h"
+#include "Desktop.h"
 #include "Programs.h"
-#include "support/PrivateDisplay.h"
 #include "support/PrivateSession.h"
 #include "support/RawController.h"
 
@@ -24,23 +25,78 @@ std::string Utf16(const std::string& ascii) {
   return bytes;
 }
 
-// Exit code and output of a heartbeat that waits for a worker that may be starting.
-bool Answers(const std::string& text = "alive") {
-  const Outcome outcome = Control({"heartbeat", text, "--timeout=30"});
-  EXPECT_EQ(outcome.err, "");
-  return outcome.code == 0 && outcome.out == text + "\n";
-}
-
 class WorkerProcess : public testing::Test {
  protected:
-  WorkerProcess() { ::unsetenv("DISPLAY"); }
+  WorkerProcess() { LeaveDisplay(); }
+
+  // Whether the worker writes a line with both texts.
+  bool Logs(const Worker& worker, const std::string& text, const std::string& more = {}) const {
+    return Eventually([&] {
+      std::istringstream log(debugger.Of(worker));
+      for (std::string line; std::getline(log, line);) {
+        if (line.find(text) != std::string::npos && line.find(more) != std::string::npos) return true;
+      }
+      return false;
+    });
+  }
+
   const PrivateSession session;
+  const DebuggerOutput debugger;
 };
 
-TEST_F(WorkerProcess, AnswersWithoutADisplay) {
+TEST_F(WorkerProcess, AnswersAndSaysThatItStarts) {
   const Worker worker;
   EXPECT_TRUE(Answers());
   EXPECT_EQ(Control({"version"}).out, QUILLMARK_VERSION "\n");
+  EXPECT_TRUE(Logs(worker, "[PROBE] OutputDebugString alive"));
+  EXPECT_TRUE(Logs(worker, "[INFO] AsyncLogger started.", " [T"));
+}
+
+TEST_F(WorkerProcess, StatusFollowsItsStartsAndEnds) {
+  EXPECT_EQ(Control({"status"}).code, 1);
+  Program follow(ControlCommand({"status", "--follow"}));
+  const auto says = [&](const std::string& text) {
+    return Eventually([&] { return follow.Out().find(text) != std::string::npos; });
+  };
+  EXPECT_TRUE(says("no worker runs"));
+  {
+    Worker worker;
+    ASSERT_TRUE(Answers());
+    const Outcome status = Control({"status", "--json"});
+    EXPECT_EQ(status.code, 0) << status.out;
+    EXPECT_NE(
+        status.out.find(R"("version":")" QUILLMARK_VERSION R"(","process":)" + std::to_string(worker.Pid())),
+        std::string::npos)
+        << status.out;
+    EXPECT_TRUE(says("a worker has started")) << follow.Out();
+    worker.Kill();
+    EXPECT_EQ(worker.Wait(), -1);
+  }
+  EXPECT_TRUE(says("the worker has gone")) << follow.Out();
+}
+
+TEST_F(WorkerProcess, TakesSpecsOfEveryFileFormatAndForgetsThem) {
+  const Worker worker;
+  RawController controller;
+  const auto add = [&](const std::wstring& name, const std::wstring& path) {
+    return controller.SendSpec(L"no such window", name, path, 0, 0, 100, 100, 0.75f, 0.1f);
+  };
+  WriteImage(worker.Folder() / u8"그림 ä.png");
+  WriteImage(worker.Folder() / u8"그림 ä.jpg");
+  WriteImage(worker.Folder() / u8"그림 ä.bmp");
+
+  ASSERT_TRUE(add(L"png", L"그림 ä.png"));
+  EXPECT_TRUE(Logs(worker, "[Spec][ADD] name=png path=", "(count=1)"));
+  ASSERT_TRUE(add(L"jpeg", L"그림 ä.jpg"));
+  EXPECT_TRUE(Logs(worker, "[Spec][ADD] name=jpeg path=", "(count=2)"));
+  ASSERT_TRUE(add(L"bmp", L"그림 ä.bmp"));
+  EXPECT_TRUE(Logs(worker, "[Spec][ADD] name=bmp path=", "(count=3)"));
+  ASSERT_TRUE(add(L"png", L"그림 ä.bmp"));
+  EXPECT_TRUE(Logs(worker, "[Spec][REPLACE] name=png path=", "(count=3)"));
+  ASSERT_TRUE(controller.SendRemove(L"jpeg"));
+  EXPECT_TRUE(Logs(worker, "[Spec][REMOVE] name=jpeg (count=2)"));
+  ASSERT_TRUE(controller.SendClear());
+  EXPECT_TRUE(Logs(worker, "[Spec][CLEAR] reason=cmd (count=0)"));
 }
 
 TEST_F(WorkerProcess, TakesItsVersionFromTheProgramFile) {
@@ -51,7 +107,7 @@ TEST_F(WorkerProcess, TakesItsVersionFromTheProgramFile) {
     program.replace(at, version.size(), Utf16(other));
   }
   const TempFolder folder;
-  const auto changed = folder.Path() / "Quillmark";
+  const auto changed = folder.Path() / WorkerFile().filename();
   std::ofstream(changed, std::ios::binary) << program;
   std::filesystem::permissions(changed, std::filesystem::perms::owner_all);
 
@@ -71,7 +127,9 @@ TEST_F(WorkerProcess, EachStartAppendsTheProbe) {
 }
 
 TEST_F(WorkerProcess, StartsWhereItCannotWriteTheProbe) {
-  const Worker worker("/proc");
+  const TempFolder folder;
+  std::filesystem::create_directory(folder.Path() / "probe_log.txt");
+  const Worker worker(folder.Path());
   EXPECT_TRUE(Answers());
 }
 
@@ -112,36 +170,49 @@ TEST_F(WorkerProcess, EitherSideSurvivesTheOthersKillInAnyOrder) {
   }
 }
 
-TEST_F(WorkerProcess, SecondInstanceIsRefusedWithoutADisplayToo) {
-  const Worker first;
+TEST_F(WorkerProcess, LivesThroughGarbageInTheCommandSection) {
+  const Worker worker;
   ASSERT_TRUE(Answers());
-  Worker second;
-  ASSERT_TRUE(Eventually([&] { return second.Ended(); }));
-  EXPECT_EQ(second.Wait(), 2);
-  EXPECT_NE(second.Err().find("Another instance is already running."), std::string::npos) << second.Err();
-  EXPECT_TRUE(Answers());
+  RawController controller;
+  std::mt19937 random(20260102);
+  for (int round = 0; round < 40; ++round) {
+    constexpr std::size_t Header = 16, SlotBytes = 320;
+    std::byte* const commands = controller.Commands();
+    for (std::size_t at = Header; at < RawController::CommandBytes; ++at) {
+      commands[at] = static_cast<std::byte>(random());
+    }
+    // Most of them commands that there are, with garbage in their fields.
+    for (std::size_t at = Header; at < RawController::CommandBytes; at += SlotBytes) {
+      const std::uint32_t kind = random() % 8;
+      if (random() % 4 != 0) std::memcpy(commands + at, &kind, sizeof kind);
+    }
+    if (round % 5 == 0) controller.SetCommandWord(ReadIndex, static_cast<std::uint32_t>(random()));
+    controller.SetCommandWord(WriteIndex, static_cast<std::uint32_t>(random()));
+    controller.SignalCommands();
+    ASSERT_TRUE(Eventually([&] { return controller.PendingCommands() == 0 || worker.Ended(); })) << round;
+    ASSERT_FALSE(worker.Ended()) << "round " << round;
+  }
+  controller.TakeHits();
+  ASSERT_TRUE(controller.SendHeartbeat(L"sane again"));
+  EXPECT_TRUE(controller.WaitForHit(L"sane again"));
 }
 
 TEST_F(WorkerProcess, SecondInstanceShowsItsBoxAndLeavesTheFirstAlone) {
-  PrivateDisplay display;
-  display.StartWindowManager();
+  const Desktop desktop;
   const Worker first;
   ASSERT_TRUE(Answers());
 
   Worker second;
-  std::string box;
-  const auto boxAppears = [&] {
-    box = Shell("xdotool search --onlyvisible --name '^Quillmark$'");
-    return !box.empty();
-  };
-  ASSERT_TRUE(Eventually(boxAppears)) << second.Err();
+  ASSERT_TRUE(Eventually([&] { return desktop.ShowsBox("Quillmark"); })) << debugger.Of(second);
+  EXPECT_TRUE(Logs(second, "[Quillmark] Another instance is already running."));
   EXPECT_FALSE(second.Ended()) << "the box holds it until the user has closed it";
   EXPECT_TRUE(Answers());
 
-  EXPECT_TRUE(PrivateDisplay::Run({"xdotool", "windowfocus", "--sync", box, "key", "Return"}));
+  desktop.ConfirmBox("Quillmark");
   ASSERT_TRUE(Eventually([&] { return second.Ended(); }));
   EXPECT_EQ(second.Wait(), 2);
   EXPECT_FALSE(std::filesystem::exists(second.Folder() / "probe_log.txt"));
+  EXPECT_EQ(debugger.Of(second).find("[PROBE]"), std::string::npos);
   EXPECT_TRUE(Answers());
   EXPECT_FALSE(first.Ended());
 }

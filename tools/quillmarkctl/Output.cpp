@@ -1,71 +1,80 @@
 #include "Output.h"
 
-#include <cmath>
-#include <cstdio>
-#include <ctime>
-#include <nlohmann/json.hpp>
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <stdexcept>
+#include <string_view>
 
-#include "Text.h"
+#include "host/Terminal.h"
 
 namespace quillmark::control {
+
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-// A float's six significant decimals, without the tail that widening to double would show.
-double Rounded(float value) {
-  return std::round(static_cast<double>(value) * 1e6) / 1e6;
-}
-
-std::string Dump(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-std::string UtcTime(std::uint64_t tsMs) {
-  const auto seconds = static_cast<std::time_t>(tsMs / 1000);
-  const std::tm* utc = std::gmtime(&seconds);
-  char text[32] = "?";
-  if (utc != nullptr && std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", utc) > 0) {
-    char millis[8];
-    std::snprintf(millis, sizeof millis, ".%03u", static_cast<unsigned>(tsMs % 1000));
-    return std::string(text) + millis;
-  }
-  return text;
-}
-
-std::string Printable(std::wstring text) {
-  for (wchar_t& unit : text) {
-    if (unit < 0x20 || unit == 0x7F) unit = L'?';
-  }
-  return ToUtf8(text);
+// Characters of UTF-8 text, which are taken to be as wide as one column each.
+std::size_t Columns(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(text, [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 }  // namespace
 
-std::string JsonLine(const Hit& hit) {
-  if (hit.IsReply()) return Dump({{"type", "reply"}, {"text", ToUtf8(hit.name)}, {"ts", hit.tsMs}});
-  return Dump({{"type", "hit"},
-               {"name", ToUtf8(hit.name)},
-               {"cx", hit.cx},
-               {"cy", hit.cy},
-               {"w", hit.w},
-               {"h", hit.h},
-               {"score", Rounded(hit.sq)},
-               {"edge", Rounded(hit.edge)},
-               {"ts", hit.tsMs}});
+Output::Output(bool asJson) : json(asJson), colour(false), width(0) {
+  if (json || !host::IsTerminal(host::Stream::Out)) return;
+  const char* const refused = std::getenv("NO_COLOR");
+  colour = refused == nullptr || *refused == '\0';
+  width = static_cast<std::size_t>(host::TerminalWidth());
 }
 
-std::string TextLine(const Hit& hit) {
-  const std::string head = UtcTime(hit.tsMs) + "  " + Printable(hit.name);
-  if (hit.IsReply()) return head + "  (reply)";
-  char figures[128];
-  std::snprintf(figures, sizeof figures, "  at %d,%d  size %dx%d  score %.3f  edge %.3f", hit.cx, hit.cy,
-                hit.w, hit.h, static_cast<double>(hit.sq), static_cast<double>(hit.edge));
-  return head + figures;
+void Output::Print(const Json& object, const std::string& text) {
+  // Bytes that are no UTF-8 become U+FFFD.
+  std::cout << (json ? object.dump(-1, ' ', false, Json::error_handler_t::replace) : text) << '\n';
+  if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
 }
 
-std::string DroppedJsonLine(std::uint32_t count, std::uint32_t total) {
-  return Dump({{"type", "dropped"}, {"count", count}, {"total", total}});
+void Output::Note(const std::string& text) {
+  if (json) return Print({{"type", "note"}, {"text", text}}, {});
+  std::cerr << "quillmarkctl: " << text << std::endl;
+}
+
+ExitCode Output::Fail(ExitCode code, const std::string& text) {
+  if (json && std::cout) {
+    Print({{"type", "error"}, {"code", static_cast<int>(code)}, {"text", text}}, {});
+  } else {
+    std::cerr << "quillmarkctl: " << text << std::endl;
+  }
+  return code;
+}
+
+std::string Output::Styled(Style style, const std::string& text) const {
+  if (!colour) return text;
+  const char* code = "2";
+  if (style == Style::Good) code = "32";
+  if (style == Style::Doubtful) code = "33";
+  if (style == Style::Bad) code = "1;31";
+  return std::string("\033[") + code + "m" + text + "\033[0m";
+}
+
+std::string Output::Wrapped(const std::string& text, std::size_t indent) const {
+  constexpr std::size_t least = 20;
+  if (width < indent + least) return text;
+  std::string wrapped;
+  std::size_t column = indent;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find(' ', begin + 1), text.size());
+    const std::string_view word(text.data() + begin, end - begin);  // with the blank before it
+    const std::size_t columns = Columns(word);
+    if (column + columns > width && word.front() == ' ') {
+      wrapped += '\n' + std::string(indent, ' ') + std::string(word.substr(1));
+      column = indent + columns - 1;
+    } else {
+      wrapped += word;
+      column += columns;
+    }
+    begin = end;
+  }
+  return wrapped;
 }
 
 }  // namespace quillmark::control

@@ -1,22 +1,46 @@
-// What the tool prints for a record of the hit ring: a line of text, or one JSON object a line.
+// What the tool prints: text for people, with colour on a terminal only, or one JSON object a line. Results
+// go to standard output, in text form errors and notes to standard error.
 //
-// Threading: free functions without state.
+// Threading: one thread.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string>
-
-#include "HitReader.h"
 
 namespace quillmark::control {
 
-// {"type":"hit","name":…,"cx":…,"cy":…,"w":…,"h":…,"score":…,"edge":…,"ts":…}
-// {"type":"reply","text":…,"ts":…}
-[[nodiscard]] std::string JsonLine(const Hit& hit);
-// The same for reading, with the time in UTC; control characters of the name appear as '?'.
-[[nodiscard]] std::string TextLine(const Hit& hit);
+// The process's exit codes.
+enum ExitCode : int { Yes = 0, No = 1, Error = 2 };
 
-// {"type":"dropped","count":…,"total":…}: hits that the worker had to refuse since the last such line.
-[[nodiscard]] std::string DroppedJsonLine(std::uint32_t count, std::uint32_t total);
+// Keeps its fields in the order they were given.
+using Json = nlohmann::ordered_json;
+
+enum class Style { Good, Doubtful, Bad, Quiet };
+
+class Output {
+ public:
+  explicit Output(bool asJson);
+
+  [[nodiscard]] bool IsJson() const { return json; }
+
+  // One result: the object as a line, or the text that says the same to people.
+  void Print(const Json& object, const std::string& text);
+  // What happened beside the result.
+  void Note(const std::string& text);
+  // Why the command ends with this code, which is returned.
+  ExitCode Fail(ExitCode code, const std::string& text);
+
+  // The text in a colour where people read it on a terminal and NO_COLOR is not set, else as it is.
+  [[nodiscard]] std::string Styled(Style style, const std::string& text) const;
+  // The text with its lines broken between words to the terminal's width, all but the first begun with
+  // `indent` blanks. As it is where no terminal reads it.
+  [[nodiscard]] std::string Wrapped(const std::string& text, std::size_t indent) const;
+
+ private:
+  bool json;
+  bool colour;
+  std::size_t width;  // of the terminal in characters, 0 without one
+};
 
 }  // namespace quillmark::control

@@ -262,4 +262,8 @@ std::optional<WarningPicture> DrawWarning(const std::wstring& text, const std::w
   return picture;
 }
 
+bool HasFontFor(const std::wstring& text) {
+  return FindFont(Characters(text) + U"OK").has_value();
+}
+
 }  // namespace quillmark::layer

@@ -30,4 +30,7 @@ struct WarningPicture {
 std::optional<WarningPicture> DrawWarning(const std::wstring& text, const std::wstring& fallback,
                                           std::uint32_t dpi);
 
+// Whether a font of the system has every character of the text, so that it is drawn and not the fallback.
+bool HasFontFor(const std::wstring& text);
+
 }  // namespace quillmark::layer

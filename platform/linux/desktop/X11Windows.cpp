@@ -287,6 +287,8 @@ bool X11Windows::Read(Requests& r, Entry& entry) {
   if (managed) {
     facts.iconic = (!state.empty() && state.front() == kIconicState) ||
                    std::ranges::find(netState, atoms.hidden) != netState.end();
+    // The platform takes a window for visible until somebody hides it; to minimise is not to hide.
+    facts.visible = facts.visible || facts.iconic;
   } else {
     facts.iconic = attributes->map_state == XCB_MAP_STATE_UNMAPPED;
   }

@@ -25,15 +25,10 @@ class Section : public KernelObject {
   const std::unique_ptr<SharedFile> file_;
 };
 
-// The mapping goes before the section whose bytes it shows: members are destroyed from last to first.
-struct View {
-  std::shared_ptr<Section> section;
-  Mapping mapping;
-};
-
+// A view keeps the section's bytes, not the section: its name ends with its last handle.
 struct ViewTable {
   std::mutex mutex;
-  std::map<std::uintptr_t, View> views;  // by their first address
+  std::map<std::uintptr_t, Mapping> views;  // by their first address
 };
 
 ViewTable& Views() {
@@ -72,16 +67,16 @@ extern "C" LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offse
   // The whole pages lie in the file's memory, also the last one's rest.
   const std::size_t whole = WholePages(section->File().Size());
   if (length > whole || whole == 0) return Fail(ERROR_ACCESS_DENIED, nullptr);
-  View view{section, Mapping(section->File().Fd(), length == 0 ? whole : WholePages(length))};
-  if (!view.mapping) return Fail(ErrorFromErrno(errno), nullptr);
-  void* const data = view.mapping.Data();
+  Mapping view(section->File().Fd(), length == 0 ? whole : WholePages(length));
+  if (!view) return Fail(ErrorFromErrno(errno), nullptr);
+  void* const data = view.Data();
   const std::lock_guard lock(Views().mutex);
   Views().views.emplace(reinterpret_cast<std::uintptr_t>(data), std::move(view));
   return data;
 }
 
 extern "C" BOOL WINAPI UnmapViewOfFile(LPCVOID view) {
-  View unmapped;
+  Mapping unmapped;
   {
     const std::lock_guard lock(Views().mutex);
     const auto found = Views().views.find(reinterpret_cast<std::uintptr_t>(view));
@@ -100,12 +95,12 @@ extern "C" SIZE_T WINAPI VirtualQuery(LPCVOID address, MEMORY_BASIC_INFORMATION*
   if (after == Views().views.begin()) return Fail(ERROR_INVALID_PARAMETER, SIZE_T{0});
   const auto& [base, view] = *std::prev(after);
   const std::size_t offset = (wanted - base) & ~(WholePages(1) - 1);
-  if (offset >= view.mapping.Size()) return Fail(ERROR_INVALID_PARAMETER, SIZE_T{0});
+  if (offset >= view.Size()) return Fail(ERROR_INVALID_PARAMETER, SIZE_T{0});
   *info = {};
-  info->AllocationBase = view.mapping.Data();
-  info->BaseAddress = static_cast<std::byte*>(view.mapping.Data()) + offset;
+  info->AllocationBase = view.Data();
+  info->BaseAddress = static_cast<std::byte*>(view.Data()) + offset;
   info->AllocationProtect = PAGE_READWRITE;
-  info->RegionSize = view.mapping.Size() - offset;
+  info->RegionSize = view.Size() - offset;
   info->State = MEM_COMMIT;
   info->Protect = PAGE_READWRITE;
   info->Type = MEM_MAPPED;

@@ -42,16 +42,17 @@ UniqueFd OpenPrivateFolder(int parent, const std::string& name) {
 
 }  // namespace
 
-UniqueFd OpenSessionFolder() {
+SessionRoad RoadOfSession() {
   std::string base = Environment("XDG_RUNTIME_DIR");
-  std::string product = "quillmark";
-  if (base.empty()) {
-    base = "/dev/shm";
-    product += "-" + std::to_string(::geteuid());
-  }
-  UniqueFd folder(::open(base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder) folder = OpenPrivateFolder(folder.Get(), product);
-  if (folder) folder = OpenPrivateFolder(folder.Get(), DisplayFolder());
+  if (!base.empty()) return {base, "quillmark", DisplayFolder()};
+  return {"/dev/shm", "quillmark-" + std::to_string(::geteuid()), DisplayFolder()};
+}
+
+UniqueFd OpenSessionFolder() {
+  const SessionRoad road = RoadOfSession();
+  UniqueFd folder(::open(road.base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder) folder = OpenPrivateFolder(folder.Get(), road.product);
+  if (folder) folder = OpenPrivateFolder(folder.Get(), road.display);
   if (!folder) ::SetLastError(ERROR_ACCESS_DENIED);
   return folder;
 }

@@ -195,10 +195,14 @@ std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std:
 }
 
 SharedFile::~SharedFile() {
+  if (!folder_) return;
   // Removing the file only gives its memory back at once; a killed process leaves that to the next sweep.
-  if (folder_ && LockGate(Fd()) && !IsUnlinked(Fd()) && !HeldByOthers(Fd())) {
+  if (LockGate(Fd()) && !IsUnlinked(Fd()) && !HeldByOthers(Fd())) {
     ::unlinkat(folder_.Get(), fileName_.c_str(), 0);
   }
+  // A mapping keeps the open file, and would keep its locks.
+  TryLockByte(Fd(), F_UNLCK, lifeByte);
+  TryLockByte(Fd(), F_UNLCK, gateByte);
 }
 
 std::uint64_t SharedFile::Size() const {

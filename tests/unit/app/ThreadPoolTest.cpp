@@ -2,13 +2,35 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <condition_variable>
-#include <latch>
 #include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 namespace quillmark {
 namespace {
+
+// Counts arrivals. A std::latch does that too, but loses some in the library of the cross-compiler for
+// Windows.
+class Arrivals {
+ public:
+  void Arrive() {
+    const std::lock_guard lock(mutex);
+    ++count;
+    changed.notify_all();
+  }
+  void WaitFor(int expected) {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return count >= expected; });
+  }
+
+ private:
+  std::mutex mutex;
+  std::condition_variable changed;
+  int count = 0;
+};
 
 TEST(ThreadPoolSize, IsHalfTheMachineFromTwoToSix) {
   const std::vector<std::pair<unsigned, std::size_t>> table = {{0, 2},  {1, 2},  {4, 2},  {5, 2},  {6, 3},
@@ -19,19 +41,19 @@ TEST(ThreadPoolSize, IsHalfTheMachineFromTwoToSix) {
 
 TEST(ThreadPoolTest, AskedForNoWorkersStillRunsTasks) {
   ThreadPool pool(0);
-  std::latch ran(1);
-  pool.Submit([&] { ran.count_down(); });
-  ran.wait();
+  Arrivals ran;
+  pool.Submit([&] { ran.Arrive(); });
+  ran.WaitFor(1);
 }
 
 TEST(ThreadPoolTest, OneBusyWorkerTakesWaitingTasksInOrder) {
-  std::latch release(1);
+  Arrivals release;
   std::vector<int> order;
   {
     ThreadPool pool(1);
-    pool.Submit([&] { release.wait(); });
+    pool.Submit([&] { release.WaitFor(1); });
     for (int i = 0; i < 20; ++i) pool.Submit([&order, i] { order.push_back(i); });
-    release.count_down();
+    release.Arrive();
   }
   std::vector<int> expected(20);
   for (int i = 0; i < 20; ++i) expected[i] = i;
@@ -49,15 +71,16 @@ TEST(ThreadPoolTest, DestructionRunsEverythingQueuedBefore) {
 
 TEST(ThreadPoolTest, RunsAsManyTasksAtOnceAsItHasWorkers) {
   ThreadPool pool(4);
-  std::latch together(4);  // passes only when four tasks are inside at the same time
-  std::latch finished(4);
+  Arrivals together;  // passes only when four tasks are inside at the same time
+  Arrivals finished;
   for (int i = 0; i < 4; ++i) {
     pool.Submit([&] {
-      together.arrive_and_wait();
-      finished.count_down();
+      together.Arrive();
+      together.WaitFor(4);
+      finished.Arrive();
     });
   }
-  finished.wait();
+  finished.WaitFor(4);
 }
 
 TEST(ThreadPoolTest, DestroysATaskOnceItHasRun) {

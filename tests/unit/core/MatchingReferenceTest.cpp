@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <map>
 #include <thread>
 #include <vector>
@@ -192,6 +194,53 @@ TEST(MatchingReference, GrayAndBgrRefuseOtherTextOfTheSameDensityAndInvertedIcon
       EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(icon, mode)).Accepted()) << "icon, seed " << seed;
     }
   }
+}
+
+constexpr Check Verdict::*kChecks[] = {
+    &Verdict::difference, &Verdict::minScore,    &Verdict::flatWhite, &Verdict::chroma, &Verdict::ncc,
+    &Verdict::edge,       &Verdict::edgeDensity, &Verdict::darkness,  &Verdict::hue,    &Verdict::saturation,
+    &Verdict::value,      &Verdict::red,         &Verdict::labA};
+
+int Measured(const Verdict& v) {
+  return static_cast<int>(std::count_if(std::begin(kChecks), std::end(kChecks), [&](auto check) {
+    return (v.*check).outcome != Outcome::NotMeasured;
+  }));
+}
+
+TEST(MatchingReference, ThoroughEvaluationDecidesAlikeAndRepeatsEveryFigureToTheBit) {
+  int more = 0, refusedEarly = 0;
+  for (std::uint32_t seed = 0; seed < 30; ++seed) {
+    for (int appearance = 0; appearance < kAppearances; ++appearance) {
+      Scene scene = MakeScene(seed, static_cast<Appearance>(appearance));
+      for (MatchMode mode : kModes) {
+        SCOPED_TRACE(::testing::Message() << "seed " << seed << ", appearance " << appearance << ", mode "
+                                          << static_cast<int>(mode));
+        scene.spec.mode = mode;
+        const Verdict v = EvaluateRegion(scene.unit, scene.spec);
+        const Verdict thorough = EvaluateRegion(scene.unit, scene.spec, Thoroughness::EveryStep);
+        ASSERT_EQ(thorough.decidedBy, v.decidedBy);
+        ASSERT_EQ(thorough.loc, v.loc);
+        ASSERT_EQ(thorough.dist, v.dist);
+        for (const auto check : kChecks) {
+          if ((v.*check).outcome == Outcome::NotMeasured) continue;
+          EXPECT_EQ((thorough.*check).value, (v.*check).value);
+          EXPECT_EQ((thorough.*check).limit, (v.*check).limit);
+          EXPECT_EQ((thorough.*check).outcome, (v.*check).outcome);
+        }
+        EXPECT_EQ(thorough.sq, static_cast<float>(1.0 - v.dist));
+        if (v.Accepted()) {
+          EXPECT_EQ(thorough.hit.cx, v.hit.cx);
+          EXPECT_EQ(thorough.edgeScore, v.edgeScore);
+          EXPECT_EQ(thorough.dedupWindowMs, v.dedupWindowMs);
+          EXPECT_EQ(Measured(thorough), Measured(v));
+        }
+        refusedEarly += v.decidedBy == DecidingStep::Difference;
+        more += v.decidedBy == DecidingStep::Difference && Measured(thorough) > Measured(v);
+      }
+    }
+  }
+  EXPECT_GE(refusedEarly, 50);
+  EXPECT_GE(more, refusedEarly / 2) << "a template without detail has nothing more to measure";
 }
 
 bool BitForBitEqual(const Verdict& a, const Verdict& b) {

@@ -351,6 +351,23 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   EXPECT_EQ(UnitsIn(Tick()), 1u) << "matched like any other without the permission, its interval untouched";
 }
 
+// The place is read at the beginning of the tick. On a still screen it is the move that brings the frame, so
+// this one frame's regions lie at the old place; the next tick's lie at the new one.
+TEST_F(CaptureTickTest, AWindowThatMovesDuringTheWaitIsCutAtItsOldPlaceOnce) {
+  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
+  const layer::WindowId window = OpenWindow(RectAt(10, 10, 100, 100));
+  AddSpec({0, 0, 50, 50});
+  Tick();
+  desktop->WhileNextWaiting([&] {
+    desktop->MoveWindow(window, RectAt(30, 20, 100, 100));
+    desktop->Refresh(monitor);
+  });
+  const Jobs jobs = probe.Tick();
+  EXPECT_EQ(RegionOf(OnlyUnit(jobs)), (Rect{10, 10, 60, 60}));
+  EXPECT_EQ(jobs.at(0)->specs.at(0).targetRect, (Rect{10, 10, 110, 110})) << "what the hit is relative to";
+  EXPECT_EQ(RegionOf(OnlyUnit(Tick())), (Rect{30, 20, 80, 70}));
+}
+
 // Memory that runs out anywhere in a tick ends the turn: the frame is given back, the engine goes on.
 TEST_F(CaptureTickTest, ExceptionAnywhereInATickGivesTheFrameBack) {
   const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);

@@ -159,6 +159,11 @@ TEST_F(SessionFolder, MissingRuntimeFolderIsNotReplacedByAnother) {
   EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
 }
 
+TEST_F(SessionFolder, NameTooLongForAFileIsRefused) {
+  EXPECT_EQ(MakeSection(std::wstring(200, L'x').c_str()), ERROR_SUCCESS);
+  EXPECT_EQ(MakeSection(std::wstring(201, L'x').c_str()), ERROR_FILENAME_EXCED_RANGE);
+}
+
 TEST_F(SessionFolder, LinkInPlaceOfAnObjectIsRefused) {
   ASSERT_EQ(MakeSection(L"Local\\First"), ERROR_SUCCESS);
   std::ofstream(session.Base() / "precious") << "data";

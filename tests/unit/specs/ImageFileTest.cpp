@@ -1,11 +1,11 @@
 #include "specs/ImageFile.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
 #include "TemplateFolder.h"
 
@@ -53,7 +53,7 @@ TEST(ImageFile, ReadsPathsOfAnyScript) {
   }
 }
 
-TEST(ImageFile, IsEmptyForWhatIsNoPicture) {
+TEST(ImageFile, IsEmptyForWhatIsNoPictureAndSaysWhy) {
   const TemplateFolder folder;
   const FileBytes png = Encoded(Picture());
   folder.Write("empty.png", {});
@@ -67,13 +67,22 @@ TEST(ImageFile, IsEmptyForWhatIsNoPicture) {
   folder.Write("bomb.png", PngOf(60000, 60000));
   folder.Write("wide.png", PngOf(4000000, 1));  // within our limit, beyond the decoder's
   std::filesystem::create_directory(folder.Native("folder.png"));
-  ASSERT_EQ(::mkfifo(folder.Native("fifo.png").c_str(), 0600), 0);  // nobody writes: opening must not wait
 
-  for (const char* name : {"missing.png", "empty.png", "garbage.png", "header only.png", "cut.png",
-                           "damaged.png", "no width.png", "bomb.png", "wide.png", "folder.png", "fifo.png"}) {
-    EXPECT_TRUE(ReadImageFile(folder.Path(name)).empty()) << name;
+  for (const auto& [name, expected] : {std::pair{"missing.png", ImageFault::NotOpened},
+                                       {"empty.png", ImageFault::Empty},
+                                       {"garbage.png", ImageFault::UnknownFormat},
+                                       {"header only.png", ImageFault::Damaged},
+                                       {"cut.png", ImageFault::Damaged},
+                                       {"damaged.png", ImageFault::Damaged},
+                                       {"no width.png", ImageFault::UnknownFormat},
+                                       {"bomb.png", ImageFault::TooManyPixels},
+                                       {"wide.png", ImageFault::Damaged},
+                                       {"folder.png", ImageFault::NotOpened}}) {
+    ImageFault fault = ImageFault::None;
+    EXPECT_TRUE(ReadImageFile(folder.Path(name), &fault).empty()) << name;
+    EXPECT_EQ(fault, expected) << name;
   }
-  for (const wchar_t* path : {L"", L"/dev/zero", L"/dev/null", L"/proc/self/mem", L"/proc/version"}) {
+  for (const wchar_t* path : {L"", L"NUL", L"/dev/zero", L"/dev/null", L"/proc/self/mem", L"/proc/version"}) {
     EXPECT_TRUE(ReadImageFile(path).empty()) << testing::PrintToString(std::wstring(path));
   }
 }

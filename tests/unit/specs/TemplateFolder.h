@@ -25,8 +25,15 @@ inline FileBytes Encoded(const cv::Mat& image, const char* extension = ".png") {
 
 class TemplateFolder {
  public:
-  [[nodiscard]] std::filesystem::path Native(const std::string& name) const { return folder.Path() / name; }
-  [[nodiscard]] std::wstring Path(const std::string& name) const { return FromUtf8(Native(name).string()); }
+  // Names are UTF-8.
+  [[nodiscard]] std::filesystem::path Native(const std::string& name) const {
+    return (folder.Path() / std::u8string(name.begin(), name.end())).make_preferred();
+  }
+  [[nodiscard]] std::string Utf8(const std::string& name) const {
+    const std::u8string path = Native(name).u8string();
+    return {path.begin(), path.end()};
+  }
+  [[nodiscard]] std::wstring Path(const std::string& name) const { return FromUtf8(Utf8(name)); }
 
   // Writes the file and returns its path.
   std::wstring Write(const std::string& name, const FileBytes& bytes) const {

@@ -1,0 +1,32 @@
+// The monitors of the desktop, and which of them a spec's region is looked for on.
+//
+// Threading: callable from any thread.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <vector>
+
+#include "capture/TargetWindow.h"
+#include "specs/TemplateSpec.h"
+
+namespace quillmark {
+
+// In the system's order. A monitor that cannot be measured is left out.
+[[nodiscard]] std::vector<MonitorEntry> ListMonitors();
+
+// What the list does not tell of monitors; null where there is none.
+struct MonitorAnswers {
+  std::function<HMONITOR()> primary;
+  std::function<HMONITOR(const Rect& region)> nearest;
+};
+[[nodiscard]] const MonitorAnswers& SystemMonitors();
+
+// The pinned monitor of the spec, whether or not the region lies on it, or all that the region touches.
+// `region` is in desktop pixels and not empty.
+[[nodiscard]] std::vector<HMONITOR> MonitorsOf(const TemplateSpec& spec, const Rect& region,
+                                               const std::vector<MonitorEntry>& monitors,
+                                               const MonitorAnswers& answers = SystemMonitors());
+
+}  // namespace quillmark
