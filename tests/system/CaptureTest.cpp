@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,12 @@ class Capture : public testing::Test {
   Capture() { display.StartWindowManager(); }
 
   std::string File(const std::string& name) const { return (folder.Path() / name).string(); }
+  static std::vector<Json> Lines(const std::string& text) {
+    std::vector<Json> objects;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) objects.push_back(Json::parse(line));
+    return objects;
+  }
   static std::string PlaceOf(cv::Point p) { return std::to_string(p.x) + " " + std::to_string(p.y); }
 
   const PrivateSession session;
@@ -36,9 +43,15 @@ TEST_F(Capture, PieceOfAWindowIsWhatTheScreenShowsAndWhatTheWorkerFinds) {
   const Outcome outcome =
       Control({"capture", "--json", "--target=xcalc.exe", "--rect=48,78,84,56", File("sin.png")});
   ASSERT_EQ(outcome.code, 0) << outcome.out << outcome.err;
-  const Json result = Json::parse(outcome.out);
+  const std::vector<Json> lines = Lines(outcome.out);
+  const Json& result = lines.front();
   EXPECT_EQ(result["roi"], Json({{"x", 32}, {"y", 62}, {"w", 116}, {"h", 88}}));
   EXPECT_EQ(cv::norm(cv::imread(File("sin.png")), shown, cv::NORM_INF), 0.0);
+  EXPECT_EQ(lines.end()[-2]["type"], "summary");
+  EXPECT_EQ(lines.end()[-2]["errors"], 0);
+  EXPECT_EQ(lines.back()["type"], "explanation");
+  EXPECT_EQ(lines.back()["hit"], true);
+  EXPECT_EQ(lines.back()["best"]["difference"], 0.0);
 
   const Worker worker;
   std::vector<std::string> command = result["command"];
@@ -68,6 +81,20 @@ TEST_F(Capture, DrawnRectangleIsTheSamePiece) {
   ASSERT_EQ(capture.Wait(), 0) << capture.Out() << capture.Err();
   EXPECT_NE(capture.Out().find("--target xcalc.exe "), std::string::npos) << capture.Out();
   EXPECT_EQ(cv::norm(cv::imread(File("sin.png")), shown, cv::NORM_INF), 0.0);
+}
+
+TEST_F(Capture, WhatLintFindsIsToldAndTheFileStays) {
+  const App xcalc({"xcalc"});
+  // A plain piece of the ground, under a name that means red.
+  const Outcome outcome =
+      Control({"capture", "--target=xcalc.exe", "--rect=2,2,8,8", "--name=shared", File("ground.png")});
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_TRUE(std::filesystem::exists(File("ground.png")));
+  for (const char* text :
+       {"quillmarkctl add ", "shared: warning red-in-name: ", "shared: warning second-accepted: ",
+        "shared: warning tiny: ", "A hit: 8 x 8 pixels"}) {
+    EXPECT_NE(outcome.out.find(text), std::string::npos) << text << '\n' << outcome.out;
+  }
 }
 
 TEST_F(Capture, GivingUpOrWrongUseLeavesNoFile) {

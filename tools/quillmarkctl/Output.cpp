@@ -33,6 +33,10 @@ void Output::Print(const Json& object, const std::string& text) {
   if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
 }
 
+void Output::Blank() {
+  if (!json) std::cout << '\n';
+}
+
 void Output::Note(const std::string& text) {
   if (json) return Print({{"type", "note"}, {"text", text}}, {});
   std::cerr << "quillmarkctl: " << text << std::endl;

@@ -26,6 +26,8 @@ class Output {
 
   // One result: the object as a line, or the text that says the same to people.
   void Print(const Json& object, const std::string& text);
+  // An empty line between two results, for people.
+  void Blank();
   // What happened beside the result.
   void Note(const std::string& text);
   // Why the command ends with this code, which is returned.

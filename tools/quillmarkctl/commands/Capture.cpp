@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -9,11 +10,15 @@
 
 #include "CommandLine.h"
 #include "Files.h"
+#include "PartialSpec.h"
 #include "Piece.h"
 #include "PngFile.h"
+#include "Reports.h"
 #include "SpecArguments.h"
 #include "Wording.h"
 #include "client/Text.h"
+#include "explain/Explain.h"
+#include "explain/LiveLook.h"
 #include "host/Pick.h"
 #include "host/Terminal.h"
 
@@ -28,13 +33,19 @@ constexpr char Notes[] =
     "later.\n"
     "The file says in its text entries Target, Program, Piece, Client area, Scale and Monitor where it is "
     "from.\n"
+    "Then it lints the spec of that command and explains it on the desktop as it is: docs/lint.md and\n"
+    "docs/explain.md say how to read that. Exit code 0 says that the file was saved, whatever they found; 1 "
+    "that\n"
+    "the drawing was given up.\n"
     "With --json: "
     "{\"type\":\"captured\",\"path\":TEXT,\"w\":N,\"h\":N,\"target\":TEXT,\"title\":TEXT,\"program\":"
     "TEXT,\n"
     "  "
     "\"rect\":{\"x\":N,\"y\":N,\"w\":N,\"h\":N},\"roi\":{...},\"client\":{\"w\":N,\"h\":N},\"scale\":N,"
     "\"monitor\":N,\n"
-    "  \"visibleShare\":N,\"command\":[TEXT,...]}, rect and roi in pixels of the client area.";
+    "  \"visibleShare\":N,\"command\":[TEXT,...]}, rect and roi in pixels of the client area; then what lint "
+    "and\n"
+    "explain print of it.";
 
 struct Options {
   std::string file, target, rect, name;
@@ -85,8 +96,8 @@ Json JsonOf(const cv::Rect& r) {
   return {{"x", r.x}, {"y", r.y}, {"w", r.width}, {"h", r.height}};
 }
 
-// What keeps the file from serving the worker as it is.
-void Warn(const Piece& piece, const std::string& path, Output& output) {
+// What lies over the piece is in the picture.
+void Warn(const Piece& piece, Output& output) {
   if (piece.visible < 1.0) {
     std::string by;
     for (const DesktopWindow& cover : piece.covers)
@@ -94,11 +105,30 @@ void Warn(const Piece& piece, const std::string& path, Output& output) {
     output.Note("only " + std::to_string(static_cast<int>(piece.visible * 100.0)) +
                 " % of the piece could be seen; it is covered by " + by);
   }
-  const std::size_t units = client::ToWide(path).value_or(std::wstring()).size();
-  if (units > client::PathUnits) {
-    output.Note("the path is " + std::to_string(units) + " UTF-16 units long and a spec's at most " +
-                std::to_string(client::PathUnits) + "; save it in a folder with a shorter path");
+}
+
+// The target's client area, out of a picture of the desktop that shows all of it.
+std::optional<advice::WindowPicture> ClientAreaIn(const explain::Explanation& explanation) {
+  if (!explanation.sight) return std::nullopt;
+  const explain::Picture& picture = explanation.sight->picture;
+  const Rect& target = explanation.spec.targetRect;
+  const cv::Rect area(target.left - picture.origin.x, target.top - picture.origin.y,
+                      target.right - target.left, target.bottom - target.top);
+  if ((area & cv::Rect(cv::Point(), picture.bgra.size())) != area) return std::nullopt;
+  return advice::WindowPicture{picture.bgra(area), explanation.spec.targetScaleX};
+}
+
+// Lints and explains the spec on the desktop as it is now.
+void Review(const explain::SpecRequest& request, Output& output) {
+  const std::vector<explain::Explanation> explanations =
+      explain::ExplainLive(explain::PrepareExplanation(request));
+  std::optional<advice::WindowPicture> window;
+  for (const explain::Explanation& explanation : explanations) {
+    if (!window) window = ClientAreaIn(explanation);
   }
+  PrintLint({{.request = request}}, window ? &*window : nullptr, {}, output);
+  output.Blank();
+  PrintExplanations(explanations, output);
 }
 
 ExitCode Capture(const Options& options, Output& output) {
@@ -151,7 +181,8 @@ ExitCode Capture(const Options& options, Output& output) {
                    std::to_string(piece.rect.x) + "," + std::to_string(piece.rect.y) + " in \"" +
                    Printable(piece.window.title) + "\".\nThe worker looks for it there, and " +
                    std::to_string(options.margin) + " pixels around, after\n\n  " + line + '\n');
-  Warn(piece, path, output);
+  Warn(piece, output);
+  Review({piece.target, WideText("name", name), WideText("path", path), roi}, output);
   return Yes;
 }
 

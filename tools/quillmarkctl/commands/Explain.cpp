@@ -4,7 +4,6 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <memory>
 #include <opencv2/imgproc.hpp>
 #include <optional>
@@ -13,12 +12,11 @@
 #include <vector>
 
 #include "CommandLine.h"
+#include "Reports.h"
 #include "SpecArguments.h"
 #include "client/Text.h"
 #include "explain/HtmlReport.h"
-#include "explain/JsonReport.h"
 #include "explain/LiveLook.h"
-#include "explain/TextReport.h"
 #include "specs/ImageFile.h"
 
 namespace quillmark::control {
@@ -103,14 +101,7 @@ ExitCode Run(const Options& options, Output& output) {
   const std::vector<Explanation> explanations =
       options.live ? explain::ExplainLive(prepared) : std::vector{ExplainImage(prepared, options)};
   if (!options.html.empty()) WritePage(options.html, explain::HtmlReport(explanations));
-  const auto painted = [&output](explain::Paint paint, const std::string& text) {
-    constexpr Style styles[] = {Style::Good, Style::Bad, Style::Quiet};
-    return output.Styled(styles[static_cast<int>(paint)], text);
-  };
-  for (const Explanation& explanation : explanations) {
-    if (&explanation != &explanations.front() && !output.IsJson()) std::cout << '\n';
-    output.Print(explain::JsonReport(explanation), explain::TextReport(explanation, painted));
-  }
+  PrintExplanations(explanations, output);
   return std::ranges::any_of(explanations, &Explanation::IsHit) ? Yes : No;
 }
 

@@ -1,25 +1,19 @@
 #include "advice/Lint.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "CommandLine.h"
 #include "PartialSpec.h"
-#include "Progress.h"
-#include "Wording.h"
+#include "Reports.h"
 
 namespace quillmark::control {
 namespace {
 
-using advice::Finding;
-using advice::FindingEntry;
 using advice::LintSpec;
-using advice::Severity;
 
 constexpr char Notes[] =
     "Give a spec as for add, of which all but --path may be left out, template images alone, or both. What\n"
@@ -58,43 +52,6 @@ std::vector<advice::FindingCode> CodesOf(const std::vector<std::string>& ids) {
   return codes;
 }
 
-Json FactsOf(const Finding& finding) {
-  Json facts = Json::object();
-  for (const auto& [name, value] : finding.facts) {
-    std::visit([&, &key = name](const auto& fact) { facts[key] = fact; }, value);
-  }
-  return facts;
-}
-
-void Show(const Finding& finding, const std::vector<LintSpec>& specs, Output& output) {
-  constexpr std::size_t Indent = 6;
-  constexpr Style Styles[] = {Style::Quiet, Style::Doubtful, Style::Bad};
-  const FindingEntry& entry = advice::EntryOf(finding.code);
-  const std::string spec = LabelOf(specs[finding.spec]), severity(advice::WordOf(entry.severity)),
-                    id(entry.id);
-  const std::string other = finding.other ? LabelOf(specs[*finding.other]) : std::string();
-  const std::string remedy = finding.remedy.empty() ? std::string(entry.remedy) : finding.remedy;
-  const std::string meaning(entry.meaning), consequence(entry.consequence);
-
-  const std::string indent = '\n' + std::string(Indent, ' ');
-  const std::string text =
-      spec + ": " + output.Styled(Styles[static_cast<int>(entry.severity)], severity + ' ' + id) +
-      (other.empty() ? "" : " " + other) + ": " + finding.text + indent + output.Wrapped(meaning, Indent) +
-      indent + output.Wrapped("So: " + consequence, Indent + 4) + indent +
-      output.Wrapped("Do: " + remedy, Indent + 4);
-  output.Print({{"type", "finding"},
-                {"code", id},
-                {"severity", severity},
-                {"spec", spec},
-                {"other", other.empty() ? Json(nullptr) : Json(other)},
-                {"text", finding.text},
-                {"meaning", meaning},
-                {"consequence", consequence},
-                {"remedy", remedy},
-                {"facts", FactsOf(finding)}},
-               text);
-}
-
 ExitCode Run(const Options& options, Output& output) {
   const std::vector<advice::FindingCode> ignored = CodesOf(options.ignored);
   const std::vector<LintSpec> specs = SpecsOf(options);
@@ -102,33 +59,7 @@ ExitCode Run(const Options& options, Output& output) {
   window.scale = options.scale;
   if (!options.image.empty()) window.bgra = ReadScreenshot("--image", options.image);
 
-  std::vector<Finding> findings;
-  {
-    constexpr std::int64_t Whole = 1000;
-    Progress bar("lint", Whole);
-    findings = advice::Lint(
-        specs, options.image.empty() ? nullptr : &window, [&](std::size_t done, std::size_t total) {
-          bar.Show(static_cast<std::int64_t>(done) * Whole / static_cast<std::int64_t>(total));
-        });
-  }
-  std::erase_if(findings,
-                [&](const Finding& finding) { return std::ranges::count(ignored, finding.code) > 0; });
-
-  std::size_t counts[3] = {};
-  for (const Finding& finding : findings) {
-    ++counts[static_cast<std::size_t>(advice::EntryOf(finding.code).severity)];
-    Show(finding, specs, output);
-  }
-  const auto [notes, warnings, errors] = counts;
-  output.Print({{"type", "summary"},
-                {"specs", specs.size()},
-                {"errors", errors},
-                {"warnings", warnings},
-                {"notes", notes}},
-               findings.empty() ? "Nothing found in " + Counted(specs.size(), "spec") + "."
-                                : Counted(errors, "error") + ", " + Counted(warnings, "warning") + ", " +
-                                      Counted(notes, "note") + " in " + Counted(specs.size(), "spec") + ".");
-  return findings.empty() ? Yes : No;
+  return PrintLint(specs, options.image.empty() ? nullptr : &window, ignored, output) ? Yes : No;
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "CommandLine.h"
 #include "PartialSpec.h"
 #include "Progress.h"
+#include "Reports.h"
 #include "Wording.h"
 #include "advice/Pictures.h"
 #include "advice/TuneJson.h"
@@ -82,11 +83,8 @@ ExitCode Run(const Options& options, Output& output) {
   }
   TellUnused(report, pictures, output);
   if (report.samples.empty()) throw std::runtime_error("there is no picture to decide");
-  const auto painted = [&output](explain::Paint paint, const std::string& text) {
-    constexpr Style styles[] = {Style::Good, Style::Bad, Style::Quiet};
-    return output.Styled(styles[static_cast<int>(paint)], text);
-  };
-  output.Print(advice::TuneJson(report, pictures.files), advice::TuneText(report, pictures.files, painted));
+  output.Print(advice::TuneJson(report, pictures.files),
+               advice::TuneText(report, pictures.files, PainterOf(output)));
   return report.right ? Yes : No;
 }
 
