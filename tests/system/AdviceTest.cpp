@@ -15,6 +15,7 @@ namespace quillmark::test {
 namespace {
 
 using nlohmann::json;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -79,6 +80,37 @@ TEST_F(Advice, LintPrintsOneObjectALine) {
             (json{{"type", "summary"}, {"specs", 2}, {"errors", 1}, {"warnings", 0}, {"notes", 0}}));
 }
 
+TEST_F(Advice, SpecsOfAFileAreLookedAtLikeThoseOfArguments) {
+  Write("specs.toml",
+        "[defaults]\ntarget = \"t\"\npath = \"ok.png\"\nregion = [0, 0, 30, 20]\n"
+        "[[spec]]\nname = \"one\"\n[[spec]]\nname = \"two\"\nregion = [90, 0, 30, 20]\n"
+        "[[spec]]\nname = \"bad\"\nmode = \"none\"\n");
+  const std::string specs = File("specs.toml");
+  const Outcome outcome = Control({"lint", "--json", "--specs", specs});
+  EXPECT_EQ(outcome.code, 1) << outcome.err;
+  std::vector<std::string> found;
+  for (const json& object : Objects(outcome.out)) {
+    if (object["type"] == "finding")
+      found.push_back(object["spec"].get<std::string>() + ' ' + object["code"].get<std::string>());
+  }
+  EXPECT_THAT(found, ElementsAre("one region-tight", "two region-tight", "bad entry-at-fault"));
+  EXPECT_EQ(Control({"lint", "--specs", specs, "--only=one", "--ignore=region-tight"}).code, 0);
+
+  // Arguments and file say the same, and are answered alike.
+  const std::vector<std::string> spec{"--target=t", "--name=one", "--path=" + File("ok.png"),
+                                      "--roi=0,0,30,20"};
+  for (const std::string command : {"explain", "tune"}) {
+    std::vector<std::string> byFile{command, "--specs=" + specs, "--only=one"}, byArguments{command};
+    byArguments.insert(byArguments.end(), spec.begin(), spec.end());
+    for (auto* arguments : {&byFile, &byArguments}) {
+      arguments->push_back(std::string(command == "tune" ? "--positive=" : "--image=") + File("ok.png"));
+    }
+    const Outcome answer = Control(byFile);
+    EXPECT_EQ(answer.code, 0) << answer.err;
+    EXPECT_EQ(answer.out, Control(byArguments).out) << command;
+  }
+}
+
 TEST_F(Advice, TuneDecidesFoldersOfPictures) {
   std::filesystem::create_directory(folder.Path() / "shown");
   std::filesystem::copy_file(File("ok.png"), File("shown/a.png"));
@@ -106,6 +138,11 @@ TEST_F(Advice, TuneDecidesFoldersOfPictures) {
 
 TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
   Write("bad.png", "no image");
+  Write("bad.toml", "[[spec]\n");
+  Write("two.toml", "[[spec]]\nname = \"a\"\n[[spec]]\nname = \"b\"\n");
+  Write("good.toml",
+        "[defaults]\npath = \"p\"\ntarget = \"t\"\nregion = [0, 0, 9, 9]\n[[spec]]\nname = "
+        "\"a\"\n[[spec]]\nname = \"b\"\n");
   const struct {
     std::vector<std::string> arguments;
     std::string error;
@@ -118,6 +155,13 @@ TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
       {{"lint", File("ok.png"), "--image", File("bad.png")}, "is no image of a known format"},
       {{"lint", File("ok.png"), "--image", folder.Path().string()}, "--image: "},
       {{"lint", File("ok.png"), "--scale", "2"}, "--scale requires --image"},
+      {{"lint", "--specs", File("none.toml")}, "none.toml cannot be read"},
+      {{"lint", "--specs", File("bad.toml")}, "bad.toml, line 1"},
+      {{"explain", "--specs", File("two.toml"), "--image", File("ok.png")}, "two.toml, line 1, a: "},
+      {{"explain", "--specs", File("two.toml"), "--threshold", "1", "--image", File("ok.png")}, "excludes"},
+      {{"explain", "--image", File("ok.png")}, "give a spec"},
+      {{"lint", "--specs", File("two.toml"), "--only", "c"}, "declares no spec 'c'"},
+      {{"tune", "--specs", File("good.toml"), "--positive", File("ok.png")}, "tune takes one spec"},
       {{"tune", "--positive", File("ok.png")}, "--path, the template's image, is missing"},
       {{"tune", "--path", File("ok.png")}, "there is no picture to decide"},
       {{"tune", "--path", File("bad.png"), "--positive", File("ok.png")}, "--path: The file's first bytes"},

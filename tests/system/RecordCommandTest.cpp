@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
 #include <vector>
@@ -40,8 +41,13 @@ class RecordCommand : public ::testing::Test {
 
 TEST_F(RecordCommand, WhatIsOnTheScreenIsRecordedAndFoundAgain) {
   client.Show(50, 40, 100, 80, "a sheet of paper");
+  std::ofstream(folder.Path() / "specs.toml")
+      << "[[spec]]\ntarget = \"sheet\"\nname = \"white\"\npath = \"white.png\"\nregion = [0, 0, 90, 70]\n";
   for (const char* trigger : {"", "--on-hit"}) {
     std::vector<std::string> options = Spec({"--seconds=1", "--json"});
+    if (*trigger != '\0') {
+      options = {"--seconds=1", "--json", "--specs=" + (folder.Path() / "specs.toml").string()};
+    }
     if (*trigger != '\0') options.push_back(trigger);
     const Outcome made = Record(options);
     EXPECT_EQ(made.code, 0) << made.err;

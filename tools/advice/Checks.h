@@ -19,6 +19,8 @@ struct Subject {
   TemplateSpec spec;                       // what the worker makes of it
   std::optional<explain::Reason> refused;  // why its image is of no use
   std::string remark;                      // to that
+
+  [[nodiscard]] bool Usable() const { return given.fault.empty() && !refused; }
 };
 
 class FindingList {

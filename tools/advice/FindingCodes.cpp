@@ -11,6 +11,8 @@ using enum FindingCode;
 using enum Severity;
 
 constexpr FindingEntry kFindings[] = {
+    {EntryAtFault, Topic::Texts, Error, "entry-at-fault", "An entry of the file of specs is at fault.",
+     "`apply` refuses it; what was sent for it before stays.", "Correct the line."},
     {TooLong, Topic::Texts, Error, "too-long",
      "A text does not fit its field: 16 UTF-16 units for the target, 32 for the name with its options, 64 "
      "for "

@@ -13,6 +13,7 @@ namespace quillmark::advice {
 
 enum class FindingCode : std::int32_t {
   // Texts and options
+  EntryAtFault,
   TooLong,
   NameEmpty,
   NameT1,

@@ -17,6 +17,7 @@ namespace {
 constexpr int kMargin = 8;
 
 Subject Examine(const LintSpec& given) {
+  if (!given.fault.empty()) return {given, {}, {}, {}};
   const explain::Explanation prepared = explain::PrepareExplanation(given.request);
   Subject subject{given, prepared.spec, prepared.reason, {}};
   if (prepared.reason) subject.remark = prepared.steps.back().remark;
@@ -32,6 +33,10 @@ void ReportRefusal(const Subject& subject, FindingList& list) {
 }
 
 void CheckOne(const Subject& subject, const WindowPicture* window, FindingList& list) {
+  if (!subject.given.fault.empty()) {
+    list.Add(FindingCode::EntryAtFault, subject.given.fault);
+    return;
+  }
   CheckTexts(subject, list);
   if (subject.refused) {
     ReportRefusal(subject, list);
@@ -54,12 +59,13 @@ bool MayMeet(const LintSpec& a, const LintSpec& b) {
 }
 
 bool SameName(const Subject& a, const Subject& b) {
+  if (!a.given.fault.empty() || !b.given.fault.empty()) return false;
   return a.given.hasName && b.given.hasName && a.spec.name == b.spec.name;
 }
 
 // Tries `one` on the template of the other.
 void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex, FindingList& list) {
-  if (one.refused || other.refused || !MayMeet(one.given, other.given)) return;
+  if (!one.Usable() || !other.Usable() || !MayMeet(one.given, other.given)) return;
   const cv::Mat& shown = other.spec.tmplBgr;
   if (shown.cols < one.spec.tmplGray.cols || shown.rows < one.spec.tmplGray.rows) return;
   const Probe probe = ProbeOn(shown, one.spec);

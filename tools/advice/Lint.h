@@ -22,6 +22,7 @@ namespace quillmark::advice {
 struct LintSpec {
   explain::SpecRequest request;
   bool hasName = true, hasTarget = true, hasRegion = true;
+  std::string fault{};  // why what declares it cannot be read; then there is nothing of it but the name
 };
 
 // A screenshot of the client area of the specs' window.

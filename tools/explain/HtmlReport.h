@@ -11,7 +11,7 @@
 
 namespace quillmark::explain {
 
-// UTF-8. `explanations` are those of one spec, one for each monitor.
+// UTF-8. One article each; the first one's spec gives the title.
 [[nodiscard]] std::string HtmlReport(std::span<const Explanation> explanations);
 
 }  // namespace quillmark::explain

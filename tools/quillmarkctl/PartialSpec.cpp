@@ -20,6 +20,7 @@ constexpr const char* kSpecOptions[] = {"--target", "--name", "--path", "--roi",
 void AddPartialSpecOptions(CLI::App& command, SpecArguments& arguments) {
   AddSpecOptions(command, arguments);
   for (const char* option : kSpecOptions) command.get_option(option)->required(false);
+  AddSpecFileOptions(command, arguments);
 }
 
 bool HasSpec(const CLI::App& command) {
@@ -45,6 +46,23 @@ advice::LintSpec ReadPartialSpec(const SpecArguments& arguments, const CLI::App&
   if (!std::isfinite(request.edgeMin)) throw std::invalid_argument("--edge-min must be a finite number");
   if (arguments.threshold && !(*arguments.threshold >= 0.0f && *arguments.threshold <= 1.0f)) {
     throw std::invalid_argument("--threshold must lie between 0 and 1");
+  }
+  return spec;
+}
+
+explain::SpecRequest RequestOf(const Command& command) {
+  return {command.target,  command.name,
+          command.path,    cv::Rect(command.roiX, command.roiY, command.roiW, command.roiH),
+          command.edgeMin, command.threshold};
+}
+
+advice::LintSpec DeclaredAs(const DeclaredSpec& declared) {
+  advice::LintSpec spec;
+  if (declared.fault.empty()) {
+    spec.request = RequestOf(declared.command);
+  } else {
+    spec.request.name = WideText("name", declared.name);
+    spec.fault = "line " + std::to_string(declared.line) + ": " + declared.fault;
   }
   return spec;
 }

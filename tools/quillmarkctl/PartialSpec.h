@@ -12,15 +12,19 @@
 
 namespace quillmark::control {
 
-// The options of AddSpecOptions, none of them required.
+// The options of AddSpecOptions, none of them required, and those of AddSpecFileOptions.
 void AddPartialSpecOptions(CLI::App& command, SpecArguments& arguments);
 
-// Whether any of them was given.
+// Whether any of the former was given.
 [[nodiscard]] bool HasSpec(const CLI::App& command);
 
 // Raises std::invalid_argument, naming the argument, for want of an image, and for what cannot be read or
 // lies outside its range.
 [[nodiscard]] advice::LintSpec ReadPartialSpec(const SpecArguments& arguments, const CLI::App& command);
+// What an entry of a file declares, also one at fault.
+[[nodiscard]] advice::LintSpec DeclaredAs(const DeclaredSpec& declared);
+// The same of the command that adds a spec.
+[[nodiscard]] explain::SpecRequest RequestOf(const Command& command);
 // A template's image alone.
 [[nodiscard]] advice::LintSpec TemplateAlone(const std::string& file);
 

@@ -1,9 +1,12 @@
 #include "SpecArguments.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <stdexcept>
+#include <utility>
 
+#include "Files.h"
 #include "client/Text.h"
 
 namespace quillmark::control {
@@ -31,6 +34,19 @@ void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec) {
                      "Above 0.5 the least score, otherwise the largest difference (difference 0.1)");
 }
 
+void AddSpecFileOptions(CLI::App& command, SpecArguments& arguments) {
+  CLI::Option* file =
+      command.add_option("--specs", arguments.file, "Take the specs that this file declares, as apply does");
+  file->type_name("FILE");
+  for (const char* part : {"--target", "--name", "--path", "--roi", "--edge-min", "--threshold"}) {
+    file->excludes(command.get_option(part));
+  }
+  command.add_option("--only", arguments.only, "Of these the one of this name; may be repeated")
+      ->type_name("NAME")
+      ->allow_extra_args(false)
+      ->needs(file);
+}
+
 Command SpecCommand(const SpecArguments& arguments) {
   Command command;
   command.kind = CmdKind::Spec;
@@ -50,6 +66,36 @@ Command SpecCommand(const SpecArguments& arguments) {
     throw std::invalid_argument("--threshold must lie between 0 and 1");
   }
   return command;
+}
+
+std::vector<DeclaredSpec> DeclaredSpecs(const SpecArguments& arguments) {
+  if (arguments.file.empty()) return {};
+  std::vector<DeclaredSpec> specs = ReadSpecFile(PathOf(arguments.file));
+  for (const std::string& name : arguments.only) {
+    if (std::ranges::find(specs, name, &DeclaredSpec::name) == specs.end()) {
+      throw std::invalid_argument("--only: " + arguments.file + " declares no spec '" + name + "'");
+    }
+  }
+  if (specs.empty()) throw std::invalid_argument("--specs: " + arguments.file + " declares no spec");
+  if (!arguments.only.empty()) {
+    std::erase_if(specs, [&](const DeclaredSpec& spec) {
+      return std::ranges::find(arguments.only, spec.name) == arguments.only.end();
+    });
+  }
+  return specs;
+}
+
+std::vector<Command> SpecCommands(const SpecArguments& arguments) {
+  std::vector<Command> commands;
+  for (DeclaredSpec& spec : DeclaredSpecs(arguments)) {
+    if (!spec.fault.empty()) {
+      throw std::invalid_argument(arguments.file + ", line " + std::to_string(spec.line) + ", " + spec.name +
+                                  ": " + spec.fault);
+    }
+    commands.push_back(std::move(spec.command));
+  }
+  if (arguments.Given()) commands.push_back(SpecCommand(arguments));
+  return commands;
 }
 
 Rectangle ReadRectangle(const std::string& what, const std::string& text) {

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "SpecFile.h"
 #include "client/Command.h"
 
 namespace quillmark::control {
@@ -18,6 +20,9 @@ struct SpecArguments {
   std::string target, name, path;
   std::string roi;  // X,Y,W,H
   std::optional<float> edgeMin, threshold;
+  // In place of all those: a file that declares specs, and which of them; none stands for all.
+  std::string file;
+  std::vector<std::string> only;
 
   [[nodiscard]] bool Given() const {
     return !(target.empty() && name.empty() && path.empty() && roi.empty());
@@ -30,9 +35,20 @@ enum class SpecIs { Required, Optional };
 // all.
 void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec = SpecIs::Required);
 
+// --specs and --only, which take specs out of a file in place of those options.
+void AddSpecFileOptions(CLI::App& command, SpecArguments& arguments);
+
 // The command that adds the spec. Raises std::invalid_argument, naming the argument, when one does not fit
 // its field, cannot be read or lies outside its range: nothing is cut or bent.
 [[nodiscard]] Command SpecCommand(const SpecArguments& arguments);
+
+// The entries of the file that are meant; nothing without a file. Raises as ReadSpecFile does, and
+// std::invalid_argument for a name that is not in it.
+[[nodiscard]] std::vector<DeclaredSpec> DeclaredSpecs(const SpecArguments& arguments);
+
+// The commands that add the specs that were given in either way, or nothing. Raises as SpecCommand and
+// DeclaredSpecs do, and std::invalid_argument for an entry at fault.
+[[nodiscard]] std::vector<Command> SpecCommands(const SpecArguments& arguments);
 
 struct Rectangle {
   std::int32_t x = 0, y = 0, width = 0, height = 0;

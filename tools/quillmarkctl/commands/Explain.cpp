@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "CommandLine.h"
+#include "PartialSpec.h"
+#include "Progress.h"
 #include "Reports.h"
-#include "SpecArguments.h"
 #include "client/Text.h"
 #include "explain/HtmlReport.h"
 #include "explain/LiveLook.h"
@@ -29,7 +30,7 @@ constexpr char Notes[] =
     "one that shows the client area at that place; without scaling. docs/explain.md describes the answer "
     "and\n"
     "its fields, docs/silence.md the reasons.\n"
-    "Exit codes: 0 it would be a hit, 1 it would not, 2 wrong use or error.";
+    "Exit codes: 0 it would be a hit, each of several specs; 1 it would not; 2 wrong use or error.";
 
 struct Options {
   SpecArguments spec;
@@ -37,18 +38,6 @@ struct Options {
   double scale = 1.0;
   bool live = false;
 };
-
-explain::SpecRequest RequestOf(const SpecArguments& arguments) {
-  const Command command = SpecCommand(arguments);
-  explain::SpecRequest request;
-  request.target = command.target;
-  request.name = command.name;
-  request.path = command.path;
-  request.roi = cv::Rect(command.roiX, command.roiY, command.roiW, command.roiH);
-  request.edgeMin = command.edgeMin;
-  request.threshold = command.threshold;
-  return request;
-}
 
 // The screenshot as a monitor would deliver it.
 cv::Mat ReadPicture(const std::string& file) {
@@ -78,10 +67,7 @@ Rect ClientArea(const std::string& argument, cv::Size picture) {
   return {client.x, client.y, client.x + client.width, client.y + client.height};
 }
 
-Explanation ExplainImage(Explanation explanation, const Options& options) {
-  const cv::Mat picture = ReadPicture(options.image);
-  // The range check of the arguments lets through what is no number.
-  if (std::isnan(options.scale)) throw std::invalid_argument("--scale must be a number");
+Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const Options& options) {
   TemplateSpec& spec = explanation.spec;
   spec.targetRect = ClientArea(options.client, picture.size());
   spec.targetScaleX = spec.targetScaleY = options.scale;
@@ -97,12 +83,28 @@ void WritePage(const std::string& file, const std::string& page) {
 }
 
 ExitCode Run(const Options& options, Output& output) {
-  const Explanation prepared = explain::PrepareExplanation(RequestOf(options.spec));
-  const std::vector<Explanation> explanations =
-      options.live ? explain::ExplainLive(prepared) : std::vector{ExplainImage(prepared, options)};
+  const std::vector<Command> commands = SpecCommands(options.spec);
+  if (commands.empty()) throw std::invalid_argument("give a spec as for add, or --specs");
+  const cv::Mat picture = options.live ? cv::Mat() : ReadPicture(options.image);
+  // The range check of the arguments lets through what is no number.
+  if (std::isnan(options.scale)) throw std::invalid_argument("--scale must be a number");
+  std::vector<Explanation> explanations;
+  bool allHit = true;
+  {
+    Progress bar("explain", static_cast<std::int64_t>(commands.size()));
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+      const Explanation prepared = explain::PrepareExplanation(RequestOf(commands[i]));
+      const std::vector<Explanation> answers = options.live
+                                                   ? explain::ExplainLive(prepared)
+                                                   : std::vector{ExplainImage(prepared, picture, options)};
+      allHit = allHit && std::ranges::any_of(answers, &Explanation::IsHit);
+      explanations.insert(explanations.end(), answers.begin(), answers.end());
+      bar.Show(static_cast<std::int64_t>(i) + 1);
+    }
+  }
   if (!options.html.empty()) WritePage(options.html, explain::HtmlReport(explanations));
   PrintExplanations(explanations, output);
-  return std::ranges::any_of(explanations, &Explanation::IsHit) ? Yes : No;
+  return allHit ? Yes : No;
 }
 
 }  // namespace
@@ -111,7 +113,8 @@ void AddExplain(CommandLine& line) {
   const auto options = std::make_shared<Options>();
   CLI::App& command = line.Add("explain", "Says why a spec is, or is not, found in a picture of its window.",
                                [options](Output& output) { return Run(*options, output); });
-  AddSpecOptions(command, options->spec);
+  AddSpecOptions(command, options->spec, SpecIs::Optional);
+  AddSpecFileOptions(command, options->spec);
   CLI::Option_group& look = *command.add_option_group("picture", "What to look at");
   CLI::Option* image = look.add_option("--image", options->image, "Screenshot to look in")->type_name("FILE");
   look.add_flag("--live", options->live, "Look at the desktop as it is now, as the worker does");

@@ -16,8 +16,9 @@ namespace {
 using advice::LintSpec;
 
 constexpr char Notes[] =
-    "Give a spec as for add, of which all but --path may be left out, template images alone, or both. What\n"
-    "is not given is not looked at. docs/lint.md lists what may be found.\n"
+    "Give a spec as for add, of which all but --path may be left out, or a file of specs as for apply, "
+    "template\n"
+    "images alone, or both. What is not given is not looked at. docs/lint.md lists what may be found.\n"
     "Exit codes: 0 nothing found, 1 something found, 2 wrong use or error.\n"
     "With --json each line is one object:\n"
     "  "
@@ -37,8 +38,10 @@ struct Options {
 std::vector<LintSpec> SpecsOf(const Options& options) {
   std::vector<LintSpec> specs;
   if (HasSpec(*options.command)) specs.push_back(ReadPartialSpec(options.spec, *options.command));
+  for (const DeclaredSpec& spec : DeclaredSpecs(options.spec)) specs.push_back(DeclaredAs(spec));
   for (const std::string& file : options.files) specs.push_back(TemplateAlone(file));
-  if (specs.empty()) throw std::invalid_argument("nothing to look at: give --path or template images");
+  if (specs.empty())
+    throw std::invalid_argument("nothing to look at: give --path, --specs or template images");
   return specs;
 }
 

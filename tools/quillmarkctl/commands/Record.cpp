@@ -7,6 +7,7 @@
 #include "Progress.h"
 #include "SpecArguments.h"
 #include "Wording.h"
+#include "client/Text.h"
 #include "replay/Pictures.h"
 #include "replay/Recorder.h"
 
@@ -16,9 +17,9 @@ namespace {
 constexpr char Notes[] =
     "Writes the pictures of all monitors and the windows into the folder, for quillmarkctl replay. It ends "
     "by\n"
-    "itself or when interrupted. No worker is needed; the spec, if one is given, is written into the "
-    "recording\n"
-    "with a copy of its image. Everything on the screens is in the pictures: look at them before you pass a\n"
+    "itself or when interrupted. No worker is needed; specs that are given are written into the recording "
+    "with\n"
+    "copies of their images. Everything on the screens is in the pictures: look at them before you pass a\n"
     "recording on.\n"
     "With --on-hit or --on-near-miss only the frames around it are kept. A near miss is a comparison that "
     "was\n"
@@ -42,11 +43,11 @@ replay::RecorderOptions RecorderOptionsOf(const RecordOptions& options) {
   recorder.framesAfter = options.after;
   if (options.onHit) recorder.trigger = replay::Trigger::Hit;
   if (options.onNearMiss) recorder.trigger = replay::Trigger::NearMiss;
-  if (options.spec.Given()) {
-    const Command command = SpecCommand(options.spec);
-    recorder.specs.push_back({command.target, command.name, options.spec.path, command.roiX, command.roiY,
-                              command.roiW, command.roiH, command.edgeMin, command.threshold});
-  } else if (recorder.trigger != replay::Trigger::None) {
+  for (const Command& command : SpecCommands(options.spec)) {
+    recorder.specs.push_back({command.target, command.name, client::ToUtf8(command.path), command.roiX,
+                              command.roiY, command.roiW, command.roiH, command.edgeMin, command.threshold});
+  }
+  if (recorder.specs.empty() && recorder.trigger != replay::Trigger::None) {
     throw std::invalid_argument("--on-hit and --on-near-miss need a spec");
   }
   return recorder;
@@ -88,6 +89,7 @@ void AddRecord(CommandLine& line) {
   command.add_option("--before", options->before, "Frames to keep before it (10)")->check(CLI::Range(0, 100));
   command.add_option("--after", options->after, "Frames to keep after it (10)")->check(CLI::Range(0, 100));
   AddSpecOptions(command, options->spec, SpecIs::Optional);
+  AddSpecFileOptions(command, options->spec);
   command.footer(Notes);
 }
 

@@ -58,8 +58,15 @@ void TellUnused(const advice::TuneReport& report, const Pictures& pictures, Outp
   }
 }
 
+advice::LintSpec SpecOf(const Options& options) {
+  if (options.spec.file.empty()) return ReadPartialSpec(options.spec, *options.command);
+  const std::vector<Command> commands = SpecCommands(options.spec);
+  if (commands.size() > 1) throw std::invalid_argument("--specs: tune takes one spec; name it with --only");
+  return {.request = RequestOf(commands.front())};
+}
+
 ExitCode Run(const Options& options, Output& output) {
-  const advice::LintSpec spec = ReadPartialSpec(options.spec, *options.command);
+  const advice::LintSpec spec = SpecOf(options);
   advice::TuneInput input;
   input.spec = spec.request;
   if (!spec.hasName) input.spec.name = L"spec";
