@@ -38,8 +38,8 @@ if(WIN32)
   set(deps ${QUILLMARK_WINDOWS_DEPS}/share/doc)
   set(CPACK_QUILLMARK_STATEMENTS ${deps}/opencv/copyright ${deps}/libpng1.6/copyright
     ${deps}/libjpeg-turbo/copyright ${deps}/libz-mingw-w64-dev/copyright ${deps}/libcli11-dev/copyright
-    ${deps}/nlohmann-json3-dev/copyright ${doc}/gcc-mingw-w64-x86-64-posix-runtime/copyright
-    ${doc}/mingw-w64-x86-64-dev/copyright ${doc}/libtomlplusplus-dev/copyright)
+    ${deps}/nlohmann-json3-dev/copyright ${deps}/libtomlplusplus-dev/copyright
+    ${doc}/gcc-mingw-w64-x86-64-posix-runtime/copyright ${doc}/mingw-w64-x86-64-dev/copyright)
 else()
   set(CPACK_QUILLMARK_STATEMENTS ${doc}/libcli11-dev/copyright ${doc}/nlohmann-json3-dev/copyright
     ${doc}/libtomlplusplus-dev/copyright)

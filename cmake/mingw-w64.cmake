@@ -19,7 +19,7 @@ if(NOT QUILLMARK_WINDOWS_DEPS)
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUILLMARK_WINDOWS_DEPS)
 # A build folder may have found its packages in an earlier prefix.
-foreach(package OpenCV CLI11 nlohmann_json)
+foreach(package OpenCV CLI11 nlohmann_json tomlplusplus)
   if(NOT "${${package}_DIR}" MATCHES "^${QUILLMARK_WINDOWS_DEPS}")
     unset(${package}_DIR CACHE)
   endif()

@@ -20,7 +20,7 @@ no_sources=3
 # The same libraries, built in the same way, have the same name. The versions are those installed here: what
 # is built is the newest that the package sources have, and an upgraded machine builds anew.
 packages=(libopencv-core-dev libpng16-16 libjpeg62-turbo libz-mingw-w64-dev g++-mingw-w64-x86-64-posix
-  libcli11-dev nlohmann-json3-dev)
+  libcli11-dev nlohmann-json3-dev libtomlplusplus-dev)
 if ! versions=$(dpkg-query -W "${packages[@]}"); then
   echo "windows-deps.sh: packages are missing; run scripts/packages.sh windows" >&2
   exit 1
@@ -144,9 +144,18 @@ build opencv "${zlib[@]}" -DBUILD_LIST=core,imgproc,imgcodecs -DBUILD_SHARED_LIB
 
 # Header-only ones; /usr/include itself holds this host's system headers and must not be seen.
 mkdir -p "$prefix/include" "$prefix/share/cmake"
-cp -r /usr/include/CLI /usr/include/nlohmann "$prefix/include/"
+cp -r /usr/include/CLI /usr/include/nlohmann /usr/include/toml++ "$prefix/include/"
 cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
-for package in libcli11-dev nlohmann-json3-dev libz-mingw-w64-dev; do
+# Debian's own names a library for this host; without it the headers are complete.
+mkdir "$prefix/share/cmake/tomlplusplus"
+cat >"$prefix/share/cmake/tomlplusplus/tomlplusplusConfig.cmake" <<'END'
+if(NOT TARGET tomlplusplus::tomlplusplus)
+  add_library(tomlplusplus::tomlplusplus INTERFACE IMPORTED)
+  set_target_properties(tomlplusplus::tomlplusplus PROPERTIES
+    INTERFACE_INCLUDE_DIRECTORIES "${CMAKE_CURRENT_LIST_DIR}/../../../include")
+endif()
+END
+for package in libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libz-mingw-w64-dev; do
   install -D -m 644 "/usr/share/doc/$package/copyright" "$prefix/share/doc/$package/copyright"
 done
 
