@@ -115,11 +115,13 @@ void X11Windows::Note(const xcb_generic_event_t& event) {
     case XCB_PROPERTY_NOTIFY:
       NoteProperty(reinterpret_cast<const xcb_property_notify_event_t&>(event));
       return;
-    case XCB_DESTROY_NOTIFY:
-      // The sign of life has gone: whatever the properties say is the word of a dead window manager.
-      if (reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == checkWindow)
-        listOutdated = true;
-      [[fallthrough]];
+    case XCB_DESTROY_NOTIFY: {
+      // Forgotten at once: its number may be another window's already, whose events are yet to be asked for.
+      // Without the sign of life, whatever the properties say is the word of a dead window manager.
+      const xcb_window_t gone = reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
+      if (entries.erase(gone) > 0 || gone == checkWindow || !managed) listOutdated = true;
+      return;
+    }
     case XCB_CREATE_NOTIFY:
     case XCB_MAP_NOTIFY:
     case XCB_UNMAP_NOTIFY:

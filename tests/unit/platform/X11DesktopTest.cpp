@@ -124,6 +124,25 @@ TEST_F(X11DesktopTest, ProcessIsTheOneThatHoldsTheConnection) {
   EXPECT_TRUE(Eventually([&] { return desktop->Title(foreign) == L"Calculator"; }));
 }
 
+TEST_F(X11DesktopTest, AWindowWithTheNumberOfOneThatWasDestroyedIsANewOne) {
+  Open();
+  auto first = std::make_unique<XClient>();
+  const WindowId old = first->Show(0, 0, 10, 10, "old");
+  EXPECT_EQ(desktop->Title(old), L"old");
+  first.reset();
+  std::unique_ptr<XClient> second;
+  WindowId reused = 0;
+  // The server gives the numbers of a connection to the next one once it has closed the old one.
+  ASSERT_TRUE(Eventually([&] {
+    second = std::make_unique<XClient>();
+    reused = second->Show(0, 0, 10, 10, "new");
+    return reused == old;
+  }));
+  EXPECT_EQ(desktop->Title(reused), L"new");
+  second->SetTitle(reused, "newer");
+  EXPECT_EQ(desktop->Title(reused), L"newer");
+}
+
 TEST_F(X11DesktopTest, ManagedWindowsComeInStackingOrderWithTheirFrames) {
   OpenManaged();
   const WindowId low = ShowManaged(100, 150, 300, 200, "low");
