@@ -13,6 +13,8 @@
 
 namespace quillmark::test {
 
+class XClient;
+
 class PrivateDisplay {
  public:
   // Returns when the server takes connections. Throws std::runtime_error when it does not start.
@@ -44,6 +46,9 @@ class PrivateDisplay {
   std::optional<std::string> outerAuthority;
   std::unique_ptr<ChildProcess> server;
   std::unique_ptr<ChildProcess> windowManager;
+  // Which saw the window manager start. Kept beside it: once it is closed the next program's windows get the
+  // numbers of its own, and a window manager that has yet to take leave of those moves the new ones about.
+  std::unique_ptr<XClient> witness;
 };
 
 }  // namespace quillmark::test

@@ -80,6 +80,7 @@ PrivateDisplay::PrivateDisplay(int width, int height)
 }
 
 PrivateDisplay::~PrivateDisplay() {
+  witness.reset();
   windowManager.reset();
   server.reset();
   Restore("DISPLAY", outerDisplay);
@@ -109,8 +110,9 @@ void PrivateDisplay::StartServer() {
 
 void PrivateDisplay::StartWindowManager() {
   windowManager = std::make_unique<ChildProcess>(std::vector<std::string>{"openbox", "--sm-disable"});
-  XClient client;
-  if (!Eventually([&] { return ManagesWindows(client); })) throw std::runtime_error("openbox did not start");
+  witness = std::make_unique<XClient>();
+  if (!Eventually([&] { return ManagesWindows(*witness); }))
+    throw std::runtime_error("openbox did not start");
 }
 
 void PrivateDisplay::EndWindowManager(int signal) {
@@ -119,6 +121,7 @@ void PrivateDisplay::EndWindowManager(int signal) {
 
 void PrivateDisplay::EndServer(int signal) {
   End(*server, signal);
+  witness.reset();
   windowManager.reset();
 }
 
