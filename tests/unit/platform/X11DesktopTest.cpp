@@ -257,7 +257,7 @@ TEST_F(X11DesktopTest, AServerThatDiesAndComesBackIsFoundAgain) {
 }
 
 TEST(X11DesktopWithoutServerTest, HasNoMonitorsAndEndsAtOnce) {
-  X11Desktop desktop("unix/nowhere:77");
+  X11Desktop desktop("unix/nowhere:59999");
   EXPECT_THAT(desktop.Monitors(), IsEmpty());
   EXPECT_THAT(desktop.TopLevelWindows(), IsEmpty());
 }
