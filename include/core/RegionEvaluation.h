@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <opencv2/core.hpp>
 
 #include "core/FrameJob.h"
@@ -61,6 +62,9 @@ enum class Thoroughness : std::int32_t {
   EveryStep,  // what can be measured is; the first veto still decides
 };
 
+// Hears of the evaluation's work, piece by piece, which step of the decision it was for. For measuring times.
+using StepComputed = std::function<void(DecidingStep)>;
+
 struct Verdict {
   DecidingStep decidedBy = DecidingStep::Inputs;
 
@@ -109,7 +113,8 @@ struct Verdict {
 // counts as Gray. The target's rectangle of `spec` is the frame of the hit's cx and cy. Errors of the image
 // library (crops or template of unexpected type or size, colour tests without an HSV crop) leave it as
 // cv::Exception; a thorough evaluation may come to some behind the first veto.
-[[nodiscard]] Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec,
-                                     Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto);
+[[nodiscard]] Verdict EvaluateRegion(
+    const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto,
+    const StepComputed& computed = [](DecidingStep) {});
 
 }  // namespace quillmark

@@ -115,11 +115,13 @@ bool CompareEdges(const ROIUnit& unit, const TemplateSpec& spec, const cv::Mat& 
 
 // False when the edge detection gave no image.
 bool CompareStructure(const ROIUnit& unit, const TemplateSpec& spec, const cv::Mat& patch, double tmplStdDev,
-                      Verdict& v) {
+                      const StepComputed& computed, Verdict& v) {
   v.lowDetail = v.tiny || spec.edgeDensity < 0.01;
   v.flatTemplate = tmplStdDev < 3.0 || spec.edgeDensity < 0.005;
   if (!v.flatTemplate) v.ncc = AtLeast(NCC1x1_Gray(patch, spec.tmplGray), NccLimit(unit, spec, v.lowDetail));
+  computed(DecidingStep::Ncc);
   if (!v.lowDetail && !v.flatTemplate && !CompareEdges(unit, spec, patch, v)) return false;
+  computed(DecidingStep::EdgeCorrelation);
 
   if (IsHueMode(spec.mode) || spec.redHint || spec.colorGate) {
     Waive(v.ncc);
@@ -194,13 +196,15 @@ bool Ends(bool veto, DecidingStep step, Thoroughness thoroughness, Verdict& v) {
 }
 
 // Runs the steps on `v`; false when it could not or need not go to their end.
-bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness, Verdict& v) {
+bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness,
+              const StepComputed& computed, Verdict& v) {
   const auto ends = [&](bool veto, DecidingStep step) { return Ends(veto, step, thoroughness, v); };
   v.tw = spec.tmplGray.cols;
   v.th = spec.tmplGray.rows;
   if (!HasInputs(unit, spec)) return false;  // a verdict begins as decided by this
 
   const std::optional<Placement> best = SearchRegion(unit, spec);
+  computed(DecidingStep::Search);
   v.decidedBy = best ? DecidingStep::Accepted : DecidingStep::Search;
   if (!best) return false;
   v.found = true;
@@ -221,18 +225,24 @@ bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thorou
   const cv::Mat patch = unit.gray(rect);
   const MeanAndStdDev tmpl = Statistics(spec.tmplGray);
   v.flatWhite = CheckFlatWhite(patch, tmpl);
+  computed(DecidingStep::FlatWhite);
   if (ends(v.flatWhite.Vetoes(), DecidingStep::FlatWhite)) return false;
   v.chroma = CheckChroma(unit, spec, rect);
-  if (ends(!CompareStructure(unit, spec, patch, tmpl.stdDev, v), DecidingStep::NoEdges)) return false;
+  computed(DecidingStep::Chroma);
+  if (ends(!CompareStructure(unit, spec, patch, tmpl.stdDev, computed, v), DecidingStep::NoEdges)) {
+    return false;
+  }
 
   v.colourActive = spec.redHint || spec.colorGate;
   const cv::Mat hsvPatch = unit.hsv.empty() ? cv::Mat() : unit.hsv(rect);
   if (!hsvPatch.empty()) v.hsvMean = cv::mean(hsvPatch);
   if (spec.vividFlat) v.darkness = AtMost(spec.hsvMean[2] - v.hsvMean[2], 30.0);
+  computed(DecidingStep::Darkness);
   if (ends(v.darkness.Vetoes(), DecidingStep::Darkness)) return false;
   if (v.colourActive) {
     CompareHsvMeans(unit, spec, v);
     CompareRedness(hsvPatch, unit, spec, rect, v);
+    computed(DecidingStep::Colour);
   }
   if (v.Accepted()) v.decidedBy = Decide(spec, v);
   return v.Accepted() || thoroughness == Thoroughness::EveryStep;
@@ -240,13 +250,15 @@ bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thorou
 
 }  // namespace
 
-Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness) {
+Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness,
+                       const StepComputed& computed) {
   Verdict v;
-  if (!RunSteps(unit, spec, thoroughness, v)) return v;
+  if (!RunSteps(unit, spec, thoroughness, computed, v)) return v;
   v.hit = LocateHit(unit, spec.targetRect, cv::Rect(v.loc.x, v.loc.y, v.tw, v.th));
   v.sq = static_cast<float>(1.0 - v.dist);
   v.edgeScore = static_cast<float>(std::max(v.e1, v.e2));
   v.dedupWindowMs = DedupWindowMs(spec);
+  computed(DecidingStep::Accepted);
   return v;
 }
 

@@ -136,6 +136,44 @@ TEST_F(Advice, TuneDecidesFoldersOfPictures) {
   EXPECT_THAT(objects[1]["obstacle"].get<std::string>(), HasSubstr("1 negative"));
 }
 
+TEST_F(Advice, BenchMeasuresEachStepAndNamesTheCostliest) {
+  Write("specs.toml",
+        "[defaults]\ntarget = \"t\"\npath = \"ok.png\"\n"
+        "[[spec]]\nname = \"small\"\nregion = [0, 0, 40, 30]\n"
+        "[[spec]]\nname = \"large\"\nmode = \"hs\"\nregion = [2000, 0, 400, 300]\n"
+        "[[spec]]\nname = \"none\"\nregion = [0, 0, 20, 20]\n");
+  const Outcome outcome = Control({"bench", "--json", "--specs", File("specs.toml"), "--seconds=0.01"});
+  EXPECT_LE(outcome.code, 1) << outcome.err;
+  const std::vector<json> objects = Objects(outcome.out);
+  ASSERT_EQ(objects.size(), 5u);
+  EXPECT_EQ(objects[0]["w"], 2400);
+  EXPECT_EQ(objects[0]["hsv"], true);
+  EXPECT_EQ(objects[1]["reason"], nullptr);
+  double sum = 0.0;
+  std::vector<std::string> steps;
+  for (const json& step : objects[1]["steps"]) {
+    steps.push_back(step["step"]);
+    EXPECT_GE(step["p90"], step["median"]);
+    if (steps.size() > 1) sum += step["median"].get<double>();
+  }
+  EXPECT_THAT(steps, ElementsAre("prepare", "cut", "search", "flat-white", "chroma", "grey-correlation",
+                                 "edges", "darkness", "position", "whole"));
+  const double whole = objects[1]["steps"].back()["median"];
+  EXPECT_GT(whole, 0.0);
+  EXPECT_GT(sum - whole, whole * 0.5);  // what makes it up
+  EXPECT_LT(sum - whole, whole * 1.5);
+  EXPECT_EQ(objects[3]["reason"], "region-too-small");
+  EXPECT_EQ(objects[3]["steps"].size(), 1u);
+  EXPECT_EQ(objects[4]["costliest"]["spec"], "large:mode=hs");
+  EXPECT_EQ(objects[4]["costliest"]["step"], "search");
+  EXPECT_EQ(outcome.code, objects[4]["share"] > 1.0 ? 1 : 0);
+
+  const Outcome text =
+      Control({"bench", "--path", File("ok.png"), "--image", File("ok.png"), "--seconds=0.01"});
+  EXPECT_LE(text.code, 1) << text.err;
+  EXPECT_THAT(text.out, HasSubstr("ok.png: 30 x 20 in 30 x 20, a hit\n"));
+}
+
 TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
   Write("bad.png", "no image");
   Write("bad.toml", "[[spec]\n");
@@ -162,6 +200,8 @@ TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
       {{"explain", "--image", File("ok.png")}, "give a spec"},
       {{"lint", "--specs", File("two.toml"), "--only", "c"}, "declares no spec 'c'"},
       {{"tune", "--specs", File("good.toml"), "--positive", File("ok.png")}, "tune takes one spec"},
+      {{"bench"}, "--path, the template's image, is missing"},
+      {{"bench", "--path", File("bad.png")}, "first bytes are those of no known image"},
       {{"tune", "--positive", File("ok.png")}, "--path, the template's image, is missing"},
       {{"tune", "--path", File("ok.png")}, "there is no picture to decide"},
       {{"tune", "--path", File("bad.png"), "--positive", File("ok.png")}, "--path: The file's first bytes"},

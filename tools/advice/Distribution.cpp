@@ -5,7 +5,6 @@
 #include <ranges>
 
 namespace quillmark::advice {
-namespace {
 
 double Quantile(const std::vector<double>& sorted, double share) {
   const double place = share * static_cast<double>(sorted.size() - 1);
@@ -13,8 +12,6 @@ double Quantile(const std::vector<double>& sorted, double share) {
   const std::size_t above = std::min(below + 1, sorted.size() - 1);
   return std::lerp(sorted[below], sorted[above], place - static_cast<double>(below));
 }
-
-}  // namespace
 
 Distribution DistributionOf(std::vector<double> values) {
   std::ranges::sort(values);

@@ -16,6 +16,8 @@ struct Distribution {
   std::size_t count = 0;
   double min = 0.0, q1 = 0.0, median = 0.0, q3 = 0.0, max = 0.0;
 };
+// The value below which this share of at least one sorted value lies, likewise.
+[[nodiscard]] double Quantile(const std::vector<double>& sorted, double share);
 // Of at least one value, in any order.
 [[nodiscard]] Distribution DistributionOf(std::vector<double> values);
 

@@ -56,6 +56,20 @@ Verdict EvaluateUniform(const cv::Scalar& tmpl, const cv::Mat& region, MatchMode
   return EvaluateRegion(UnitShowing(region), spec);
 }
 
+TEST(RegionEvaluation, TellsWhatItComputesUpToTheFirstVeto) {
+  using enum DecidingStep;
+  Shown shown(IconOf({40, 30}));
+  const auto computed = [&] {
+    std::vector<DecidingStep> steps;
+    (void)EvaluateRegion(shown.unit, shown.spec, Thoroughness::UpToTheFirstVeto,
+                         [&](DecidingStep step) { steps.push_back(step); });
+    return steps;
+  };
+  EXPECT_EQ(computed(), (std::vector{Search, FlatWhite, Chroma, Ncc, EdgeCorrelation, Darkness, Accepted}));
+  shown.spec.maxDiff = -1.0;
+  EXPECT_EQ(computed(), std::vector{Search});
+}
+
 TEST(RegionEvaluation, StopsAtOnceWhenTheModeLacksAnImage) {
   const struct {
     MatchMode mode;

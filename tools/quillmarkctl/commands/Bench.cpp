@@ -1,0 +1,176 @@
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Benchmark.h"
+#include "CommandLine.h"
+#include "PartialSpec.h"
+#include "Progress.h"
+#include "Wording.h"
+#include "app/ThreadPool.h"
+#include "core/RegionSchedule.h"
+
+namespace quillmark::control {
+namespace {
+
+constexpr char Notes[] =
+    "Give a spec as for add, of which all but --path may be left out, or a file of specs as for apply. "
+    "Without\n"
+    "--image each is measured on a picture that shows its template in the middle of its region. No worker "
+    "is\n"
+    "needed, and one that runs is not asked. docs/bench.md describes the answer and its fields.\n"
+    "Exit codes: 0 the specs take at most a tick of 20 ms on one core, 1 they take more, 2 wrong use or "
+    "error.";
+
+struct Options {
+  SpecArguments spec;
+  std::string image;
+  double scale = 1.0, seconds = 0.5;
+  const CLI::App* command = nullptr;
+};
+
+// A clock's resolution, without the tail of the binary fraction.
+double Rounded(double micros) {
+  return std::round(micros * 1000.0) / 1000.0;
+}
+
+Json JsonOf(const std::vector<Spread>& spreads) {
+  Json steps = Json::array();
+  for (const Spread& each : spreads) {
+    steps.push_back({{"step", each.step}, {"median", Rounded(each.median)}, {"p90", Rounded(each.p90)}});
+  }
+  return steps;
+}
+
+std::string TimeText(double micros) {
+  char text[32];
+  const bool large = micros >= 1000.0;
+  std::snprintf(text, sizeof text, large ? "%.2f ms" : "%.1f us", large ? micros / 1000.0 : micros);
+  return text;
+}
+
+std::string Row(const std::string& what, const std::string& median, const std::string& p90) {
+  char text[96];
+  std::snprintf(text, sizeof text, "  %-18s%12s%12s", what.c_str(), median.c_str(), p90.c_str());
+  return text;
+}
+
+std::string Rows(const std::vector<Spread>& spreads) {
+  std::string text;
+  for (const Spread& each : spreads) text += '\n' + Row(each.step, TimeText(each.median), TimeText(each.p90));
+  return text;
+}
+
+std::string SizeText(int width, int height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+void Print(const Measured& m, Output& output) {
+  const cv::Mat& tmpl = m.spec.tmplGray;
+  const Rect& r = m.place.visible;
+  const int width = r.right - r.left, height = r.bottom - r.top;
+  const std::string reason(m.reason ? explain::CodeOf(*m.reason) : "");
+  const std::string end = !m.Compared()    ? "never compared: " + reason
+                          : reason.empty() ? "a hit"
+                                           : "refused: " + reason;
+  output.Print({{"type", "spec"},
+                {"name", m.name},
+                {"template", {{"w", tmpl.cols}, {"h", tmpl.rows}}},
+                {"region", {{"x", r.left}, {"y", r.top}, {"w", width}, {"h", height}}},
+                {"reason", reason.empty() ? Json(nullptr) : Json(reason)},
+                {"steps", JsonOf(m.steps)}},
+               m.name + ": " + SizeText(tmpl.cols, tmpl.rows) + " in " + SizeText(width, height) + ", " +
+                   end + Rows(m.steps));
+}
+
+// Sums up; true when everything together fits into a tick.
+bool Summarise(const std::vector<Measured>& specs, const Spread& convert, Output& output) {
+  const double tick = static_cast<double>(RegionSchedule::TickIntervalMs(0)) * 1000.0;
+  const std::size_t threads = ThreadPool::SizeFor(std::thread::hardware_concurrency());
+  Spread all{"whole", convert.median, convert.p90};
+  const Measured* dearest = nullptr;
+  for (const Measured& m : specs) {
+    if (!m.Compared()) continue;
+    const Spread& whole = m.steps.back();
+    all.median += whole.median;
+    all.p90 += whole.p90;
+    if (dearest == nullptr || whole.median > dearest->steps.back().median) dearest = &m;
+  }
+  char share[96];
+  std::snprintf(share, sizeof share, "%.1f %% of a tick of %.0f ms on one core, at the p90 %.1f %%",
+                100.0 * all.median / tick, tick / 1000.0, 100.0 * all.p90 / tick);
+  Json json = {{"type", "summary"},       {"specs", specs.size()},      {"median", Rounded(all.median)},
+               {"p90", Rounded(all.p90)}, {"share", all.median / tick}, {"threads", threads},
+               {"costliest", nullptr}};
+  std::string text = Counted(specs.size(), "spec") + " and the frame" + Rows({all}) + "\n" + share +
+                     "; the worker decides in " + Counted(threads, "thread") + " here.";
+  if (dearest != nullptr) {
+    const auto less = [](const Spread& a, const Spread& b) { return a.median < b.median; };
+    const Spread& step = *std::max_element(dearest->steps.begin() + 1, dearest->steps.end() - 1, less);
+    json["costliest"] = {{"spec", dearest->name}, {"step", step.step}, {"median", Rounded(step.median)}};
+    text += "\nMost is taken by " + dearest->name + ", and of that by " + step.step + ".";
+  }
+  output.Print(json, text);
+  return all.median <= tick;
+}
+
+ExitCode Run(const Options& options, Output& output) {
+  using Clock = std::chrono::steady_clock;
+  std::vector<advice::LintSpec> given;
+  if (options.spec.file.empty()) {
+    given.push_back(ReadPartialSpec(options.spec, *options.command));
+  } else {
+    for (const Command& command : SpecCommands(options.spec))
+      given.push_back({.request = RequestOf(command)});
+  }
+  const cv::Mat screenshot = options.image.empty() ? cv::Mat() : ReadScreenshot("--image", options.image);
+  std::vector<Measured> specs = PrepareToMeasure(given, screenshot, options.scale);
+  Benchmark all;
+  {
+    const double seconds = MeasuringSeconds(specs, options.seconds);
+    Progress bar("bench", static_cast<std::int64_t>(seconds * 1e3));
+    const auto start = Clock::now();
+    all = MeasureSpecs(specs, screenshot, options.seconds, [&] {
+      bar.Show(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+    });
+  }
+  const std::string screen = SizeText(all.screen.width, all.screen.height);
+  output.Print(
+      {{"type", "frame"},
+       {"w", all.screen.width},
+       {"h", all.screen.height},
+       {"hsv", all.needsHsv},
+       {"steps", JsonOf({all.convert})}},
+      output.Styled(Style::Quiet, Row("", "median", "p90")) + "\nframe: " + screen + Rows({all.convert}));
+  for (const Measured& m : specs) Print(m, output);
+  return Summarise(specs, all.convert, output) ? Yes : No;
+}
+
+}  // namespace
+
+void AddBench(CommandLine& line) {
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = line.Add("bench", "Measures how long the worker's work on specs takes on this machine.",
+                               [options](Output& output) { return Run(*options, output); });
+  options->command = &command;
+  AddPartialSpecOptions(command, options->spec);
+  CLI::Option* image =
+      command.add_option("--image", options->image, "Screenshot of the window's client area to look in")
+          ->type_name("FILE");
+  command.add_option("--scale", options->scale, "Pixels of the screenshot for one of the template (1)")
+      ->type_name("N")
+      ->check(CLI::Range(0.25, 8.0))
+      ->needs(image);
+  command.add_option("--seconds", options->seconds, "How long to measure each spec (0.5)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.01, 600.0));
+  command.footer(Notes);
+}
+
+}  // namespace quillmark::control
