@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <stdexcept>
 
 #include "CommandModel.h"
@@ -21,6 +22,17 @@ std::string Quoted(const std::string& text) {
   return quoted + "'";
 }
 
+// Whether what is given, by the name the help gives it, is a file or folder.
+bool TakesFile(const OptionModel& option) {
+  const std::string& what = option.positional ? option.names.front() : option.value;
+  return what == "FILE" || what == "FOLDER" || what == "PATH";
+}
+
+bool TakesFileAlone(const CommandModel& command) {
+  return std::ranges::any_of(
+      command.options, [](const OptionModel& option) { return option.positional && TakesFile(option); });
+}
+
 std::string Words(const CommandModel& command) {
   std::string words;
   for (const OptionModel& option : command.options) {
@@ -36,9 +48,15 @@ std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& comm
     names += command.name + ' ';
     cases += "    " + command.name + ") words='" + Words(command) + "' ;;\n";
   }
+  // Where no option begins, the shell itself completes files.
   return "_quillmarkctl() {\n"
          "  local words= word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}\n"
          "  [ \"$COMP_CWORD\" -gt 1 ] || command=\n"
+         "  COMPREPLY=()\n"
+         "  case $command:$word in\n"
+         "    :*|*:-*) ;;\n"
+         "    *) return ;;\n"
+         "  esac\n"
          "  case $command in\n"
          "    '') words='" +
          names + Words(tool) + "' ;;\n" + cases +
@@ -48,19 +66,25 @@ std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& comm
          "complete -o bashdefault -o default -F _quillmarkctl quillmarkctl\n";
 }
 
-std::string Zsh(const std::vector<CommandModel>& commands) {
+// What _arguments takes for the command's options, in lines.
+std::string ZshArguments(const CommandModel& command) {
+  std::string arguments;
+  for (const OptionModel& option : command.options) {
+    if (option.positional) continue;
+    for (const std::string& name : option.names) {
+      const std::string action = TakesFile(option) ? "_files" : " ";
+      const std::string value = option.value.empty() ? "" : ":" + Escaped(option.value, ":\\") + ":" + action;
+      arguments += " \\\n        " + Quoted(name + "[" + Escaped(option.help, "[]\\") + "]" + value);
+    }
+  }
+  return arguments + (TakesFileAlone(command) ? " \\\n        '*:file:_files'" : "");
+}
+
+std::string Zsh(const CommandModel& tool, const std::vector<CommandModel>& commands) {
   std::string names, cases;
   for (const CommandModel& command : commands) {
     names += "    " + Quoted(command.name + ":" + Escaped(command.help, ":\\")) + "\n";
-    cases += "    " + command.name + ")\n      _arguments \\\n";
-    for (const OptionModel& option : command.options) {
-      if (option.positional) continue;
-      for (const std::string& name : option.names) {
-        const std::string value = option.value.empty() ? "" : ":" + Escaped(option.value, ":\\") + ":_files";
-        cases += "        " + Quoted(name + "[" + Escaped(option.help, "[]\\") + "]" + value) + " \\\n";
-      }
-    }
-    cases += "        '*:file:_files' ;;\n";
+    cases += "    " + command.name + ")\n      _arguments" + ZshArguments(command) + " ;;\n";
   }
   return "#compdef quillmarkctl\n"
          "_quillmarkctl() {\n"
@@ -69,6 +93,9 @@ std::string Zsh(const std::vector<CommandModel>& commands) {
          "  )\n"
          "  if (( CURRENT == 2 )); then\n"
          "    _describe command commands\n"
+         "    _arguments" +
+         ZshArguments(tool) +
+         "\n"
          "    return\n"
          "  fi\n"
          "  local command=$words[2]\n"
@@ -78,28 +105,43 @@ std::string Zsh(const std::vector<CommandModel>& commands) {
          cases +
          "  esac\n"
          "}\n"
-         "compdef _quillmarkctl quillmarkctl\n";
+         // The file may be sourced, or found in $fpath, which runs it as the function at the first
+         // completion.
+         "if [[ ${funcstack[1]} == _quillmarkctl ]]; then\n"
+         "  _quillmarkctl \"$@\"\n"
+         "else\n"
+         "  compdef _quillmarkctl quillmarkctl\n"
+         "fi\n";
 }
 
-std::string Fish(const std::vector<CommandModel>& commands) {
+std::string Fish(const CommandModel& tool, const std::vector<CommandModel>& commands) {
   const auto line = [](const std::string& condition, const std::string& rest, const std::string& help) {
     return "complete -c quillmarkctl -n " + Quoted(condition) + rest + " -d " + Quoted(Escaped(help, "\\")) +
            "\n";
   };
   std::string script;
-  for (const CommandModel& command : commands) {
-    script += line("__fish_use_subcommand", " -f -a " + command.name, command.help);
-  }
-  for (const CommandModel& command : commands) {
+  const auto addOptions = [&](const std::string& condition, const CommandModel& command) {
     for (const OptionModel& option : command.options) {
       if (option.positional) continue;
       std::string names;
       for (const std::string& name : option.names) {
         names += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
       }
-      script += line("__fish_seen_subcommand_from " + command.name,
-                     names + (option.value.empty() ? "" : " -r"), option.help);
+      script += line(condition,
+                     names + (option.value.empty() ? ""
+                              : TakesFile(option)  ? " -r -F"
+                                                   : " -x"),
+                     option.help);
     }
+  };
+  for (const CommandModel& command : commands) {
+    script += line("__fish_use_subcommand", " -f -a " + command.name, command.help);
+  }
+  addOptions("__fish_use_subcommand", tool);
+  for (const CommandModel& command : commands) {
+    const std::string condition = "__fish_seen_subcommand_from " + command.name;
+    if (!TakesFileAlone(command)) script += "complete -c quillmarkctl -f -n " + Quoted(condition) + "\n";
+    addOptions(condition, command);
   }
   return script;
 }
@@ -109,8 +151,8 @@ std::string Fish(const std::vector<CommandModel>& commands) {
 std::string CompletionScript(const std::string& shell, const CommandModel& tool,
                              const std::vector<CommandModel>& commands) {
   if (shell == "bash") return Bash(tool, commands);
-  if (shell == "zsh") return Zsh(commands);
-  if (shell == "fish") return Fish(commands);
+  if (shell == "zsh") return Zsh(tool, commands);
+  if (shell == "fish") return Fish(tool, commands);
   throw std::invalid_argument("there is completion for bash, zsh and fish, not for '" + shell + "'");
 }
 

@@ -19,8 +19,10 @@ void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec) {
                          "Window to look in: part of its title, or its program's name with .exe (16 units)"),
       command.add_option("--name", arguments.name,
                          "Name of the spec, with its options: name:option:option (32 units)"),
-      command.add_option("--path", arguments.path,
-                         "Image file to look for, as the worker's working directory sees it (64 units)"),
+      command
+          .add_option("--path", arguments.path,
+                      "Image file to look for, as the worker's working directory sees it (64 units)")
+          ->type_name("FILE"),
       command.add_option("--roi", arguments.roi, "Region in the window's client area, pixels")
           ->type_name("X,Y,W,H")};
   for (CLI::Option* part : parts) {
@@ -29,9 +31,11 @@ void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec) {
       if (spec == SpecIs::Optional && other != part) part->needs(other);
     }
   }
-  command.add_option("--edge-min", arguments.edgeMin, "Least edge correlation (0.75)");
-  command.add_option("--threshold", arguments.threshold,
-                     "Above 0.5 the least score, otherwise the largest difference (difference 0.1)");
+  command.add_option("--edge-min", arguments.edgeMin, "Least edge correlation (0.75)")->type_name("N");
+  command
+      .add_option("--threshold", arguments.threshold,
+                  "Above 0.5 the least score, otherwise the largest difference (difference 0.1)")
+      ->type_name("N");
 }
 
 void AddSpecFileOptions(CLI::App& command, SpecArguments& arguments) {

@@ -125,6 +125,7 @@ void AddExplain(CommandLine& line) {
       ->type_name("X,Y,W,H")
       ->needs(image);
   command.add_option("--scale", options->scale, "Desktop pixels for one pixel of the template (1)")
+      ->type_name("N")
       ->check(CLI::Range(0.25, 8.0))
       ->needs(image);
   command.add_option("--html", options->html, "Write the answer as a page with pictures, too")

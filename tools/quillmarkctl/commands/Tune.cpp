@@ -110,6 +110,7 @@ void AddTune(CommandLine& line) {
   add("--positive", options->positives, "Pictures, or folders of them, that show what the spec looks for");
   add("--negative", options->negatives, "Pictures, or folders of them, that do not");
   command.add_option("--scale", options->scale, "Pixels of the pictures for one of the template (1)")
+      ->type_name("N")
       ->check(CLI::Range(0.25, 8.0));
   command.footer(Notes);
 }
