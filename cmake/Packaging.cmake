@@ -21,6 +21,18 @@ install(DIRECTORY examples DESTINATION ${documents})
 install(DIRECTORY clients/python clients/conformance DESTINATION ${documents}/clients
   PATTERN __pycache__ EXCLUDE PATTERN tests EXCLUDE)
 
+if(NOT WIN32)
+  set(pages ${PROJECT_BINARY_DIR}/pages)
+  install(CODE "set(QUILLMARKCTL \"$<TARGET_FILE:quillmarkctl>\")
+    set(INTO \"${pages}\")
+    include(\"${PROJECT_SOURCE_DIR}/cmake/ToolPages.cmake\")")
+  install(FILES ${pages}/quillmarkctl.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${pages}/quillmark-specs.5.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+  install(FILES ${pages}/quillmarkctl DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
+  install(FILES ${pages}/_quillmarkctl DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions)
+  install(FILES ${pages}/quillmarkctl.fish DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d)
+endif()
+
 set(CPACK_PACKAGE_NAME quillmark)
 set(CPACK_PACKAGE_VENDOR Quillmark)
 set(CPACK_PACKAGE_CONTACT "Quillmark maintainers <maintainers@quillmark.invalid>")

@@ -51,6 +51,17 @@ case $preset in
     programs=$work/usr/bin
     licences=$work/usr/share/doc/quillmark/copyright
     [ -n "$(dpkg-deb -f "$package" Depends)" ] || fail "$package depends on no library"
+    for page in man1/quillmarkctl.1 man5/quillmark-specs.5; do
+      gzip -t "$work/usr/share/man/$page.gz"
+      command -v man >/dev/null || continue
+      said=$(MANROFFSEQ='' man --warnings -E UTF-8 -l "$work/usr/share/man/$page.gz" 2>&1 >/dev/null)
+      [ -z "$said" ] || fail "$page: $said"
+    done
+    for script in bash-completion/completions/quillmarkctl zsh/vendor-completions/_quillmarkctl \
+      fish/vendor_completions.d/quillmarkctl.fish; do
+      [ -s "$work/usr/share/$script" ] || fail "there is no $script"
+    done
+    bash -n "$work/usr/share/bash-completion/completions/quillmarkctl"
     ;;
 esac
 [ -s "$licences" ] || fail "$package says nothing about licences"

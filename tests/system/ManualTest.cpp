@@ -1,6 +1,7 @@
 // Shell completion and the manual page, held against the help of every command.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -67,8 +68,20 @@ TEST(Manual, HelpCompletionAndManualKnowTheSameCommandsAndOptions) {
   }
 }
 
-TEST(Manual, UnknownShellIsRefused) {
+TEST(Manual, UnknownShellOrPageIsRefused) {
   EXPECT_EQ(Control({"completion", "tcsh"}).code, 2);
+  EXPECT_EQ(Control({"manual", "quillmark-tcsh"}).code, 2);
+}
+
+TEST(Manual, PageOfTheFileOfSpecsTellsOfAFileThatCanBeApplied) {
+  const std::string page = Replaced(Control({"manual", "quillmark-specs"}).out, "\\-", "-");
+  const auto example = page.find(".SH EXAMPLE\n.nf\n") + 17;
+  const TempFolder folder;
+  std::ofstream(folder.Path() / "specs.toml") << page.substr(example, page.find("\n.fi", example) - example);
+  WriteImage(folder.Path() / "sine.png");
+  const Outcome outcome = Control({"apply", "--dry-run", (folder.Path() / "specs.toml").string()});
+  EXPECT_EQ(outcome.out, "added  sine\n1 added, 0 replaced, 0 removed, 0 unchanged, 0 refused\n")
+      << outcome.err;
 }
 
 }  // namespace

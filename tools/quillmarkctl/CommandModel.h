@@ -36,7 +36,9 @@ struct CommandModel {
 // another.
 [[nodiscard]] std::string CompletionScript(const std::string& shell, const CommandModel& tool,
                                            const std::vector<CommandModel>& commands);
-// The manual page, section 1, in the language of man.
+// Manual pages in the language of man: of the tool, section 1, and of the file that declares specs,
+// section 5.
 [[nodiscard]] std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>& commands);
+[[nodiscard]] std::string SpecFilePage();
 
 }  // namespace quillmark::control

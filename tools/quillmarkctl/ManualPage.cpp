@@ -1,6 +1,7 @@
 #include <sstream>
 
 #include "CommandModel.h"
+#include "SpecFile.h"
 
 namespace quillmark::control {
 namespace {
@@ -21,6 +22,16 @@ std::string Plain(const std::string& text) {
     atLineStart = c == '\n';
   }
   return plain;
+}
+
+// A page's heading and its first section.
+std::string Head(const std::string& name, const char* section, const char* manual, const char* what) {
+  std::string title = name;
+  for (char& c : title) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return ".TH " + Plain(title) + ' ' + section + " \"\" \"Quillmark " QUILLMARK_VERSION "\" \"" + manual +
+         "\"\n.SH NAME\n" + Plain(name) + " \\- " + what + "\n";
 }
 
 std::string Term(const OptionModel& option) {
@@ -59,8 +70,7 @@ std::string Options(const CommandModel& command) {
 
 std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>& commands) {
   std::ostringstream page;
-  page << ".TH QUILLMARKCTL 1 \"\" \"Quillmark " QUILLMARK_VERSION "\" \"User Commands\"\n"
-       << ".SH NAME\nquillmarkctl \\- control the Quillmark worker\n"
+  page << Head("quillmarkctl", "1", "User Commands", "control the Quillmark worker")
        << ".SH SYNOPSIS\n\\fBquillmarkctl\\fR \\fIcommand\\fR [\\fIoptions\\fR]\n"
        << ".SH DESCRIPTION\n"
        << Plain(tool.help) << "\n"
@@ -77,7 +87,31 @@ std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>
        << Notes(tool.notes)
        << ".SH ENVIRONMENT\n.TP\n\\fBNO_COLOR\\fR\nWhen set and not empty, nothing is coloured.\n"
        << ".TP\n\\fBDISPLAY\\fR, \\fBXDG_RUNTIME_DIR\\fR\nOn Linux: which session the tool and the worker "
-          "share.\n";
+          "share.\n"
+       << ".SH SEE ALSO\n\\fBquillmark\\-specs\\fR(5)\n";
+  return page.str();
+}
+
+std::string SpecFilePage() {
+  std::ostringstream page;
+  page << Head("quillmark-specs", "5", "File Formats", "file that declares what Quillmark looks for")
+       << ".SH DESCRIPTION\nA TOML file of any name that declares specs: template images and where to look "
+          "for "
+          "them.\n\\fBquillmarkctl apply\\fR brings the worker's specs to what it declares; other commands "
+          "take "
+          "it by\n\\fB\\-\\-specs\\fR.\n.PP\nEach spec is a table \\fB[[spec]]\\fR. A table "
+          "\\fB[defaults]\\fR, of "
+          "which there may be one, gives values for\nkeys that a spec leaves out. Needed are name, target, "
+          "path and "
+          "region.\nAn unknown key is a fault, of the entry that has it, or, in \\fB[defaults]\\fR, of the "
+          "file.\n"
+       << ".SH KEYS\n";
+  for (const SpecFileKey& key : SpecFileKeys()) {
+    page << ".TP\n\\fB" << Plain(std::string(key.name)) << "\\fR = \\fI" << Plain(std::string(key.value))
+         << "\\fR\n"
+         << Plain(std::string(key.meaning)) << "\n";
+  }
+  page << ".SH EXAMPLE\n" << Notes(SpecFileExample) << ".SH SEE ALSO\n\\fBquillmarkctl\\fR(1)\n";
   return page.str();
 }
 

@@ -18,9 +18,35 @@
 namespace quillmark::control {
 namespace {
 
-constexpr std::string_view Keys[] = {"name",        "target",          "path",   "region", "max_difference",
-                                     "min_score",   "edge_min",        "mode",   "preset", "red",
-                                     "interval_ms", "every_nth_frame", "monitor"};
+constexpr SpecFileKey Keys[] = {
+    {"name", "TEXT", "What hits are called: 31 UTF-16 units at most, no ':'; each name once in a file."},
+    {"target", "TEXT",
+     "The window to look in: a part of its title, or its program's file name that ends in .exe, on Linux "
+     "too; "
+     "16 units at most."},
+    {"path", "TEXT",
+     "The template's image. A relative path starts at the folder of this file. The whole path, from the "
+     "root, "
+     "has 64 units at most."},
+    {"region", "[X, Y, WIDTH, HEIGHT]",
+     "Where to look, in pixels of the window's client area; at least as large as the template."},
+    {"max_difference", "NUMBER", "The largest difference, from 0 to below 1. Without it the worker's 0.1."},
+    {"min_score", "NUMBER", "The least score, above 0.5 and up to 1. Without it there is none."},
+    {"edge_min", "NUMBER",
+     "The least edge correlation, -1 to 1. Without it 0.75; less than 0.66 acts as 0.66."},
+    {"mode", "TEXT",
+     "What is compared: gray, bgr, s (saturation), h (hue) or hs. Without it gray, or what the preset "
+     "takes."},
+    {"preset", "TEXT", "fast or strict; where another key speaks of the same, that key wins."},
+    {"red", "BOOLEAN",
+     "Whether the template is a red object, whose colour takes part in the decision. A name with \"red\" in "
+     "it "
+     "must say true."},
+    {"interval_ms", "NUMBER",
+     "Look at most once in so many milliseconds. Without it, whenever there is a frame."},
+    {"every_nth_frame", "NUMBER",
+     "Look in every 2nd, 3rd, 4th, 5th, 6th, 8th, 10th, 15th or 30th frame; goes with no other option."},
+    {"monitor", "NUMBER or \"primary\"", "Look on this monitor alone, counted from 1. Without it on all."}};
 
 std::string LineOf(const toml::node& node) {
   return "line " + std::to_string(node.source().begin.line);
@@ -130,7 +156,7 @@ client::Spec SpecOf(const Entry& entry, const std::filesystem::path& folder, std
 
 void CheckKeys(const toml::table& table) {
   for (const auto& [key, node] : table) {
-    if (std::ranges::find(Keys, key.str()) == std::end(Keys)) {
+    if (std::ranges::find(Keys, key.str(), &SpecFileKey::name) == std::end(Keys)) {
       throw std::invalid_argument("there is no key '" + std::string(key.str()) + "' (" + LineOf(node) + ")");
     }
   }
@@ -151,6 +177,10 @@ DeclaredSpec Read(const toml::table& table, const toml::table* defaults, const s
 }
 
 }  // namespace
+
+std::span<const SpecFileKey> SpecFileKeys() {
+  return Keys;
+}
 
 std::vector<DeclaredSpec> ReadSpecFile(const std::filesystem::path& file) {
   const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();

@@ -4,12 +4,31 @@
 #pragma once
 
 #include <filesystem>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "client/Command.h"
 
 namespace quillmark::control {
+
+// The keys of [[spec]] and [defaults]; there are no others.
+struct SpecFileKey {
+  std::string_view name;
+  std::string_view value;  // its kind, such as NUMBER
+  std::string_view meaning;
+};
+[[nodiscard]] std::span<const SpecFileKey> SpecFileKeys();
+
+inline constexpr char SpecFileExample[] =
+    "  [defaults]                     # for what several specs share; may be missing\n"
+    "  target = \"xcalc.exe\"\n"
+    "  [[spec]]\n"
+    "  name = \"sine\"                  # without options: they have keys of their own\n"
+    "  path = \"sine.png\"              # from the folder of this file\n"
+    "  region = [32, 92, 74, 60]      # x, y, width, height in the client area\n"
+    "  max_difference = 0.1           # or min_score = 0.95\n";
 
 // One [[spec]].
 struct DeclaredSpec {

@@ -30,15 +30,6 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr char Notes[] =
-    "The file is TOML:\n"
-    "  [defaults]                     # for what several specs share; may be missing\n"
-    "  target = \"xcalc.exe\"\n"
-    "  [[spec]]\n"
-    "  name = \"sine\"                  # without options: they have keys of their own\n"
-    "  path = \"sine.png\"              # from the folder of this file\n"
-    "  region = [32, 92, 74, 60]      # x, y, width, height in the client area\n"
-    "  max_difference = 0.1           # or min_score = 0.95; further edge_min, mode, preset, red,\n"
-    "                                 # interval_ms, every_nth_frame, monitor\n"
     "Sent is what differs from the last time: new specs, changed ones, those whose image has changed, and "
     "the\n"
     "removal of those that are no longer in the file. Specs that came on other roads are left alone. A "
@@ -228,7 +219,10 @@ void AddApply(CommandLine& line) {
   command.add_flag("--force", options->force, "Send everything, changed or not");
   command.add_flag("--dry-run", options->dryRun, "Only say what would be sent");
   AddTimeout(command, options->timeout, "Seconds to wait for the worker at each command (2)");
-  command.footer(Notes);
+  std::string notes =
+      std::string("The file is TOML; quillmarkctl manual quillmark-specs tells of all keys:\n") +
+      SpecFileExample;
+  command.footer(notes + Notes);
 }
 
 }  // namespace quillmark::control
