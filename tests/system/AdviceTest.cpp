@@ -181,6 +181,7 @@ TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
   Write("good.toml",
         "[defaults]\npath = \"p\"\ntarget = \"t\"\nregion = [0, 0, 9, 9]\n[[spec]]\nname = "
         "\"a\"\n[[spec]]\nname = \"b\"\n");
+  std::filesystem::create_directory(File("nothing"));
   const struct {
     std::vector<std::string> arguments;
     std::string error;
@@ -192,6 +193,7 @@ TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
       {{"lint", File("ok.png"), "--ignore", "none"}, "there is no finding 'none'"},
       {{"lint", File("ok.png"), "--image", File("bad.png")}, "is no image of a known format"},
       {{"lint", File("ok.png"), "--image", folder.Path().string()}, "--image: "},
+      {{"lint", File("ok.png"), "--image", File("ok.png"), "--scale", "nan"}, "'nan' is not a number"},
       {{"lint", File("ok.png"), "--scale", "2"}, "--scale requires --image"},
       {{"lint", "--specs", File("none.toml")}, "none.toml cannot be read"},
       {{"lint", "--specs", File("bad.toml")}, "bad.toml, line 1"},
@@ -207,6 +209,8 @@ TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
       {{"tune", "--path", File("bad.png"), "--positive", File("ok.png")}, "--path: The file's first bytes"},
       {{"tune", "--path", File("ok.png"), "--positive", File("bad.png")}, "bad.png' is no image"},
       {{"tune", "--path", File("ok.png"), "--positive", File("none")}, "none' does not exist"},
+      {{"tune", "--path", File("ok.png"), "--positive", File("ok.png"), "--negative", File("nothing")},
+       "--negative: there is no picture"},
   };
   for (const auto& [arguments, error] : cases) {
     const Outcome outcome = Control(arguments);

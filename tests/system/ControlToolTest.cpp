@@ -70,6 +70,7 @@ TEST_F(ControlTool, WrongUseIsRefusedBeforeAnythingIsPublished) {
       {"remove", unit32 + "x"},
       {"ping", unit32},
       {"ping", "--timeout=-1"},
+      {"ping", "--timeout=nan"},
       {"watch", "--count=0"},
       {"wait", "n:fps10", "--stable=0"},
       {"wait", unit32},

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <iostream>
+#include <limits>
 #include <utility>
 
 namespace quillmark::control {
@@ -47,6 +48,11 @@ CLI::App& CommandLine::Add(const std::string& name, const std::string& help,
 int CommandLine::Run(int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
+  } catch (const CLI::RequiredError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    if (unknown.empty() || unknown.front().starts_with('-') || !app.get_subcommands().empty())
+      return app.exit(error) == 0 ? Yes : Error;
+    return Output(false).Fail(Error, "there is no command '" + unknown.front() + "'; --help lists them");
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? Yes : Error;
   }
@@ -58,13 +64,23 @@ int CommandLine::Run(int argc, const char* const* argv) {
   }
 }
 
+CLI::Validator RealBetween(double least, double most) {
+  const CLI::Range range(least, most);
+  const auto check = [range](std::string& text) {
+    double number = std::numeric_limits<double>::quiet_NaN();
+    (void)CLI::detail::lexical_cast(text, number);
+    return std::isnan(number) ? "'" + text + "' is not a number" : range(text);
+  };
+  return {check, range.get_description()};
+}
+
 CLI::Option* AddTimeout(CLI::App& command, std::chrono::milliseconds& timeout, const std::string& help) {
   const auto set = [&timeout](const double& seconds) {
     timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000.0)));
   };
   return command.add_option_function<double>("--timeout", set, help)
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, 1e6));
+      ->check(RealBetween(0.0, 1e6));
 }
 
 }  // namespace quillmark::control

@@ -34,6 +34,9 @@ class CommandLine {
   std::function<ExitCode(Output&)> action;
 };
 
+// A check for a real number from `least` to `most`, which CLI::Range takes "nan" for.
+[[nodiscard]] CLI::Validator RealBetween(double least, double most);
+
 // --timeout SECONDS, which must outlive the parsing. `help` says what it waits for and the default.
 CLI::Option* AddTimeout(CLI::App& command, std::chrono::milliseconds& timeout,
                         const std::string& help = "Seconds to wait for the worker (2)");

@@ -10,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 #include "Files.h"
 #include "client/Spec.h"
@@ -185,6 +186,12 @@ std::span<const SpecFileKey> SpecFileKeys() {
 std::vector<DeclaredSpec> ReadSpecFile(const std::filesystem::path& file) {
   const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
   toml::table document;
+  std::error_code unknown;
+  // A folder reads as an empty file, and to read a pipe may take for ever.
+  const std::filesystem::file_status kind = std::filesystem::status(file, unknown);
+  if (std::filesystem::exists(kind) && !std::filesystem::is_regular_file(kind)) {
+    throw std::runtime_error(Utf8Of(file) + " is no regular file");
+  }
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw std::runtime_error(Utf8Of(file) + " cannot be read");
   try {

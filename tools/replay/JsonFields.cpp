@@ -22,7 +22,7 @@ bool IsControl(char unit) {
 }
 
 std::string Display(const std::filesystem::path& path) {
-  const std::u8string name = path.filename().u8string();
+  const std::u8string name = path.u8string();
   return {name.begin(), name.end()};
 }
 
@@ -38,9 +38,11 @@ JsonField::JsonField(const std::string& fileName, const std::string& text) : fil
 }
 
 JsonField JsonField::OfFile(const std::filesystem::path& path) {
-  const std::string name = Display(path);
+  const std::string name = Display(path.filename());
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) throw FormatError(name + ": there is no such file");
+  if (!std::filesystem::is_regular_file(path, error)) {
+    throw FormatError(Display(path) + ": there is no such file");
+  }
   const std::uintmax_t size = std::filesystem::file_size(path, error);
   if (error || size > MostFileBytes) {
     throw FormatError(name + ": is larger than " + std::to_string(MostFileBytes) + " bytes");

@@ -186,6 +186,7 @@ class Applier {
 };
 
 ExitCode Run(const Options& options, Output& output) {
+  if (options.file.empty()) throw std::invalid_argument("FILE must not be empty");
   Applier applier(options, output);
   if (!options.watch) return applier.Apply();
   // Whoever saves a file writes it in pieces: it counts when it has kept still for one look.

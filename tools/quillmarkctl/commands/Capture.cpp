@@ -211,7 +211,7 @@ void AddCapture(CommandLine& line) {
       ->check(CLI::Range(0, 100000));
   command.add_option("--delay", options->delaySeconds, "Wait first, to open a menu for example (0)")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, 3600.0));
+      ->check(RealBetween(0.0, 3600.0));
   command.add_flag("--force", options->force, "Replace the file if it is there already");
   command.footer(Notes);
 }

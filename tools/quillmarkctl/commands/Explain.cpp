@@ -1,12 +1,9 @@
 #include "explain/Explain.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <opencv2/imgproc.hpp>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,10 +12,8 @@
 #include "PartialSpec.h"
 #include "Progress.h"
 #include "Reports.h"
-#include "client/Text.h"
 #include "explain/HtmlReport.h"
 #include "explain/LiveLook.h"
-#include "specs/ImageFile.h"
 
 namespace quillmark::control {
 namespace {
@@ -38,22 +33,6 @@ struct Options {
   double scale = 1.0;
   bool live = false;
 };
-
-// The screenshot as a monitor would deliver it.
-cv::Mat ReadPicture(const std::string& file) {
-  const std::optional<std::wstring> path = client::ToWide(file);
-  if (!path) throw std::invalid_argument("--image is not valid UTF-8");
-  const cv::Mat image = ReadImageFile(*path);
-  if (image.empty()) throw std::runtime_error("--image: '" + file + "' cannot be read as an image");
-  const int channels = image.channels();
-  if (image.depth() != CV_8U || channels == 2) {
-    throw std::runtime_error("--image: '" + file + "' is no picture of 8 bits a channel");
-  }
-  if (channels == 4) return image;
-  cv::Mat bgra;
-  cv::cvtColor(image, bgra, channels == 3 ? cv::COLOR_BGR2BGRA : cv::COLOR_GRAY2BGRA);
-  return bgra;
-}
 
 // Where the picture shows the client area; all of it without an argument.
 Rect ClientArea(const std::string& argument, cv::Size picture) {
@@ -85,9 +64,7 @@ void WritePage(const std::string& file, const std::string& page) {
 ExitCode Run(const Options& options, Output& output) {
   const std::vector<Command> commands = SpecCommands(options.spec);
   if (commands.empty()) throw std::invalid_argument("give a spec as for add, or --specs");
-  const cv::Mat picture = options.live ? cv::Mat() : ReadPicture(options.image);
-  // The range check of the arguments lets through what is no number.
-  if (std::isnan(options.scale)) throw std::invalid_argument("--scale must be a number");
+  const cv::Mat picture = options.live ? cv::Mat() : ReadScreenshot("--image", options.image);
   std::vector<Explanation> explanations;
   bool allHit = true;
   {
@@ -126,7 +103,7 @@ void AddExplain(CommandLine& line) {
       ->needs(image);
   command.add_option("--scale", options->scale, "Desktop pixels for one pixel of the template (1)")
       ->type_name("N")
-      ->check(CLI::Range(0.25, 8.0))
+      ->check(RealBetween(0.25, 8.0))
       ->needs(image);
   command.add_option("--html", options->html, "Write the answer as a page with pictures, too")
       ->type_name("FILE");

@@ -81,7 +81,7 @@ void AddLint(CommandLine& line) {
           ->type_name("FILE");
   command.add_option("--scale", options->scale, "Pixels of the screenshot for one of the template (1)")
       ->type_name("N")
-      ->check(CLI::Range(0.25, 8.0))
+      ->check(RealBetween(0.25, 8.0))
       ->needs(image);
   command.add_option("--ignore", options->ignored, "Say nothing of findings with this code; may be repeated")
       ->type_name("CODE")

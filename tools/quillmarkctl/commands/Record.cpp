@@ -83,7 +83,7 @@ void AddRecord(CommandLine& line) {
       ->required();
   command.add_option("--seconds", options->seconds, "How long at most (10)")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.1, 3600.0));
+      ->check(RealBetween(0.1, 3600.0));
   CLI::Option* hit =
       command.add_flag("--on-hit", options->onHit, "Keep only the frames around the first hit");
   command.add_flag("--on-near-miss", options->onNearMiss, "Keep only the frames around the first near miss")

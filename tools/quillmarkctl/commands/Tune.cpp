@@ -1,5 +1,6 @@
 #include "advice/Tune.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -90,6 +91,14 @@ ExitCode Run(const Options& options, Output& output) {
   }
   TellUnused(report, pictures, output);
   if (report.samples.empty()) throw std::runtime_error("there is no picture to decide");
+  for (const bool positive : {true, false}) {
+    if ((positive ? options.positives : options.negatives).empty()) continue;
+    if (std::ranges::any_of(report.samples,
+                            [&](const auto& sample) { return sample.positive == positive; })) {
+      continue;
+    }
+    throw std::runtime_error(std::string(positive ? "--positive" : "--negative") + ": there is no picture");
+  }
   output.Print(advice::TuneJson(report, pictures.files),
                advice::TuneText(report, pictures.files, PainterOf(output)));
   return report.right ? Yes : No;
@@ -111,7 +120,7 @@ void AddTune(CommandLine& line) {
   add("--negative", options->negatives, "Pictures, or folders of them, that do not");
   command.add_option("--scale", options->scale, "Pixels of the pictures for one of the template (1)")
       ->type_name("N")
-      ->check(CLI::Range(0.25, 8.0));
+      ->check(RealBetween(0.25, 8.0));
   command.footer(Notes);
 }
 

@@ -115,7 +115,7 @@ void AddWait(CommandLine& line) {
   CLI::Option* appear = command.add_flag("--appear", options->appear, "Until the next hit (the default)");
   command.add_option("--stable", options->stableSeconds, "Until its hits have kept their place for so long")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.001, 1e6))
+      ->check(RealBetween(0.001, 1e6))
       ->excludes(appear);
   AddTimeout(command, options->timeout, "Give up after so many seconds (never)");
   command.footer(Notes);
