@@ -11,10 +11,16 @@ import sys
 
 import quillmark
 
+
+def region(text: str) -> "tuple[int, int, int, int]":
+    x, y, width, height = map(int, text.split(","))
+    return x, y, width, height
+
+
 parser = argparse.ArgumentParser(description="Watches one template in one window.")
 parser.add_argument("target", metavar="TARGET")
 parser.add_argument("image", metavar="IMAGE")
-parser.add_argument("region", metavar="X,Y,W,H", type=lambda text: tuple(map(int, text.split(","))))
+parser.add_argument("region", metavar="X,Y,W,H", type=region)
 parser.add_argument("witness", metavar="WITNESS", nargs="?")
 
 
@@ -30,7 +36,7 @@ def show(events: "list[quillmark.Event]") -> None:
 def main() -> None:
     arguments = parser.parse_args()
     specs = [quillmark.Spec(arguments.target, "thing", arguments.image, arguments.region, min_score=0.95)]
-    witnesses = ()
+    witnesses: "tuple[str, ...]" = ()
     if arguments.witness:
         whole = (0, 0, 10000, 10000)  # is cut to the window
         specs.append(quillmark.Spec(arguments.target, "witness", arguments.witness, whole, min_score=0.95))

@@ -81,9 +81,10 @@ struct Limits {
 Limits LimitsOf(const Spec& spec) {
   Limits limits;
   if (spec.minScore) {
-    limits.threshold = static_cast<float>(*spec.minScore);
-    Require(limits.threshold > 0.5f && *spec.minScore <= 1.0, "min_score",
-            "must be above 0.5 and at most 1; leave it out for none");
+    const double score = *spec.minScore;
+    const bool inRange = score > 0.5 && score <= 1.0;
+    limits.threshold = inRange ? static_cast<float>(score) : 0.0f;
+    Require(limits.threshold > 0.5f, "min_score", "must be above 0.5 and at most 1; leave it out for none");
   }
   if (!spec.maxDifference) return limits;
   const double difference = *spec.maxDifference;

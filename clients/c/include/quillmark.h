@@ -7,8 +7,9 @@
  * does not fit is refused, never cut. Times are UTC milliseconds since 1970-01-01, durations milliseconds.
  *
  * Errors: every function that can fail returns a qm_status, QM_OK being 0. Then qm_error_text() says in
- * English what was wrong. A function that fails has done nothing, unless its comment says otherwise. No C++
- * exception leaves the library.
+ * English what was wrong. A function that fails has done nothing, unless its comment says otherwise. Any of
+ * them may return QM_BAD_CALL or QM_NO_MEMORY; the comments name the others. No C++ exception leaves the
+ * library.
  *
  * Ownership: what a create or open function gives belongs to the caller until the matching destroy or close
  * function, which take null. Texts and structures that are passed in are copied before the call returns.
@@ -156,7 +157,7 @@ typedef struct qm_record {
 } qm_record;
 
 /* Hands out the oldest records, up to `capacity`, as soon as there are any; `count` is how many. After
- * `timeout_ms` without one it returns QM_OK and 0 records. A controller calls it again and again: the ring
+ * `timeout_ms` without one it returns QM_OK and 0 records; a `capacity` of 0 is QM_BAD_CALL. A controller calls it again and again: the ring
  * holds 64 hits. The worker is looked for every 100 ms during this and every other call that waits. */
 QM_API qm_status qm_read(qm_client* client, qm_record* records, size_t capacity, size_t* count,
                          uint32_t timeout_ms);
@@ -219,16 +220,16 @@ typedef struct qm_event {
 
 QM_API void qm_watch_init(qm_watch* watch);
 
-/* QM_NO_MEMORY is the one error. */
 QM_API qm_status qm_tracker_create(qm_tracker** tracker);
 QM_API void qm_tracker_destroy(qm_tracker* tracker);
 
-/* Begins to watch, or begins anew with nothing known; do so too when the spec was sent again. QM_BAD_VALUE
- * for a spec that is its own witness and for a negative tolerance. */
+/* Begins to watch, or begins anew with nothing known; do so too when the spec was sent again. QM_TOO_LONG
+ * and QM_BAD_TEXT for its name, QM_BAD_VALUE for a spec that is its own witness and a negative tolerance. */
 QM_API qm_status qm_tracker_watch(qm_tracker* tracker, const qm_watch* watch);
 QM_API qm_status qm_tracker_forget(qm_tracker* tracker, const char* name);
 
-/* Takes a record, in the order in which qm_read gave them. Its events wait for qm_tracker_next. */
+/* Takes a record, in the order in which qm_read gave them. Its events wait for qm_tracker_next. QM_BAD_VALUE
+ * for a record of no known kind. */
 QM_API qm_status qm_tracker_feed(qm_tracker* tracker, const qm_record* record);
 /* Tells the time, for what follows from silence. */
 QM_API qm_status qm_tracker_advance(qm_tracker* tracker, uint64_t now_ms);

@@ -74,7 +74,7 @@ def _require(good: bool, what: str, problem: str) -> None:
 
 
 def _is_int32(value: int) -> bool:
-    return -(2**31) <= value < 2**31
+    return isinstance(value, int) and -(2**31) <= value < 2**31
 
 
 def _says_red(name: str) -> bool:
@@ -100,7 +100,7 @@ def _limits(spec: Spec) -> tuple[float, str]:
     if spec.min_score is not None:
         threshold = float(spec.min_score)
         _require(
-            threshold <= 1.0 and struct.unpack("<f", struct.pack("<f", threshold))[0] > 0.5,
+            0.5 < threshold <= 1.0 and struct.unpack("<f", struct.pack("<f", threshold))[0] > 0.5,
             "min_score",
             "must be above 0.5 and at most 1; leave it out for none",
         )
@@ -138,13 +138,13 @@ def _options(spec: Spec, difference: str) -> str:
 def command_for(spec: Spec) -> bytes:
     """The slot that adds the spec. Raises ``Refused``."""
     _check_name(spec)
+    _require(len(spec.region) == 4 and all(map(_is_int32, spec.region)), "region", "must be four 32-bit whole numbers")
     x, y, width, height = spec.region
-    _require(all(map(_is_int32, spec.region)), "region", "must consist of 32-bit numbers")
     _require(width >= 1 and height >= 1, "region", "must be at least 1 wide and 1 high")
     _require(-1.0 <= spec.edge_min <= 1.0, "edge_min", "must lie between -1 and 1")
-    _require(0 <= spec.interval_ms and _is_int32(spec.interval_ms), "interval_ms", "must not be negative")
+    _require(_is_int32(spec.interval_ms) and spec.interval_ms >= 0, "interval_ms", "must be a whole number from 0")
     _require(
-        -1 <= spec.monitor and _is_int32(spec.monitor),
+        _is_int32(spec.monitor) and spec.monitor >= -1,
         "monitor",
         "must be 0, -1 for the primary one, or a number from 1",
     )

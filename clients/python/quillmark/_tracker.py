@@ -15,6 +15,7 @@ from dataclasses import dataclass, field
 from enum import Enum
 from typing import Optional
 
+from . import _wire
 from ._client import now_ms
 from ._errors import BadValue
 from ._records import Dropped, Hit, Record, Reply, WorkerGone
@@ -105,6 +106,7 @@ class Tracker:
 
     def watch(self, watch: Watch) -> None:
         """Begins to watch, or begins anew with nothing known; do so too when the spec was sent again."""
+        _wire.field("name", watch.name, _wire.HIT_NAME_UNITS)
         if watch.move_tolerance < 0:
             raise BadValue("move_tolerance must not be negative")
         if watch.name in watch.witnesses:

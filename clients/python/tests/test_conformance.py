@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import dataclasses
 import json
 import pathlib
 import unittest
@@ -68,6 +69,20 @@ class Conformance(SessionTest):
                 with self.assertRaisesRegex(ERRORS[vector["error"]], vector["what"]):
                     call(self.client, vector)
         self.assertEqual(self.commands().word(0), 0)
+
+    def test_what_only_python_can_say_is_refused(self) -> None:
+        spec = qm.Spec("t", "n", "p", (1, 2, 3, 4))
+        parts: list[dict[str, Any]] = [
+            {"region": (1, 2, 3.0, 4)},
+            {"region": (1, 2, 3)},
+            {"interval_ms": 1.5},
+            {"monitor": "primary"},
+        ]
+        for part in parts:
+            with self.subTest(part), self.assertRaisesRegex(qm.BadValue, next(iter(part))):
+                self.client.add(dataclasses.replace(spec, **part))
+        with self.assertRaises(qm.TooLong):
+            qm.Tracker().watch(qm.Watch("n" * 32))
 
     def test_command_indices_wrap_and_never_run_ahead(self) -> None:
         ring = self.commands()
