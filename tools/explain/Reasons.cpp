@@ -15,8 +15,8 @@ constexpr ReasonEntry kReasons[] = {
      "More than 64 commands were unread, and the worker skipped all but the newest 64.",
      "Send no command while 64 are unread; `quillmarkctl` waits by itself."},
     {Reason::NotInStore, Stage::Command, "not-in-store",
-     "The worker has no spec of this name: it was never added, removed, cleared, or the worker has "
-     "restarted.",
+     "The worker does not have the spec: it was never added, or was removed, cleared or replaced by another "
+     "of its name, or the worker has restarted.",
      "Add it again. A worker keeps nothing from one start to the next."},
 
     {Reason::ImagePath, Stage::Template, "image-path",
