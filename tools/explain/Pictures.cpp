@@ -49,8 +49,13 @@ TileRow Compared(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& 
   const std::string title = "As the mode compares them: ";
   const std::string gained = "Difference, x" + Digits(kDifferenceGain);
   switch (spec.mode) {
-    case MatchMode::Bgr:
-      return {title + "colour", {{gained, DifferenceShown(spec.tmplBgr, unit.bgr(place), kDifferenceGain)}}};
+    case MatchMode::Bgr: {
+      const cv::Mat seen = unit.bgr(place);
+      return {title + "colour",
+              {{"Template", spec.tmplBgr},
+               {"Best place", seen},
+               {gained, DifferenceShown(spec.tmplBgr, seen, kDifferenceGain)}}};
+    }
     case MatchMode::S: {
       const cv::Mat seen = unit.sat(place);
       return {title + "saturation",

@@ -7,24 +7,29 @@
 
 #include "explain/Numbers.h"
 #include "explain/Words.h"
+#include "explain/Wrapping.h"
 
 namespace quillmark::explain {
 namespace {
 
-constexpr std::size_t kColumns = 6;
-using Row = std::array<std::string, kColumns>;
+// The last column of the table.
+constexpr std::size_t kRemark = 5;
+constexpr std::size_t kRemarkWidth = 40;  // the least that is worth a column
+constexpr std::size_t kBelowIndent = 4;
+using Row = std::array<std::string, kRemark + 1>;
 
 class Report {
  public:
-  Report(const Explanation& explanation, const Painter& painter) : e(explanation), painted(painter) {}
+  Report(const Explanation& explanation, const Painter& painter, std::size_t lineWidth)
+      : e(explanation), painted(painter), width(lineWidth) {}
 
   std::string Text() {
-    Line(painted(e.IsHit() ? Paint::Good : Paint::Bad, e.sentence) +
-         (e.reason ? "  [" + std::string(CodeOf(*e.reason)) + "]" : ""));
-    Line();
     AddFacts();
     Line();
     AddTable();
+    Line();
+    const std::string code = e.reason ? "  [" + std::string(CodeOf(*e.reason)) + "]" : "";
+    Line(painted(e.IsHit() ? Paint::Good : Paint::Bad, Wrapped(e.sentence + code, 0, width)));
     AddRemedies();
     text.pop_back();
     return std::move(text);
@@ -33,7 +38,7 @@ class Report {
  private:
   void Line(const std::string& line = {}) { text += line + '\n'; }
   void Fact(const std::string& name, const std::string& fact) {
-    Line(name + std::string(10 - name.size(), ' ') + fact);
+    Line(name + std::string(10 - name.size(), ' ') + Wrapped(fact, 10, width));
   }
 
   static std::string At(cv::Point point) { return std::to_string(point.x) + "," + std::to_string(point.y); }
@@ -68,22 +73,29 @@ class Report {
   void AddTable() {
     std::vector<Row> rows{{"Step", "Figure", "Limit", "Margin", "Outcome", "Remark"}};
     for (const Step& step : e.steps) rows.push_back(RowOf(step));
-    std::array<std::size_t, kColumns> widths{};
-    for (const Row& row : rows) {
-      for (std::size_t i = 0; i < kColumns; ++i) widths[i] = std::max(widths[i], row[i].size());
+    std::array<std::size_t, kRemark> widths{};
+    std::size_t remarkAt = 0;
+    for (std::size_t i = 0; i < kRemark; ++i) {
+      for (const Row& row : rows) widths[i] = std::max(widths[i], row[i].size());
+      remarkAt += widths[i] + 2;
     }
+    const bool below = width != 0 && width < remarkAt + kRemarkWidth;
     for (std::size_t r = 0; r < rows.size(); ++r) {
       std::string line;
-      for (std::size_t i = 0; i < kColumns; ++i) {
+      for (std::size_t i = 0; i < kRemark; ++i) {
         const std::string padding(widths[i] - rows[r][i].size(), ' ');
         const bool number = i == 1 || i == 3;
         std::string cell = rows[r][i];
         if (r == 0) cell = painted(Paint::Quiet, cell);
         if (r > 0 && i == 4) cell = painted(PaintOf(e.steps[r - 1].outcome), cell);
-        if (r > 0 && i == 5) cell = painted(Paint::Quiet, cell);
-        line += (number ? padding + cell : cell + padding) + (i + 1 < kColumns ? "  " : "");
+        line += (number ? padding + cell : cell + padding) + "  ";
       }
+      const std::string& remark = rows[r][kRemark];
+      const bool inLine = !remark.empty() && !below;
+      if (inLine) line += painted(Paint::Quiet, Wrapped(remark, remarkAt, width));
       Line(line.substr(0, line.find_last_not_of(' ') + 1));
+      if (inLine || remark.empty() || r == 0) continue;
+      Line(std::string(kBelowIndent, ' ') + painted(Paint::Quiet, Wrapped(remark, kBelowIndent, width)));
     }
   }
 
@@ -107,19 +119,21 @@ class Report {
     if (e.IsHit()) return;
     Line();
     if (!e.remedies.empty()) Line("What would have made it a hit:");
-    for (const Remedy& remedy : e.remedies) Line("  " + remedy.change + "  " + remedy.text);
-    Line("What to do: " + std::string(EntryOf(*e.reason).remedy));
+    for (const Remedy& remedy : e.remedies)
+      Line("  " + Wrapped(remedy.change + "  " + remedy.text, 2, width));
+    Line(Wrapped("What to do: " + std::string(EntryOf(*e.reason).remedy), 0, width));
   }
 
   const Explanation& e;
   const Painter& painted;
+  const std::size_t width;
   std::string text;
 };
 
 }  // namespace
 
-std::string TextReport(const Explanation& explanation, const Painter& painted) {
-  return Report(explanation, painted).Text();
+std::string TextReport(const Explanation& explanation, const Painter& painted, std::size_t width) {
+  return Report(explanation, painted, width).Text();
 }
 
 std::string WordOf(StepOutcome outcome) {

@@ -1,24 +1,13 @@
 #include "Output.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
-#include <string_view>
 
+#include "explain/Wrapping.h"
 #include "host/Terminal.h"
 
 namespace quillmark::control {
-
-namespace {
-
-// Characters of UTF-8 text, which are taken to be as wide as one column each.
-std::size_t Columns(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::ranges::count_if(text, [](char byte) { return (byte & 0xC0) != 0x80; }));
-}
-
-}  // namespace
 
 Output::Output(bool asJson) : json(asJson), colour(false), width(0) {
   if (json || !host::IsTerminal(host::Stream::Out)) return;
@@ -61,24 +50,7 @@ std::string Output::Styled(Style style, const std::string& text) const {
 }
 
 std::string Output::Wrapped(const std::string& text, std::size_t indent) const {
-  constexpr std::size_t least = 20;
-  if (width < indent + least) return text;
-  std::string wrapped;
-  std::size_t column = indent;
-  for (std::size_t begin = 0; begin < text.size();) {
-    const std::size_t end = std::min(text.find(' ', begin + 1), text.size());
-    const std::string_view word(text.data() + begin, end - begin);  // with the blank before it
-    const std::size_t columns = Columns(word);
-    if (column + columns > width && word.front() == ' ') {
-      wrapped += '\n' + std::string(indent, ' ') + std::string(word.substr(1));
-      column = indent + columns - 1;
-    } else {
-      wrapped += word;
-      column += columns;
-    }
-    begin = end;
-  }
-  return wrapped;
+  return explain::Wrapped(text, indent, width);
 }
 
 }  // namespace quillmark::control

@@ -35,6 +35,8 @@ class Output {
 
   // The text in a colour where people read it on a terminal and NO_COLOR is not set, else as it is.
   [[nodiscard]] std::string Styled(Style style, const std::string& text) const;
+  // Of the terminal in characters, 0 without one.
+  [[nodiscard]] std::size_t Width() const { return width; }
   // The text with its lines broken between words to the terminal's width, all but the first begun with
   // `indent` blanks. As it is where no terminal reads it.
   [[nodiscard]] std::string Wrapped(const std::string& text, std::size_t indent) const;
@@ -42,7 +44,7 @@ class Output {
  private:
   bool json;
   bool colour;
-  std::size_t width;  // of the terminal in characters, 0 without one
+  std::size_t width;
 };
 
 }  // namespace quillmark::control

@@ -95,7 +95,8 @@ bool PrintLint(const std::vector<LintSpec>& specs, const advice::WindowPicture* 
 void PrintExplanations(const std::vector<explain::Explanation>& explanations, Output& output) {
   for (const explain::Explanation& explanation : explanations) {
     if (&explanation != &explanations.front()) output.Blank();
-    output.Print(explain::JsonReport(explanation), explain::TextReport(explanation, PainterOf(output)));
+    output.Print(explain::JsonReport(explanation),
+                 explain::TextReport(explanation, PainterOf(output), output.Width()));
   }
 }
 

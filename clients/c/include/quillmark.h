@@ -157,8 +157,9 @@ typedef struct qm_record {
 } qm_record;
 
 /* Hands out the oldest records, up to `capacity`, as soon as there are any; `count` is how many. After
- * `timeout_ms` without one it returns QM_OK and 0 records; a `capacity` of 0 is QM_BAD_CALL. A controller calls it again and again: the ring
- * holds 64 hits. The worker is looked for every 100 ms during this and every other call that waits. */
+ * `timeout_ms` without one it returns QM_OK and 0 records; a `capacity` of 0 is QM_BAD_CALL. A controller
+ * calls it again and again: the ring holds 64 hits. The worker is looked for every 100 ms during this and
+ * every other call that waits. */
 QM_API qm_status qm_read(qm_client* client, qm_record* records, size_t capacity, size_t* count,
                          uint32_t timeout_ms);
 

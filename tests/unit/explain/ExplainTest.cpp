@@ -63,6 +63,24 @@ TEST_F(Explain, ReadsAsItDidBefore) {
   }
 }
 
+TEST_F(Explain, LinesFitTheTerminalAndSayTheSame) {
+  const auto plain = [](Paint, const std::string& text) { return text; };
+  for (const Case& c : AllCases()) {
+    const Explanation e = Of(c);
+    for (const std::size_t width : {60u, 80u, 130u}) {
+      std::istringstream lines(TextReport(e, plain, width)), wide(PlainText(e));
+      for (std::string line; std::getline(lines, line);)
+        EXPECT_LE(line.size(), width) << c.name << '\n' << line;
+      std::multiset<std::string> words, wanted;
+      lines = std::istringstream(TextReport(e, plain, width));
+      for (std::string word; lines >> word;) words.insert(word);
+      for (std::string word; wide >> word;) wanted.insert(word);
+      if (width < 130) wanted.erase("Remark");
+      EXPECT_EQ(words, wanted) << c.name << ' ' << width;
+    }
+  }
+}
+
 TEST_F(Explain, FirstVetoDecidesAndEveryLimitFollowsFromItsRules) {
   int figures = 0;
   for (Case c : AllCases()) {
