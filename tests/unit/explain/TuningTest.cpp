@@ -40,17 +40,31 @@ void Place(cv::Mat& sheet, const cv::Mat& image, cv::Point at) {
                 cv::Scalar::all(200));
 }
 
-// The template and the window, with the best place drawn in.
+// Where nothing can be seen.
+cv::Mat Hatched(cv::Size size) {
+  cv::Mat image(size, CV_8UC3, cv::Scalar::all(245));
+  for (int x = -size.height; x < size.width; x += 8) {
+    cv::line(image, {x, size.height}, {x + size.height, 0}, cv::Scalar::all(205));
+  }
+  return image;
+}
+
+// The template and the window, with the best place drawn in. What of the window lies left of the screen is
+// hatched.
 cv::Mat Illustration(const Case& c, const Explanation& e) {
-  const int left = c.tmpl.cols * kScale + 2 * kGap;
+  const int hidden = std::max(-c.client.left, 0);
+  const int left = (c.tmpl.cols + hidden) * kScale + 2 * kGap;
   cv::Mat sheet(c.screen.rows * kScale + 2 * kGap, left + c.screen.cols * kScale + kGap, CV_8UC3,
                 cv::Scalar::all(255));
   Place(sheet, Opaque(c.tmpl), {kGap, (sheet.rows - c.tmpl.rows * kScale) / 2});
+  if (hidden > 0) Place(sheet, Hatched({hidden, c.screen.rows}), {left - hidden * kScale, kGap});
   Place(sheet, c.screen, {left, kGap});
   const Sight& sight = e.sight.value();
   const cv::Point best = sight.map->best.loc + cv::Point(sight.unit.x, sight.unit.y);
   const cv::Scalar colour = e.IsHit() ? cv::Scalar(75, 150, 20) : cv::Scalar(45, 45, 205);
-  cv::rectangle(sheet, cv::Rect(cv::Point(left, kGap) + best * kScale, c.tmpl.size() * kScale), colour, 2);
+  const cv::Rect place(cv::Point(left, kGap) + best * kScale, c.tmpl.size() * kScale);
+  cv::rectangle(sheet, place, cv::Scalar::all(255), 5);  // so that it shows on any ground
+  cv::rectangle(sheet, place, colour, 2);
   return sheet;
 }
 
