@@ -185,14 +185,6 @@ TEST_F(ClientAtWork, TextThatWouldEndEarlyIsRefused) {
   EXPECT_EQ(StatusOf([&] { client.Remove(std::string("a\0b", 3)); }), QM_BAD_TEXT);
 }
 
-TEST_F(ClientAtWork, ReadWakesForAHit) {
-  Client client;
-  const CommandTaker worker;
-  std::thread writer([] { WriteHits(1); });
-  EXPECT_EQ(client.Read(20s).size(), 1u);
-  writer.join();
-}
-
 TEST_F(ClientAtWork, WorkerThatGoesAndComesIsTold) {
   Client client;
   EXPECT_FALSE(client.Look().worker_running);

@@ -219,24 +219,6 @@ TEST(Replay, GoldenRecordingGivesItsGoldenHits) {
   EXPECT_THAT(Differences(ReadExpectations(scene->Folder()), scene->Play()), IsEmpty());
 }
 
-TEST(Replay, TheSameRecordingGivesTheSameBits) {
-  const auto scene = GoldenScene();
-  const ReplayResult first = scene->Play();
-  scene->Write(RecordingFile, TextOf(scene->recording));
-  const ReplayResult second = Replay(ReadRecording(scene->Folder()), scene->Folder());
-  EXPECT_EQ(ExpectationsText(second), ExpectationsText(first));
-  for (std::size_t i = 0; i < first.specs.size(); ++i) {
-    EXPECT_EQ(second.specs.at(i).silences, first.specs[i].silences) << i;
-  }
-}
-
-TEST(Expectations, AreMetByTheResultTheyWereWrittenFor) {
-  const auto scene = GoldenScene();
-  const ReplayResult result = scene->Play();
-  scene->Write(ExpectationsFile, ExpectationsText(result));
-  EXPECT_THAT(Differences(ReadExpectations(scene->Folder()), result), IsEmpty());
-}
-
 TEST(Expectations, NameEveryDifference) {
   Scene scene;
   scene.Windows(0, {Window(Client)});
