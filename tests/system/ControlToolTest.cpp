@@ -166,12 +166,25 @@ TEST_F(ControlTool, WatchPrintsHitsAndLeavesTheRestUnread) {
   WriteHits(5, L"\"q\"\xD800");
   const Outcome json = Control({"watch", "--json", "--count=1", "--timeout=5"});
   EXPECT_EQ(json.out,
+            "{\"type\":\"note\",\"text\":\"no worker runs yet\"}\n"
             "{\"type\":\"hit\",\"name\":\"\\\"q\\\"\xEF\xBF\xBD\",\"cx\":0,\"cy\":2,\"w\":30,\"h\":40,"
             "\"score\":0.5,\"edge\":0.25,\"ts\":1700000000123}\n");
   const Outcome text = Control({"watch", "--count=1", "--timeout=5"});
   EXPECT_EQ(text.out,
             "2023-11-14 22:13:20.123  \"q\"\xEF\xBF\xBD  at 1,2  size 30x40  score 0.500  edge 0.250\n");
   EXPECT_EQ(UnreadHits(), 3u);
+}
+
+TEST_F(ControlTool, WatchTellsWhatBecomesOfTheWorker) {
+  const Program watch(ControlCommand({"watch", "--timeout=60"}));
+  const auto says = [&](const char* text) {
+    return Eventually([&] { return watch.Err().find(text) != std::string::npos; });
+  };
+  EXPECT_TRUE(says("no worker runs yet")) << watch.Err();
+  Worker real;
+  EXPECT_TRUE(says("a worker has started")) << watch.Err();
+  real.Kill();
+  EXPECT_TRUE(says("the worker has gone")) << watch.Err();
 }
 
 TEST_F(ControlTool, WatchTellsOfHitsThatFoundTheRingFull) {

@@ -83,8 +83,13 @@ ExitCode Examine(const Options& options, Output& output) {
   show(host::ExamineSession());
   show(ExamineMonitors());
   show(ExamineWorker(options.timeout));
-  if (options.targets.empty()) show({ExamineWindows()});
-  for (const std::string& target : options.targets) show(ExamineTarget(target));
+  bool listWindows = options.targets.empty();
+  for (const std::string& target : options.targets) {
+    bool matched = false;
+    show(ExamineTarget(target, matched));
+    listWindows = listWindows || !matched;
+  }
+  if (listWindows) show({ExamineWindows()});
 
   const auto [ok, warnings, problems] = counts;
   output.Print({{"type", "summary"}, {"ok", ok}, {"warnings", warnings}, {"problems", problems}},

@@ -8,6 +8,7 @@
 #include "HitLines.h"
 #include "Interruption.h"
 #include "Requests.h"
+#include "client/WorkerProbe.h"
 
 namespace quillmark::control {
 namespace {
@@ -18,7 +19,9 @@ using namespace std::chrono_literals;
 constexpr auto RolePatience = 3s;
 
 constexpr char Notes[] =
-    "One watch can run at a time. It begins with what lies unread in the ring.\n"
+    "One watch can run at a time. It begins with what lies unread in the ring, and notes when the worker "
+    "goes\n"
+    "or another starts.\n"
     "With --json each line is one object:\n"
     "  {\"type\":\"hit\",\"name\":TEXT,\"cx\":N,\"cy\":N,\"w\":N,\"h\":N,\"score\":N,\"edge\":N,\"ts\":N}\n"
     "  {\"type\":\"reply\",\"text\":TEXT,\"ts\":N}       answer to a heartbeat or version command\n"
@@ -58,6 +61,31 @@ void TellDropped(const HitReader& hits, std::uint32_t& known, Output& output) {
   output.Print({{"type", "dropped"}, {"count", more}, {"total", total}}, {});
 }
 
+// Tells what becomes of the worker, which explains a silence.
+class WorkerNews {
+ public:
+  explicit WorkerNews(Output& toOutput) : output(toOutput), last(probe.Look()) {
+    if (!last.running) output.Note("no worker runs yet");
+  }
+
+  void Look() {
+    if (Clock::now() < next) return;
+    next = Clock::now() + 500ms;
+    const client::WorkerSight now = probe.Look();
+    const bool another = now.identity != 0 && last.identity != 0 && now.identity != last.identity;
+    if (last.running && !now.running) output.Note("the worker has gone");
+    if (now.running && (!last.running || another)) output.Note("a worker has started; it knows no spec");
+    last.running = now.running;
+    if (now.identity != 0) last.identity = now.identity;
+  }
+
+ private:
+  Output& output;
+  const client::WorkerProbe probe;
+  client::WorkerSight last;
+  Clock::time_point next{};
+};
+
 // Takes the hits out of the ring and prints them; SIGINT and SIGTERM end it in order.
 ExitCode Watch(const Options& options, Output& output) {
   HitReader hits;
@@ -72,9 +100,11 @@ ExitCode Watch(const Options& options, Output& output) {
   const Deadline deadline = endless ? Deadline::max() : Clock::now() + options.timeout;
   std::uint32_t found = 0;
   std::uint32_t dropped = hits.Dropped();
+  WorkerNews news(output);
   while (!interruption.Came()) {
     TakeUnread(hits, options.count, found, output);
     TellDropped(hits, dropped, output);
+    news.Look();
     if (options.count != 0 && found == options.count) return Yes;
     const auto left = deadline - Clock::now();
     if (left <= 0ms) break;

@@ -17,7 +17,8 @@ namespace quillmark::control {
 [[nodiscard]] Finding ExamineWindows();
 // Which windows a target's text matches, which one the worker takes, and how much of that one is to be seen.
 // Raises std::invalid_argument when the text does not fit a spec.
-[[nodiscard]] Findings ExamineTarget(const std::string& target);
+// `matched` tells whether there is a window.
+[[nodiscard]] Findings ExamineTarget(const std::string& target, bool& matched);
 
 // Whether a worker runs and answers, its version, and the state of the rings. Changes no ring but by one
 // heartbeat and one version command and their replies.

@@ -156,7 +156,7 @@ Finding ExamineWindows() {
   return finding;
 }
 
-Findings ExamineTarget(const std::string& target) {
+Findings ExamineTarget(const std::string& target, bool& matched) {
   const std::wstring text = client::NonEmptyField("--target", target, client::TargetUnits);
   const std::string quoted = "\"" + target + "\"";
   const TargetText meant(text);
@@ -178,7 +178,8 @@ Findings ExamineTarget(const std::string& target) {
     candidate["taken"] = taken;
     matches.facts["candidates"].push_back(std::move(candidate));
   }
-  if (matches.details.empty()) return {NoMatch(quoted, text, windows), ExamineWindows()};
+  matched = !matches.details.empty();
+  if (!matched) return {NoMatch(quoted, text, windows)};
 
   matches.text = quoted + " matches " + Counted(matches.details.size(), "window") +
                  (meant.ByImageName() ? " by the program" : " by the title");
