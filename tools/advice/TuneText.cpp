@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "explain/Numbers.h"
+#include "explain/Wrapping.h"
 
 namespace quillmark::advice {
 namespace {
@@ -36,8 +37,9 @@ std::string Bars(const std::vector<std::size_t>& counts) {
 
 class Report {
  public:
-  Report(const TuneReport& report_, const std::vector<std::string>& files_, const explain::Painter& painted_)
-      : report(report_), files(files_), painted(painted_) {}
+  Report(const TuneReport& report_, const std::vector<std::string>& files_, const explain::Painter& painted_,
+         std::size_t width_)
+      : report(report_), files(files_), painted(painted_), width(width_) {}
 
   std::string Text() {
     AddCounts(true);
@@ -51,6 +53,10 @@ class Report {
 
  private:
   void Line(const std::string& line = {}) { text += line + '\n'; }
+  // Begun with so many blanks on each of its lines.
+  void Prose(std::size_t indent, const std::string& line) {
+    Line(std::string(indent, ' ') + explain::Wrapped(line, indent, width));
+  }
 
   void AddCounts(bool positive) {
     std::size_t count = 0, right = 0;
@@ -68,6 +74,7 @@ class Report {
     for (const auto& [code, times] : refusals) {
       line += std::exchange(separator, ", ") + code + " " + std::to_string(times);
     }
+    line = explain::Wrapped(line, 0, width);
     Line(count == right ? line : painted(Paint::Bad, line));
   }
 
@@ -78,7 +85,7 @@ class Report {
           sample.reason ? "refused by " + std::string(explain::CodeOf(*sample.reason)) : "a hit";
       const std::string difference =
           sample.verdict.found ? ", difference " + Digits(sample.verdict.dist) : std::string();
-      Line("  wrong: " + files[sample.picture] + ", " + why + difference);
+      Prose(2, "wrong: " + files[sample.picture] + ", " + why + difference);
     }
   }
 
@@ -141,15 +148,16 @@ class Report {
       if (!report.proposals.empty()) Line("With more room between them:");
     }
     if (!report.obstacle.empty()) {
-      Line(painted(Paint::Bad,
-                   "No limits of the spec's own mode tell the pictures apart: " + report.obstacle + "."));
+      const std::string why =
+          "No limits of the spec's own mode tell the pictures apart: " + report.obstacle + ".";
+      Line(painted(Paint::Bad, explain::Wrapped(why, 0, width)));
     }
     if (!report.right && !report.proposals.empty()) {
       Line("Tried on all pictures, and every one is decided right:");
     }
     for (const Proposal& proposal : report.proposals) AddProposal(proposal);
     if (!report.rejected.empty()) Line("Tried in vain:");
-    for (const RejectedMode& mode : report.rejected) Line("  " + mode.name + ": " + mode.obstacle);
+    for (const RejectedMode& mode : report.rejected) Prose(2, mode.name + ": " + mode.obstacle);
     if (!report.right && report.obstacle.empty() && report.proposals.empty()) {
       Line("To find limits, tune needs positives and negatives that can be compared.");
     }
@@ -161,29 +169,30 @@ class Report {
     for (const std::string& change : setting.changes) changes += (changes.empty() ? "" : " ") + change;
     Line("  " + painted(Paint::Good, changes));
     const Separation& range = proposal.ranges.difference;
-    Line(
-        "      difference at most " + Digits(setting.difference) + ": positives reach " + Digits(range.low) +
-        (proposal.ranges.bounded ? ", negatives begin at " + Digits(range.high) : ", no negative bounds it"));
+    Prose(6, "difference at most " + Digits(setting.difference) + ": positives reach " + Digits(range.low) +
+                 (proposal.ranges.bounded ? ", negatives begin at " + Digits(range.high)
+                                          : ", no negative bounds it"));
     if (setting.edgeMin) {
       const Separation& edges = *proposal.ranges.edgeMin;
-      Line("      edge correlation asked for, at least " + Digits(*setting.edgeMin) + ": between " +
-           Digits(edges.low) + " and " + Digits(edges.high) + " tells them apart");
+      Prose(6, "edge correlation asked for, at least " + Digits(*setting.edgeMin) + ": between " +
+                   Digits(edges.low) + " and " + Digits(edges.high) + " tells them apart");
     }
-    if (!setting.remark.empty()) Line("      " + setting.remark);
+    if (!setting.remark.empty()) Prose(6, setting.remark);
     if (proposal.tooLong) Line("      the name is too long: it needs 32 UTF-16 units or fewer");
   }
 
   const TuneReport& report;
   const std::vector<std::string>& files;
   const explain::Painter& painted;
+  const std::size_t width;
   std::string text;
 };
 
 }  // namespace
 
 std::string TuneText(const TuneReport& report, const std::vector<std::string>& files,
-                     const explain::Painter& painted) {
-  return Report(report, files, painted).Text();
+                     const explain::Painter& painted, std::size_t width) {
+  return Report(report, files, painted, width).Text();
 }
 
 }  // namespace quillmark::advice

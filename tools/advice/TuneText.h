@@ -3,6 +3,7 @@
 // Threading: pure function.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,9 @@
 
 namespace quillmark::advice {
 
-// UTF-8, in lines without the last one's end. `files` names the input's pictures, in their order.
+// UTF-8, in lines without the last one's end, its sentences broken to `width` characters unless that is 0.
+// `files` names the input's pictures, in their order.
 [[nodiscard]] std::string TuneText(const TuneReport& report, const std::vector<std::string>& files,
-                                   const explain::Painter& painted);
+                                   const explain::Painter& painted, std::size_t width = 0);
 
 }  // namespace quillmark::advice

@@ -87,7 +87,8 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
   if (const auto silence = spec.Silence()) {
     const explain::ReasonEntry& entry = explain::EntryOf(*silence);
     json["silence"] = entry.code;
-    text = shown + ": no hit, " + std::string(entry.code) + ". " + std::string(entry.meaning);
+    text =
+        output.Wrapped(shown + ": no hit, " + std::string(entry.code) + ". " + std::string(entry.meaning), 0);
   }
   Json reasons = Json::object();
   std::string counts;
@@ -97,7 +98,7 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
     counts += (counts.empty() ? "" : ", ") + code + " " + std::to_string(count);
   }
   json["reasons"] = reasons;
-  if (!counts.empty()) text += "\n    turns without a hit: " + counts;
+  if (!counts.empty()) text += "\n    " + output.Wrapped("turns without a hit: " + counts, 4);
   if (const auto& nearest = spec.nearestMiss) {
     const std::string& file = recording.frames[nearest->frame].file;
     json["nearest"] = {{"t", nearest->tMs},
@@ -106,9 +107,10 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
                        {"difference", nearest->difference},
                        {"limit", nearest->limit}};
     if (spec.hits == 0) {
-      text += "\n    nearest in " + file + ": difference " +
-              Figures(nearest->difference, " against ", nearest->limit) + ", refused for " +
-              std::string(explain::CodeOf(nearest->reason));
+      text += "\n    " + output.Wrapped("nearest in " + file + ": difference " +
+                                            Figures(nearest->difference, " against ", nearest->limit) +
+                                            ", refused for " + std::string(explain::CodeOf(nearest->reason)),
+                                        4);
     }
   }
   output.Print(json, text);

@@ -100,7 +100,7 @@ ExitCode Run(const Options& options, Output& output) {
     throw std::runtime_error(std::string(positive ? "--positive" : "--negative") + ": there is no picture");
   }
   output.Print(advice::TuneJson(report, pictures.files),
-               advice::TuneText(report, pictures.files, PainterOf(output)));
+               advice::TuneText(report, pictures.files, PainterOf(output), output.Width()));
   return report.right ? Yes : No;
 }
 
