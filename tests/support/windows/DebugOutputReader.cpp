@@ -86,8 +86,9 @@ struct DebugOutputReader::Host {
 
   void Receive() {
     const auto& message = *static_cast<const Message*>(view.Get());
-    receiver(message.processId,
-             Utf8OfProcessCodePage({message.text, ::strnlen(message.text, sizeof message.text)}));
+    std::string text = Utf8OfProcessCodePage({message.text, ::strnlen(message.text, sizeof message.text)});
+    if (!text.ends_with('\n')) text += '\n';
+    receiver(message.processId, text);
     const std::lock_guard lock(mutex);
     bufferTaken = true;
     GiveBuffer();

@@ -13,7 +13,7 @@ namespace quillmark::test {
 
 class DebugOutputReader {
  public:
-  // What one call wrote, UTF-8; a line end is there only if the writer gave one.
+  // What one call wrote, UTF-8; a line end is added where the writer gave none.
   using Receiver = std::function<void(std::uint32_t processId, std::string_view text)>;
 
   // Throws std::runtime_error when the output cannot be had.

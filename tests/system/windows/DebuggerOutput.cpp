@@ -12,9 +12,7 @@ struct DebuggerOutput::Host {
   std::map<std::uint32_t, std::string> texts;  // by process
   DebugOutputReader reader{[this](std::uint32_t processId, std::string_view text) {
     const std::lock_guard lock(mutex);
-    std::string& all = texts[processId];
-    all += text;
-    if (!text.ends_with('\n')) all += '\n';
+    texts[processId] += text;
   }};
 };
 
