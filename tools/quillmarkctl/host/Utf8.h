@@ -11,7 +11,8 @@ namespace quillmark::control::host {
 // The command line, program name first.
 [[nodiscard]] std::vector<std::string> Arguments(int argc, const char* const* argv);
 
-// Has the terminal read what is printed as UTF-8, until the process ends by itself.
+// Has the terminal show what std::cout and std::cerr are given, UTF-8, whatever it reads by itself. Files and
+// pipes get those bytes as they are.
 void PrintUtf8();
 
 }  // namespace quillmark::control::host

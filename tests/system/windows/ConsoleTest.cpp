@@ -1,0 +1,97 @@
+// What the control tool prints, as its console has it and as the reader of a pipe has it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CommandTaker.h"
+#include "Programs.h"
+#include "support/LineProcess.h"
+#include "support/PrivateSession.h"
+#include "support/windows/Processes.h"
+
+namespace quillmark::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+// A console of this process's own, which programs print to that are started here.
+class Console {
+ public:
+  Console() {
+    ::FreeConsole();
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    if (::AllocConsole()) {
+      screen.Reset(::CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                 &inherited, OPEN_EXISTING, 0, nullptr));
+    }
+    if (!screen || screen.Get() == INVALID_HANDLE_VALUE) throw std::runtime_error("there is no console");
+  }
+  ~Console() {
+    screen.Reset();
+    ::FreeConsole();
+  }
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  // Runs the tool to its end.
+  void Control(const std::vector<std::string>& arguments) const {
+    const StartedProcess tool =
+        StartProcess(ControlCommand(arguments), {}, {nullptr, screen.Get(), screen.Get()});
+    ::WaitForSingleObject(tool.handle.Get(), INFINITE);
+  }
+
+  // What is on the screen, row by row without line ends.
+  std::wstring Text() const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    EXPECT_TRUE(::GetConsoleScreenBufferInfo(screen.Get(), &info));
+    std::wstring text(static_cast<std::size_t>(info.dwSize.X) * static_cast<std::size_t>(info.dwSize.Y),
+                      L' ');
+    DWORD count = 0;
+    EXPECT_TRUE(::ReadConsoleOutputCharacterW(screen.Get(), text.data(), static_cast<DWORD>(text.size()), {},
+                                              &count));
+    text.resize(count);
+    return text.erase(text.find_last_not_of(L' ') + 1);
+  }
+
+ private:
+  UniqueHandle screen;
+};
+
+class ToolInAConsole : public testing::Test {
+ protected:
+  const PrivateSession session;
+  const Console console;
+};
+
+// Letters of one cell each: consoles differ in how they count those of two.
+TEST_F(ToolInAConsole, OutputAndErrorsAreTheTextThatWasPrinted) {
+  const CommandTaker worker;
+  console.Control({"ping", "Жä€ẞ"});
+  EXPECT_THAT(console.Text(), HasSubstr(L"Жä€ẞ in "));
+  console.Control({"lint", "Ωπ.toml"});
+  EXPECT_THAT(console.Text(), HasSubstr(L"Ωπ.toml"));
+}
+
+TEST_F(ToolInAConsole, LongTextIsCutWithinNoCharacter) {
+  // Whatever the size of a buffer on the way, one of them has a character across its end.
+  for (const std::string prefix : {"", "-"}) {
+    std::string letters = prefix;
+    for (int i = 0; i < 3000; ++i) letters += "Ж";
+    console.Control({"lint", letters});
+    EXPECT_THAT(console.Text(),
+                HasSubstr(std::wstring(prefix.begin(), prefix.end()) + std::wstring(3000, L'Ж')));
+  }
+}
+
+TEST_F(ToolInAConsole, PipeGetsUtf8) {
+  const CommandTaker worker;
+  LineProcess tool(ControlCommand({}).front(), {"ping", "Жä€안녕"});
+  EXPECT_TRUE(tool.Hear().starts_with("Жä€안녕 in "));
+}
+
+}  // namespace
+}  // namespace quillmark::test
