@@ -53,15 +53,23 @@ compile() {
 }
 export -f compile
 
+# begins_a_source HEADER: whether the source file beside it includes it first, and so compiles it alone.
+begins_a_source() {
+  local source=${1%.h}.cpp
+  [ -e "$source" ] && [[ $(grep -m 1 '^#include' "$source") == *[\"/]"${1##*/}"\" ]]
+}
+
 # compile_all PATTERN...: every file of the product, the client library and the tools whose name
-# matches one of them.
+# matches one of them, but for headers that their source files compile.
 compile_all() {
-  local pattern count names=()
+  local file pattern count names=()
   for pattern in "$@"; do names+=(-o -name "$pattern"); done
+  find src include clients/c tools -not -path '*/linux/*' \( "${names[@]:1}" \) -print | while read -r file; do
+    [[ $file == *.h ]] && begins_a_source "$file" || echo "$file"
+  done >"$work/list"
   # shellcheck disable=SC2016 # the inner shell expands $1
-  find src include clients/c tools -not -path '*/linux/*' \( "${names[@]:1}" \) -print0 |
-    tee "$work/list" | xargs -0 -P "$jobs" -I{} bash -c 'compile "$1"' _ {}
-  count=$(tr -dc '\0' <"$work/list" | wc -c)
+  xargs -d '\n' -P "$jobs" -I{} bash -c 'compile "$1"' _ {} <"$work/list"
+  count=$(wc -l <"$work/list")
   if [ -e "$work/failed" ]; then
     echo "Windows: $(wc -l <"$work/failed") of $count files do not compile:" >&2
     sort "$work/failed" >&2
