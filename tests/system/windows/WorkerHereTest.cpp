@@ -3,9 +3,11 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "DebuggerOutput.h"
 #include "Desktop.h"
@@ -53,15 +55,43 @@ TEST_F(WorkerHere, BoxOfASecondInstanceIsInKorean) {
 }
 
 // Wine has no desktop duplication.
-TEST_F(WorkerHere, LivesOnWithoutCaptureAndSaysOnceWhy) {
-  if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
-    GTEST_SKIP() << "the screen can be captured here";
+class WithoutCapture : public WorkerHere {
+ protected:
+  void SetUp() override {
+    if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+      GTEST_SKIP() << "the screen can be captured here";
+    }
+    ASSERT_NE(target, nullptr);
   }
+  const Window target{::CreateWindowExW(0, L"Static", L"Captured by nobody", WS_POPUP | WS_VISIBLE, 50, 50,
+                                        300, 200, nullptr, nullptr, nullptr, nullptr)};
+};
+
+TEST_F(WithoutCapture, ToolsSayWhyAndLeaveNoFile) {
+  const TempFolder folder;
+  const std::string file = (folder.Path() / "piece.png").string();
+  const std::string recording = (folder.Path() / "recording").string();
+  const std::vector<std::string> commands[] = {
+      {"capture", "--target=Captured by", "--rect=0,0,20,20", file},
+      {"record", "--seconds=1", "--out", recording},
+  };
+  for (const std::vector<std::string>& command : commands) {
+    const Outcome outcome = Control(command);
+    EXPECT_EQ(outcome.code, 2) << command[0];
+    EXPECT_NE(outcome.err.find("DuplicateOutput failed"), std::string::npos) << command[0] << outcome.err;
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+
+  const Outcome doctor = Control({"doctor", "--target=Captured by"});
+  EXPECT_EQ(doctor.code, 1);
+  EXPECT_NE(doctor.out.find("it cannot be captured: DuplicateOutput failed"), std::string::npos)
+      << doctor.out;
+  EXPECT_NE(doctor.out.find("client area 300x200 at 50,50"), std::string::npos) << doctor.out;
+}
+
+TEST_F(WithoutCapture, WorkerLivesOnAndSaysOnceWhy) {
   const Worker worker;
   RawController controller;
-  const Window target(::CreateWindowExW(0, L"Static", L"Captured by nobody", WS_POPUP | WS_VISIBLE, 50, 50,
-                                        300, 200, nullptr, nullptr, nullptr, nullptr));
-  ASSERT_NE(target, nullptr);
   WriteImage(worker.Folder() / "tmpl.png");
   ASSERT_TRUE(controller.SendSpec(L"Captured by", L"n", L"tmpl.png", 0, 0, 300, 200, 0.75f, 0.1f));
 
