@@ -18,20 +18,9 @@ if [ "$preset" = linux-tsan ] && [ "$(cat /proc/sys/vm/mmap_rnd_bits)" -gt 28 ];
   # The thread sanitizer's fixed address ranges do not stand more than 28 random bits.
   runner=(setarch "$(uname -m)" --addr-no-randomize)
 fi
-# Of the clients and of the control tool's newer commands, what was not yet brought under a sanitizer.
-tools='ClientAtWork|ClientPython|Example|Apply|Capture|Doctor|Manual|WaitCommand|PieceTest|Advice|Replay|Record'
-tools+='|LiveEngine|Expectations|ExplainCommand|ArgumentBytes'
-pure='Explain|LiveWorker|LintTest|TuneTest|Tuning|Conformance|SpecMeaning|Reasons|Pictures|OfPixels|FindingCodes'
-pure+='|Distribution'
-selection=()
-case $preset in
-  linux-asan) selection=(-E "$tools") ;;
-  linux-tsan) selection=(-E "$tools|$pure") ;;
-esac
-"${runner[@]}" ctest --preset "$preset" -j "$jobs" "${selection[@]}" || {
+"${runner[@]}" ctest --preset "$preset" -j "$jobs" || {
   # Tests on a screen can be late on a loaded machine: what failed is run once more, alone, and named.
   failed=$(sed 's/^[0-9]*://' "build/$preset/Testing/Temporary/LastTestsFailed.log" | paste -sd ' ')
   "${runner[@]}" ctest --preset "$preset" --rerun-failed
   echo "NOT CHECKED: failed at first under $preset and passed alone: $failed"
 }
-[ ${#selection[@]} -eq 0 ] || echo "NOT CHECKED: under $preset, the tests that match ${selection[1]}"
