@@ -81,6 +81,7 @@ struct ReasonEntry {
   std::string_view code;     // lower case, words joined by '-'
   std::string_view meaning;  // one sentence
   std::string_view remedy;   // what to do, one or two sentences
+  std::string_view namedBy;  // the commands of the control tool that can name it, or none
 };
 
 // The whole list, in the order of the enumeration.

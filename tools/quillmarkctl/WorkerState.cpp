@@ -24,6 +24,8 @@ WorkerState GlanceAtWorker() {
   state.unreadHits = hits.WriteIndex() - hits.ReadIndex();
   state.droppedHits = hits.Dropped();
   state.hasReader = !HitConsumer().Held();
+  if (!state.running && state.unreadCommands != 0) state.reasons.push_back(explain::Reason::CommandNotRead);
+  if (state.unreadHits >= RingSlots) state.reasons.push_back(explain::Reason::RingFull);
   return state;
 }
 
@@ -41,6 +43,8 @@ WorkerState LookAtWorker(std::chrono::milliseconds timeout) {
   const Answer heartbeat = Ask({.kind = CmdKind::Heartbeat, .name = L"status"}, timeout, silent);
   if (!heartbeat.reply) {
     state.silence = heartbeat.failure;
+    state.unreadCommands = CommandRing().Unread();
+    if (state.unreadCommands != 0) state.reasons.push_back(explain::Reason::CommandNotRead);
     return state;
   }
   state.answers = true;
@@ -62,6 +66,8 @@ Json JsonOf(const WorkerState& state) {
   object["unreadHits"] = state.unreadHits;
   object["droppedHits"] = state.droppedHits;
   object["hasReader"] = state.hasReader;
+  object["reasons"] = Json::array();
+  for (const explain::Reason reason : state.reasons) object["reasons"].push_back(explain::CodeOf(reason));
   return object;
 }
 

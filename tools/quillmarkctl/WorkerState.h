@@ -8,8 +8,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Output.h"
+#include "explain/Reasons.h"
 
 namespace quillmark::control {
 
@@ -25,7 +27,8 @@ struct WorkerState {
   std::uint64_t startedMs = 0;
   // Of both rings. Dropped hits since the ring was made, which may be before this worker.
   std::uint32_t unreadCommands = 0, unreadHits = 0, droppedHits = 0;
-  bool hasReader = false;  // a tool or client takes the hits out of the ring
+  bool hasReader = false;                // a tool or client takes the hits out of the ring
+  std::vector<explain::Reason> reasons;  // why hits, or the specs themselves, do not arrive
 };
 
 // Asks one heartbeat and one version, but not when the hit ring is full and nobody reads it: then the reply

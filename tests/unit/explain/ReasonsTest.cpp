@@ -27,7 +27,8 @@ TEST(Reasons, PageHasARowForEachInOrderAndNoOther) {
   std::vector<std::string> expected;
   for (const ReasonEntry& entry : AllReasons()) {
     expected.push_back(std::string(TitleOf(entry.stage)) + ": | `" + std::string(entry.code) + "` | " +
-                       std::string(entry.meaning) + " | " + std::string(entry.remedy) + " |");
+                       std::string(entry.meaning) + " | " + std::string(entry.remedy) + " | " +
+                       std::string(entry.namedBy) + " |");
   }
   EXPECT_EQ(RowsOfThePage(), expected);
 }

@@ -26,7 +26,8 @@ constexpr char Notes[] =
     "With --json: "
     "{\"type\":\"status\",\"running\":B,\"answers\":B,\"silence\":TEXT,\"roundTripMs\":N,\"version\":TEXT,\n"
     "  "
-    "\"process\":N,\"startedTs\":N,\"unreadCommands\":N,\"unreadHits\":N,\"droppedHits\":N,\"hasReader\":B}; "
+    "\"process\":N,\"startedTs\":N,\"unreadCommands\":N,\"unreadHits\":N,\"droppedHits\":N,\"hasReader\":B,"
+    "\"reasons\":[CODE,...]}; "
     "fields\n"
     "that cannot be known are left out. With --follow "
     "{\"type\":\"news\",\"ts\":N,\"text\":TEXT,\"starts\":N,...} with\n"
@@ -59,6 +60,10 @@ std::string TextOf(const WorkerState& state, const Output& output) {
   text += row("\nhits      ", std::to_string(state.unreadHits) + " of " + slots + " unread, " +
                                   (state.hasReader ? "with a reader" : "nobody reads them"));
   text += row("\ndropped   ", Counted(state.droppedHits, "hit") + " since the ring was made");
+  for (const explain::Reason reason : state.reasons) {
+    text += row("\nsilence   ",
+                std::string(explain::CodeOf(reason)) + ": " + std::string(explain::EntryOf(reason).meaning));
+  }
   return text;
 }
 
