@@ -34,7 +34,8 @@ TEST_F(ControlTool, CommandsReachTheWorkerWithEveryField) {
                 .code,
             0);
   EXPECT_EQ(Control({"add", "--target=t", "--name=n", "--path=p", "--roi=1,2,3,4"}).code, 0);
-  EXPECT_EQ(Control({"remove", "ä b"}).code, 0);
+  EXPECT_EQ(Control({"remove", "ä b", "--json"}).out, R"({"type":"sent","command":"remove","name":"ä b"})"
+                                                      "\n");
   EXPECT_EQ(Control({"clear"}).code, 0);
   const std::vector<std::wstring> expected{
       L"spec 계산기.exe|\xD83D\xDE00:fps10|b/ä.png|-5,-6,70,80|0.5|0.25",
@@ -96,6 +97,7 @@ TEST_F(ControlTool, SixtyFifthUnreadCommandIsNotWritten) {
   for (int i = 0; i < 63; ++i) EXPECT_TRUE(rings.SendClear());
   for (int i = 0; i < 2; ++i) EXPECT_EQ(Control({"clear", "--timeout", "0.01"}).code, 1);
   EXPECT_EQ(rings.PendingCommands(), 64u);
+  EXPECT_NE(Control({"status", "--json"}).out.find(R"("reasons":["command-not-read"])"), std::string::npos);
 }
 
 TEST_F(ControlTool, ToolsThatSendAtOnceLoseNoCommand) {
@@ -130,6 +132,7 @@ TEST_F(ControlTool, PingsWithNobodyWatchingDoNotFillTheRing) {
 TEST_F(ControlTool, PingOverAFullUnreadRingSaysWhatItDiscards) {
   StartWorker();
   WriteHits(70);
+  EXPECT_NE(Control({"status"}).out.find("silence   ring-full: 64 records"), std::string::npos);
   const Outcome outcome = Control({"ping"});
   EXPECT_EQ(outcome.out.find("HB in "), 0u) << outcome.out;
   EXPECT_NE(outcome.err.find("64 old records were discarded"), std::string::npos) << outcome.err;

@@ -5,6 +5,8 @@
 #include <thread>
 #include <utility>
 
+#include "client/Text.h"
+
 namespace quillmark::control {
 namespace {
 
@@ -13,6 +15,17 @@ using namespace std::chrono_literals;
 
 constexpr wchar_t VersionReplyPrefix[] = L"__ver__:";
 constexpr auto PollInterval = 5ms;
+
+const char* NameOf(CmdKind kind) {
+  switch (kind) {
+    case CmdKind::Spec:
+      return "add";
+    case CmdKind::Remove:
+      return "remove";
+    default:
+      return "clear";
+  }
+}
 
 // Publishes and waits; empty when the worker has taken the command, else why not.
 std::string FailureToSend(CommandRing& ring, const Command& command, Deadline deadline) {
@@ -54,7 +67,14 @@ std::optional<std::wstring> AnswerIn(const Hit& hit, const Command& command) {
 ExitCode Send(const Command& command, std::chrono::milliseconds timeout, Output& output) {
   CommandRing ring;
   const std::string failure = FailureToSend(ring, command, Clock::now() + timeout);
-  return failure.empty() ? Yes : output.Fail(No, failure);
+  if (!failure.empty()) return output.Fail(No, failure);
+  // People who hear nothing know that it was done.
+  if (output.IsJson()) {
+    Json sent = {{"type", "sent"}, {"command", NameOf(command.kind)}};
+    if (!command.name.empty()) sent["name"] = client::ToUtf8(command.name);
+    output.Print(sent, {});
+  }
+  return Yes;
 }
 
 Answer Ask(const Command& command, std::chrono::milliseconds timeout, Output& output) {

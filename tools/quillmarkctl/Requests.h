@@ -21,7 +21,7 @@ using client::Hit;
 using client::HitConsumer;
 using client::HitReader;
 
-// Sends one command and waits until the worker has taken it.
+// Sends a command that adds a spec, removes one or all, and waits until the worker has taken it.
 [[nodiscard]] ExitCode Send(const Command& command, std::chrono::milliseconds timeout, Output& output);
 
 struct Answer {

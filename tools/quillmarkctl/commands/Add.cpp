@@ -18,7 +18,8 @@ void AddAdd(CommandLine& line) {
   AddSpecOptions(command, options->spec);
   AddTimeout(command, options->timeout);
   command.footer(
-      "Exit code 0 says that the worker took the command; whether it could read the image, its log says.");
+      "Exit code 0 says that the worker took the command; whether it could read the image, its log says.\n"
+      "With --json: {\"type\":\"sent\",\"command\":\"add\",\"name\":TEXT}");
 }
 
 }  // namespace quillmark::control

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "PartialSpec.h"
 #include "Piece.h"
 #include "PngFile.h"
+#include "Progress.h"
 #include "Reports.h"
 #include "SpecArguments.h"
 #include "Wording.h"
@@ -131,6 +133,18 @@ void Review(const explain::SpecRequest& request, Output& output) {
   PrintExplanations(explanations, output);
 }
 
+void Delay(double seconds) {
+  using Clock = std::chrono::steady_clock;
+  using Millis = std::chrono::milliseconds;
+  const auto whole = std::chrono::duration_cast<Millis>(std::chrono::duration<double>(seconds));
+  const auto start = Clock::now();
+  Progress bar("capture", whole.count());
+  for (Millis waited{}; waited < whole; waited = std::chrono::duration_cast<Millis>(Clock::now() - start)) {
+    bar.Show(waited.count());
+    std::this_thread::sleep_for(std::min(whole - waited, Millis(100)));
+  }
+}
+
 ExitCode Capture(const Options& options, Output& output) {
   const fs::path file = fs::absolute(PathOf(options.file)).lexically_normal();
   const std::string name = SpecName(options, file);
@@ -145,7 +159,7 @@ ExitCode Capture(const Options& options, Output& output) {
     const Rectangle r = ReadRectangle("--rect", options.rect);
     choice.rect = cv::Rect(r.x, r.y, r.width, r.height);
   }
-  std::this_thread::sleep_for(std::chrono::duration<double>(options.delaySeconds));
+  Delay(options.delaySeconds);
   if (options.pick) {
     choice.picked = host::PickRectangle(
         [&output] { output.Note("draw a rectangle with the mouse; Escape or the right button gives up"); });

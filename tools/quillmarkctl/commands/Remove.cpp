@@ -20,6 +20,9 @@ void AddRemove(CommandLine& line) {
   });
   command.add_option("NAME", options->name, "The spec's name without its options")->required();
   AddTimeout(command, options->timeout);
+  command.footer(
+      "Exit code 0 says that the worker took the command, whether it had such a spec or not.\n"
+      "With --json: {\"type\":\"sent\",\"command\":\"remove\",\"name\":TEXT}");
 }
 
 }  // namespace quillmark::control
