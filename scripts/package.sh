@@ -72,6 +72,7 @@ unset DISPLAY
 cd "$work"
 
 control() { "${runner[@]}" "$programs/quillmarkctl$suffix" "$@" | tr -d '\r'; }
+pong() { control ping packaged --timeout 20 | sed 's/ in [0-9]* ms$//'; }
 expect() {
   local expected=$1 answer
   shift
@@ -82,7 +83,7 @@ expect() {
 expect "quillmarkctl $version" control --version
 "${runner[@]}" "$programs/Quillmark$suffix" 2>"$work/worker.log" &
 worker=$!
-expect packaged control heartbeat packaged --timeout 20
+expect packaged pong
 expect "$version" control version
 kill -0 "$worker" 2>/dev/null || fail "the worker has ended: $(cat "$work/worker.log")"
 
