@@ -165,11 +165,11 @@ void AddBench(CommandLine& line) {
           ->type_name("FILE");
   command.add_option("--scale", options->scale, "Pixels of the screenshot for one of the template (1)")
       ->type_name("N")
-      ->check(CLI::Range(0.25, 8.0))
+      ->check(RealBetween(0.25, 8.0))
       ->needs(image);
   command.add_option("--seconds", options->seconds, "How long to measure each spec (0.5)")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.01, 600.0));
+      ->check(RealBetween(0.01, 600.0));
   command.footer(Notes);
 }
 
