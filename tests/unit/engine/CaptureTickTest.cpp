@@ -3,83 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <new>
 #include <opencv2/imgproc.hpp>
 
-#include "EngineProbe.h"
-#include "FailingResources.h"
-#include "app/OpenCvConfig.h"
-#include "specs/SpecStore.h"
-#include "support/DebugOutputCapture.h"
+#include "CaptureTick.h"
 #include "support/PrivateSession.h"
 #include "support/RawController.h"
-#include "support/ScriptedDesktop.h"
 
 namespace quillmark {
 namespace {
 
-using test::Call;
 using test::RectAt;
-using test::ScriptedDesktop;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-class CaptureTickTest : public ::testing::Test {
- protected:
-  using Jobs = std::deque<std::shared_ptr<FrameJob>>;
-
-  CaptureTickTest() {
-    ConfigureOpenCvOnce();
-    Specs().specs.clear();
-  }
-
-  layer::MonitorId AddMonitor(LONG left, LONG top, LONG width, LONG height) {
-    return desktop->AddMonitor({RectAt(left, top, width, height)});
-  }
-  layer::WindowId OpenWindow(const RECT& client, std::uint32_t dpi = 96) {
-    test::ScriptedWindow window;
-    window.title = L"target";
-    window.client = client;
-    if (dpi != 96) window.awareness = DPI_AWARENESS_UNAWARE;
-    window.dpi = dpi;
-    return desktop->OpenWindow(window);
-  }
-  // A spec in the store, with a grey template of a size but no content.
-  TemplateSpec& AddSpec(const cv::Rect& roi, cv::Size templateSize = {8, 8},
-                        const std::wstring& name = L"spec") {
-    TemplateSpec spec;
-    spec.name = name;
-    spec.target = L"target";
-    spec.roi = roi;
-    spec.tmplGray = cv::Mat::zeros(templateSize, CV_8UC1);
-    Specs().specs.push_back(spec);
-    return Specs().specs.back();
-  }
-  // New frames everywhere, then one tick.
-  Jobs Tick() {
-    for (const layer::MonitorFacts& monitor : desktop->Monitors()) desktop->Refresh(monitor.id);
-    return probe.Tick();
-  }
-  static Rect RegionOf(const ROIUnit& unit) { return {unit.x, unit.y, unit.right, unit.bottom}; }
-  // The one unit of a tick that must have exactly one.
-  ROIUnit OnlyUnit(const Jobs& jobs) {
-    EXPECT_EQ(jobs.size(), 1u);
-    if (jobs.size() != 1 || jobs[0]->units.size() != 1) {
-      ADD_FAILURE() << "not exactly one unit";
-      return {};
-    }
-    return jobs[0]->units[0];
-  }
-  static std::size_t UnitsIn(const Jobs& jobs) {
-    std::size_t units = 0;
-    for (const auto& job : jobs) units += job->units.size();
-    return units;
-  }
-
-  std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();
-  AutoRebinder engine;
-  EngineProbe probe{engine};
-};
 
 TEST_F(CaptureTickTest, CutsTheRegionOutOfTheFrame) {
   AddMonitor(0, 0, 320, 240);
@@ -308,29 +243,6 @@ TEST_F(CaptureTickTest, StillScreenGivesNoJob) {
   EXPECT_EQ(desktop->HeldFrames(), 0);
 }
 
-TEST_F(CaptureTickTest, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesOn) {
-  const layer::MonitorId first = AddMonitor(0, 0, 300, 200);
-  AddMonitor(300, 0, 300, 200);
-  OpenWindow(RectAt(250, 10, 100, 100));
-  AddSpec({0, 0, 100, 50});
-  test::DebugOutputCapture output;
-  EXPECT_EQ(UnitsIn(Tick()), 2u);
-  for (int tick = 0; tick < 5; ++tick) {
-    desktop->FailNth(Call::Duplicate, 1);
-    engine.DropContext(test::HandleOf(first));
-    EXPECT_EQ(UnitsIn(Tick()), 1u) << tick;
-  }
-  desktop->Heal();
-  EXPECT_EQ(UnitsIn(Tick()), 2u);
-  ASSERT_TRUE(output.WaitForLine("DuplicateOutput failed"));
-  EXPECT_EQ(output.Count("DuplicateOutput failed"), 1u);
-
-  desktop->FailNth(Call::OpenDevice, 1);
-  engine.DropContext(test::HandleOf(first));
-  Tick();
-  EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "another text is news";
-}
-
 TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   const test::PrivateSession session;
   test::RawController controller;
@@ -366,47 +278,6 @@ TEST_F(CaptureTickTest, AWindowThatMovesDuringTheWaitIsCutAtItsOldPlaceOnce) {
   EXPECT_EQ(RegionOf(OnlyUnit(jobs)), (Rect{10, 10, 60, 60}));
   EXPECT_EQ(jobs.at(0)->specs.at(0).targetRect, (Rect{10, 10, 110, 110})) << "what the hit is relative to";
   EXPECT_EQ(RegionOf(OnlyUnit(Tick())), (Rect{30, 20, 80, 70}));
-}
-
-// Memory that runs out anywhere in a tick ends the turn: the frame is given back, the engine goes on.
-TEST_F(CaptureTickTest, ExceptionAnywhereInATickGivesTheFrameBack) {
-  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50}).intervalMs = 1;
-  int failed = 0;
-  for (int n = 1; failed == n - 1; ++n) {
-    engine.DropContext(test::HandleOf(monitor));
-    test::FailNthAllocation(n);
-    try {
-      probe.Tick();
-    } catch (const std::bad_alloc&) {  // outside of any monitor's turn
-    }
-    if (test::FailNthAllocation(0) == 0) ++failed;
-    EXPECT_EQ(desktop->HeldFrames(), 0) << n;
-  }
-  EXPECT_GT(failed, 10);
-  Specs().specs[0].intervalMs = 0;
-  EXPECT_EQ(UnitsIn(Tick()), 1u);
-}
-
-// Every platform call on the road of a frame fails once at its n-th use: the tick survives it, nothing stays
-// held, and the next ticks deliver again.
-TEST_F(CaptureTickTest, AnyCallMayFailOnceWithoutLastingHarm) {
-  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
-  for (int call = 0; call < test::callCount; ++call) {
-    for (int n = 1; n <= 3; ++n) {
-      engine.DropContext(test::HandleOf(monitor));
-      desktop->FailNth(static_cast<Call>(call), n);
-      for (int tick = 0; tick < 3; ++tick) Tick();
-      desktop->Heal();
-      EXPECT_EQ(desktop->HeldFrames(), 0) << call << " use " << n;
-      Tick();  // a frame that could not be released is given up with its context here
-      engine.DropContext(test::HandleOf(monitor));
-      EXPECT_EQ(UnitsIn(Tick()), 1u) << call << " use " << n;
-    }
-  }
 }
 
 }  // namespace
