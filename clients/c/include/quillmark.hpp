@@ -99,7 +99,9 @@ struct Spec {
     spec.mode = mode;
     spec.preset = preset;
     spec.red = red ? 1 : 0;
-    if (interval.count() > INT32_MAX) throw Error(QM_BAD_VALUE, "interval is too long");
+    if (interval.count() < 0 || interval.count() > INT32_MAX) {
+      throw Error(QM_BAD_VALUE, "interval_ms must not be negative nor above 2147483647");
+    }
     spec.interval_ms = static_cast<std::int32_t>(interval.count());
     spec.every_nth_frame = everyNthFrame;
     spec.monitor = monitor;

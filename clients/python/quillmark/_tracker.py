@@ -107,8 +107,10 @@ class Tracker:
     def watch(self, watch: Watch) -> None:
         """Begins to watch, or begins anew with nothing known; do so too when the spec was sent again."""
         _wire.field("name", watch.name, _wire.HIT_NAME_UNITS)
-        if watch.move_tolerance < 0:
-            raise BadValue("move_tolerance must not be negative")
+        numbers = ("move_tolerance", "stable_ms", "interval_ms", "gap_ms", "unknown_ms", "lost_ms")
+        for number in numbers:
+            if getattr(watch, number) < 0:
+                raise BadValue(f"{number} must not be negative")
         if watch.name in watch.witnesses:
             raise BadValue("witnesses hold the spec itself")
         watched = _Watched(watch)

@@ -83,6 +83,8 @@ class Conformance(SessionTest):
                 self.client.add(dataclasses.replace(spec, **part))
         with self.assertRaises(qm.TooLong):
             qm.Tracker().watch(qm.Watch("n" * 32))
+        with self.assertRaisesRegex(qm.BadValue, "unknown_ms"):
+            qm.Tracker().watch(qm.Watch("n", unknown_ms=-1))
 
     def test_command_indices_wrap_and_never_run_ahead(self) -> None:
         ring = self.commands()
