@@ -193,10 +193,13 @@ ExitCode Capture(const Options& options, Output& output) {
                 {"command", command}},
                "Saved " + path + ": " + SizeText(piece.bgr.cols, piece.bgr.rows) + " pixels at " +
                    std::to_string(piece.rect.x) + "," + std::to_string(piece.rect.y) + " in \"" +
-                   Printable(piece.window.title) + "\".\nThe worker looks for it there, and " +
-                   std::to_string(options.margin) + " pixels around, after\n\n  " + line + '\n');
+                   Printable(piece.window.title) + "\".\n");
   Warn(piece, output);
   Review({piece.target, WideText("name", name), WideText("path", path), roi}, output);
+  if (output.IsJson()) return Yes;
+  // Last, as it is what the reader wants next.
+  output.Print({}, "\nThe worker looks for it there, and " + std::to_string(options.margin) +
+                       " pixels around, after\n\n  " + line + '\n');
   return Yes;
 }
 
