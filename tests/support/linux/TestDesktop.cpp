@@ -1,5 +1,9 @@
 #include "support/TestDesktop.h"
 
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 #include "desktop/Desktop.h"
 #include "support/PrivateDisplay.h"
 
@@ -7,6 +11,7 @@ namespace quillmark::test {
 
 struct TestDesktop::Host {
   PrivateDisplay display;
+  bool extra = false;  // whether the desktop has a monitor beside its first
 };
 
 TestDesktop::TestDesktop() : host(std::make_unique<Host>()) {
@@ -19,7 +24,11 @@ TestDesktop::~TestDesktop() {
 }
 
 void TestDesktop::ChangeDisplays() {
-  PrivateDisplay::Run({"xrandr", "--setmonitor", "EXTRA", "100/20x100/20+900+0", "none"});
+  // Each is a change: to make a monitor that is there already fails.
+  const std::vector<std::string> make{"xrandr", "--setmonitor", "EXTRA", "100/20x100/20+900+0", "none"};
+  const std::vector<std::string> remove{"xrandr", "--delmonitor", "EXTRA"};
+  if (!PrivateDisplay::Run(host->extra ? remove : make)) throw std::runtime_error("xrandr failed");
+  host->extra = !host->extra;
 }
 
 }  // namespace quillmark::test
