@@ -271,6 +271,11 @@ void ScriptedDesktop::FailNth(Call call, int n) {
   failing[index] = uses[index] + n;
 }
 
+void ScriptedDesktop::FailAlways(Call call) {
+  const std::lock_guard lock(mutex);
+  failing[static_cast<std::size_t>(call)] = kAlways;
+}
+
 void ScriptedDesktop::WhileNextWaiting(std::function<void()> action) {
   const std::lock_guard lock(mutex);
   whileWaiting = std::move(action);

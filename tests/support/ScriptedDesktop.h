@@ -120,6 +120,8 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   void WhileNextWaiting(std::function<void()> action);
   // The n-th use from now on fails, n from 1.
   void FailNth(Call call, int n);
+  // Every use fails.
+  void FailAlways(Call call);
   void Heal();
   // Uses since construction, failed ones included.
   int UsesOf(Call call) const;
@@ -188,7 +190,7 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   // Counts a use and tells whether the script makes it fail. The caller holds `mutex`.
   bool Fails(Call call) {
     const auto index = static_cast<std::size_t>(call);
-    return ++uses[index] == failing[index];
+    return ++uses[index] == failing[index] || failing[index] == kAlways;
   }
   // Answers a question about a window, or gives `otherwise` when there is none or the call is to fail.
   template <typename Answer, typename Ask>
@@ -204,6 +206,8 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
     edit(windows.at(window));
   }
 
+  static constexpr int kAlways = -1;
+
   mutable std::mutex mutex;  // guards all but the atomics and the listener
   std::condition_variable changed;
   std::map<layer::MonitorId, Screen> screens;  // in enumeration order
@@ -213,7 +217,7 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   layer::MonitorId nextMonitor = 1;
   layer::WindowId nextWindow = 0x400001;
   std::uint64_t modeChanges = 0;
-  std::array<int, callCount> uses{}, failing{};  // a use that fails, counted from 1; 0 for none
+  std::array<int, callCount> uses{}, failing{};  // a use that fails, counted from 1; 0 for none, or kAlways
   std::function<void()> whileWaiting;
   std::atomic<Waiting> waiting = Waiting::Never;
   std::atomic<int> openDuplications = 0, heldFrames = 0;

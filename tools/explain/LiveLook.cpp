@@ -27,7 +27,8 @@ using Clock = std::chrono::steady_clock;
 
 // A monitor gives its first frame at once, then one for each change.
 constexpr auto kFramePatience = std::chrono::seconds(2);
-constexpr auto kPoll = std::chrono::milliseconds(5);
+constexpr auto kAtOnce = std::chrono::milliseconds(DuplicationContext::FrameTimeoutMs / 2);
+constexpr auto kRebuild = std::chrono::milliseconds(200);  // as long as the worker waits with it
 
 std::string PlaceText(const Rect& rect) {
   return std::to_string(rect.right - rect.left) + " x " + std::to_string(rect.bottom - rect.top) + " at " +
@@ -116,9 +117,16 @@ std::optional<Picture> Capture(HMONITOR monitor, Explanation& e) {
     context.Init(monitor);
     cv::Mat frame;
     const auto deadline = Clock::now() + kFramePatience;
-    while (!context.AcquireFrame(frame)) {
-      if (Clock::now() >= deadline) return fail(Reason::NoNewFrame, "none in two seconds");
-      std::this_thread::sleep_for(kPoll);  // a capture that lost its access does not wait
+    for (auto asked = Clock::now(); !context.AcquireFrame(frame); asked = Clock::now()) {
+      // Without a new frame it comes back after its time, without access at once.
+      const bool lost = Clock::now() - asked < kAtOnce;
+      if (Clock::now() >= deadline) {
+        return lost ? fail(Reason::CaptureLost, "no access in two seconds")
+                    : fail(Reason::NoNewFrame, "none in two seconds");
+      }
+      if (!lost) continue;
+      std::this_thread::sleep_for(kRebuild);
+      context.Init(monitor);
     }
     Picture picture{frame.clone(), {context.left, context.top}};
     context.ReleaseFrame();

@@ -97,7 +97,7 @@ constexpr ReasonEntry kReasons[] = {
      "explain --live, replay"},
     {Reason::CaptureLost, Stage::Frame, "capture-lost",
      "The capture of the monitor lost its access, as a change of mode or a secure screen causes.",
-     "Nothing. It is built anew 200 ms after the last change of the display.", "none"},
+     "Nothing. It is built anew 200 ms after the last change of the display.", "explain --live"},
     {Reason::NoNewFrame, Stage::Frame, "no-new-frame",
      "The screen has not changed: a still monitor gives no frames, hence no hits.",
      "Nothing. What was seen last is still there; silence does not mean that it has gone.",

@@ -169,6 +169,11 @@ TEST_F(LiveWorker, TargetThatCannotBeUsedIsToldApart) {
   desktop->MoveWindow(window, RectAt(0, 0, 180, 100));
   desktop->FailNth(Call::Duplicate, 1);
   EXPECT_EQ(reason(), Reason::CaptureFailed);
+  desktop->FailAlways(Call::Acquire);
+  EXPECT_EQ(reason(), Reason::CaptureLost);
+  desktop->Heal();
+  desktop->FailNth(Call::Acquire, 1);
+  EXPECT_EQ(reason(), Reason::Difference) << "it is built anew";
   desktop->CloseWindow(window);
 
   test::ScriptedWindow hidden;
