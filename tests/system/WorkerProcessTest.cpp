@@ -141,7 +141,7 @@ TEST_F(WorkerProcess, GoesOnWithCommandsWhereTheKilledOneStopped) {
   worker->Kill();
   ASSERT_TRUE(controller.SendHeartbeat(L"second"));
   worker = std::make_unique<Worker>();
-  ASSERT_TRUE(controller.WaitForHit(L"second"));
+  ASSERT_TRUE(controller.WaitForHit(L"second")) << debugger.Of(*worker);
   EXPECT_TRUE(Eventually([&] { return controller.CommandWord(ReadIndex) == 2u; }));
 }
 

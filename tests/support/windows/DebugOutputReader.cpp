@@ -22,8 +22,10 @@ struct Message {
 };
 static_assert(sizeof(Message) == 4096);
 
-// How often it looks after a buffer whose writer was killed.
+// How often it looks after a buffer whose writer was killed, and after how many looks that found the same
+// writer at work, without data, it takes that one to wait for it.
 constexpr DWORD CareMs = 100;
+constexpr int PatientLooks = 5;
 
 UniqueHandle Checked(HANDLE handle, const char* what) {
   if (handle == nullptr || ::GetLastError() == ERROR_ALREADY_EXISTS) {
@@ -67,6 +69,7 @@ struct DebugOutputReader::Host {
   std::mutex mutex;  // guards the rest
   bool paused = false;
   bool bufferTaken = true;  // no writer gets the buffer before it is given back
+  int looksInVain = 0;      // the reader's own
   std::thread reader;
 
   void ReadUntilStopped() {
@@ -85,6 +88,7 @@ struct DebugOutputReader::Host {
   }
 
   void Receive() {
+    looksInVain = 0;
     const auto& message = *static_cast<const Message*>(view.Get());
     std::string text = Utf8OfProcessCodePage({message.text, ::strnlen(message.text, sizeof message.text)});
     if (!text.ends_with('\n')) text += '\n';
@@ -94,17 +98,20 @@ struct DebugOutputReader::Host {
     GiveBuffer();
   }
 
-  // With the mutex in hand nobody writes: the buffer is free, or somebody died with it.
+  // With the mutex in hand nobody writes: the buffer is free, or somebody died with it. The next writer may
+  // have taken the mutex by then and wait for a buffer that nobody will give back.
   void CareForBuffer() {
     const DWORD result = ::WaitForSingleObject(writing.Get(), 0);
-    if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) return;
+    const bool mine = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+    if (!mine && ++looksInVain < PatientLooks) return;
+    looksInVain = 0;
     if (::WaitForSingleObject(dataReady.Get(), 0) == WAIT_OBJECT_0) {
       Receive();  // written meanwhile
     } else {
       const std::lock_guard lock(mutex);
       if (!paused) ::SetEvent(bufferReady.Get());
     }
-    ::ReleaseMutex(writing.Get());
+    if (mine) ::ReleaseMutex(writing.Get());
   }
 
   void GiveBuffer() {
