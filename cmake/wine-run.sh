@@ -20,4 +20,12 @@ mkdir -p "$WINEPREFIX"
     : >"$WINEPREFIX/ready"
   fi
 ) 9>"$WINEPREFIX.lock"
-exec wine "$@"
+# A console's host, too, has the error output of the program that opened the console, and may outlive it: it
+# would hold up whoever reads that to its end.
+errors=$(mktemp)
+exec 7<"$errors" 8>"$errors"
+rm "$errors"
+status=0
+wine "$@" 2>&8 7<&- || status=$?
+cat <&7 >&2
+exit "$status"
