@@ -112,7 +112,7 @@ done
 DISPLAY=:$(cat "$work/display")
 export DISPLAY WINEPREFIX=$work/wine
 ctest --preset windows-mingw -j "$jobs" || {
-  # Wine now and then loses a program at its start, so what failed is run once more, one at a time.
+  # Under Wine a test now and then fails for no known reason: what failed is run once more, and named.
   failed=$(sed 's/^[0-9]*://' build/windows-mingw/Testing/Temporary/LastTestsFailed.log | paste -sd ' ')
   ctest --preset windows-mingw --rerun-failed
   echo "NOT CHECKED: failed in Wine at first and passed alone: $failed"
