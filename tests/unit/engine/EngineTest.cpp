@@ -123,11 +123,13 @@ TEST_F(EngineTest, RotatedOutputsReportDesktopPositions) {
     places.push_back({left + 57, 211});
     left += row.width;
   }
-  const layer::WindowId window = OpenWindow(RectAt(0, 100, 200, 180));
+  const auto around = [](const POINT& place) { return RectAt(place.x - 40, 100, 200, 180); };
+  // Where it is first looked for: a short move would give a hit that is off by it, in the frame of the move.
+  const layer::WindowId window = OpenWindow(around(places.front()));
   AddSpec(L"turned", image, {0, 0, 200, 180});
   engine.Start();
   for (const POINT& place : places) {
-    desktop->MoveWindow(window, RectAt(place.x - 40, 100, 200, 180));
+    desktop->MoveWindow(window, around(place));
     desktop->Paint(image, place);
     const std::optional<RawHit> hit = HitWhileRefreshing(L"turned");
     ASSERT_TRUE(hit) << place.x;
