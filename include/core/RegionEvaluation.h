@@ -113,8 +113,8 @@ struct Verdict {
 // counts as Gray. The target's rectangle of `spec` is the frame of the hit's cx and cy. Errors of the image
 // library (crops or template of unexpected type or size, colour tests without an HSV crop) leave it as
 // cv::Exception; a thorough evaluation may come to some behind the first veto.
-[[nodiscard]] Verdict EvaluateRegion(
-    const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto,
-    const StepComputed& computed = [](DecidingStep) {});
+[[nodiscard]] Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec,
+                                     Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto,
+                                     const StepComputed& computed = {});
 
 }  // namespace quillmark

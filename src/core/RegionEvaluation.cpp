@@ -31,6 +31,10 @@ void Waive(Check& check) {
   if (check.outcome != Outcome::NotMeasured) check.outcome = Outcome::Waived;
 }
 
+void Tell(const StepComputed& computed, DecidingStep step) {
+  if (computed) computed(step);
+}
+
 struct MeanAndStdDev {
   double mean, stdDev;
 };
@@ -119,9 +123,9 @@ bool CompareStructure(const ROIUnit& unit, const TemplateSpec& spec, const cv::M
   v.lowDetail = v.tiny || spec.edgeDensity < 0.01;
   v.flatTemplate = tmplStdDev < 3.0 || spec.edgeDensity < 0.005;
   if (!v.flatTemplate) v.ncc = AtLeast(NCC1x1_Gray(patch, spec.tmplGray), NccLimit(unit, spec, v.lowDetail));
-  computed(DecidingStep::Ncc);
+  Tell(computed, DecidingStep::Ncc);
   if (!v.lowDetail && !v.flatTemplate && !CompareEdges(unit, spec, patch, v)) return false;
-  computed(DecidingStep::EdgeCorrelation);
+  Tell(computed, DecidingStep::EdgeCorrelation);
 
   if (IsHueMode(spec.mode) || spec.redHint || spec.colorGate) {
     Waive(v.ncc);
@@ -204,7 +208,7 @@ bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thorou
   if (!HasInputs(unit, spec)) return false;  // a verdict begins as decided by this
 
   const std::optional<Placement> best = SearchRegion(unit, spec);
-  computed(DecidingStep::Search);
+  Tell(computed, DecidingStep::Search);
   v.decidedBy = best ? DecidingStep::Accepted : DecidingStep::Search;
   if (!best) return false;
   v.found = true;
@@ -225,10 +229,10 @@ bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thorou
   const cv::Mat patch = unit.gray(rect);
   const MeanAndStdDev tmpl = Statistics(spec.tmplGray);
   v.flatWhite = CheckFlatWhite(patch, tmpl);
-  computed(DecidingStep::FlatWhite);
+  Tell(computed, DecidingStep::FlatWhite);
   if (ends(v.flatWhite.Vetoes(), DecidingStep::FlatWhite)) return false;
   v.chroma = CheckChroma(unit, spec, rect);
-  computed(DecidingStep::Chroma);
+  Tell(computed, DecidingStep::Chroma);
   if (ends(!CompareStructure(unit, spec, patch, tmpl.stdDev, computed, v), DecidingStep::NoEdges)) {
     return false;
   }
@@ -237,12 +241,12 @@ bool RunSteps(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thorou
   const cv::Mat hsvPatch = unit.hsv.empty() ? cv::Mat() : unit.hsv(rect);
   if (!hsvPatch.empty()) v.hsvMean = cv::mean(hsvPatch);
   if (spec.vividFlat) v.darkness = AtMost(spec.hsvMean[2] - v.hsvMean[2], 30.0);
-  computed(DecidingStep::Darkness);
+  Tell(computed, DecidingStep::Darkness);
   if (ends(v.darkness.Vetoes(), DecidingStep::Darkness)) return false;
   if (v.colourActive) {
     CompareHsvMeans(unit, spec, v);
     CompareRedness(hsvPatch, unit, spec, rect, v);
-    computed(DecidingStep::Colour);
+    Tell(computed, DecidingStep::Colour);
   }
   if (v.Accepted()) v.decidedBy = Decide(spec, v);
   return v.Accepted() || thoroughness == Thoroughness::EveryStep;
@@ -258,7 +262,7 @@ Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec, Thoroughne
   v.sq = static_cast<float>(1.0 - v.dist);
   v.edgeScore = static_cast<float>(std::max(v.e1, v.e2));
   v.dedupWindowMs = DedupWindowMs(spec);
-  computed(DecidingStep::Accepted);
+  Tell(computed, DecidingStep::Accepted);
   return v;
 }
 
