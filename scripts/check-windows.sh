@@ -13,8 +13,8 @@ jobs=${JOBS:-$(nproc)}
 work=$(mktemp -d)
 pids=()
 finish() {
-  # Ends what still runs under Wine, and waits: nothing may write to the folder while it is removed.
-  [ -z "${WINEPREFIX:-}" ] || wineserver -k -w 2>/dev/null || true
+  # Ends what still runs under the Wine made here, and waits: nothing may write to it while it is removed.
+  [ ! -d "$work/wine" ] || WINEPREFIX=$work/wine wineserver -k -w 2>/dev/null || true
   for pid in "${pids[@]}"; do
     kill "$pid" 2>/dev/null || true
     wait "$pid" 2>/dev/null || true

@@ -21,6 +21,8 @@ version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 work=$(mktemp -d)
 worker=
 finish() {
+  # Under Wine the worker outlives the shell that runs it.
+  [ ! -d "$work/wine" ] || WINEPREFIX=$work/wine wineserver -k -w 2>/dev/null || true
   [ -z "$worker" ] || kill -9 "$worker" 2>/dev/null || true
   [ -z "$worker" ] || wait "$worker" 2>/dev/null || true
   rm -rf "$work"
@@ -66,8 +68,9 @@ case $preset in
 esac
 [ -s "$licences" ] || fail "$package says nothing about licences"
 
-# A session of its own, without a display, and a working directory to write the probe to.
-export XDG_RUNTIME_DIR=$work
+# A session of its own (under Wine a Wine of its own), without a display, and a working directory to write the
+# probe to.
+export XDG_RUNTIME_DIR=$work WINEPREFIX=$work/wine
 unset DISPLAY
 cd "$work"
 
