@@ -140,12 +140,17 @@ check_imports() {
   echo "Windows: $1 needs only" $imports
 }
 
-# check_program NAME SUBSYSTEM: the file's imports, subsystem and manifest.
+# check_program NAME SUBSYSTEM: the file's imports, subsystem, version block and manifest.
 check_program() {
   local file=build/windows-mingw/bin/$1.exe
   check_imports "$1.exe"
   grep -q "^Subsystem.*($2)" "$work/headers" || {
     echo "Windows: $file is not of the subsystem $2:" "$(grep ^Subsystem "$work/headers")" >&2
+    return 1
+  }
+  # The block has UTF-16 texts. Nothing else would tell: without it the worker gives the version it was built as.
+  tr -d '\0' <"$file" | grep -aF "FileVersion$version" >/dev/null || {
+    echo "Windows: $file lacks the block of version $version" >&2
     return 1
   }
   # Only the resource holds the manifest, as it was written.
