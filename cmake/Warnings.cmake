@@ -3,6 +3,8 @@ add_library(quillmark_warnings INTERFACE)
 if(MSVC)
   target_compile_options(quillmark_warnings INTERFACE
     "$<$<COMPILE_LANGUAGE:C,CXX>:/W4;$<$<BOOL:${QUILLMARK_WERROR}>:/WX>>")
+  # Otherwise std::getenv and its like are warned of, in favour of what only this run-time library has.
+  target_compile_definitions(quillmark_warnings INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
   target_compile_options(quillmark_warnings INTERFACE
     "$<$<COMPILE_LANGUAGE:C,CXX>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion;-Wno-sign-conversion>"
