@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <initializer_list>
 
 namespace quillmark::control::host {
@@ -28,9 +29,18 @@ int TerminalWidth() {
   return 80;
 }
 
+// As the C run-time library takes a command line apart: a backslash means itself unless it stands, with
+// others, before a quotation mark. What the shell puts in place of %NAME% no quotation keeps out.
 std::string ShellQuoted(const std::string& word) {
   if (!word.empty() && word.find_first_of(" \t&|<>^()%!\"'`;,") == std::string::npos) return word;
-  return '"' + word + '"';
+  std::string quoted = "\"";
+  std::size_t backslashes = 0;
+  for (const char byte : word) {
+    if (byte == '"') quoted.append(backslashes + 1, '\\');
+    backslashes = byte == '\\' ? backslashes + 1 : 0;
+    quoted += byte;
+  }
+  return quoted.append(backslashes, '\\') + '"';
 }
 
 }  // namespace quillmark::control::host
