@@ -1,5 +1,6 @@
 // The control tool's doctor against sessions and screens whose state the test knows.
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +10,8 @@
 #include <vector>
 
 #include "Programs.h"
+#include "ipc/UniqueHandle.h"
+#include "support/Eventually.h"
 #include "support/PrivateDisplay.h"
 #include "support/PrivateSession.h"
 #include "support/XClient.h"
@@ -133,6 +136,19 @@ TEST_F(Doctor, SessionWithoutScreenIsAProblem) {
   EXPECT_EQ(unreachable["level"], "problem");
   EXPECT_EQ(unreachable["facts"]["display"], ":4711");
   EXPECT_EQ(unset["level"], "problem");
+}
+
+TEST_F(Doctor, WorkerWithoutAUsableRingIsNotTakenForNone) {
+  const UniqueHandle small(
+      ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\HitRingMMF"));
+  const Worker worker;
+  Json found;
+  EXPECT_TRUE(Eventually([&] {
+    found = Last("worker", Examine());
+    return found["facts"]["running"] == true;
+  })) << worker.Err();
+  EXPECT_EQ(found["level"], "problem");
+  EXPECT_NE(found["text"].dump().find("HitRingMMF"), std::string::npos) << found;
 }
 
 TEST_F(Doctor, FolderThatMayNotBeUsedIsNamedWithItsRemedy) {

@@ -1,8 +1,10 @@
 #include <cmath>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "WorkerState.h"
+#include "client/WorkerProbe.h"
 #include "doctor/Doctor.h"
 
 namespace quillmark::control {
@@ -17,11 +19,30 @@ Finding NoWorker() {
           .facts = {{"running", false}}};
 }
 
+Finding WithoutRings(const std::string& why) {
+  return {.level = Level::Problem,
+          .topic = "worker",
+          .text = "a worker runs, but not with rings that this tool can use: " + why,
+          .consequence = "no command reaches it from here, and no hit comes back",
+          .remedy = "end all controllers and the worker, and start the worker first",
+          .facts = {{"running", true}}};
+}
+
 bool SessionHasWorker() {
   try {
-    return GlanceAtWorker().running;
+    return client::WorkerProbe().Look().running;
   } catch (const std::runtime_error&) {
     return false;  // without a place for its objects none can run
+  }
+}
+
+// Nothing, with the reason, where the rings cannot be opened.
+std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, std::string& why) {
+  try {
+    return LookAtWorker(timeout);
+  } catch (const std::runtime_error& error) {
+    why = error.what();
+    return std::nullopt;
   }
 }
 
@@ -29,7 +50,10 @@ bool SessionHasWorker() {
 
 Findings ExamineWorker(std::chrono::milliseconds timeout) {
   if (!SessionHasWorker()) return {NoWorker()};
-  const WorkerState state = LookAtWorker(timeout);
+  std::string why;
+  const std::optional<WorkerState> looked = StateOfWorker(timeout, why);
+  if (!looked) return {WithoutRings(why)};
+  const WorkerState& state = *looked;
   if (!state.running) return {NoWorker()};
   Finding finding{.topic = "worker", .facts = JsonOf(state)};
   if (state.answers) {
