@@ -14,8 +14,10 @@ Applied::Applied(const std::filesystem::path& specFile, std::uint64_t worker, st
       worker_(std::to_string(worker) + "-" + std::to_string(workerStartedMs)) {
   // A damaged record is none: everything is sent again.
   const Json json = Json::parse(ContentOf(record).value_or(""), nullptr, false);
-  if (!json.is_object() || json.value("worker", "") != worker_ || !json.contains("sent")) return;
-  for (const auto& [name, what] : json["sent"].items()) {
+  if (!json.is_object() || json.value("worker", Json()) != worker_) return;
+  const Json entries = json.value("sent", Json());
+  if (!entries.is_object()) return;
+  for (const auto& [name, what] : entries.items()) {
     if (what.is_string()) sent[name] = what.get<std::string>();
   }
 }
