@@ -66,6 +66,8 @@ TEST_F(TargetWindowTest, MatchesProgramsByNameAndOthersByTitle) {
       {L"notepad.exe", L"x", 0, false},
       {L"NotePad", L"My nOTEPAD 2", 9, true},
       {L"Notepad", L"Note pad", 9, false},
+      {L"\xC4nd", L"An \xC4ND", 9, true},  // A to Z only
+      {L"\xC4nd", L"An \xE4nd", 9, false},
       {L"notepad.Exe", L"Notepad.exe - x", 9, true},  // a title
       {L"notepad.Exe", L"x", 1, false},
       {L".exe", L"setup.EXE", 9, true},  // too short for a name
