@@ -131,6 +131,8 @@ Expectations ReadExpectations(const std::filesystem::path& folder) {
   for (const JsonField& hit : file.At("hits").Elements(MostHits)) expected.hits.push_back(ReadHit(hit));
   if (const auto silent = file.Find("silent")) {
     for (const auto& [name, field] : silent->Members(MostSpecs)) {
+      if (name.size() > NameBytes)
+        field.Refuse("has a name of more than " + std::to_string(NameBytes) + " bytes");
       const std::string code = field.Text(NameBytes);
       const auto reason = explain::ReasonOfCode(code);
       if (!reason) field.Refuse("'" + code + "' is no reason for silence");
@@ -159,6 +161,7 @@ std::vector<std::string> Differences(const Expectations& expected, const ReplayR
   std::vector<std::string> lines;
   CompareHits(expected, result, lines);
   CompareSilences(expected, result, lines);
+  std::ranges::transform(lines, lines.begin(), OneLine);
   return lines;
 }
 

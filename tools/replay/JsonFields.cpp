@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -26,13 +28,53 @@ std::string Display(const std::filesystem::path& path) {
   return {name.begin(), name.end()};
 }
 
+// A name out of the file, which may have any length there.
+std::string Shown(const std::string& name) {
+  constexpr std::size_t most = 80;
+  if (name.size() <= most) return name;
+  std::size_t end = most;
+  while ((name[end] & 0xC0) == 0x80) --end;
+  return name.substr(0, end) + "...";
+}
+
+// What the parser says without what it quotes of the file, which need not be text.
+std::string WithoutQuotation(const std::string& error) {
+  return error.substr(0, std::min(error.find("; last read: '"), error.find(" parsing '")));
+}
+
+// Sees to what the parser would let pass: of a name twice in one object it keeps the last, and lists within
+// lists become many times as large as their text.
+class Watchful {
+ public:
+  explicit Watchful(const std::string& fileName) : file(fileName) {}
+
+  // `depth` is 0 for the whole, 1 for its elements and names.
+  bool operator()(int depth, nlohmann::json::parse_event_t event, const nlohmann::json& parsed) {
+    using Event = nlohmann::json::parse_event_t;
+    if (depth == MostDepth) throw FormatError(file + ": has too many lists and objects within each other");
+    if (event == Event::object_start) names[depth + 1].clear();
+    if (event == Event::key && !names[depth].insert(parsed.get<std::string>()).second) {
+      throw FormatError(
+          OneLine(file + ": '" + Shown(parsed.get<std::string>()) + "' is there twice in one object"));
+    }
+    return true;
+  }
+
+ private:
+  static constexpr int MostDepth = 16;
+
+  const std::string& file;
+  std::set<std::string> names[MostDepth + 1];  // of the open object at each depth
+};
+
 }  // namespace
 
 JsonField::JsonField(const std::string& fileName, const std::string& text) : file(fileName) {
   try {
-    root = std::make_shared<const Json>(Json::parse(text));
+    Watchful watchful(file);
+    root = std::make_shared<const Json>(Json::parse(text, std::ref(watchful)));
   } catch (const Json::exception& error) {
-    throw FormatError(file + ": is no JSON: " + error.what());
+    throw FormatError(file + ": is no JSON: " + WithoutQuotation(error.what()));
   }
   value = root.get();
 }
@@ -54,17 +96,15 @@ JsonField JsonField::OfFile(const std::filesystem::path& path) {
 }
 
 void JsonField::Refuse(const std::string& what) const {
-  std::string text = file + ": " + (field.empty() ? "" : field + ": ") + what;
-  // Part of it comes out of the file.
-  std::replace_if(text.begin(), text.end(), IsControl, '?');
-  throw FormatError(text);
+  throw FormatError(OneLine(file + ": " + (field.empty() ? "" : field + ": ") + what));
 }
 
 void JsonField::Only(std::initializer_list<const char*> names) const {
   if (!value->is_object()) Refuse("must be an object");
   for (const auto& [name, child] : value->items()) {
     if (std::find(names.begin(), names.end(), name) == names.end()) {
-      JsonField(*this, child, field.empty() ? name : field + "." + name).Refuse("is no field of this format");
+      JsonField(*this, child, field.empty() ? Shown(name) : field + "." + Shown(name))
+          .Refuse("is no field of this format");
     }
   }
 }
@@ -96,7 +136,7 @@ std::vector<std::pair<std::string, JsonField>> JsonField::Members(std::size_t mo
   if (value->size() > most) Refuse("has more than " + std::to_string(most) + " fields");
   std::vector<std::pair<std::string, JsonField>> members;
   for (const auto& [name, child] : value->items()) {
-    members.emplace_back(name, JsonField(*this, child, field + "." + name));
+    members.emplace_back(name, JsonField(*this, child, field + "." + Shown(name)));
   }
   return members;
 }
@@ -162,6 +202,11 @@ Rect JsonField::Rectangle(std::int32_t leastSide) const {
   const auto width = static_cast<std::int32_t>(parts[2].Integer(leastSide, MostCoordinate));
   const auto height = static_cast<std::int32_t>(parts[3].Integer(leastSide, MostCoordinate));
   return {x, y, x + width, y + height};
+}
+
+std::string OneLine(std::string text) {
+  std::replace_if(text.begin(), text.end(), IsControl, '?');
+  return text;
 }
 
 double Shortest(float value) {

@@ -20,8 +20,8 @@ namespace quillmark::replay {
 
 class JsonField {
  public:
-  // Of a whole file's text. Raises FormatError when it is no JSON; so does everything below for a value that
-  // is not what is asked for.
+  // Of a whole file's text. Raises FormatError when it is no JSON or gives a name twice; so does everything
+  // below for a value that is not what is asked for.
   JsonField(const std::string& file, const std::string& text);
   // Of the file at that path, which holds at most MostFileBytes.
   [[nodiscard]] static JsonField OfFile(const std::filesystem::path& path);
@@ -60,6 +60,9 @@ class JsonField {
   const Json* value;  // in the root
   std::string field;
 };
+
+// Text, part of which comes out of a file, with its control characters as '?'.
+[[nodiscard]] std::string OneLine(std::string text);
 
 // A float's shortest decimals, from which the same float is read back, as a double that prints so.
 [[nodiscard]] double Shortest(float value);

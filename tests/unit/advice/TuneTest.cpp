@@ -14,6 +14,7 @@
 #include "advice/Pictures.h"
 #include "advice/TuneJson.h"
 #include "advice/TuneText.h"
+#include "support/Damage.h"
 #include "support/Images.h"
 #include "unit/specs/TemplateFolder.h"
 
@@ -211,23 +212,26 @@ TEST_F(TuneTest, RegionAndScaleAreThoseOfTheWorker) {
   EXPECT_TRUE(Tune(input).samples[1].IsHit());
 }
 
-TEST_F(TuneTest, GarbledPicturesAreLeftOutAndNamed) {
+TEST_F(TuneTest, DamagedPicturesAreUsedOrLeftOutWithAFault) {
   AddEasyPictures();
-  const test::FileBytes png = test::Encoded(icon);
-  for (int round = 0; round < 30; ++round) {
-    test::FileBytes bytes = png;
-    bytes.resize(static_cast<std::size_t>(random.Between(0, static_cast<int>(png.size()) - 20)));
-    if (round % 3 == 0) bytes = {'n', 'o', 'n', 'e'};
-    files.push_back("garbled" + std::to_string(round));
-    input.pictures.push_back({folder.Write(files.back(), bytes), round % 2 == 0});
+  const quillmark::testing::PictureFiles damaged(ScreenWith(icon));
+  const std::uint32_t seeds = quillmark::testing::Seeds(60);
+  for (std::uint32_t seed = 0; seed < seeds; ++seed) {
+    Random chance(seed);
+    files.push_back("damaged" + std::to_string(seed));
+    input.pictures.push_back({folder.Write(files.back(), damaged.Damaged(chance)), seed % 2 == 0});
   }
   input.pictures.push_back({folder.Path("none.png"), true});
   files.emplace_back("none.png");
   const TuneReport report = Tune(input);
-  EXPECT_EQ(report.samples.size(), 8u);
-  EXPECT_EQ(report.unused.size(), 31u);
-  for (const UnusedPicture& unused : report.unused) EXPECT_FALSE(unused.fault.empty());
-  EXPECT_EQ(TuneJson(report, files)["unused"].size(), 31u);
+  EXPECT_EQ(report.samples.size() + report.unused.size(), 8u + seeds + 1u);
+  EXPECT_GT(report.samples.size(), 8u);
+  EXPECT_GT(report.unused.size(), seeds / 3);
+  for (const UnusedPicture& unused : report.unused) {
+    EXPECT_FALSE(unused.fault.empty());
+    EXPECT_TRUE(quillmark::testing::IsOneLine(unused.fault)) << files[unused.picture] << unused.fault;
+  }
+  EXPECT_EQ(TuneJson(report, files)["unused"].size(), report.unused.size());
   input.spec.path = folder.Path("none.png");
   EXPECT_EQ(Tune(input).refused, explain::Reason::ImageMissing);
 }

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 #include <set>
 #include <sstream>
 #include <string>
@@ -18,6 +19,7 @@
 #include "explain/HtmlReport.h"
 #include "explain/JsonReport.h"
 #include "explain/TextReport.h"
+#include "support/Damage.h"
 #include "support/Images.h"
 #include "support/TempFolder.h"
 
@@ -237,26 +239,34 @@ TEST_F(Explain, PageNeedsNothingElseAndShowsEveryStep) {
 }
 
 TEST_F(Explain, TakesDamagedFiles) {
+  const Case hit = Named("hit");
+  const testing::PictureFiles files(hit.tmpl);
   const std::string file = (folder.Path() / "t.png").string();
-  ASSERT_TRUE(cv::imwrite(file, Named("hit").tmpl));
-  const std::string whole = test::ContentOf(file);
+  cv::Mat bgra;
+  cv::cvtColor(hit.screen, bgra, cv::COLOR_BGR2BGRA);
   std::set<std::optional<Reason>> seen;
-  for (std::uint32_t seed = 0; seed < 400; ++seed) {
+  const std::uint32_t seeds = testing::Seeds(400);
+  for (std::uint32_t seed = 0; seed < seeds; ++seed) {
     testing::Random random(seed);
-    std::string bytes = whole;
-    if (random.OneIn(2))
-      bytes.resize(static_cast<std::size_t>(random.Between(0, static_cast<int>(bytes.size()))));
-    for (int i = random.Between(1, 4); i > 0 && !bytes.empty(); --i) {
-      bytes[static_cast<std::size_t>(random.Between(0, static_cast<int>(bytes.size()) - 1))] =
-          static_cast<char>(random.Between(0, 255));
-    }
-    std::ofstream(file, std::ios::binary) << bytes;
-    const Explanation e =
-        PrepareExplanation({L"t", L"n", std::wstring(file.begin(), file.end()), {0, 0, 9, 9}});
-    EXPECT_EQ(e.sentence.empty(), !e.reason) << seed;
+    const testing::PictureFiles::Bytes bytes = files.Damaged(random);
+    std::ofstream(file, std::ios::binary) << std::string(bytes.begin(), bytes.end());
+    Explanation e = PrepareExplanation(
+        {L"t", L"n", std::wstring(file.begin(), file.end()), {0, 0, bgra.cols, bgra.rows}});
     seen.insert(e.reason);
+    const std::string remark = e.steps.at(0).remark;
+    EXPECT_TRUE(testing::IsOneLine(remark)) << seed << remark;
+    EXPECT_EQ(remark.starts_with(file), e.reason.has_value()) << seed << remark;
+    if (!e.reason) {
+      e.spec.targetRect = {0, 0, bgra.cols, bgra.rows};
+      e.spec.targetValid = true;
+      ExplainOn(e, {bgra, {0, 0}});
+    }
+    EXPECT_TRUE(testing::IsOneLine(e.sentence)) << seed << e.sentence;
+    EXPECT_FALSE(e.sentence.empty()) << seed;
   }
-  EXPECT_GE(seen.size(), 4u);
+  EXPECT_THAT(seen,
+              ::testing::IsSupersetOf<std::optional<Reason>>(
+                  {Reason::ImageFormat, Reason::ImageTooManyPixels, Reason::ImageDamaged, std::nullopt}));
 }
 
 // Any numbers and any text make an explanation, whatever it says.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Scene.h"
+#include "support/Damage.h"
 
 namespace quillmark::replay {
 namespace {
@@ -18,6 +19,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using testing::Random;
+using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
 const Rect Client = RectAt(40, 30, 200, 150);
@@ -243,10 +245,10 @@ TEST(Expectations, NameEveryDifference) {
            "unexpected: ",
        }},
       {R"({"hits": [{"name":"mark"},{"name":"mark"},{"name":"mark"}],
-           "silent": {"other":"edge-density","none":"window-not-found","mark":"difference","x":"difference"}})",
+           "silent": {"other":"edge-density","none":"window-not-found","mark":"difference","x\u001b":"difference"}})",
        {"spec 'mark': expected silence for difference, but it has hits",
         "spec 'other': expected silence for edge-density, but it is difference",
-        "spec 'x': expected silence for difference, but there is no such spec"}},
+        "spec 'x?': expected silence for difference, but there is no such spec"}},
   };
   for (const auto& row : table) {
     scene.Write(ExpectationsFile, row.expected);
@@ -256,6 +258,69 @@ TEST(Expectations, NameEveryDifference) {
       EXPECT_THAT(differences[i], HasSubstr(row.differences[i]));
     }
   }
+}
+
+TEST(Expectations, DamagedFilesAreRefusedByNameOrHeldAgainstTheResult) {
+  Scene scene;
+  scene.Windows(0, {Window(Client)});
+  scene.Spec(L"mark", Mark(), {0, 0, 200, 150});
+  scene.Spec(L"other", Mark(2), {0, 0, 200, 150});
+  scene.Paint(Mark(), {60, 70});
+  for (const std::int64_t tMs : {0, 200}) scene.Frame(tMs);
+  const ReplayResult result = scene.Play();
+  const std::string good = ExpectationsText(result);
+  std::uint32_t refused = 0, met = 0, missed = 0;
+  const std::uint32_t seeds = testing::Seeds(600);
+  for (std::uint32_t seed = 0; seed < seeds; ++seed) {
+    Random random(seed);
+    scene.Write(ExpectationsFile, testing::DamagedJson(random, good));
+    try {
+      const std::vector<std::string> differences = Differences(ReadExpectations(scene.Folder()), result);
+      ++(differences.empty() ? met : missed);
+      for (const std::string& line : differences) EXPECT_TRUE(testing::IsOneLine(line)) << seed << line;
+    } catch (const FormatError& error) {
+      EXPECT_THAT(error.what(), StartsWith("expected.json: ")) << seed;
+      EXPECT_TRUE(testing::IsOneLine(error.what())) << seed << error.what();
+      ++refused;
+    }
+  }
+  EXPECT_GT(refused, seeds / 3);
+  EXPECT_GT(met, 0u);
+  EXPECT_GT(missed, seeds / 100);
+}
+
+// A damaged frame is shown as something or is a fault that names it; a damaged template is refused with a
+// reason.
+TEST(Replay, DamagedPicturesArePlayedOrNamed) {
+  Scene scene({RectAt(0, 0, 48, 36)});
+  scene.Windows(0, {Window(RectAt(0, 0, 48, 36))});
+  scene.Spec(L"mark", Mark(), {0, 0, 48, 36});
+  scene.Spec(L"damaged", Mark(), {0, 0, 48, 36});
+  scene.Paint(Mark(), {20, 10});
+  for (const std::int64_t tMs : {0, 200}) scene.Frame(tMs);
+  const testing::PictureFiles frames(scene.Screen(0)), templates(Mark());
+  const auto write = [&](const std::string& file, const testing::PictureFiles::Bytes& bytes) {
+    scene.Write(file, {bytes.begin(), bytes.end()});
+  };
+  std::uint32_t shown = 0, refused = 0;
+  const std::uint32_t seeds = testing::Seeds(400);
+  for (std::uint32_t seed = 0; seed < seeds; ++seed) {
+    Random random(seed);
+    write("f1.png", frames.Damaged(random));
+    write("t1.png", templates.Damaged(random));
+    const ReplayResult result = scene.Play();
+    EXPECT_EQ(result.framesTaken, 2u) << seed;
+    EXPECT_EQ(result.hits.at(0).tMs, 0) << seed;
+    ASSERT_LE(result.faults.size(), 1u) << seed;
+    for (const std::string& fault : result.faults) {
+      EXPECT_THAT(fault, StartsWith("f1.png: ")) << seed;
+      EXPECT_TRUE(testing::IsOneLine(fault)) << seed << fault;
+    }
+    shown += result.faults.empty();
+    refused += result.specs.at(1).silences.begin()->first < Reason::TargetEmpty;
+  }
+  EXPECT_GT(shown, seeds / 40);
+  EXPECT_GT(refused, seeds / 3);
 }
 
 }  // namespace
