@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import pathlib
+import random
 import subprocess
 import threading
 import time
@@ -69,6 +70,19 @@ class ClientAtWork(SessionTest):
         dropped, hit = client.read(timeout=0)
         assert isinstance(dropped, qm.Dropped) and isinstance(hit, qm.Hit)
         self.assertEqual((dropped.count, client.look().dropped), (7, 7))
+
+    def test_garbage_in_the_ring_is_read_once_as_records(self) -> None:
+        client = self.open()
+        ring = self.hits()
+        for seed in range(100):
+            ring.map[:] = random.Random(seed).randbytes(len(ring.map))
+            records = [r for r in client.read(timeout=0) if not isinstance(r, qm.Dropped)]
+            self.assertLessEqual(len(records), 64)
+            for record in records:
+                assert isinstance(record, (qm.Hit, qm.Reply))
+                (record.name if isinstance(record, qm.Hit) else record.text).encode()
+            self.assertEqual(ring.word(4), ring.word(0))
+            self.assertEqual(client.read(timeout=0), [])
 
     def test_who_never_reads_loses_the_oldest_and_is_told(self) -> None:
         client = self.open()

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -335,6 +336,24 @@ TYPED_TEST(Conformance, HitIndicesWrap) {
     EXPECT_EQ(slots, vector["slots"].get<std::vector<std::uint32_t>>()) << vector["case"];
     EXPECT_EQ(dropped, vector["dropped"]) << vector["case"];
     EXPECT_EQ(this->rings.HitWord(ReadIndex), vector["write"]) << vector["case"];
+  }
+}
+
+TYPED_TEST(Conformance, GarbageInTheHitSectionIsReadOnceAsRecords) {
+  TypeParam library;
+  for (std::uint32_t seed = 0; seed < 200; ++seed) {
+    std::mt19937 random(seed);
+    std::generate_n(this->rings.Hits(), RawController::HitBytes,
+                    [&] { return static_cast<std::byte>(random()); });
+    std::vector<qm_record> records = library.Read();
+    std::erase_if(records, [](const qm_record& record) { return record.kind == QM_DROPPED; });
+    EXPECT_LE(records.size(), 64u) << seed;
+    for (const qm_record& record : records) {
+      EXPECT_LE(record.kind, QM_REPLY) << seed;
+      EXPECT_NO_THROW((void)Json(record.name).dump()) << seed << ": no UTF-8";
+    }
+    EXPECT_EQ(this->rings.HitWord(ReadIndex), this->rings.HitWord(WriteIndex)) << seed;
+    EXPECT_TRUE(library.Read().empty()) << seed;
   }
 }
 
