@@ -78,13 +78,16 @@ TEST_F(Apply, SendsWhatChangedSinceTheLastTime) {
 TEST_F(Apply, EntriesAtFaultAreNamedAndTheOthersSent) {
   Write(defaults + Spec("a"));
   Summary();
-  Write(defaults + Spec("a", "tresh = 1\n") + Spec("b") + Spec("b") + Spec("missing") +
+  // The image library raises for it.
+  std::ofstream(folder.Path() / "wide.png") << "P5 4000000 1 255\n";
+  Write(defaults + Spec("a", "tresh = 1\n") + Spec("b") + Spec("b") + Spec("missing") + Spec("wide") +
         "[[spec]]\nname = \"region\"\npath = \"b.png\"\nregion = [1, 2, 3]\n" +
         Spec("a-name-of-more-than-31-units-in-all") + "[[spec]]\npath = \"b.png\"\n");
-  EXPECT_EQ(Summary(2), "1 added, 0 replaced, 0 removed, 0 unchanged, 6 refused");
+  EXPECT_EQ(Summary(2), "1 added, 0 replaced, 0 removed, 0 unchanged, 7 refused");
   for (const char* text :
        {"a: line 4: there is no key 'tresh'", "b: line 11: the name was given already in line 8",
-        "missing: line 14: its image", "region: line 17: region must be", "UTF-16 units", "spec 7: line"}) {
+        "missing: line 14: its image", "wide: line 17: its image", "region: line 20: region must be",
+        "UTF-16 units", "spec 8: line"}) {
     EXPECT_NE(said.find(text), std::string::npos) << text << '\n' << said;
   }
   Write(defaults + "[[spec]\n");

@@ -19,9 +19,9 @@
 #include "SpecFile.h"
 #include "Wording.h"
 #include "WorkerState.h"
+#include "advice/Pictures.h"
 #include "client/Spec.h"
 #include "client/WorkerProbe.h"
-#include "specs/ImageFile.h"
 
 namespace quillmark::control {
 namespace {
@@ -129,9 +129,8 @@ class Applier {
     std::string fault = spec.fault;
     std::string image;
     if (fault.empty()) {
-      ImageFault why = ImageFault::None;
-      if (ReadImageFile(spec.command.path, &why).empty())
-        fault = "its image " + Utf8Of(spec.image) + " cannot be used";
+      const advice::PictureFile picture = advice::ReadPicture(spec.command.path);
+      if (picture.bgra.empty()) fault = "its image " + Utf8Of(spec.image) + ' ' + picture.fault;
       image = ContentOf(spec.image).value_or("");
     }
     if (!fault.empty()) {
