@@ -23,6 +23,9 @@ constexpr std::size_t TitleUnits = 511;    // what the worker reads of a title
 constexpr std::size_t ProgramUnits = 259;  // and of a path
 constexpr std::size_t FileBytes = 1024;
 
+// Of a region at template scale: beyond what real desktops need, and within the memory that machines have.
+constexpr double MostPixelsScaled = 1 << 28;
+
 // -- reading ----------------------------------------------------------------------------------------------
 
 RecordedMonitor ReadMonitor(const JsonField& field) {
@@ -51,7 +54,7 @@ std::vector<RecordedMonitor> ReadMonitors(const JsonField& field) {
   return monitors;
 }
 
-RecordedWindow ReadWindow(const JsonField& field) {
+RecordedWindow ReadWindow(const JsonField& field, double largestMonitor) {
   field.Only({"title", "program", "client", "outer", "visible", "minimised", "scale"});
   RecordedWindow window;
   window.title = field.At("title").Text16(TitleUnits);
@@ -61,7 +64,12 @@ RecordedWindow ReadWindow(const JsonField& field) {
   window.outer = outer ? outer->Rectangle(0) : window.client;
   if (const auto visible = field.Find("visible")) window.visible = visible->Boolean();
   if (const auto minimised = field.Find("minimised")) window.minimised = minimised->Boolean();
-  if (const auto scale = field.Find("scale")) window.scale = scale->Number(0.1, 10.0);
+  if (const auto scale = field.Find("scale")) {
+    window.scale = scale->Number(0.1, 10.0);
+    if (largestMonitor / (window.scale * window.scale) > MostPixelsScaled) {
+      scale->Refuse("makes more than 2^28 pixels of a monitor");
+    }
+  }
   return window;
 }
 
@@ -74,14 +82,19 @@ std::int64_t ReadTime(const JsonField& field, std::int64_t& least, std::int64_t 
   return tMs;
 }
 
-std::vector<RecordedWindows> ReadWindows(const JsonField& field) {
+std::vector<RecordedWindows> ReadWindows(const JsonField& field,
+                                         const std::vector<RecordedMonitor>& monitors) {
+  double largest = 0.0;
+  for (const auto& [id, rect] : monitors) {
+    largest = std::max(largest, 1.0 * (rect.right - rect.left) * (rect.bottom - rect.top));
+  }
   std::vector<RecordedWindows> changes;
   std::int64_t least = 0;
   for (const JsonField& element : field.Elements(MostChanges)) {
     element.Only({"t", "windows"});
     RecordedWindows change{ReadTime(element, least, 1), {}};
     for (const JsonField& window : element.At("windows").Elements(MostWindows)) {
-      change.windows.push_back(ReadWindow(window));
+      change.windows.push_back(ReadWindow(window, largest));
     }
     changes.push_back(std::move(change));
   }
@@ -171,7 +184,7 @@ Recording ReadRecording(const std::filesystem::path& folder) {
   Recording recording;
   recording.startMs = static_cast<std::uint64_t>(file.At("start").Integer(0, LatestStart));
   recording.monitors = ReadMonitors(file.At("monitors"));
-  recording.windows = ReadWindows(file.At("windows"));
+  recording.windows = ReadWindows(file.At("windows"), recording.monitors);
   recording.frames = ReadFrames(file.At("frames"), recording.monitors);
   for (const JsonField& spec : file.At("specs").Elements(MostSpecs)) {
     recording.specs.push_back(ReadSpec(spec));

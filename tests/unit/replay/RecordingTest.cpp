@@ -14,6 +14,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
+using ::testing::ThrowsMessage;
 
 std::unique_ptr<Scene> FullScene() {
   auto made = std::make_unique<Scene>(std::vector{RectAt(0, 0, 64, 48), RectAt(-80, 10, 80, 60)});
@@ -107,6 +108,19 @@ TEST(Recording, RefusesEachBadFieldByName) {
       EXPECT_THAT(error.what(), HasSubstr(row.error)) << row.bad;
     }
   }
+}
+
+TEST(Recording, RefusesAScaleThatTakesAllMemory) {
+  const auto scene = FullScene();
+  scene->recording.monitors[0].rect = RectAt(0, 0, 8192, 8192);
+  double& scale = scene->recording.windows[1].windows[0].scale;
+  scale = 0.5;
+  scene->Write(RecordingFile, TextOf(scene->recording));
+  EXPECT_NO_THROW((void)ReadRecording(scene->Folder()));
+  scale = 0.4;
+  scene->Write(RecordingFile, TextOf(scene->recording));
+  EXPECT_THAT([&] { (void)ReadRecording(scene->Folder()); },
+              ThrowsMessage<FormatError>(HasSubstr("windows[1].windows[0].scale: makes more than")));
 }
 
 TEST(Recording, RefusesWhatIsNoFileOrTooLarge) {
