@@ -44,6 +44,10 @@ Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs,
   Decisions decisions;
   decisions.bySpec.resize(specs.size());
   const bool needsHsv = std::ranges::any_of(specs, NeedsHsv);
+  const std::size_t steps = specs.size() + 1;  // of one picture
+  const auto tell = [&](std::size_t picture, std::size_t done) {
+    if (progress) progress(picture * steps + done, input.pictures.size() * steps);
+  };
   FrameImages images;
   for (std::size_t i = 0; i < input.pictures.size(); ++i) {
     const TunePicture& picture = input.pictures[i];
@@ -52,14 +56,16 @@ Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs,
       decisions.unused.push_back({i, std::move(file.fault), file.isImage});
     } else {
       ConvertFrame(file.bgra, needsHsv, images);
+      tell(i, 1);
       for (std::size_t j = 0; j < specs.size(); ++j) {
         Sample sample = SampleOf(images, BoundTo(file.bgra, specs[j], input));
         sample.picture = i;
         sample.positive = picture.positive;
         decisions.bySpec[j].push_back(std::move(sample));
+        tell(i, j + 2);
       }
     }
-    if (progress) progress(i + 1, input.pictures.size());
+    tell(i, steps);
   }
   return decisions;
 }

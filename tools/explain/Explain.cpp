@@ -219,7 +219,10 @@ void EndWith(Explanation& explanation, Step step) {
   explanation.sentence = SentenceOf(explanation);
 }
 
-void ExplainOn(Explanation& e, const Picture& picture) {
+void ExplainOn(Explanation& e, const Picture& picture, const Progress& progress) {
+  const auto tell = [&](std::size_t done) {
+    if (progress) progress(done);
+  };
   const TemplateSpec& spec = e.spec;
   const Rect frame{picture.origin.x, picture.origin.y, picture.origin.x + picture.bgra.cols,
                    picture.origin.y + picture.bgra.rows};
@@ -233,8 +236,11 @@ void ExplainOn(Explanation& e, const Picture& picture) {
     FrameImages images;
     ConvertFrame(picture.bgra, NeedsHsv(spec), images);
     sight.unit = CutRegion(spec, place, images, picture.origin);
+    tell(1);
     sight.verdict = Evaluate(sight.unit, spec);
+    tell(2);
     if (sight.verdict.found) sight.map = MapRegion(sight.unit, spec);
+    tell(kLongSteps);
     for (Step& step : ComparisonSteps(spec, sight.unit, sight.verdict)) {
       if (step.id == CodeOf(Reason::NoPlacement)) AddSecond(step, sight);
       e.steps.push_back(std::move(step));

@@ -52,11 +52,11 @@ int CommandLine::Run(int argc, const char* const* argv) {
     const std::vector<std::string> unknown = app.remaining();
     if (unknown.empty() || unknown.front().starts_with('-') || !app.get_subcommands().empty())
       return app.exit(error) == 0 ? Yes : Error;
-    return Output(false).Fail(Error, "there is no command '" + unknown.front() + "'; --help lists them");
+    return Output(false, {}).Fail(Error, "there is no command '" + unknown.front() + "'; --help lists them");
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? Yes : Error;
   }
-  Output output(json);
+  Output output(json, app.get_subcommands().front()->get_name());
   try {
     return action(output);
   } catch (const std::exception& error) {

@@ -9,7 +9,8 @@
 
 namespace quillmark::control {
 
-Output::Output(bool asJson) : json(asJson), colour(false), width(0) {
+Output::Output(bool asJson, const std::string& command)
+    : json(asJson), colour(false), width(0), bar(command) {
   if (json || !host::IsTerminal(host::Stream::Out)) return;
   const char* const refused = std::getenv("NO_COLOR");
   colour = refused == nullptr || *refused == '\0';
@@ -18,26 +19,32 @@ Output::Output(bool asJson) : json(asJson), colour(false), width(0) {
 
 void Output::Print(const Json& object, const std::string& text) {
   // Bytes that are no UTF-8 become U+FFFD.
-  std::cout << (json ? object.dump(-1, ' ', false, Json::error_handler_t::replace) : text) << '\n';
-  if (!std::cout.flush()) throw std::runtime_error("the output cannot be written");
+  bar.Aside([&] {
+    std::cout << (json ? object.dump(-1, ' ', false, Json::error_handler_t::replace) : text) << std::endl;
+  });
+  if (!std::cout) throw std::runtime_error("the output cannot be written");
 }
 
 void Output::Blank() {
-  if (!json) std::cout << '\n';
+  if (!json) bar.Aside([] { std::cout << '\n'; });
 }
 
 void Output::Note(const std::string& text) {
   if (json) return Print({{"type", "note"}, {"text", text}}, {});
-  std::cerr << "quillmarkctl: " << text << std::endl;
+  Tell(text);
 }
 
 ExitCode Output::Fail(ExitCode code, const std::string& text) {
   if (json && std::cout) {
     Print({{"type", "error"}, {"code", static_cast<int>(code)}, {"text", text}}, {});
   } else {
-    std::cerr << "quillmarkctl: " << text << std::endl;
+    Tell(text);
   }
   return code;
+}
+
+void Output::Tell(const std::string& text) {
+  bar.Aside([&] { std::cerr << "quillmarkctl: " << text << std::endl; });
 }
 
 std::string Output::Styled(Style style, const std::string& text) const {

@@ -1,5 +1,6 @@
 // What the tool prints: text for people, with colour on a terminal only, or one JSON object a line. Results
-// go to standard output, in text form errors and notes to standard error.
+// go to standard output, in text form errors and notes to standard error. While the command works, a terminal
+// shows its progress below.
 //
 // Threading: one thread.
 #pragma once
@@ -7,6 +8,8 @@
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
+
+#include "Progress.h"
 
 namespace quillmark::control {
 
@@ -20,9 +23,13 @@ enum class Style { Good, Doubtful, Bad, Quiet };
 
 class Output {
  public:
-  explicit Output(bool asJson);
+  // Of this command.
+  Output(bool asJson, const std::string& command);
 
   [[nodiscard]] bool IsJson() const { return json; }
+
+  // What the terminal shows of the work; it makes way for whatever is printed.
+  [[nodiscard]] Progress& Bar() { return bar; }
 
   // One result: the object as a line, or the text that says the same to people.
   void Print(const Json& object, const std::string& text);
@@ -42,9 +49,13 @@ class Output {
   [[nodiscard]] std::string Wrapped(const std::string& text, std::size_t indent) const;
 
  private:
+  // A line on standard error.
+  void Tell(const std::string& text);
+
   bool json;
   bool colour;
   std::size_t width;
+  Progress bar;
 };
 
 }  // namespace quillmark::control

@@ -1,12 +1,10 @@
 #include "Reports.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <string>
 #include <variant>
 
 #include "PartialSpec.h"
-#include "Progress.h"
 #include "Wording.h"
 #include "explain/JsonReport.h"
 
@@ -64,14 +62,8 @@ explain::Painter PainterOf(const Output& output) {
 
 bool PrintLint(const std::vector<LintSpec>& specs, const advice::WindowPicture* window,
                const std::vector<advice::FindingCode>& ignored, Output& output) {
-  std::vector<Finding> findings;
-  {
-    constexpr std::int64_t Whole = 1000;
-    Progress bar("lint", Whole);
-    findings = advice::Lint(specs, window, [&](std::size_t done, std::size_t total) {
-      bar.Show(static_cast<std::int64_t>(done) * Whole / static_cast<std::int64_t>(total));
-    });
-  }
+  std::vector<Finding> findings = advice::Lint(
+      specs, window, [&](std::size_t done, std::size_t total) { output.Bar().Show(done, total); });
   std::erase_if(findings,
                 [&](const Finding& finding) { return std::ranges::count(ignored, finding.code) > 0; });
 

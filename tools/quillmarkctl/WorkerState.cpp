@@ -29,7 +29,7 @@ WorkerState GlanceAtWorker() {
   return state;
 }
 
-WorkerState LookAtWorker(std::chrono::milliseconds timeout) {
+WorkerState LookAtWorker(std::chrono::milliseconds timeout, Output& output) {
   WorkerState state = GlanceAtWorker();
   if (!state.running) {
     state.silence = "no worker runs in this session";
@@ -39,8 +39,7 @@ WorkerState LookAtWorker(std::chrono::milliseconds timeout) {
     state.silence = "it was not asked: the hit ring is full and nobody reads it";
     return state;
   }
-  Output silent(false);
-  const Answer heartbeat = Ask({.kind = CmdKind::Heartbeat, .name = L"status"}, timeout, silent);
+  const Answer heartbeat = Ask({.kind = CmdKind::Heartbeat, .name = L"status"}, timeout, output);
   if (!heartbeat.reply) {
     state.silence = heartbeat.failure;
     state.unreadCommands = CommandRing().Unread();
@@ -50,7 +49,7 @@ WorkerState LookAtWorker(std::chrono::milliseconds timeout) {
   state.answers = true;
   state.roundTripMs = heartbeat.roundTrip.count();
   const Command question{.kind = CmdKind::Version};
-  const Answer version = Ask(question, timeout, silent);
+  const Answer version = Ask(question, timeout, output);
   if (version.reply) state.version = client::ToUtf8(*AnswerIn(*version.reply, question));
   return state;
 }

@@ -33,7 +33,7 @@ struct WorkerState {
 
 // Asks one heartbeat and one version, but not when the hit ring is full and nobody reads it: then the reply
 // would find no place. No hit is taken out of the ring.
-[[nodiscard]] WorkerState LookAtWorker(std::chrono::milliseconds timeout);
+[[nodiscard]] WorkerState LookAtWorker(std::chrono::milliseconds timeout, Output& output);
 // The same without a question.
 [[nodiscard]] WorkerState GlanceAtWorker();
 

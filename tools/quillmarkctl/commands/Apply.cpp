@@ -87,6 +87,7 @@ class Applier {
     bool taken = true;
     std::set<std::string> named;
     for (const DeclaredSpec& spec : specs) {
+      output.Bar().Show(named.size(), specs.size());
       named.insert(spec.name);
       taken = taken && Bring(spec, applied);
     }
@@ -191,6 +192,7 @@ ExitCode Run(const Options& options, Output& output) {
   // Whoever saves a file writes it in pieces: it counts when it has kept still for one look.
   constexpr auto Interval = 300ms;
   const Interruption interruption;
+  output.Bar().End();  // it has no end
   std::string before;
   while (!interruption.Came()) {
     const std::string now = applier.Stamp();

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -11,7 +10,6 @@
 #include "Benchmark.h"
 #include "CommandLine.h"
 #include "PartialSpec.h"
-#include "Progress.h"
 #include "Wording.h"
 #include "app/ThreadPool.h"
 #include "core/RegionSchedule.h"
@@ -131,15 +129,11 @@ ExitCode Run(const Options& options, Output& output) {
   }
   const cv::Mat screenshot = options.image.empty() ? cv::Mat() : ReadScreenshot("--image", options.image);
   std::vector<Measured> specs = PrepareToMeasure(given, screenshot, options.scale);
-  Benchmark all;
-  {
-    const double seconds = MeasuringSeconds(specs, options.seconds);
-    Progress bar("bench", static_cast<std::int64_t>(seconds * 1e3));
-    const auto start = Clock::now();
-    all = MeasureSpecs(specs, screenshot, options.seconds, [&] {
-      bar.Show(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-    });
-  }
+  const double seconds = MeasuringSeconds(specs, options.seconds);
+  const auto start = Clock::now();
+  const Benchmark all = MeasureSpecs(specs, screenshot, options.seconds, [&] {
+    output.Bar().Show(std::chrono::duration<double>(Clock::now() - start).count(), seconds);
+  });
   const std::string screen = SizeText(all.screen.width, all.screen.height);
   output.Print(
       {{"type", "frame"},

@@ -14,7 +14,6 @@
 #include "PartialSpec.h"
 #include "Piece.h"
 #include "PngFile.h"
-#include "Progress.h"
 #include "Reports.h"
 #include "SpecArguments.h"
 #include "Wording.h"
@@ -133,14 +132,13 @@ void Review(const explain::SpecRequest& request, Output& output) {
   PrintExplanations(explanations, output);
 }
 
-void Delay(double seconds) {
+void Delay(double seconds, Progress& bar) {
   using Clock = std::chrono::steady_clock;
   using Millis = std::chrono::milliseconds;
   const auto whole = std::chrono::duration_cast<Millis>(std::chrono::duration<double>(seconds));
   const auto start = Clock::now();
-  Progress bar("capture", whole.count());
   for (Millis waited{}; waited < whole; waited = std::chrono::duration_cast<Millis>(Clock::now() - start)) {
-    bar.Show(waited.count());
+    bar.Show(waited.count(), whole.count());
     std::this_thread::sleep_for(std::min(whole - waited, Millis(100)));
   }
 }
@@ -159,13 +157,14 @@ ExitCode Capture(const Options& options, Output& output) {
     const Rectangle r = ReadRectangle("--rect", options.rect);
     choice.rect = cv::Rect(r.x, r.y, r.width, r.height);
   }
-  Delay(options.delaySeconds);
+  Delay(options.delaySeconds, output.Bar());
   if (options.pick) {
     choice.picked = host::PickRectangle(
         [&output] { output.Note("draw a rectangle with the mouse; Escape or the right button gives up"); });
     if (!choice.picked) return output.Fail(No, "given up");
   }
-  const Piece piece = CutPiece(choice);
+  // The terminal may be in the picture.
+  const Piece piece = output.Bar().Aside([&] { return CutPiece(choice); });
   WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
 
   const cv::Rect all(cv::Point(), piece.client);

@@ -82,7 +82,7 @@ ExitCode Examine(const Options& options, Output& output) {
   };
   show(host::ExamineSession());
   show(ExamineMonitors());
-  show(ExamineWorker(options.timeout));
+  show(ExamineWorker(options.timeout, output));
   bool listWindows = options.targets.empty();
   for (const std::string& target : options.targets) {
     bool matched = false;

@@ -10,7 +10,6 @@
 
 #include "CommandLine.h"
 #include "PartialSpec.h"
-#include "Progress.h"
 #include "Reports.h"
 #include "explain/HtmlReport.h"
 #include "explain/LiveLook.h"
@@ -46,12 +45,13 @@ Rect ClientArea(const std::string& argument, cv::Size picture) {
   return {client.x, client.y, client.x + client.width, client.y + client.height};
 }
 
-Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const Options& options) {
+Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const Options& options,
+                         const explain::Progress& progress) {
   TemplateSpec& spec = explanation.spec;
   spec.targetRect = ClientArea(options.client, picture.size());
   spec.targetScaleX = spec.targetScaleY = options.scale;
   spec.targetValid = true;
-  if (!explanation.reason) explain::ExplainOn(explanation, {picture, {0, 0}});
+  if (!explanation.reason) explain::ExplainOn(explanation, {picture, {0, 0}}, progress);
   return explanation;
 }
 
@@ -65,19 +65,19 @@ ExitCode Run(const Options& options, Output& output) {
   const std::vector<Command> commands = SpecCommands(options.spec);
   if (commands.empty()) throw std::invalid_argument("give a spec as for add, or --specs");
   const cv::Mat picture = options.live ? cv::Mat() : ReadScreenshot("--image", options.image);
+  // The page takes about as long as all else.
+  const std::size_t steps = commands.size() * explain::kLongSteps * (options.html.empty() ? 1 : 2);
   std::vector<Explanation> explanations;
   bool allHit = true;
-  {
-    Progress bar("explain", static_cast<std::int64_t>(commands.size()));
-    for (std::size_t i = 0; i < commands.size(); ++i) {
-      const Explanation prepared = explain::PrepareExplanation(RequestOf(commands[i]));
-      const std::vector<Explanation> answers = options.live
-                                                   ? explain::ExplainLive(prepared)
-                                                   : std::vector{ExplainImage(prepared, picture, options)};
-      allHit = allHit && std::ranges::any_of(answers, &Explanation::IsHit);
-      explanations.insert(explanations.end(), answers.begin(), answers.end());
-      bar.Show(static_cast<std::int64_t>(i) + 1);
-    }
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    const Explanation prepared = explain::PrepareExplanation(RequestOf(commands[i]));
+    const auto show = [&](std::size_t done) { output.Bar().Show(i * explain::kLongSteps + done, steps); };
+    const std::vector<Explanation> answers =
+        options.live ? explain::ExplainLive(prepared)
+                     : std::vector{ExplainImage(prepared, picture, options, show)};
+    allHit = allHit && std::ranges::any_of(answers, &Explanation::IsHit);
+    explanations.insert(explanations.end(), answers.begin(), answers.end());
+    show(explain::kLongSteps);
   }
   if (!options.html.empty()) WritePage(options.html, explain::HtmlReport(explanations));
   PrintExplanations(explanations, output);

@@ -4,7 +4,6 @@
 
 #include "CommandLine.h"
 #include "Interruption.h"
-#include "Progress.h"
 #include "SpecArguments.h"
 #include "Wording.h"
 #include "client/Text.h"
@@ -56,12 +55,10 @@ replay::RecorderOptions RecorderOptionsOf(const RecordOptions& options) {
 ExitCode RunRecord(const RecordOptions& options, Output& output) {
   const replay::RecorderOptions recorder = RecorderOptionsOf(options);
   const Interruption interruption;
-  Progress progress("record", recorder.mostMs);
   const replay::RecorderResult result = replay::Record(recorder, [&](std::int64_t tMs) {
-    progress.Show(tMs);
+    output.Bar().Show(tMs, recorder.mostMs);
     return !interruption.Came();
   });
-  progress.End();
   for (const std::string& note : result.notes) output.Note(note);
   if (recorder.trigger != replay::Trigger::None && !result.triggered) {
     return output.Fail(No, std::string("no ") + (options.onHit ? "hit" : "near miss") + " came in time");

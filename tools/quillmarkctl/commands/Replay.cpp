@@ -134,10 +134,9 @@ ExitCode RunReplay(const ReplayOptions& options, Output& output) {
   std::optional<replay::Expectations> expected;
   if (options.check) expected = replay::ReadExpectations(folder);
 
-  Progress progress("replay", recording.frames.empty() ? 0 : recording.frames.back().tMs);
+  const std::int64_t lastMs = recording.frames.empty() ? 0 : recording.frames.back().tMs;
   const ReplayResult result =
-      replay::Replay(recording, folder, [&](std::int64_t tMs) { progress.Show(tMs); });
-  progress.End();
+      replay::Replay(recording, folder, [&](std::int64_t tMs) { output.Bar().Show(tMs, lastMs); });
 
   for (const ReplayedHit& hit : result.hits) PrintHit(recording, hit, output);
   for (const SpecResult& spec : result.specs) PrintSpec(recording, spec, output);

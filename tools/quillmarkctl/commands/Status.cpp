@@ -122,6 +122,7 @@ ExitCode Status(const Options& options, Output& output) {
   if (options.follow) {
     constexpr auto Interval = 1000ms, Pause = 100ms;
     const Interruption interruption;
+    output.Bar().End();  // it has no end
     Follower follower(output);
     while (!interruption.Came()) {
       follower.Look();
@@ -131,7 +132,7 @@ ExitCode Status(const Options& options, Output& output) {
     }
     return Yes;
   }
-  const WorkerState state = LookAtWorker(options.timeout);
+  const WorkerState state = LookAtWorker(options.timeout, output);
   Json object = {{"type", "status"}};
   object.update(JsonOf(state));
   output.Print(object, TextOf(state, output));

@@ -1,7 +1,6 @@
 #include "advice/Tune.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -9,7 +8,6 @@
 
 #include "CommandLine.h"
 #include "PartialSpec.h"
-#include "Progress.h"
 #include "Reports.h"
 #include "Wording.h"
 #include "advice/Pictures.h"
@@ -77,14 +75,8 @@ ExitCode Run(const Options& options, Output& output) {
   AddPictures(options.positives, true, pictures, input);
   AddPictures(options.negatives, false, pictures, input);
 
-  advice::TuneReport report;
-  {
-    constexpr std::int64_t Whole = 1000;
-    Progress bar("tune", Whole);
-    report = advice::Tune(input, [&](std::size_t done, std::size_t total) {
-      bar.Show(static_cast<std::int64_t>(done) * Whole / static_cast<std::int64_t>(total));
-    });
-  }
+  const advice::TuneReport report =
+      advice::Tune(input, [&](std::size_t done, std::size_t total) { output.Bar().Show(done, total); });
   if (report.refused) {
     const explain::ReasonEntry& reason = explain::EntryOf(*report.refused);
     throw std::runtime_error("--path: " + std::string(reason.meaning) + " (" + report.remark + ")");

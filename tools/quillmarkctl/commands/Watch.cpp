@@ -98,6 +98,7 @@ ExitCode Watch(const Options& options, Output& output) {
     return output.Fail(Error, "another quillmarkctl watch is reading the hits; only one can");
   }
   const Interruption interruption;
+  output.Bar().End();  // it has no end
 
   const bool endless = options.timeout == std::chrono::milliseconds::max();
   const Deadline deadline = endless ? Deadline::max() : Clock::now() + options.timeout;

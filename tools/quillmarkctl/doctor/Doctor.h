@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Finding.h"
+#include "Output.h"
 
 namespace quillmark::control {
 
@@ -22,6 +23,6 @@ namespace quillmark::control {
 
 // Whether a worker runs and answers, its version, and the state of the rings. Changes no ring but by one
 // heartbeat and one version command and their replies.
-[[nodiscard]] Findings ExamineWorker(std::chrono::milliseconds timeout);
+[[nodiscard]] Findings ExamineWorker(std::chrono::milliseconds timeout, Output& output);
 
 }  // namespace quillmark::control

@@ -37,9 +37,10 @@ bool SessionHasWorker() {
 }
 
 // Nothing, with the reason, where the rings cannot be opened.
-std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, std::string& why) {
+std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, Output& output,
+                                         std::string& why) {
   try {
-    return LookAtWorker(timeout);
+    return LookAtWorker(timeout, output);
   } catch (const std::runtime_error& error) {
     why = error.what();
     return std::nullopt;
@@ -48,10 +49,10 @@ std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, std:
 
 }  // namespace
 
-Findings ExamineWorker(std::chrono::milliseconds timeout) {
+Findings ExamineWorker(std::chrono::milliseconds timeout, Output& output) {
   if (!SessionHasWorker()) return {NoWorker()};
   std::string why;
-  const std::optional<WorkerState> looked = StateOfWorker(timeout, why);
+  const std::optional<WorkerState> looked = StateOfWorker(timeout, output, why);
   if (!looked) return {WithoutRings(why)};
   const WorkerState& state = *looked;
   if (!state.running) return {NoWorker()};
