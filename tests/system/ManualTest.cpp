@@ -37,6 +37,7 @@ std::set<std::string> Commands(const std::string& help) {
   std::string line;
   std::getline(lines, line);
   while (std::getline(lines, line) && line.starts_with("  ")) {
+    if (line.starts_with("   ")) continue;  // goes on about the command before
     commands.insert(line.substr(2, line.find(' ', 2) - 2));
   }
   return commands;
@@ -66,6 +67,13 @@ TEST(Manual, HelpCompletionAndManualKnowTheSameCommandsAndOptions) {
       }
     }
   }
+}
+
+TEST(Manual, HelpIsNoWiderThanATerminal) {
+  std::string help = Control({"--help"}).out;
+  for (const std::string& command : Commands(help)) help += Control({command, "--help"}).out;
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
 }
 
 TEST(Manual, UnknownShellOrPageIsRefused) {

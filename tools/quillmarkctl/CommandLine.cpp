@@ -1,11 +1,17 @@
 #include "CommandLine.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <exception>
 #include <iostream>
 #include <limits>
+#include <memory>
+#include <sstream>
 #include <utility>
+
+#include "explain/Wrapping.h"
+#include "host/Terminal.h"
 
 namespace quillmark::control {
 
@@ -20,15 +26,55 @@ constexpr char Help[] =
 constexpr char Notes[] =
     "Exit codes: 0 yes or done, 1 no, nothing found or no answer in time, 2 wrong use or error.\n"
     "With --json, after any command, each line is one JSON object; its field \"type\" says which. All "
-    "commands\n"
-    "may print\n"
-    "  {\"type\":\"note\",\"text\":TEXT}             what happened beside\n"
-    "  {\"type\":\"error\",\"code\":N,\"text\":TEXT}   why it ends with exit code N\n"
+    "commands may print\n"
+    "  {\"type\":\"note\", \"text\":TEXT}  what happened beside\n"
+    "  {\"type\":\"error\", \"code\":N, \"text\":TEXT}  why it ends with exit code N\n"
     "A wrong command line is told as text, on standard error.";
+
+// Help in lines that the terminal need not break.
+class HelpText : public CLI::Formatter {
+ public:
+  HelpText() { column_width(26); }
+
+  std::string make_option(const CLI::Option* option, bool positional) const override {
+    return Entry(make_option_name(option, positional) + make_option_opts(option), make_option_desc(option));
+  }
+  std::string make_subcommand(const CLI::App* command) const override {
+    return Entry(command->get_display_name(true), command->get_description());
+  }
+  std::string make_description(const CLI::App* command) const override {
+    return Lines(CLI::Formatter::make_description(command));
+  }
+  std::string make_footer(const CLI::App* command) const override { return Lines(command->get_footer()); }
+
+ private:
+  // Each line as a paragraph.
+  std::string Lines(const std::string& paragraphs) const {
+    std::istringstream lines(paragraphs);
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+      text += explain::Wrapped(line, line.starts_with(' ') ? 4 : 0, width) + '\n';
+    }
+    return text;
+  }
+  // A name and, in a column beside it or below, what it means.
+  std::string Entry(const std::string& name, const std::string& meaning) const {
+    std::string entry = "  " + explain::Wrapped(name, 6, width);
+    if (meaning.empty()) return entry + '\n';
+    const std::size_t column = get_column_width();
+    if (entry.size() >= column) entry += '\n';
+    const std::size_t taken = entry.back() == '\n' ? 0 : entry.size();
+    return entry + std::string(column - taken, ' ') + explain::Wrapped(meaning, column, width) + '\n';
+  }
+
+  // Options in a group are indented by another two blanks.
+  const std::size_t width = static_cast<std::size_t>(std::clamp(host::TerminalWidth(), 40, 100)) - 2;
+};
 
 }  // namespace
 
 CommandLine::CommandLine() : app(Help, "quillmarkctl") {
+  app.formatter(std::make_shared<HelpText>());
   app.require_subcommand(1);
   app.footer(Notes);
   app.set_version_flag("--version", "quillmarkctl " QUILLMARK_VERSION);

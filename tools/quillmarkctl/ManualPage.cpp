@@ -31,7 +31,7 @@ std::string Head(const std::string& name, const char* section, const char* manua
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
   }
   return ".TH " + Plain(title) + ' ' + section + " \"\" \"Quillmark " QUILLMARK_VERSION "\" \"" + manual +
-         "\"\n.SH NAME\n" + Plain(name) + " \\- " + what + "\n";
+         "\"\n.nh\n.ad l\n.SH NAME\n" + Plain(name) + " \\- " + what + "\n";
 }
 
 std::string Term(const OptionModel& option) {
@@ -52,9 +52,12 @@ std::string Usage(const CommandModel& command) {
   return usage;
 }
 
-// The notes are written for a terminal: their line ends stay.
+// Each line of the notes is a paragraph.
 std::string Notes(const std::string& notes) {
-  return notes.empty() ? "" : ".nf\n" + Plain(notes) + "\n.fi\n";
+  std::istringstream lines(notes);
+  std::string text;
+  for (std::string line; std::getline(lines, line);) text += Plain(line) + "\n.br\n";
+  return text;
 }
 
 std::string Options(const CommandModel& command) {
@@ -111,7 +114,8 @@ std::string SpecFilePage() {
          << "\\fR\n"
          << Plain(std::string(key.meaning)) << "\n";
   }
-  page << ".SH EXAMPLE\n" << Notes(SpecFileExample) << ".SH SEE ALSO\n\\fBquillmarkctl\\fR(1)\n";
+  page << ".SH EXAMPLE\n.nf\n"
+       << Plain(SpecFileExample) << "\n.fi\n.SH SEE ALSO\n\\fBquillmarkctl\\fR(1), \\fBQuillmark\\fR(1)\n";
   return page.str();
 }
 

@@ -22,12 +22,12 @@ struct SpecFileKey {
 [[nodiscard]] std::span<const SpecFileKey> SpecFileKeys();
 
 inline constexpr char SpecFileExample[] =
-    "  [defaults]                     # for what several specs share; may be missing\n"
+    "  [defaults]                     # shared by all specs; may be missing\n"
     "  target = \"xcalc.exe\"\n"
     "  [[spec]]\n"
-    "  name = \"sine\"                  # without options: they have keys of their own\n"
+    "  name = \"sine\"                  # its options have keys of their own\n"
     "  path = \"sine.png\"              # from the folder of this file\n"
-    "  region = [32, 92, 74, 60]      # x, y, width, height in the client area\n"
+    "  region = [32, 92, 74, 60]      # x, y, width, height\n"
     "  max_difference = 0.1           # or min_score = 0.95\n";
 
 // One [[spec]].

@@ -19,7 +19,7 @@ void AddAdd(CommandLine& line) {
   AddTimeout(command, options->timeout);
   command.footer(
       "Exit code 0 says that the worker took the command; whether it could read the image, its log says.\n"
-      "With --json: {\"type\":\"sent\",\"command\":\"add\",\"name\":TEXT}");
+      "With --json: {\"type\":\"sent\", \"command\":\"add\", \"name\":TEXT}");
 }
 
 }  // namespace quillmark::control

@@ -31,17 +31,14 @@ using namespace std::chrono_literals;
 
 constexpr char Notes[] =
     "Sent is what differs from the last time: new specs, changed ones, those whose image has changed, and "
-    "the\n"
-    "removal of those that are no longer in the file. Specs that came on other roads are left alone. A "
-    "worker\n"
-    "that has started since then gets everything. An entry at fault is told, and what was sent for it "
-    "before\n"
-    "stays; the others are sent. Exit code 0 when all could be sent, 1 when no worker took them, 2 when an\n"
-    "entry or the file is at fault.\n"
-    "With --json: "
-    "{\"type\":\"spec\",\"name\":TEXT,\"action\":\"added|replaced|removed|refused\",\"why\":TEXT} each,\n"
-    "  {\"type\":\"applied\",\"added\":N,\"replaced\":N,\"removed\":N,\"unchanged\":N,\"refused\":N} at the "
-    "end.";
+    "the removal of those that are no longer in the file. Specs that came on other roads are left alone. A "
+    "worker that has started since then gets everything. An entry at fault is told, and what was sent for it "
+    "before stays; the others are sent. Exit code 0 when all could be sent, 1 when no worker took them, 2 "
+    "when an entry or the file is at fault.\n"
+    "With --json: {\"type\":\"spec\", \"name\":TEXT, \"action\":\"added|replaced|removed|refused\", "
+    "\"why\":TEXT} each,\n"
+    "  {\"type\":\"applied\", \"added\":N, \"replaced\":N, \"removed\":N, \"unchanged\":N, \"refused\":N} at "
+    "the end.";
 
 struct Options {
   std::string file;

@@ -19,10 +19,8 @@ namespace {
 
 constexpr char Notes[] =
     "Give a spec as for add, of which all but --path may be left out, or a file of specs as for apply. "
-    "Without\n"
-    "--image each is measured on a picture that shows its template in the middle of its region. No worker "
-    "is\n"
-    "needed, and one that runs is not asked. docs/bench.md describes the answer and its fields.\n"
+    "Without --image each is measured on a picture that shows its template in the middle of its region. No "
+    "worker is needed, and one that runs is not asked. docs/bench.md describes the answer and its fields.\n"
     "Exit codes: 0 the specs take at most a tick of 20 ms on one core, 1 they take more, 2 wrong use or "
     "error.";
 

@@ -29,24 +29,18 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char Notes[] =
-    "The piece is saved as the worker would see it: where the system stretches the window, brought back to\n"
+    "The piece is saved as the worker would see it: where the system stretches the window, brought back to "
     "the window's own pixels. The picture is taken when the screen has been still for 0.15 s, at most 2 s "
     "later.\n"
     "The file says in its text entries Target, Program, Piece, Client area, Scale and Monitor where it is "
     "from.\n"
-    "Then it lints the spec of that command and explains it on the desktop as it is: docs/lint.md and\n"
+    "Then it lints the spec of that command and explains it on the desktop as it is: docs/lint.md and "
     "docs/explain.md say how to read that. Exit code 0 says that the file was saved, whatever they found; 1 "
-    "that\n"
-    "the drawing was given up.\n"
-    "With --json: "
-    "{\"type\":\"captured\",\"path\":TEXT,\"w\":N,\"h\":N,\"target\":TEXT,\"title\":TEXT,\"program\":"
-    "TEXT,\n"
-    "  "
-    "\"rect\":{\"x\":N,\"y\":N,\"w\":N,\"h\":N},\"roi\":{...},\"client\":{\"w\":N,\"h\":N},\"scale\":N,"
-    "\"monitor\":N,\n"
-    "  \"visibleShare\":N,\"command\":[TEXT,...]}, rect and roi in pixels of the client area; then what lint "
-    "and\n"
-    "explain print of it.";
+    "that the drawing was given up.\n"
+    "With --json: {\"type\":\"captured\", \"path\":TEXT, \"w\":N, \"h\":N, \"target\":TEXT, \"title\":TEXT, "
+    "\"program\":TEXT, \"rect\":{\"x\":N, \"y\":N, \"w\":N, \"h\":N}, \"roi\":{...}, \"client\":{\"w\":N, "
+    "\"h\":N}, \"scale\":N, \"monitor\":N, \"visibleShare\":N, \"command\":[TEXT, ...]}, rect and roi in "
+    "pixels of the client area; then what lint and explain print of it.";
 
 struct Options {
   std::string file, target, rect, name;

@@ -11,7 +11,7 @@ void AddClear(CommandLine& line) {
     return Send({.kind = CmdKind::Clear}, *timeout, output);
   });
   AddTimeout(command, *timeout);
-  command.footer("With --json: {\"type\":\"sent\",\"command\":\"clear\"}");
+  command.footer("With --json: {\"type\":\"sent\", \"command\":\"clear\"}");
 }
 
 }  // namespace quillmark::control

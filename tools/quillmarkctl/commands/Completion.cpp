@@ -16,11 +16,11 @@ void AddCompletion(CommandLine& line) {
       });
   command.add_option("SHELL", *shell, "bash, zsh or fish")->required();
   command.footer(
-      "For this user:\n"
-      "  quillmarkctl completion bash > ~/.local/share/bash-completion/completions/quillmarkctl\n"
-      "  quillmarkctl completion zsh > a file _quillmarkctl in a folder of $fpath\n"
-      "  quillmarkctl completion fish > ~/.config/fish/completions/quillmarkctl.fish\n"
-      "With --json: {\"type\":\"completion\",\"shell\":TEXT,\"script\":TEXT}");
+      "Where the shell finds it, for this user:\n"
+      "  bash: ~/.local/share/bash-completion/completions/quillmarkctl\n"
+      "  zsh: a file _quillmarkctl in a folder of $fpath\n"
+      "  fish: ~/.config/fish/completions/quillmarkctl.fish\n"
+      "With --json: {\"type\":\"completion\", \"shell\":TEXT, \"script\":TEXT}");
 }
 
 }  // namespace quillmark::control

@@ -14,11 +14,10 @@ namespace {
 constexpr char Notes[] =
     "Exit code 0 when there is no problem (warnings do not count), 1 when there is one.\n"
     "With --json each line is one object:\n"
-    "  "
-    "{\"type\":\"finding\",\"level\":\"ok|warning|problem\",\"topic\":TEXT,\"text\":TEXT,\"consequence\":"
-    "TEXT,\n"
-    "   \"remedy\":TEXT,\"facts\":{...}}    facts holds the figures of the text; a target's candidates, too\n"
-    "  {\"type\":\"summary\",\"ok\":N,\"warnings\":N,\"problems\":N}";
+    "  {\"type\":\"finding\", \"level\":\"ok|warning|problem\", \"topic\":TEXT, \"text\":TEXT, "
+    "\"consequence\":TEXT, \"remedy\":TEXT, \"facts\":{...}}  facts holds the figures of the text; a "
+    "target's candidates, too\n"
+    "  {\"type\":\"summary\", \"ok\":N, \"warnings\":N, \"problems\":N}";
 
 struct Options {
   std::vector<std::string> targets;

@@ -20,9 +20,8 @@ namespace {
 using explain::Explanation;
 
 constexpr char Notes[] =
-    "The picture is a screenshot of the window's client area or, with --client, of a monitor or any part of\n"
-    "one that shows the client area at that place; without scaling. docs/explain.md describes the answer "
-    "and\n"
+    "The picture is a screenshot of the window's client area or, with --client, of a monitor or any part of "
+    "one that shows the client area at that place; without scaling. docs/explain.md describes the answer and "
     "its fields, docs/silence.md the reasons.\n"
     "Exit codes: 0 it would be a hit, each of several specs; 1 it would not; 2 wrong use or error.";
 

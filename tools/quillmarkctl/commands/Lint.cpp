@@ -17,15 +17,14 @@ using advice::LintSpec;
 
 constexpr char Notes[] =
     "Give a spec as for add, of which all but --path may be left out, or a file of specs as for apply, "
-    "template\n"
-    "images alone, or both. What is not given is not looked at. docs/lint.md lists what may be found.\n"
+    "template images alone, or both. What is not given is not looked at. docs/lint.md lists what may be "
+    "found.\n"
     "Exit codes: 0 nothing found, 1 something found, 2 wrong use or error.\n"
     "With --json each line is one object:\n"
-    "  "
-    "{\"type\":\"finding\",\"code\":TEXT,\"severity\":\"note|warning|error\",\"spec\":TEXT,\"other\":TEXT|"
-    "null,\n"
-    "   \"text\":TEXT,\"meaning\":TEXT,\"consequence\":TEXT,\"remedy\":TEXT,\"facts\":{...}}\n"
-    "  {\"type\":\"summary\",\"specs\":N,\"errors\":N,\"warnings\":N,\"notes\":N}";
+    "  {\"type\":\"finding\", \"code\":TEXT, \"severity\":\"note|warning|error\", \"spec\":TEXT, "
+    "\"other\":TEXT|null, \"text\":TEXT, \"meaning\":TEXT, \"consequence\":TEXT, \"remedy\":TEXT, "
+    "\"facts\":{...}}\n"
+    "  {\"type\":\"summary\", \"specs\":N, \"errors\":N, \"warnings\":N, \"notes\":N}";
 
 struct Options {
   SpecArguments spec;

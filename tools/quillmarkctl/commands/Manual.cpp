@@ -20,7 +20,7 @@ void AddManual(CommandLine& line) {
       ->check(CLI::IsMember({"quillmarkctl", "quillmark-specs"}));
   command.footer(
       "To read it: quillmarkctl manual | man -l -\n"
-      "With --json: {\"type\":\"manual\",\"page\":TEXT}");
+      "With --json: {\"type\":\"manual\", \"page\":TEXT}");
 }
 
 }  // namespace quillmark::control

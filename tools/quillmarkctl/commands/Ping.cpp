@@ -34,11 +34,9 @@ void AddPing(CommandLine& line) {
   command.footer(
       "The worker looks for commands every 50 ms, so that up to 50 ms are no sign of anything.\n"
       "Unread hits stay in the ring for the next watch, and a watch that runs loses none (it prints the "
-      "reply\n"
-      "too). Only when the ring is full and no watch runs are its old records discarded, and their number "
-      "is\n"
-      "told.\n"
-      "With --json: {\"type\":\"reply\",\"text\":TEXT,\"ts\":N,\"ms\":N}");
+      "reply too). Only when the ring is full and no watch runs are its old records discarded, and their "
+      "number is told.\n"
+      "With --json: {\"type\":\"reply\", \"text\":TEXT, \"ts\":N, \"ms\":N}");
 }
 
 }  // namespace quillmark::control

@@ -15,16 +15,13 @@ namespace {
 
 constexpr char Notes[] =
     "Writes the pictures of all monitors and the windows into the folder, for quillmarkctl replay. It ends "
-    "by\n"
-    "itself or when interrupted. No worker is needed; specs that are given are written into the recording "
-    "with\n"
-    "copies of their images. Everything on the screens is in the pictures: look at them before you pass a\n"
-    "recording on.\n"
+    "by itself or when interrupted. No worker is needed; specs that are given are written into the recording "
+    "with copies of their images. Everything on the screens is in the pictures: look at them before you pass "
+    "a recording on.\n"
     "With --on-hit or --on-near-miss only the frames around it are kept. A near miss is a comparison that "
-    "was\n"
-    "refused although the difference was within its limit, or beyond it by at most half of it.\n"
+    "was refused although the difference was within its limit, or beyond it by at most half of it.\n"
     "Exit codes: 0 recorded; 1 no hit or near miss came; 2 wrong use or error.\n"
-    "With --json it prints {\"type\":\"recording\",\"folder\":TEXT,\"frames\":N,\"ms\":N} at the end.";
+    "With --json it prints {\"type\":\"recording\", \"folder\":TEXT, \"frames\":N, \"ms\":N} at the end.";
 
 struct RecordOptions {
   std::string out;

@@ -22,7 +22,7 @@ void AddRemove(CommandLine& line) {
   AddTimeout(command, options->timeout);
   command.footer(
       "Exit code 0 says that the worker took the command, whether it had such a spec or not.\n"
-      "With --json: {\"type\":\"sent\",\"command\":\"remove\",\"name\":TEXT}");
+      "With --json: {\"type\":\"sent\", \"command\":\"remove\", \"name\":TEXT}");
 }
 
 }  // namespace quillmark::control

@@ -27,21 +27,17 @@ using replay::SpecResult;
 
 constexpr char Notes[] =
     "The folder holds recording.json and its pictures; docs/replay.md describes them, and quillmarkctl "
-    "record\n"
-    "writes them. The same folder gives the same output, bit for bit.\n"
+    "record writes them. The same folder gives the same output, bit for bit.\n"
     "Exit codes: 0 at least one hit, or as expected; 1 no hit, or not as expected; 2 wrong use or error.\n"
     "With --json each line is one object:\n"
-    "  "
-    "{\"type\":\"hit\",\"t\":N,\"monitor\":ID,\"frame\":FILE,\"name\":TEXT,\"cx\":N,\"cy\":N,\"w\":N,\"h\":N,"
-    "\n"
-    "   \"score\":N,\"edge\":N,\"ts\":N}\n"
-    "  "
-    "{\"type\":\"spec\",\"name\":TEXT,\"hits\":N,\"silence\":CODE,\"reasons\":{CODE:N},\"nearest\":{\"t\":N,"
-    "\n"
-    "   \"frame\":FILE,\"reason\":CODE,\"difference\":N,\"limit\":N}}   silence without a hit only\n"
-    "  {\"type\":\"fault\",\"text\":TEXT}        a frame that cannot be used\n"
-    "  {\"type\":\"difference\",\"text\":TEXT}   with --check: what is not as expected\n"
-    "  {\"type\":\"replay\",\"hits\":N,\"frames\":N,\"taken\":N,\"as-expected\":BOOL}   the last line";
+    "  {\"type\":\"hit\", \"t\":N, \"monitor\":ID, \"frame\":FILE, \"name\":TEXT, \"cx\":N, \"cy\":N, "
+    "\"w\":N, \"h\":N, \"score\":N, \"edge\":N, \"ts\":N}\n"
+    "  {\"type\":\"spec\", \"name\":TEXT, \"hits\":N, \"silence\":CODE, \"reasons\":{CODE:N}, "
+    "\"nearest\":{\"t\":N, \"frame\":FILE, \"reason\":CODE, \"difference\":N, \"limit\":N}}  silence without "
+    "a hit only\n"
+    "  {\"type\":\"fault\", \"text\":TEXT}  a frame that cannot be used\n"
+    "  {\"type\":\"difference\", \"text\":TEXT}  with --check: what is not as expected\n"
+    "  {\"type\":\"replay\", \"hits\":N, \"frames\":N, \"taken\":N, \"as-expected\":BOOL}  the last line";
 
 std::string Seconds(std::int64_t tMs) {
   char text[32];

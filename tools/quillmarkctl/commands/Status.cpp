@@ -19,19 +19,13 @@ using namespace std::chrono_literals;
 
 constexpr char Notes[] =
     "Exit code 0 when a worker runs and answers, 1 when not. With --follow it looks on without asking, "
-    "prints\n"
-    "a line when a worker starts or goes, when commands are not taken any more, when hits are dropped and\n"
-    "when a reader of the hits comes or goes, and counts the starts it has seen.\n"
+    "prints a line when a worker starts or goes, when commands are not taken any more, when hits are dropped "
+    "and when a reader of the hits comes or goes, and counts the starts it has seen.\n"
     "Unread hits with a reader, or unread commands that go down, are no cause for worry.\n"
-    "With --json: "
-    "{\"type\":\"status\",\"running\":B,\"answers\":B,\"silence\":TEXT,\"roundTripMs\":N,\"version\":TEXT,\n"
-    "  "
-    "\"process\":N,\"startedTs\":N,\"unreadCommands\":N,\"unreadHits\":N,\"droppedHits\":N,\"hasReader\":B,"
-    "\"reasons\":[CODE,...]}; "
-    "fields\n"
-    "that cannot be known are left out. With --follow "
-    "{\"type\":\"news\",\"ts\":N,\"text\":TEXT,\"starts\":N,...} with\n"
-    "the same fields.";
+    "With --json: {\"type\":\"status\", \"running\":B, \"answers\":B, \"silence\":TEXT, \"roundTripMs\":N, "
+    "\"version\":TEXT, \"process\":N, \"startedTs\":N, \"unreadCommands\":N, \"unreadHits\":N, "
+    "\"droppedHits\":N, \"hasReader\":B, \"reasons\":[CODE, ...]}; fields that cannot be known are left out. "
+    "With --follow {\"type\":\"news\", \"ts\":N, \"text\":TEXT, \"starts\":N, ...} with the same fields.";
 
 struct Options {
   std::chrono::milliseconds timeout = DefaultTimeout;

@@ -19,8 +19,7 @@ namespace quillmark::control {
 namespace {
 
 constexpr char Notes[] =
-    "With --roi the pictures show the window's client area, without it the region alone. A folder stands "
-    "for\n"
+    "With --roi the pictures show the window's client area, without it the region alone. A folder stands for "
     "the images in it. docs/tune.md describes the answer and its fields.\n"
     "Exit codes: 0 the spec as it is decides every picture right, 1 it does not, 2 wrong use or error.";
 

@@ -17,7 +17,7 @@ void AddVersion(CommandLine& line) {
     return Yes;
   });
   AddTimeout(command, *timeout);
-  command.footer("With --json: {\"type\":\"reply\",\"text\":\"__ver__:VERSION\",\"ts\":N}");
+  command.footer("With --json: {\"type\":\"reply\", \"text\":\"__ver__:VERSION\", \"ts\":N}");
 }
 
 }  // namespace quillmark::control

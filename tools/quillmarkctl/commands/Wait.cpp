@@ -24,10 +24,9 @@ constexpr char Notes[] =
     "count.\n"
     "Not in time is no proof of absence: a screen that does not change gives no frames, hence no hits.\n"
     "While it waits, it takes the hits of all specs out of the ring, so no watch or other client can run.\n"
-    "With --json: "
-    "{\"type\":\"event\",\"event\":\"appeared|stable\",\"name\":TEXT,\"cx\":N,\"cy\":N,\"w\":N,\"h\":N,\n"
-    "  \"score\":N,\"edge\":N,\"ts\":N,\"stableMs\":N}, as in a hit; stableMs is how long it has kept its "
-    "place.";
+    "With --json: {\"type\":\"event\", \"event\":\"appeared|stable\", \"name\":TEXT, \"cx\":N, \"cy\":N, "
+    "\"w\":N, \"h\":N, \"score\":N, \"edge\":N, \"ts\":N, \"stableMs\":N}, as in a hit; stableMs is how long "
+    "it has kept its place.";
 
 struct Options {
   std::string name;

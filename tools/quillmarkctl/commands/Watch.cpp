@@ -20,16 +20,15 @@ constexpr auto RolePatience = 3s;
 
 constexpr char Notes[] =
     "One watch can run at a time. It begins with what lies unread in the ring, and notes when the worker "
-    "goes\n"
-    "or another starts.\n"
+    "goes or another starts.\n"
     "Exit codes: 0 interrupted, or there was what was asked for; 1 not in time; 2 wrong use, error or "
-    "another\n"
-    "watch.\n"
+    "another watch.\n"
     "With --json each line is one object:\n"
-    "  {\"type\":\"hit\",\"name\":TEXT,\"cx\":N,\"cy\":N,\"w\":N,\"h\":N,\"score\":N,\"edge\":N,\"ts\":N}\n"
-    "  {\"type\":\"reply\",\"text\":TEXT,\"ts\":N}       answer to a heartbeat or version command\n"
-    "  {\"type\":\"dropped\",\"count\":N,\"total\":N}    hits refused because the ring was full\n"
-    "cx and cy are the centre of the match in pixels of the target's client area, w and h its size; score\n"
+    "  {\"type\":\"hit\", \"name\":TEXT, \"cx\":N, \"cy\":N, \"w\":N, \"h\":N, \"score\":N, \"edge\":N, "
+    "\"ts\":N}\n"
+    "  {\"type\":\"reply\", \"text\":TEXT, \"ts\":N}  answer to a heartbeat or version command\n"
+    "  {\"type\":\"dropped\", \"count\":N, \"total\":N}  hits refused because the ring was full\n"
+    "cx and cy are the centre of the match in pixels of the target's client area, w and h its size; score "
     "and edge are 1 for a perfect match; ts is UTC in milliseconds since 1970-01-01.";
 
 struct Options {
