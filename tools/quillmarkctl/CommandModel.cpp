@@ -1,6 +1,7 @@
 #include "CommandModel.h"
 
 #include <CLI/CLI.hpp>
+#include <sstream>
 
 namespace quillmark::control {
 namespace {
@@ -11,9 +12,13 @@ OptionModel ModelOf(const CLI::Option& option) {
   for (const std::string& name : option.get_lnames()) model.names.push_back("--" + name);
   model.positional = model.names.empty();
   if (model.positional) model.names.push_back(option.get_name(true));
-  // Behind the value's name its checks may be listed.
+  // Behind the value's name its checks may be listed, a choice as {a,b}.
   const std::string type = option.get_type_name();
   if (option.get_items_expected_max() > 0) model.value = type.substr(0, type.find(':'));
+  if (const auto choice = type.find(":{"); choice != std::string::npos) {
+    std::istringstream words(type.substr(choice + 2, type.find('}', choice) - choice - 2));
+    for (std::string word; std::getline(words, word, ',');) model.words.push_back(word);
+  }
   model.help = option.get_description();
   model.required = option.get_required();
   return model;

@@ -16,6 +16,7 @@ namespace quillmark::control {
 struct OptionModel {
   std::vector<std::string> names;  // with their dashes; the argument's name when it is positional
   std::string value;               // what stands behind it, such as SECONDS; empty for a flag
+  std::vector<std::string> words;  // those that it may be, where there is a choice
   std::string help;
   bool positional = false;
   bool required = false;

@@ -33,33 +33,49 @@ bool TakesFileAlone(const CommandModel& command) {
       command.options, [](const OptionModel& option) { return option.positional && TakesFile(option); });
 }
 
-std::string Words(const CommandModel& command) {
-  std::string words;
+std::string Joined(const std::vector<std::string>& words) {
+  std::string joined;
+  for (const std::string& word : words) joined += (joined.empty() ? "" : " ") + word;
+  return joined;
+}
+
+std::string OptionsOf(const CommandModel& command) {
+  std::vector<std::string> names;
   for (const OptionModel& option : command.options) {
-    if (option.positional) continue;
-    for (const std::string& name : option.names) words += (words.empty() ? "" : " ") + name;
+    if (!option.positional) names.insert(names.end(), option.names.begin(), option.names.end());
   }
-  return words;
+  return Joined(names);
+}
+
+// The words that the argument without a name has to be one of; empty when there is no such choice.
+std::string ChoiceOf(const CommandModel& command) {
+  for (const OptionModel& option : command.options) {
+    if (option.positional && !option.words.empty()) return Joined(option.words);
+  }
+  return {};
 }
 
 std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& commands) {
-  std::string names, cases;
+  std::string names, cases, choices;
   for (const CommandModel& command : commands) {
     names += command.name + ' ';
-    cases += "    " + command.name + ") words='" + Words(command) + "' ;;\n";
+    cases += "    " + command.name + ") words='" + OptionsOf(command) + "' ;;\n";
+    const std::string choice = ChoiceOf(command);
+    if (!choice.empty()) choices += "    " + command.name + ":*) words='" + choice + "' ;;\n";
   }
   // Where no option begins, the shell itself completes files.
   return "_quillmarkctl() {\n"
          "  local words= word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}\n"
          "  [ \"$COMP_CWORD\" -gt 1 ] || command=\n"
          "  COMPREPLY=()\n"
-         "  case $command:$word in\n"
-         "    :*|*:-*) ;;\n"
-         "    *) return ;;\n"
-         "  esac\n"
          "  case $command in\n"
          "    '') words='" +
-         names + Words(tool) + "' ;;\n" + cases +
+         names + OptionsOf(tool) + "' ;;\n" + cases +
+         "  esac\n"
+         "  case $command:$word in\n"
+         "    :*|*:-*) ;;\n" +
+         choices +
+         "    *) return ;;\n"
          "  esac\n"
          "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\")\n"
          "}\n"
@@ -77,6 +93,8 @@ std::string ZshArguments(const CommandModel& command) {
       arguments += " \\\n        " + Quoted(name + "[" + Escaped(option.help, "[]\\") + "]" + value);
     }
   }
+  const std::string choice = ChoiceOf(command);
+  if (!choice.empty()) arguments += " \\\n        " + Quoted("1: :(" + choice + ")");
   return arguments + (TakesFileAlone(command) ? " \\\n        '*:file:_files'" : "");
 }
 
@@ -140,7 +158,11 @@ std::string Fish(const CommandModel& tool, const std::vector<CommandModel>& comm
   addOptions("__fish_use_subcommand", tool);
   for (const CommandModel& command : commands) {
     const std::string condition = "__fish_seen_subcommand_from " + command.name;
-    if (!TakesFileAlone(command)) script += "complete -c quillmarkctl -f -n " + Quoted(condition) + "\n";
+    const std::string choice = ChoiceOf(command);
+    if (!TakesFileAlone(command)) {
+      script += "complete -c quillmarkctl -f -n " + Quoted(condition) +
+                (choice.empty() ? "" : " -a " + Quoted(choice)) + "\n";
+    }
     addOptions(condition, command);
   }
   return script;

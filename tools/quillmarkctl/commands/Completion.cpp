@@ -14,7 +14,9 @@ void AddCompletion(CommandLine& line) {
         output.Print({{"type", "completion"}, {"shell", *shell}, {"script", script}}, script);
         return Yes;
       });
-  command.add_option("SHELL", *shell, "bash, zsh or fish")->required();
+  command.add_option("SHELL", *shell, "Whose language the script is in")
+      ->required()
+      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
   command.footer(
       "Where the shell finds it, for this user:\n"
       "  bash: ~/.local/share/bash-completion/completions/quillmarkctl\n"
