@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <system_error>
 
 namespace quillmark::control {
 
@@ -26,6 +27,11 @@ std::optional<std::string> ContentOf(const fs::path& file) {
 }
 
 void WriteFile(const fs::path& file, const std::string& content) {
+  // To open a named pipe would wait for its reader. A pipe that a link in /dev leads to is open already.
+  std::error_code unknown;
+  if (fs::is_fifo(fs::symlink_status(file, unknown))) {
+    throw std::runtime_error(Utf8Of(file) + " is a named pipe, no file");
+  }
   std::ofstream stream(file, std::ios::binary);
   stream.write(content.data(), static_cast<std::streamsize>(content.size()));
   stream.close();

@@ -1,10 +1,12 @@
-// The control tool in a shell: its completion.
+// The control tool in a shell: its completion, and pipes.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 
 #include "Programs.h"
 #include "linux/Shell.h"
+#include "support/TempFolder.h"
 
 namespace quillmark::test {
 namespace {
@@ -22,6 +24,24 @@ TEST(ToolInAShell, CompletesCommandsOptionsAndWords) {
   EXPECT_EQ(Completed("completion \"\""), "bash zsh fish");
   EXPECT_EQ(Completed("manual quillmark-"), "quillmark-specs");
   EXPECT_EQ(Completed("lint \"\""), "");  // files, which are the shell's own matter
+}
+
+TEST(ToolInAShell, WritesIntoAnOpenPipeButWaitsForNoNamedOne) {
+  const TempFolder folder;
+  const std::string image = (folder.Path() / "sine.png").string(), pipe = (folder.Path() / "pipe").string();
+  WriteImage(image);
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const auto explain = [&](const std::string& page) {
+    return ControlCommand({"explain", "--target=t", "--name=sine", "--path=" + image, "--roi=0,0,30,20",
+                           "--image=" + image, "--html", page});
+  };
+  std::string line;
+  for (const std::string& word : explain("/dev/stdout")) line += word + ' ';
+  EXPECT_EQ(Shell(line + "| head -c 15"), "<!doctype html>");
+  Program refused(explain(pipe));
+  EXPECT_EQ(refused.Wait(), 2);
+  EXPECT_NE(refused.Err().find("named pipe"), std::string::npos) << refused.Err();
+  EXPECT_EQ(Program(explain("/dev/null")).Wait(), 0);
 }
 
 }  // namespace

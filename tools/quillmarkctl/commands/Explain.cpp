@@ -1,14 +1,13 @@
 #include "explain/Explain.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "CommandLine.h"
+#include "Files.h"
 #include "PartialSpec.h"
 #include "Reports.h"
 #include "explain/HtmlReport.h"
@@ -54,12 +53,6 @@ Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const 
   return explanation;
 }
 
-void WritePage(const std::string& file, const std::string& page) {
-  std::ofstream stream(std::filesystem::path(std::u8string(file.begin(), file.end())), std::ios::binary);
-  stream << page;
-  if (!stream.flush()) throw std::runtime_error("--html: '" + file + "' cannot be written");
-}
-
 ExitCode Run(const Options& options, Output& output) {
   const std::vector<Command> commands = SpecCommands(options.spec);
   if (commands.empty()) throw std::invalid_argument("give a spec as for add, or --specs");
@@ -78,7 +71,7 @@ ExitCode Run(const Options& options, Output& output) {
     explanations.insert(explanations.end(), answers.begin(), answers.end());
     show(explain::kLongSteps);
   }
-  if (!options.html.empty()) WritePage(options.html, explain::HtmlReport(explanations));
+  if (!options.html.empty()) WriteFile(PathOf(options.html), explain::HtmlReport(explanations));
   PrintExplanations(explanations, output);
   return allHit ? Yes : No;
 }

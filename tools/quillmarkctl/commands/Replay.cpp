@@ -2,13 +2,12 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "CommandLine.h"
-#include "Progress.h"
+#include "Files.h"
 #include "Wording.h"
 #include "client/Text.h"
 #include "explain/Reasons.h"
@@ -112,13 +111,6 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
   output.Print(json, text);
 }
 
-void WriteExpectations(const std::filesystem::path& folder, const ReplayResult& result) {
-  const std::filesystem::path path = folder / replay::ExpectationsFile;
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << replay::ExpectationsText(result);
-  if (!file.flush()) throw std::runtime_error(path.string() + " cannot be written");
-}
-
 struct ReplayOptions {
   std::string folder;
   bool check = false, accept = false;
@@ -142,7 +134,7 @@ ExitCode RunReplay(const ReplayOptions& options, Output& output) {
   for (const std::string& line : differences) {
     output.Print({{"type", "difference"}, {"text", line}}, line);
   }
-  if (options.accept) WriteExpectations(folder, result);
+  if (options.accept) WriteFile(folder / replay::ExpectationsFile, replay::ExpectationsText(result));
 
   Json json{{"type", "replay"},
             {"hits", result.hits.size()},
