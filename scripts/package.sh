@@ -53,7 +53,7 @@ case $preset in
     programs=$work/usr/bin
     licences=$work/usr/share/doc/quillmark/copyright
     [ -n "$(dpkg-deb -f "$package" Depends)" ] || fail "$package depends on no library"
-    for page in man1/quillmarkctl.1 man5/quillmark-specs.5; do
+    for page in man1/quillmarkctl.1 man1/Quillmark.1 man5/quillmark-specs.5; do
       gzip -t "$work/usr/share/man/$page.gz"
       command -v man >/dev/null || {
         echo "NOT CHECKED: how man shows $page, as there is none"

@@ -37,9 +37,10 @@ struct CommandModel {
 // another.
 [[nodiscard]] std::string CompletionScript(const std::string& shell, const CommandModel& tool,
                                            const std::vector<CommandModel>& commands);
-// Manual pages in the language of man: of the tool, section 1, and of the file that declares specs,
-// section 5.
+// Manual pages in the language of man: of the tool and of the worker, section 1, and of the file that
+// declares specs, section 5.
 [[nodiscard]] std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>& commands);
+[[nodiscard]] std::string WorkerPage();
 [[nodiscard]] std::string SpecFilePage();
 
 }  // namespace quillmark::control

@@ -91,8 +91,58 @@ std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>
        << ".SH ENVIRONMENT\n.TP\n\\fBNO_COLOR\\fR\nWhen set and not empty, nothing is coloured.\n"
        << ".TP\n\\fBDISPLAY\\fR, \\fBXDG_RUNTIME_DIR\\fR\nOn Linux: which session the tool and the worker "
           "share.\n"
-       << ".SH SEE ALSO\n\\fBquillmark\\-specs\\fR(5)\n";
+       << ".SH SEE ALSO\n\\fBQuillmark\\fR(1), \\fBquillmark\\-specs\\fR(5)\n";
   return page.str();
+}
+
+std::string WorkerPage() {
+  return Head("Quillmark", "1", "User Commands", "watch the screen for known images") +
+         R"(.SH SYNOPSIS
+\fBQuillmark\fR
+.SH DESCRIPTION
+A worker without a window. A controlling program gives it template images, target windows and regions through
+shared memory; the worker compares each changed frame of the monitors with them and reports through shared
+memory where it sees them. \fBquillmarkctl\fR(1) gives it commands by hand. It has no configuration file, takes
+no input and opens no network connection; arguments are ignored.
+.PP
+It runs until it is ended from outside, and knows no specs when it starts. A session, that is one user on one
+display, has one worker: another start shows a box that says so, waits until it is closed, and ends. Where there
+is no display, that text goes to standard error.
+.PP
+While the X server is away, the worker takes commands and sees no monitor; it connects again by itself.
+.SH EXIT STATUS
+.TP
+\fB1\fR
+The session's shared objects cannot be had; or an error came, which standard error tells of before the worker
+waits 5 seconds and ends.
+.TP
+\fB2\fR
+A worker runs in this session already.
+.SH SIGNALS
+Every signal acts as by default, but SIGPIPE, which is ignored. SIGTERM and SIGINT end the worker at once;
+nothing is left that keeps another from starting, and a controller goes on with that one.
+.SH ENVIRONMENT
+.TP
+\fBDISPLAY\fR
+The X server whose monitors are watched. It is a part of the session.
+.TP
+\fBXDG_RUNTIME_DIR\fR
+Where the session's shared objects lie.
+.SH FILES
+.TP
+\fI$XDG_RUNTIME_DIR/quillmark/\fR
+A folder for each display, with the shared objects; \fI/dev/shm/quillmark\-UID/\fR without that variable.
+.TP
+\fIprobe_log.txt\fR
+In the folder that the worker is started in: one line for each start.
+.PP
+Relative paths of template images begin at that folder, too.
+.SH DIAGNOSTICS
+The log goes to standard error. An image that cannot be read is told on standard output.
+\fBquillmarkctl doctor\fR examines session, display and worker.
+.SH SEE ALSO
+\fBquillmarkctl\fR(1), \fBquillmark\-specs\fR(5), \fI/usr/share/doc/quillmark/README.md\fR
+)";
 }
 
 std::string SpecFilePage() {
