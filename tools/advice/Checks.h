@@ -10,6 +10,7 @@
 
 #include "advice/Lint.h"
 #include "advice/Probe.h"
+#include "explain/Explain.h"
 
 namespace quillmark::advice {
 
@@ -50,7 +51,8 @@ void CheckFile(const Subject& subject, FindingList& list);
 void CheckTemplate(const Subject& subject, const Probe& own, FindingList& list);
 void CheckLimits(const Subject& subject, const Probe& own, FindingList& list);
 void CheckHue(const Subject& subject, const Probe& own, FindingList& list);
-// The region, and what the window, unless it is null, shows in it.
-void CheckRegion(const Subject& subject, const WindowPicture* window, FindingList& list);
+// The region, and what the window, unless it is null, shows in it: in as many long steps as an explanation.
+void CheckRegion(const Subject& subject, const WindowPicture* window, const explain::Progress& progress,
+                 FindingList& list);
 
 }  // namespace quillmark::advice

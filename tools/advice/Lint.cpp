@@ -32,7 +32,8 @@ void ReportRefusal(const Subject& subject, FindingList& list) {
            std::string(reason.remedy));
 }
 
-void CheckOne(const Subject& subject, const WindowPicture* window, FindingList& list) {
+void CheckOne(const Subject& subject, const WindowPicture* window, const explain::Progress& progress,
+              FindingList& list) {
   if (!subject.given.fault.empty()) {
     list.Add(FindingCode::EntryAtFault, subject.given.fault);
     return;
@@ -49,7 +50,7 @@ void CheckOne(const Subject& subject, const WindowPicture* window, FindingList& 
   CheckTemplate(subject, own, list);
   CheckLimits(subject, own, list);
   CheckHue(subject, own, list);
-  CheckRegion(subject, own.verdict.Accepted() ? window : nullptr, list);
+  CheckRegion(subject, own.verdict.Accepted() ? window : nullptr, progress, list);
 }
 
 // Whether both can be looked for at one place: in the same window, in regions that have a pixel in common.
@@ -80,18 +81,20 @@ void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex,
 
 std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPicture* window,
                           const Progress& progress) {
-  const std::size_t count = specs.size(), total = count + count * (count - std::min<std::size_t>(count, 1));
+  const std::size_t count = specs.size(), steps = window == nullptr ? 1 : explain::kLongSteps;
+  const std::size_t total = count * steps + count * (count - std::min<std::size_t>(count, 1));
   std::size_t done = 0;
-  const auto step = [&] {
-    if (progress) progress(++done, total);
+  const auto tell = [&](std::size_t more) {
+    if (progress) progress(done + more, total);
   };
   FindingList list;
   std::vector<Subject> subjects;
   for (std::size_t i = 0; i < count; ++i) {
     list.About(i);
     subjects.push_back(Examine(specs[i]));
-    CheckOne(subjects.back(), window, list);
-    step();
+    CheckOne(subjects.back(), window, tell, list);
+    done += steps;
+    tell(0);
   }
   for (std::size_t i = 0; i < count; ++i) {
     list.About(i);
@@ -103,7 +106,8 @@ std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPictur
         list.AddPair(FindingCode::SameName, j,
                      "both are called '" + explain::Readable(subjects[i].spec.name) + "'");
       }
-      step();
+      ++done;
+      tell(0);
     }
   }
   return list.Take();

@@ -93,10 +93,12 @@ void CheckSecond(const ROIUnit& unit, const TemplateSpec& spec, const Verdict& b
 }
 
 void CheckSight(const WindowPicture& window, const RegionOnFrame& place, const TemplateSpec& spec,
-                FindingList& list) {
+                const explain::Progress& progress, FindingList& list) {
   FrameImages images;
   ConvertFrame(window.bgra, NeedsHsv(spec), images);
+  progress(1);
   const Probe probe = ProbeOn(CutRegion(spec, place, images, {}), spec);
+  progress(2);
   if (!probe.verdict.Accepted()) {
     const std::string refusal = RefusalText(probe, spec);
     list.Add(FindingCode::NotOnPicture, "refused by " + refusal, {{"refusal", refusal}});
@@ -107,7 +109,8 @@ void CheckSight(const WindowPicture& window, const RegionOnFrame& place, const T
 
 }  // namespace
 
-void CheckRegion(const Subject& subject, const WindowPicture* window, FindingList& list) {
+void CheckRegion(const Subject& subject, const WindowPicture* window, const explain::Progress& progress,
+                 FindingList& list) {
   TemplateSpec spec = subject.spec;
   spec.targetRect = {0, 0, kAnySize, kAnySize};
   if (window != nullptr) {
@@ -122,7 +125,7 @@ void CheckRegion(const Subject& subject, const WindowPicture* window, FindingLis
   } else if (!place.HoldsTemplate()) {
     return;
   }
-  if (window != nullptr) CheckSight(*window, place, spec, list);
+  if (window != nullptr) CheckSight(*window, place, spec, progress, list);
 }
 
 }  // namespace quillmark::advice
