@@ -216,6 +216,9 @@ TEST(RegionEvaluation, LimitsTheEdgeCorrelationByDifferenceFloorAndClipping) {
     shown.unit.clipped = c.clipped;
     EXPECT_DOUBLE_EQ(shown.Evaluated().edge.limit, c.expected) << c.edgeMin << c.clipped;
   }
+  Shown shown(IconOf(kNormal));
+  shown.spec.edgeRelaxDiff = shown.Evaluated().dist;
+  EXPECT_DOUBLE_EQ(shown.Evaluated().edge.limit, 0.69) << "a difference at the bound is relaxed";
 }
 
 TEST(RegionEvaluation, HoldsTheEdgeDensityUnlessTheRegionIsClipped) {
@@ -236,6 +239,7 @@ TEST(RegionEvaluation, SkipsWhatATemplateWithoutDetailCannotBear) {
     bool grey, edges;
   } kCases[] = {{"enough edges", 0.01, true, true},
                 {"few edges", 0.0099, true, false},
+                {"hardly any", 0.005, true, false},
                 {"almost none", 0.0049, false, false}};
   for (const auto& c : kCases) {
     Shown shown(IconOf(kNormal));
