@@ -154,11 +154,23 @@ ImageSize WebP(const Bytes& file) {
   return kNoSize;
 }
 
-ImageSize Pnm(const Bytes& file) {  // also PFM, whose header begins alike
+ImageSize Pnm(const Bytes& file) {
   std::string_view text = file.Text().substr(2);
   if (text.empty() || !IsBlank(text.front())) return kNoSize;
   const std::uint64_t width = TakeNumber(text);
   return {width, TakeNumber(text)};
+}
+
+// One blank before each number: where there are more, the decoder finds a size of 0, and forgets the
+// temporary file that it keeps a PFM in.
+ImageSize Pfm(const Bytes& file) {
+  std::string_view text = file.Text().substr(2);
+  const auto side = [&text]() -> std::uint64_t {
+    if (text.size() < 2 || !IsBlank(text[0]) || !IsDigit(text[1])) return 0;
+    return TakeNumber(text);
+  };
+  const std::uint64_t width = side();
+  return {width, side()};
 }
 
 // One key and its value a line, up to ENDHDR.
@@ -263,8 +275,8 @@ ImageSize SizeOf(const Bytes& file) {
       {"P5"sv, Pnm},
       {"P6"sv, Pnm},
       {"P7"sv, Pam},
-      {"PF"sv, Pnm},
-      {"Pf"sv, Pnm},
+      {"PF"sv, Pfm},
+      {"Pf"sv, Pfm},
       {"#?RADIANCE"sv, Radiance},
       {"#?RGBE"sv, Radiance},
       {"\x59\xA6\x6A\x95"sv, SunRaster},
