@@ -77,7 +77,9 @@ Reason ReasonForNoWindow(const std::wstring& target) {
 // Why the target of a spec is not valid after its update.
 Reason ReasonForNoTarget(const TemplateSpec& spec) {
   if (spec.target.empty()) return Reason::TargetEmpty;
-  if (spec.targetHwnd == nullptr) return ReasonForNoWindow(spec.target);
+  if (spec.targetHwnd == nullptr) {  // nor is there a window where the display is away
+    return ListMonitors().empty() ? Reason::NoMonitor : ReasonForNoWindow(spec.target);
+  }
   if (::IsIconic(spec.targetHwnd)) return Reason::WindowMinimised;
   RECT client{};
   if (!::GetClientRect(spec.targetHwnd, &client)) return Reason::WindowUnmeasured;

@@ -24,7 +24,7 @@ Applied::Applied(const std::filesystem::path& specFile, std::uint64_t worker, st
 
 void Applied::Save() const {
   const Json json = {{"worker", worker_}, {"sent", sent}};
-  ReplaceFile(record, json.dump(1, ' ', false, Json::error_handler_t::replace));
+  WriteFile(record, json.dump(1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace quillmark::control

@@ -27,22 +27,31 @@ std::optional<std::string> ContentOf(const fs::path& file) {
 }
 
 void WriteFile(const fs::path& file, const std::string& content) {
-  // To open a named pipe would wait for its reader. A pipe that a link in /dev leads to is open already.
   std::error_code unknown;
-  if (fs::is_fifo(fs::symlink_status(file, unknown))) {
-    throw std::runtime_error(Utf8Of(file) + " is a named pipe, no file");
-  }
-  std::ofstream stream(file, std::ios::binary);
+  const fs::file_status there = fs::symlink_status(file, unknown);
+  // To open a named pipe would wait for its reader. A pipe that a link in /dev leads to is open already.
+  if (fs::is_fifo(there)) throw std::runtime_error(Utf8Of(file) + " is a named pipe, no file");
+
+  // A file is written beside the old one, which must allow it; links and devices are written where they are.
+  const bool replaced = fs::is_regular_file(there);
+  const bool whole = replaced || !fs::exists(there);
+  fs::path fresh = file;
+  if (whole) fresh += ".new";
+  std::ofstream stream;
+  if (!replaced || std::ofstream(file, std::ios::app)) stream.open(fresh, std::ios::binary);
+  const bool opened = stream.is_open();
   stream.write(content.data(), static_cast<std::streamsize>(content.size()));
   stream.close();
-  if (!stream) throw std::runtime_error(Utf8Of(file) + " cannot be written");
-}
-
-void ReplaceFile(const fs::path& file, const std::string& content) {
-  fs::path fresh = file;
-  fresh += ".new";
-  WriteFile(fresh, content);
-  fs::rename(fresh, file);
+  bool written = opened && stream;
+  if (written && whole) {
+    std::error_code failed;
+    if (replaced) fs::permissions(fresh, there.permissions(), unknown);
+    fs::rename(fresh, file, failed);
+    written = !failed;
+  }
+  if (written) return;
+  if (opened && whole) fs::remove(fresh, unknown);
+  throw std::runtime_error(Utf8Of(file) + " cannot be written");
 }
 
 }  // namespace quillmark::control

@@ -77,6 +77,7 @@ Piece CutPiece(const PieceChoice& choice) {
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::vector<DesktopWindow> windows = ListWindows();
     const std::vector<DesktopMonitor> monitors = ListMonitors();
+    if (monitors.empty()) throw std::runtime_error("there is no monitor");
     if (spec.target.empty()) spec.target = TargetFor(WindowUnder(choice.picked.value(), windows));
     spec.targetHwnd = nullptr;
     UpdateTargetWindow(spec);

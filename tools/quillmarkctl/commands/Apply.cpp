@@ -97,6 +97,7 @@ class Applier {
       if (taken) Tell("removed", old->first, "it is no longer in the file");
       if (taken) old = applied.sent.erase(old);
     }
+    owes = !taken;
     if (!options.dryRun) applied.Save();
     Summarise();
     if (!taken) return output.Fail(No, "the worker did not take a command in time");
@@ -107,6 +108,8 @@ class Applier {
   std::string Stamp() const { return StampWith(StampOf(file)); }
   // The stamp of what was applied last.
   const std::string& Seen() const { return seen; }
+  // Whether the worker, which did not take all in time, takes commands again.
+  bool CanGoOn() const { return owes && ring.Unread() == 0; }
 
  private:
   static std::string StampOf(const fs::path& path) {
@@ -180,6 +183,7 @@ class Applier {
   std::set<fs::path> images;  // those that the file names
   std::map<std::string, int> counts;
   std::string seen;
+  bool owes = false;  // the worker did not take all of what was applied last
 };
 
 ExitCode Run(const Options& options, Output& output) {
@@ -193,7 +197,8 @@ ExitCode Run(const Options& options, Output& output) {
   std::string before;
   while (!interruption.Came()) {
     const std::string now = applier.Stamp();
-    if (now != applier.Seen() && (now == before || before.empty())) {
+    const bool changed = now != applier.Seen() && (now == before || before.empty());
+    if (changed || applier.CanGoOn()) {
       try {
         (void)applier.Apply();
       } catch (const std::runtime_error& error) {

@@ -1,0 +1,74 @@
+// The control tool while what it needs around it fails: the worker stands still, the display is away, the
+// disk takes no more.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <fstream>
+#include <string>
+
+#include "Desktop.h"
+#include "Programs.h"
+#include "linux/Shell.h"
+#include "support/PrivateSession.h"
+#include "support/TempFolder.h"
+
+namespace quillmark::test {
+namespace {
+
+class FaultsAround : public testing::Test {
+ protected:
+  FaultsAround() {
+    LeaveDisplay();
+    WriteImage(image);
+  }
+
+  const PrivateSession session;
+  const TempFolder folder;
+  const std::string image = (folder.Path() / "a.png").string();
+};
+
+TEST_F(FaultsAround, ApplyGoesOnWhenTheWorkerTakesCommandsAgain) {
+  const std::string file = (folder.Path() / "specs.toml").string();
+  const auto declare = [&](const std::string& region) {
+    std::ofstream text(file);
+    text << "[defaults]\ntarget = \"t\"\npath = \"a.png\"\nregion = " << region << '\n';
+    for (const char* name : {"a", "b", "c"}) text << "[[spec]]\nname = \"" << name << "\"\n";
+  };
+  declare("[1, 2, 30, 40]");
+  const Worker worker;
+  ASSERT_TRUE(Eventually([] { return Control({"status"}).code == 0; }));
+  const Program watch(ControlCommand({"apply", "--watch", file, "--timeout=0.5"}));
+  const auto says = [&](const std::string& text) {
+    return Eventually([&] { return (watch.Out() + watch.Err()).find(text) != std::string::npos; });
+  };
+  ASSERT_TRUE(says("3 added")) << watch.Out() << watch.Err();
+  ::kill(worker.Pid(), SIGSTOP);
+  declare("[1, 2, 50, 60]");
+  EXPECT_TRUE(says("the worker did not take a command in time")) << watch.Out() << watch.Err();
+  ::kill(worker.Pid(), SIGCONT);
+  EXPECT_TRUE(says("3 replaced")) << watch.Out() << watch.Err();
+}
+
+TEST_F(FaultsAround, WithoutADisplayItIsNotTheWindowThatIsMissing) {
+  const Outcome explained = Control(
+      {"explain", "--live", "--target=t", "--name=a", "--path=" + image, "--roi=0,0,30,20", "--json"});
+  EXPECT_EQ(explained.code, 1);
+  EXPECT_NE(explained.out.find("\"no-monitor\""), std::string::npos) << explained.out << explained.err;
+  const Outcome captured = Control({"capture", "--target=t", (folder.Path() / "new.png").string()});
+  EXPECT_EQ(captured.code, 2);
+  EXPECT_EQ(captured.err, "quillmarkctl: there is no monitor\n");
+}
+
+TEST_F(FaultsAround, WhatCannotBeWrittenWholeLeavesTheOldFile) {
+  const std::string page = (folder.Path() / "page.html").string();
+  std::string line = "echo old > " + page + "; trap '' XFSZ; ulimit -f 1; ";
+  for (const std::string& word : ControlCommand({"explain", "--target=t", "--name=a", "--path=" + image,
+                                                 "--roi=0,0,30,20", "--image=" + image, "--html=" + page})) {
+    line += word + ' ';
+  }
+  EXPECT_EQ(Shell("( " + line + " ) 2>&1; cat " + page + "; ls " + folder.Path().string()),
+            "quillmarkctl: " + page + " cannot be written\nold\na.png\npage.html");
+}
+
+}  // namespace
+}  // namespace quillmark::test
