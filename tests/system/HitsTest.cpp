@@ -133,17 +133,22 @@ TEST_F(Hits, OfAFrameOfAMoveAreExactOrOffByTheMove) {
   Watch(xcalc, XcalcPiece);
   ExpectExactHit(xcalc, XcalcPiece, "at first");
   cv::Point from = xcalc.ClientArea().tl();
+  int inTheFrame = 0;
   for (const auto& [x, y] : {std::pair{60, 70}, {90, 100}, {77, 93}, {100, 110}}) {
     controller.TakeHits();
     xcalc.Move(x, y);
-    const std::optional<RawHit> hit = controller.WaitForHit(L"xcalc");
-    ASSERT_TRUE(hit) << x << ',' << y;
+    // An exact one so soon after the last is held back as its repetition.
+    const std::optional<RawHit> hit = controller.WaitForHit(L"xcalc", RawController::Clock::now() + 2s);
     const cv::Point to = xcalc.ClientArea().tl();
-    const cv::Point off = cv::Point(hit->cx - hit->w / 2, hit->cy - hit->h / 2) - XcalcPiece.tl();
-    EXPECT_TRUE(off == cv::Point() || off == to - from) << off << " after a move by " << to - from;
+    if (hit) {
+      ++inTheFrame;
+      const cv::Point off = cv::Point(hit->cx - hit->w / 2, hit->cy - hit->h / 2) - XcalcPiece.tl();
+      EXPECT_TRUE(off == cv::Point() || off == to - from) << off << " after a move by " << to - from;
+    }
     ExpectExactHit(xcalc, XcalcPiece, "at rest");
     from = to;
   }
+  EXPECT_GT(inTheFrame, 0);
 }
 
 TEST_F(Hits, EndWhileCoveredMinimisedOrClosedAndComeBack) {

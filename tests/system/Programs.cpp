@@ -54,9 +54,14 @@ void WriteImage(const std::filesystem::path& file) {
 }
 
 bool Answers(const std::string& text) {
-  const Outcome outcome = Control({"ping", text, "--timeout=30"});
+  Outcome outcome;
+  // While it starts, a worker may lose a command.
+  const bool answered = Eventually([&] {
+    outcome = Control({"ping", text, "--timeout=5"});
+    return outcome.code == 0;
+  });
   EXPECT_EQ(outcome.err, "");
-  return outcome.code == 0 && outcome.out.starts_with(text + " in ");
+  return answered && outcome.out.starts_with(text + " in ");
 }
 
 }  // namespace quillmark::test
