@@ -67,6 +67,7 @@ class Applier {
 
   ExitCode Apply() {
     counts = {};
+    owes = false;
     // Taken before each is read, so that what is written meanwhile is noticed.
     const std::string ofFile = StampOf(file);
     seen = StampWith(ofFile);
