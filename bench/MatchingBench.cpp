@@ -132,7 +132,7 @@ void MeasureDecisions() {
     s.spec.vividFlat = true;
     s.spec.hsvMean[2] += 100.0;
   });
-  MeasureRefusal("ncc", DecidingStep::Ncc, [](Shown& s) {
+  MeasureRefusal("ncc", DecidingStep::GreyCorrelation, [](Shown& s) {
     s.spec.maxDiff = 1.0;
     s.spec.tmplGray = testing::Inverted(s.spec.tmplGray);
   });

@@ -10,12 +10,6 @@
 
 namespace quillmark {
 
-// The bounds with which templates and regions are compared, in OpenCV's 8-bit units (hue 0 to 179).
-inline constexpr int kRedHueLow = 10;
-inline constexpr int kRedHueHigh = 170;
-inline constexpr int kRedSatMin = 80;
-inline constexpr int kRedValMin = 50;
-
 // Makes `mask` an 8UC1 image of the size of `hsv` (8UC3): 255 where (H <= hueLow or hueHigh <= H <= 180),
 // S >= satMin and V >= valMin, else 0. Any other image type, the empty one included, raises cv::Exception
 // (StsAssert) and leaves `mask` alone.

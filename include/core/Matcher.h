@@ -14,6 +14,10 @@
 
 namespace quillmark {
 
+// Grey levels with a smaller standard deviation are flat: contrast, and with it any normalised comparison,
+// means little.
+inline constexpr double kFlatStdDev = 3.0;
+
 // Zero-mean normalised cross-correlation of two 8UC1 images, -1 to 1; 0 where one of them is uniform, -1 when
 // one is empty or their sizes differ. Raises cv::Exception (StsAssert) on any other type.
 [[nodiscard]] double NCC1x1_Gray(const cv::Mat& a8u, const cv::Mat& b8u);
@@ -44,7 +48,7 @@ void RefineOnSaturation(const cv::Mat& sat, const cv::Mat& satTpl8u, double hueW
                         double& score);
 
 // Searches by grey level: `image` is 8-bit grey, BGR or BGRA, the template 8UC1. `dist` is a distance from 0
-// to 1: the normalised squared difference, or, for a template whose standard deviation is below 3 levels, the
+// to 1: the normalised squared difference, or, for a flat template, the
 // mean squared difference over 255^2 (normalising by a nearly flat template would amplify noise).
 [[nodiscard]] bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc,
                                    double& dist, cv::Mat* map = nullptr);

@@ -1,9 +1,10 @@
-// The decision whether one region of a frame shows the template of one spec, as a value: what was decided, by
-// which step, and every quantity that was measured on the way beside the limit it was held against.
+// The decision whether one region of a frame shows the template of one spec, as a value: what decided it, and
+// every gate's figure beside the limit it was held against.
 //
-// The steps run cheapest first (placement by the spec's mode, then structure, then colour). The worker ends
-// at the first veto, and quantities of later steps stay unmeasured; who wants to explain a verdict goes on to
-// the end.
+// Two orders are kept apart. Gates are measured cheapest first: the search by the spec's mode, then
+// structure, then colour; some vetoes end the evaluation at once. Of the vetoes that were measured, the first
+// in the order of DecidingStep decides. Whoever explains a verdict has every gate measured; the worker stops
+// early.
 //
 // Threading: a pure function of its arguments, callable from any thread at the same time.
 #pragma once
@@ -11,43 +12,30 @@
 #include <cstdint>
 #include <functional>
 #include <opencv2/core.hpp>
+#include <span>
+#include <string_view>
 
 #include "core/FrameJob.h"
+#include "core/Gates.h"
 
 namespace quillmark {
 
-// What settled a verdict, in the order in which the evaluation comes to it.
+// What settled a verdict, in the order of the vetoes.
 enum class DecidingStep : std::int32_t {
-  Inputs,           // region or template lacks an image that the mode needs
-  Search,           // the region cannot hold the template
-  Difference,       // the best placement differs too much
-  MinScore,         // its similarity is below the spec's minimum
-  Placement,        // it reaches beyond the grey crop
-  FlatWhite,        // blank white template, but the placement is not blank
-  NoEdges,          // edge detection gave no image
-  Darkness,         // vivid flat template, but the placement is much darker
-  Ncc,              // grey correlation
-  EdgeCorrelation,  // of the plain and of the dilated edges
-  EdgeDensity,      // share of edge pixels
-  Chroma,           // correlation of the Cr or Cb plane
-  Colour,           // neither HSV means nor red share nor Lab a* agree
+  Inputs,      // region or template lacks an image that the mode needs
+  Search,      // the region cannot hold the template
+  Difference,  // the best placement differs too much
+  MinScore,
+  Placement,  // it reaches beyond the grey crop
+  FlatWhite,  // blank white template, but the placement is not blank
+  NoEdges,    // edge detection gave no image
+  Darkness,   // vivid flat template, but the placement is much darker
+  GreyCorrelation,
+  EdgeCorrelation,
+  EdgeDensity,
+  Chroma,
+  Colour,  // neither HSV means nor red share nor Lab a* agree
   Accepted,
-};
-
-enum class Outcome : std::int32_t {
-  NotMeasured,  // not come to, or not asked for by this spec and region: no veto
-  Passed,
-  Failed,
-  Waived,  // measured, but without a say here: no veto
-};
-
-// One measured quantity beside its limit.
-struct Check {
-  double value = 0.0;
-  double limit = 0.0;
-  Outcome outcome = Outcome::NotMeasured;
-
-  [[nodiscard]] bool Vetoes() const { return outcome == Outcome::Failed; }
 };
 
 // Where an accepted match is reported, in desktop pixels.
@@ -59,48 +47,37 @@ struct HitGeometry {
 
 enum class Thoroughness : std::int32_t {
   UpToTheFirstVeto,
-  EveryStep,  // what can be measured is; the first veto still decides
+  EveryStep,  // whatever can be measured; the first veto still decides
 };
 
-// Hears of the evaluation's work, piece by piece, which step of the decision it was for. For measuring times.
+// Called after each piece of work with its step; for timing.
 using StepComputed = std::function<void(DecidingStep)>;
 
 struct Verdict {
   DecidingStep decidedBy = DecidingStep::Inputs;
 
-  // Best placement, in crop pixels. `found` tells whether there is one; it stays (0, 0) without.
+  // Best placement, in crop pixels; (0, 0) when nothing was found.
   bool found = false;
   cv::Point loc;
   std::int32_t tw = 0, th = 0;  // size of the template
   double dist = 1.0;            // 0 is a perfect match
 
-  bool tiny = false;          // template of at most 256 pixels
-  bool lowDetail = false;     // tiny or almost without edges: edges are not compared
-  bool flatTemplate = false;  // almost uniform: neither edges nor grey values are compared
+  // All but `tiny` are unknown until the structure is compared.
+  TemplateTraits traits;
   bool colourActive = false;  // the colour tests take part
 
-  Check difference;  // dist, at most
-  Check minScore;    // 1 - dist, at least
-  Check flatWhite;   // standard deviation of the placement's grey levels, at most
-  Check chroma;      // correlation of the chroma plane, at least
-  Check ncc;         // grey correlation, at least
+  // The gates, see Gates.h. The colour tests are the last five; the HSV test needs its three.
+  GateResult difference, minScore, flatWhite, darkness, greyCorrelation, edgeCorrelation, edgeDensity, chroma,
+      hue, saturation, value, red, labA;
 
+  // What the figures were made of, of the placement.
   double e1 = 0.0, e2 = 0.0;  // correlation of the plain and of the dilated edges
-  Check edge;                 // the larger of the two, at least
-  double density = 0.0;       // share of edge pixels in the placement
-  Check edgeDensity;          // its distance from the template's, at most
+  double density = 0.0;       // share of edge pixels
+  cv::Scalar hsvMean;         // zeros without an HSV crop
+  double redRatio = 0.0;      // share of red pixels
+  double labAMean = 0.0;      // mean of the 8-bit a* plane
 
-  cv::Scalar hsvMean;  // of the placement, zeros without an HSV crop
-  Check darkness;      // levels by which the placement is darker than the template, at most
-  // Distances of those means from the template's, at most; the HSV test needs all three.
-  Check hue, saturation, value;
-  double redRatio = 0.0;  // share of red pixels in the placement
-  Check red;              // its distance from the template's, at most
-  double labAMean = 0.0;  // mean of the placement's 8-bit a* plane
-  Check labA;             // its distance from the template's, at most
-
-  // Of an accepted verdict; after EveryStep of every one whose placement could be compared, as a hit would
-  // report it.
+  // As a hit would report it. Set once the placement has been compared: when accepted, or under EveryStep.
   HitGeometry hit;
   float sq = 0.0f;                  // similarity, 1 - dist
   float edgeScore = 0.0f;           // the larger edge correlation, 0 for templates of low detail
@@ -109,10 +86,27 @@ struct Verdict {
   [[nodiscard]] bool Accepted() const { return decidedBy == DecidingStep::Accepted; }
 };
 
+// One gate of a verdict; `step` is what its veto decides. Several colour tests share a step.
+struct GateEntry {
+  std::string_view name;  // lower case, words joined by '-'
+  DecidingStep step;
+  GateResult Verdict::*result;
+};
+// Every gate, in the order of the vetoes.
+[[nodiscard]] std::span<const GateEntry> AllGates();
+
+// Any one of the three colour tests suffices, and a waived one counts as agreed: without a red hint, or with
+// a colourless template, the colour tests therefore never refuse.
+struct ColourAgreement {
+  bool hsv = false, red = false, labA = false;
+  [[nodiscard]] bool Any() const { return hsv || red || labA; }
+};
+[[nodiscard]] ColourAgreement ColourAgreementOf(const Verdict& verdict);
+
 // Compares the region with the spec's prepared template; both are only read. A mode outside the enumeration
 // counts as Gray. The target's rectangle of `spec` is the frame of the hit's cx and cy. Errors of the image
 // library (crops or template of unexpected type or size, colour tests without an HSV crop) leave it as
-// cv::Exception; a thorough evaluation may come to some behind the first veto.
+// cv::Exception; a thorough evaluation may meet some behind the first veto.
 [[nodiscard]] Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec,
                                      Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto,
                                      const StepComputed& computed = {});

@@ -7,9 +7,6 @@
 namespace quillmark {
 namespace {
 
-// Grey templates with less contrast than this, in levels, are compared without normalisation.
-constexpr double kFlatTemplateStdDev = 3.0;
-
 // Keeps the correlation of uniform images at 0 instead of 0 / 0.
 constexpr double kCorrelationGuard = 1e-12;
 
@@ -111,7 +108,7 @@ bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& 
   cv::Scalar mean, stdDev;
   cv::meanStdDev(tplGray8u, mean, stdDev);
   thread_local cv::Mat scores;
-  if (stdDev[0] < kFlatTemplateStdDev) {
+  if (stdDev[0] < kFlatStdDev) {
     double sum = 0.0;
     cv::matchTemplate(gray, tplGray8u, scores, cv::TM_SQDIFF);
     cv::minMaxLoc(scores, &sum, nullptr, &loc);

@@ -6,7 +6,7 @@
 #include <opencv2/imgproc.hpp>
 #include <string>
 
-#include "core/ColorGate.h"
+#include "core/ImageFigures.h"
 #include "core/ZeroMean.h"
 #include "specs/ImageFile.h"
 
@@ -14,7 +14,6 @@ namespace quillmark {
 namespace {
 
 constexpr int kMonitorFramesPerSecond = 30;
-constexpr double kNoDivisionByZero = 1e-9;
 
 // Leading blanks, a sign, digits; 0 without digits. Out of range it sticks at the nearest 32-bit value, also
 // where long has 64 bits.
@@ -51,10 +50,6 @@ bool ReadSuffix(TemplateSpec& spec, const std::wstring& suffix) {
   return true;
 }
 
-double ShareOfNonZero(const cv::Mat& image) {
-  return cv::countNonZero(image) / (static_cast<double>(image.total()) + kNoDivisionByZero);
-}
-
 cv::Mat ToBgr(const cv::Mat& image) {
   if (image.channels() == 3) return image;
   cv::Mat bgr;
@@ -81,12 +76,11 @@ cv::Mat FitMask(cv::Mat mask, cv::Size size) {
 }
 
 void PrepareEdges(TemplateSpec& spec) {
-  cv::Mat edges, dilated, zeroMean, dilatedZeroMean;
-  cv::Canny(spec.tmplGray, edges, 50.0, 150.0, 3, false);
-  cv::dilate(edges, dilated, MorphKernel3x3());
+  const cv::Mat edges = EdgesOf(spec.tmplGray);
+  cv::Mat zeroMean, dilatedZeroMean;
   spec.edgeDensity = ShareOfNonZero(edges);
   ToZeroMeanFloat(edges, zeroMean);
-  ToZeroMeanFloat(dilated, dilatedZeroMean);
+  ToZeroMeanFloat(DilatedEdges(edges), dilatedZeroMean);
   spec.tmplEdgeZm = zeroMean;
   spec.tmplEdgeDilZm = dilatedZeroMean;
 }
@@ -108,14 +102,11 @@ void PrepareColours(TemplateSpec& spec) {
   cv::meanStdDev(hsv, spec.hsvMean, spec.hsvStd, spec.tmplMask);  // an empty mask means all pixels
   spec.vividFlat = spec.hsvMean[1] > 100.0 && spec.hsvStd[1] < 20.0;
 
-  BuildRedMaskHSV(hsv, redMask, kRedHueLow, kRedHueHigh, kRedSatMin, kRedValMin);
+  MarkRed(hsv, redMask);
   spec.tmplRedMask = redMask;
   spec.redRatio = ShareOfNonZero(redMask);
 
-  cv::Mat lab, a;
-  cv::cvtColor(spec.tmplBgr, lab, cv::COLOR_BGR2Lab);
-  cv::extractChannel(lab, a, 1);
-  spec.labAMean = cv::mean(a)[0];
+  spec.labAMean = MeanLabA(spec.tmplBgr, cv::Rect(cv::Point(), spec.tmplBgr.size()));
 }
 
 }  // namespace

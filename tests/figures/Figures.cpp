@@ -250,7 +250,7 @@ constexpr Twist kTwists[] = {
     [](Subject& s) {
       s.spec.redHint = s.spec.colorGate = false;
       s.spec.edgeMin = 1.0;
-      s.spec.edgeMinFloor = Near(s.random, s.Look().edge.value + s.unit.clipped * 0.05);
+      s.spec.edgeMinFloor = Near(s.random, s.Look().edgeCorrelation.figure + s.unit.clipped * 0.05);
     },
     [](Subject& s) {
       s.spec.redHint = s.spec.colorGate = false;
@@ -273,7 +273,7 @@ constexpr Twist kTwists[] = {
       s.spec.edgeMin = s.spec.edgeMinFloor = -1.0;
       s.spec.edgeDensity = s.Look().density;
       s.spec.chromaChannel = s.random.Between(1, 2);
-      s.spec.chromaMin = Near(s.random, s.Look().chroma.value);
+      s.spec.chromaMin = Near(s.random, s.Look().chroma.figure);
     },
     [](Subject& s) {  // a blank screen that is not quite blank
       s.unit.gray =
@@ -439,26 +439,28 @@ std::string StepOf(const Verdict& verdict) {
 void PrintVerdict(std::ostream& out, const Verdict& v, const TemplateSpec& spec) {
   Line line(out);
   line.Add("step", StepOf(v)).Add("found", v.found).Add("x", v.loc.x).Add("y", v.loc.y).Add("dist", v.dist);
-  line.Add("tw", v.tw).Add("th", v.th).Add("tiny", v.tiny).Add("lowDetail", v.lowDetail);
-  line.Add("flatTemplate", v.flatTemplate).Add("colourActive", v.colourActive);
-  const auto gate = [&](const char* name, const Check& check) {
+  line.Add("tw", v.tw).Add("th", v.th).Add("tiny", v.traits.tiny).Add("lowDetail", v.traits.lowDetail);
+  line.Add("flatTemplate", v.traits.flat).Add("colourActive", v.colourActive);
+  const auto add = [&](const char* name, const GateResult& gate) {
     static constexpr std::array kOutcomes = {"not-measured", "passed", "failed", "waived"};
-    line.Add(name, kOutcomes.at(static_cast<std::size_t>(check.outcome)));
-    if (check.outcome != Outcome::NotMeasured) line.Add("value", check.value).Add("limit", check.limit);
+    // In the hue modes no gate behind the difference has a say, whatever its own outcome.
+    const bool waived = IsHueMode(spec.mode) && gate.Measured();
+    line.Add(name, kOutcomes.at(static_cast<std::size_t>(waived ? Outcome::Waived : gate.outcome)));
+    if (gate.Measured()) line.Add("value", gate.figure).Add("limit", gate.limit.Value());
   };
-  gate("difference", v.difference);
-  gate("minScore", v.minScore);
-  gate("flatWhite", v.flatWhite);
-  gate("chroma", v.chroma);
-  gate("ncc", v.ncc);
-  gate("edge", v.edge);
-  gate("edgeDensity", v.edgeDensity);
-  gate("darkness", v.darkness);
-  gate("hue", v.hue);
-  gate("saturation", v.saturation);
-  gate("value", v.value);
-  gate("red", v.red);
-  gate("labA", v.labA);
+  add("difference", v.difference);
+  add("minScore", v.minScore);
+  add("flatWhite", v.flatWhite);
+  add("chroma", v.chroma);
+  add("ncc", v.greyCorrelation);
+  add("edge", v.edgeCorrelation);
+  add("edgeDensity", v.edgeDensity);
+  add("darkness", v.darkness);
+  add("hue", v.hue);
+  add("saturation", v.saturation);
+  add("value", v.value);
+  add("red", v.red);
+  add("labA", v.labA);
   line.Add("e1", v.e1).Add("e2", v.e2).Add("density", v.density).Add("mean", v.hsvMean);
   line.Add("redRatio", v.redRatio).Add("labAMean", v.labAMean);
   line.Add("desktopX", v.hit.desktopX).Add("desktopY", v.hit.desktopY).Add(HitOf(v, spec, 0));

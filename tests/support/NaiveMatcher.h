@@ -1,14 +1,8 @@
-// A second opinion on matching: every search and correlation by direct loops in double precision, and the
-// whole decision as one straight run through its steps, sharing no code with the product's. Colour conversion
-// and edge detection are the image library's, on copies of the placement.
+// A reference for the searches and correlations: direct loops in double precision that share no code with the
+// product's.
 #pragma once
 
-#include <cstdint>
 #include <opencv2/core.hpp>
-#include <optional>
-
-#include "core/FrameJob.h"
-#include "specs/TemplateSpec.h"
 
 namespace quillmark::testing {
 
@@ -35,24 +29,5 @@ ScoreMap NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl);
 ScoreMap NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl);
 // Zero-mean normalised correlation of two planes of one size (8-bit or float).
 double NaiveCorrelation(const cv::Mat& a, const cv::Mat& b);
-
-// What the straight run found. Figures that it did not come to are empty.
-struct Judgement {
-  int finishedAt = 0;   // number of the step that ended it, 1 to 9; 10 for a hit
-  double margin = 1.0;  // least distance of any figure from its limit: how close the call was
-  cv::Point loc;
-  double dist = 1.0;
-  // What single precision may add to or take from dist and chroma on planes of little contrast.
-  double distError = 0.0, chromaError = 0.0;
-  std::optional<double> chroma, ncc, e1, e2, density, redRatio, labA;
-  std::optional<cv::Scalar> hsvMean;
-  int cx = 0, cy = 0, w = 0, h = 0;
-  double sq = 0.0, edge = 0.0;
-  std::uint64_t dedupWindowMs = 0;
-};
-
-// `preferred` is taken as the placement when it scores as well as the best within 1e-5: single precision
-// cannot tell such places apart.
-Judgement Judge(const ROIUnit& unit, const TemplateSpec& spec, cv::Point preferred);
 
 }  // namespace quillmark::testing

@@ -30,9 +30,9 @@ std::vector<std::size_t> Histogram(const std::vector<double>& values, double low
 }
 
 std::optional<Separation> Separate(const std::vector<double>& positives, const std::vector<double>& negatives,
-                                   explain::Figure::Bound bound) {
+                                   Bound bound) {
   if (positives.empty() || negatives.empty()) return std::nullopt;
-  const bool atMost = bound == explain::Figure::Bound::AtMost;
+  const bool atMost = bound == Bound::AtMost;
   const auto& below = atMost ? positives : negatives;
   const auto& above = atMost ? negatives : positives;
   const Separation separation{std::ranges::max(below), std::ranges::min(above)};

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "explain/Explanation.h"
+#include "core/Gate.h"
 
 namespace quillmark::advice {
 
@@ -36,8 +36,7 @@ struct Separation {
 };
 // None when the sets overlap, touch, or one is empty.
 [[nodiscard]] std::optional<Separation> Separate(const std::vector<double>& positives,
-                                                 const std::vector<double>& negatives,
-                                                 explain::Figure::Bound bound);
+                                                 const std::vector<double>& negatives, Bound bound);
 
 // A limit with few decimals, in the middle half of the separation.
 [[nodiscard]] double RoundLimit(const Separation& separation);

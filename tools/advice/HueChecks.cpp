@@ -94,7 +94,7 @@ void CheckSeam(const cv::Mat& hue, const cv::Mat& coloured, FindingList& list) {
 void CheckHue(const Subject& subject, const Probe& own, FindingList& list) {
   const TemplateSpec& spec = subject.spec;
   if (!IsHueMode(spec.mode)) return;
-  const double limit = DifferenceLimit(own.verdict, spec);
+  const double limit = AcceptedDifference(own.verdict, spec);
   if (limit > kLooseHue) {
     list.Add(FindingCode::HueLoose,
              "differences up to " + Digits(limit) + " are accepted" +

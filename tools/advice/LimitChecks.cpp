@@ -13,18 +13,16 @@ constexpr double kLoose = 0.25;
 // The rounding of the search comes close to this.
 constexpr double kTight = 0.001;
 
-constexpr float kUsualEdgeMin = 0.75f;
-
 void CheckScore(const TemplateSpec& spec, const Verdict& v, FindingList& list) {
-  if (spec.minScore <= 0.0 || 1.0 - spec.minScore < v.difference.limit) return;
+  if (spec.minScore <= 0.0 || 1.0 - spec.minScore < v.difference.limit.Value()) return;
   list.Add(FindingCode::ScoreWithoutEffect,
            "a score of " + Digits(spec.minScore) + " admits a difference of " + Digits(1.0 - spec.minScore) +
-               ", but at most " + Digits(v.difference.limit) + " is accepted",
-           {{"score", spec.minScore}, {"difference", v.difference.limit}});
+               ", but at most " + Digits(v.difference.limit.Value()) + " is accepted",
+           {{"score", spec.minScore}, {"difference", v.difference.limit.Value()}});
 }
 
 void CheckDifference(const TemplateSpec& spec, const Verdict& v, FindingList& list) {
-  const double limit = DifferenceLimit(v, spec);
+  const double limit = AcceptedDifference(v, spec);
   const std::string text = "differences up to " + Digits(limit) + " are accepted";
   if (limit > kLoose && !IsHueMode(spec.mode))
     list.Add(FindingCode::DifferenceLoose, text, {{"difference", limit}});
@@ -32,10 +30,9 @@ void CheckDifference(const TemplateSpec& spec, const Verdict& v, FindingList& li
 }
 
 void CheckEdgeMin(float given, const TemplateSpec& spec, const Verdict& v, FindingList& list) {
-  if (given == kUsualEdgeMin) return;
+  if (given == static_cast<float>(TemplateSpec().edgeMin)) return;
   const std::vector<Fact> facts{{"edgeMin", static_cast<double>(given)}};
-  const bool compared = v.edge.outcome == Outcome::Passed || v.edge.outcome == Outcome::Failed;
-  if (!compared) {
+  if (!v.edgeCorrelation.HasSay()) {
     list.Add(FindingCode::EdgeMinWithoutEffect, "edges have no say in this spec", facts);
   } else if (spec.edgeMin < spec.edgeMinFloor) {
     list.Add(FindingCode::EdgeMinWithoutEffect,
@@ -54,8 +51,8 @@ void CheckLimits(const Subject& subject, const Probe& own, FindingList& list) {
   if (spec.colorGate && !spec.redHint && !IsHueMode(spec.mode)) {
     list.Add(
         FindingCode::StructureWaived,
-        "differences up to " + Digits(DifferenceLimit(v, spec)) + " are accepted, and nothing else counts",
-        {{"difference", DifferenceLimit(v, spec)}});
+        "differences up to " + Digits(AcceptedDifference(v, spec)) + " are accepted, and nothing else counts",
+        {{"difference", AcceptedDifference(v, spec)}});
   }
 }
 

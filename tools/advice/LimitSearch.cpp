@@ -7,6 +7,7 @@
 
 #include "advice/Probe.h"
 #include "explain/Numbers.h"
+#include "explain/Steps.h"
 
 namespace quillmark::advice {
 namespace {
@@ -15,9 +16,6 @@ using explain::Digits;
 using explain::Reason;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-// Templates of at most 256 pixels accept no more, but in the hue modes.
-constexpr double kTinyDifference = 0.06;
 
 // What matters of one sample.
 struct Case {
@@ -29,14 +27,15 @@ struct Case {
 };
 
 double EdgeKey(const Verdict& v, const TemplateSpec& spec) {
-  const bool hasSay = v.edge.outcome == Outcome::Passed || v.edge.outcome == Outcome::Failed;
-  if (!hasSay) return kInfinity;
-  if (v.edge.value < spec.edgeMinFloor) return -kInfinity;
-  return v.edge.value + (v.dist <= spec.edgeRelaxDiff ? spec.edgeRelaxStep : 0.0);
-}
-
-bool CanBeSet(Reason reason) {
-  return reason == Reason::Difference || reason == Reason::MinScore || reason == Reason::EdgeCorrelation;
+  if (!v.edgeCorrelation.HasSay()) return kInfinity;
+  TemplateSpec other = spec;
+  const auto limitWith = [&](double edgeMin) {
+    other.edgeMin = edgeMin;
+    return EdgeCorrelationLimit(v.dist, {other, false, v.traits}).Value();
+  };
+  if (v.edgeCorrelation.figure < limitWith(-kInfinity)) return -kInfinity;
+  constexpr double farAboveTheFloor = 1.0;
+  return v.edgeCorrelation.figure + (farAboveTheFloor - limitWith(farAboveTheFloor));
 }
 
 Case CaseOf(const Sample& sample, const TemplateSpec& spec) {
@@ -45,7 +44,7 @@ Case CaseOf(const Sample& sample, const TemplateSpec& spec) {
   if (sample.steps.empty()) result.fixed = sample.reason;
   for (const explain::Step& step : sample.steps) {
     const bool veto = step.outcome == explain::StepOutcome::Vetoed && step.reason;
-    if (veto && !CanBeSet(*step.reason) && !result.fixed) result.fixed = step.reason;
+    if (veto && !CanBeSet(explain::CodeOf(*step.reason)) && !result.fixed) result.fixed = step.reason;
   }
   return result;
 }
@@ -60,8 +59,10 @@ class Search {
     for (const Sample& sample : samples) cases.push_back(CaseOf(sample, spec));
     for (const Sample& sample : samples) {
       if (!sample.verdict.found) continue;
-      tiny = sample.verdict.tiny;
-      inForce = DifferenceLimit(sample.verdict, spec);
+      TemplateSpec unlimited = spec;
+      unlimited.maxDiff = kInfinity;
+      ceiling = DifferenceLimit({unlimited, false, sample.verdict.traits}).Value();
+      inForce = AcceptedDifference(sample.verdict, spec);
     }
     for (const Case& one : cases) {
       if (!one.positive) continue;
@@ -81,8 +82,6 @@ class Search {
   }
 
  private:
-  [[nodiscard]] double Ceiling() const { return tiny && !IsHueMode(spec.mode) ? kTinyDifference : kInfinity; }
-
   // What no setting changes about the positives.
   [[nodiscard]] std::string FixedObstacle() const {
     const auto blocked =
@@ -97,9 +96,9 @@ class Search {
       return "a positive's edge correlation lies below " + Digits(spec.edgeMinFloor) +
              ", the lowest limit that can be set";
     }
-    if (farthest > Ceiling()) {
-      return "the positives reach a difference of " + Digits(farthest) + ", and a template of at most 256 " +
-             "pixels accepts 0.06 at most";
+    if (farthest > ceiling) {
+      return "the positives reach a difference of " + Digits(farthest) + ", and " +
+             explain::TextOf(Rule::Tiny) + " accepts at most " + Digits(ceiling);
     }
     return {};
   }
@@ -123,7 +122,7 @@ class Search {
     const bool bounded = nearest != kInfinity;
     // Where nothing bounds the limit it stays as it is, or leaves the positives some room.
     if (!bounded) nearest = std::max(2.0 * inForce - farthest, 1.5 * farthest + 0.01);
-    return {{farthest, std::min(nearest, Ceiling())}, bounded, inForce, edgeMin};
+    return {{farthest, std::min(nearest, ceiling)}, bounded, inForce, edgeMin};
   }
 
   [[nodiscard]] LimitSearch WithOtherEdgeMin() const {
@@ -153,12 +152,16 @@ class Search {
 
   const TemplateSpec& spec;
   std::vector<Case> cases;
-  bool tiny = false;
+  double ceiling = kInfinity;                   // no setting accepts a larger difference
   double inForce = 0.0;                         // the largest difference
   double farthest = 0.0, leastKey = kInfinity;  // of the positives
 };
 
 }  // namespace
+
+bool CanBeSet(std::string_view gate) {
+  return gate == "difference" || gate == "min-score" || gate == "edge-correlation";
+}
 
 LimitSearch FindLimits(const Samples& samples, const TemplateSpec& spec) {
   return Search(samples, spec).Run();

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "advice/Distribution.h"
 #include "advice/Samples.h"
@@ -27,5 +28,8 @@ struct LimitSearch {
 };
 // `samples` are of `spec`, some of them positive and some not.
 [[nodiscard]] LimitSearch FindLimits(const Samples& samples, const TemplateSpec& spec);
+
+// Whether a spec can set the gate's limit.
+[[nodiscard]] bool CanBeSet(std::string_view gate);
 
 }  // namespace quillmark::advice

@@ -73,7 +73,7 @@ void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex,
   if (!probe.verdict.Accepted()) return;
   list.AddPair(FindingCode::MatchesOther, otherIndex,
                "with a difference of " + explain::Digits(probe.verdict.dist) + " at most " +
-                   explain::Digits(DifferenceLimit(probe.verdict, one.spec)),
+                   explain::Digits(AcceptedDifference(probe.verdict, one.spec)),
                {{"difference", probe.verdict.dist}});
 }
 

@@ -26,11 +26,7 @@ Probe ProbeOn(const cv::Mat& bgr, const TemplateSpec& spec) {
 Probe ProbeOn(ROIUnit unit, const TemplateSpec& spec) {
   Probe probe;
   probe.unit = std::move(unit);
-  try {
-    probe.verdict = EvaluateRegion(probe.unit, spec, Thoroughness::EveryStep);
-  } catch (const cv::Exception&) {
-    probe.verdict = EvaluateRegion(probe.unit, spec);
-  }
+  probe.verdict = explain::ThoroughVerdict(probe.unit, spec);
   return probe;
 }
 
@@ -41,16 +37,16 @@ std::string RefusalText(const Probe& probe, const TemplateSpec& spec) {
     if (step.reason != reason) continue;
     std::string text = step.title;
     text.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(text.front())));
-    if (!step.figure) return text;
-    const auto [value, limit] = explain::DigitsOf(step.figure->value, step.figure->limit);
-    const bool atMost = step.figure->bound == explain::Figure::Bound::AtMost;
+    if (!step.gate) return text;
+    const auto [value, limit] = explain::DigitsOf(step.gate->figure, step.gate->limit.Value());
+    const bool atMost = step.gate->bound == Bound::AtMost;
     return text + " " + value + (atMost ? ", at most " : ", at least ") + limit;
   }
   return std::string(explain::CodeOf(*reason));
 }
 
-double DifferenceLimit(const Verdict& verdict, const TemplateSpec& spec) {
-  const double byDifference = verdict.difference.limit;
+double AcceptedDifference(const Verdict& verdict, const TemplateSpec& spec) {
+  const double byDifference = verdict.difference.limit.Value();
   return spec.minScore > 0.0 ? std::min(byDifference, 1.0 - spec.minScore) : byDifference;
 }
 

@@ -25,7 +25,7 @@ struct Probe {
 // What refused it, in figures: "difference 0.21, at most 0.1". Empty for an accepted verdict.
 [[nodiscard]] std::string RefusalText(const Probe& probe, const TemplateSpec& spec);
 
-// The difference up to which the worker goes on, by the largest difference and the least score together.
-[[nodiscard]] double DifferenceLimit(const Verdict& verdict, const TemplateSpec& spec);
+// The largest difference that the worker accepts, by its limit and the minimum score together.
+[[nodiscard]] double AcceptedDifference(const Verdict& verdict, const TemplateSpec& spec);
 
 }  // namespace quillmark::advice

@@ -72,7 +72,7 @@ void CheckSecond(const ROIUnit& unit, const TemplateSpec& spec, const Verdict& b
   const std::optional<SearchMap> map = MapRegion(unit, spec);
   if (!map || !map->second) return;
   const Placement& second = *map->second;
-  if (second.dist > DifferenceLimit(best, spec)) return;
+  if (second.dist > AcceptedDifference(best, spec)) return;
   const Probe probe = ProbeOn(PartOf(unit, cv::Rect(second.loc, spec.tmplGray.size())), spec);
   const cv::Point first = best.loc;
   std::string text = "difference " + Digits(second.dist) + " at " + PointText(second.loc) +

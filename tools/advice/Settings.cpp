@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "advice/NameOptions.h"
+#include "core/Gates.h"
 #include "explain/Numbers.h"
 #include "explain/Words.h"
 #include "specs/SpecOptions.h"
@@ -19,8 +20,13 @@ using explain::Digits;
 
 // Differences and scores change places in the threshold here.
 constexpr double kHalf = 0.5;
-// The hue modes accept this difference at least, unless a least score is set.
-constexpr double kHueDifference = 0.35;
+// Smaller differences have to be asked for by a minimum score.
+double SmallestDifferenceLimit(const TemplateSpec& spec) {
+  TemplateSpec strictest = spec;
+  strictest.maxDiff = 0.0;
+  return DifferenceLimit({strictest, false, {}}).Value();
+}
+
 bool IsDifferenceWord(const std::wstring& word) {
   return Lowered(word).starts_with(L"sq=");
 }
@@ -60,7 +66,7 @@ void SetDifference(explain::SpecRequest& request, double difference) {
   if (!options.suffix) std::erase_if(options.words, IsDifferenceWord);
   const bool preset = !options.suffix && std::ranges::any_of(options.words, IsPreset);
   request.name = Joined(options.base, options.words);
-  if (IsHueMode(SpecOf(request).mode) && difference < kHueDifference) {
+  if (difference < SmallestDifferenceLimit(SpecOf(request))) {
     request.threshold = static_cast<float>(1.0 - difference);
   } else if (preset || difference > kHalf) {
     request.name += L":sq=" + FromUtf8(Digits(difference, 6));

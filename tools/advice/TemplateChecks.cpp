@@ -4,6 +4,8 @@
 #include <string>
 
 #include "advice/Checks.h"
+#include "core/ImageFigures.h"
+#include "core/Matcher.h"
 #include "explain/Numbers.h"
 
 namespace quillmark::advice {
@@ -14,46 +16,33 @@ using explain::Digits;
 // Below this share a template is hardly red.
 constexpr double kHardlyRed = 0.02;
 
-// Below this spread the grey search compares levels as they are, without regard to contrast.
-constexpr double kPlainSpread = 3.0;
-
-struct Levels {
-  double mean, stdDev;
-};
-
-Levels LevelsOf(const cv::Mat& gray) {
-  cv::Scalar mean, stdDev;
-  cv::meanStdDev(gray, mean, stdDev);
-  return {mean[0], stdDev[0]};
-}
-
 // How far off a plain place's level may be for a template whose mean squared difference is compared.
-std::string ReachText(const TemplateSpec& spec, const Verdict& v, const Levels& levels) {
-  if (spec.mode != MatchMode::Gray || levels.stdDev >= kPlainSpread) return {};
-  const double reach = 255.0 * std::sqrt(std::max(DifferenceLimit(v, spec), 0.0));
+std::string ReachText(const TemplateSpec& spec, const Verdict& v, const MeanAndStdDev& levels) {
+  if (spec.mode != MatchMode::Gray || levels.stdDev >= kFlatStdDev) return {};
+  const double reach = 255.0 * std::sqrt(std::max(AcceptedDifference(v, spec), 0.0));
   return "; plain places up to " + Digits(reach, 2) + " levels away are hits";
 }
 
 // Templates that are too plain for their structure to be compared; the hue modes compare none anyway.
 void CheckDetail(const TemplateSpec& spec, const Verdict& v, FindingList& list) {
-  const Levels levels = LevelsOf(spec.tmplGray);
+  const MeanAndStdDev levels = LevelsOf(spec.tmplGray);
   const std::vector<Fact> facts{
       {"mean", levels.mean}, {"spread", levels.stdDev}, {"edges", spec.edgeDensity}};
-  if (v.flatWhite.outcome != Outcome::NotMeasured) {
+  if (v.flatWhite.Measured()) {
     list.Add(FindingCode::BlankWhite,
              "mean grey level " + Digits(levels.mean, 4) + ", spread " + Digits(levels.stdDev), facts);
-  } else if (v.flatTemplate) {
+  } else if (v.traits.flat) {
     list.Add(FindingCode::Flat,
              "grey levels spread by " + Digits(levels.stdDev) + ", " + Digits(100.0 * spec.edgeDensity) +
                  " % of the pixels are edges" + ReachText(spec, v, levels),
              facts);
-  } else if (v.lowDetail && !v.tiny) {
+  } else if (v.traits.lowDetail && !v.traits.tiny) {
     list.Add(FindingCode::LowDetail, Digits(100.0 * spec.edgeDensity) + " % of the pixels are edges", facts);
   }
 }
 
 void CheckPlain(const TemplateSpec& spec, const Verdict& own, FindingList& list) {
-  if (own.flatTemplate || !own.Accepted()) return;
+  if (own.traits.flat || !own.Accepted()) return;
   cv::Mat plain(spec.tmplBgr.size(), CV_8UC3, cv::mean(spec.tmplBgr));
   const Probe probe = ProbeOn(plain, spec);
   if (!probe.verdict.Accepted()) return;
@@ -76,7 +65,7 @@ void CheckTemplate(const Subject& subject, const Probe& own, FindingList& list) 
     const std::string refusal = RefusalText(own, spec);
     list.Add(FindingCode::NeverOnItself, "refused by " + refusal, {{"refusal", refusal}});
   }
-  if (v.tiny) {
+  if (v.traits.tiny) {
     list.Add(FindingCode::Tiny, std::to_string(v.tw) + " x " + std::to_string(v.th) + " pixels",
              {{"width", static_cast<double>(v.tw)}, {"height", static_cast<double>(v.th)}});
   }

@@ -9,17 +9,10 @@
 namespace quillmark::advice {
 namespace {
 
-using explain::Figure;
 using explain::StepOutcome;
 
 constexpr std::size_t kNameUnits = 32;
 constexpr char kOnlySeemed[] = "the limits that seemed to do decide a picture wrong";
-
-bool CanBeSet(const std::string& id) {
-  using explain::CodeOf, explain::Reason;
-  return id == CodeOf(Reason::Difference) || id == CodeOf(Reason::MinScore) ||
-         id == CodeOf(Reason::EdgeCorrelation);
-}
 
 FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& reports) {
   const auto known = std::ranges::find(reports, step.id, &FigureReport::id);
@@ -28,21 +21,21 @@ FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& rep
   report.id = step.id;
   report.title = step.title;
   report.measures = step.measures;
-  report.bound = step.figure->bound;
+  report.bound = step.gate->bound;
   report.canBeSet = CanBeSet(step.id);
-  report.lowLimit = report.highLimit = step.figure->limit;
+  report.lowLimit = report.highLimit = step.gate->limit.Value();
   reports.push_back(std::move(report));
   return reports.back();
 }
 
 void AddFigure(const explain::Step& step, bool positive, std::vector<FigureReport>& reports) {
   FigureReport& report = ReportOf(step, reports);
-  const Figure& figure = *step.figure;
+  const GateResult& gate = *step.gate;
   report.hasSay |= step.outcome != StepOutcome::Waived;
-  report.lowLimit = std::min(report.lowLimit, figure.limit);
-  report.highLimit = std::max(report.highLimit, figure.limit);
-  (positive ? report.positives : report.negatives).push_back(figure.value);
-  const double margin = positive ? figure.Margin() : -figure.Margin();
+  report.lowLimit = std::min(report.lowLimit, gate.limit.Value());
+  report.highLimit = std::max(report.highLimit, gate.limit.Value());
+  (positive ? report.positives : report.negatives).push_back(gate.figure);
+  const double margin = positive ? gate.Margin() : -gate.Margin();
   std::optional<double>& least = positive ? report.positiveMargin : report.negativeMargin;
   least = least ? std::min(*least, margin) : margin;
 }
@@ -51,7 +44,7 @@ std::vector<FigureReport> FiguresOf(const Samples& samples) {
   std::vector<FigureReport> reports;
   for (const Sample& sample : samples) {
     for (const explain::Step& step : sample.steps) {
-      if (step.figure) AddFigure(step, sample.positive, reports);
+      if (step.gate) AddFigure(step, sample.positive, reports);
     }
   }
   for (FigureReport& report : reports) {

@@ -20,7 +20,7 @@ namespace quillmark::advice {
 // One figure over all pictures that came to it.
 struct FigureReport {
   std::string id, title, measures;  // of the step
-  explain::Figure::Bound bound = explain::Figure::Bound::AtMost;
+  Bound bound = Bound::AtMost;
   bool canBeSet = false;                   // whether a controller can move its limit
   bool hasSay = false;                     // whether it can refuse here
   double lowLimit = 0.0, highLimit = 0.0;  // in force; they differ where the limit depends on the picture

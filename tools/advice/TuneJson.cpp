@@ -24,7 +24,7 @@ Json JsonOf(const std::optional<Separation>& separation) {
 }
 
 Json JsonOf(const FigureReport& figure) {
-  const bool atMost = figure.bound == explain::Figure::Bound::AtMost;
+  const bool atMost = figure.bound == Bound::AtMost;
   return {{"id", figure.id},
           {"title", figure.title},
           {"bound", atMost ? "at-most" : "at-least"},

@@ -91,7 +91,7 @@ class Report {
 
   void AddFigure(const FigureReport& figure) {
     Line();
-    const bool atMost = figure.bound == explain::Figure::Bound::AtMost;
+    const bool atMost = figure.bound == Bound::AtMost;
     std::string head = figure.title + ", " + (atMost ? "at most " : "at least ") + Digits(figure.lowLimit);
     if (figure.highLimit != figure.lowLimit) head += " to " + Digits(figure.highLimit);
     head += !figure.hasSay ? "; has no say here" : figure.canBeSet ? "; can be set" : "; fixed";

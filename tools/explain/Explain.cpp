@@ -182,17 +182,8 @@ void AddDelivery(Explanation& e) {
 void AddSecond(Step& search, const Sight& sight) {
   if (!sight.map || !sight.map->second) return;
   const double second = sight.map->second->dist;
-  if (second > sight.verdict.difference.limit) return;
+  if (second > sight.verdict.difference.limit.Value()) return;
   search.remark += "; the next one elsewhere passes the difference too, at " + Digits(second);
-}
-
-// The evaluation of every step; should one behind the first veto fail, that of the steps up to it.
-Verdict Evaluate(const ROIUnit& unit, const TemplateSpec& spec) {
-  try {
-    return EvaluateRegion(unit, spec, Thoroughness::EveryStep);
-  } catch (const cv::Exception&) {
-    return EvaluateRegion(unit, spec);
-  }
 }
 
 }  // namespace
@@ -237,7 +228,7 @@ void ExplainOn(Explanation& e, const Picture& picture, const Progress& progress)
     ConvertFrame(picture.bgra, NeedsHsv(spec), images);
     sight.unit = CutRegion(spec, place, images, picture.origin);
     tell(1);
-    sight.verdict = Evaluate(sight.unit, spec);
+    sight.verdict = ThoroughVerdict(sight.unit, spec);
     tell(2);
     if (sight.verdict.found) sight.map = MapRegion(sight.unit, spec);
     tell(kLongSteps);

@@ -23,25 +23,7 @@ enum class StepOutcome : std::int32_t {
   Vetoed,
   Missed,       // beyond its limit, but no veto: another test of the same kind agrees
   Waived,       // measured, but without a say for this spec or region
-  NotMeasured,  // not asked for here, or not to be had from one picture
-};
-
-// How one rule moved a limit; the last rule's limit is the one that was used.
-struct LimitRule {
-  std::string rule;
-  double limit = 0.0;
-};
-
-struct Figure {
-  enum class Bound : std::int32_t { AtMost, AtLeast };
-
-  double value = 0.0;
-  double limit = 0.0;
-  Bound bound = Bound::AtMost;
-  std::vector<LimitRule> rules;
-
-  // How far inside its limit the figure lies; below 0 it is outside.
-  [[nodiscard]] double Margin() const { return bound == Bound::AtMost ? limit - value : value - limit; }
+  NotMeasured,  // not asked for here, or cannot be told from one picture
 };
 
 struct Step {
@@ -49,9 +31,9 @@ struct Step {
   std::string title;     // for people
   std::string measures;  // what the figure is
   StepOutcome outcome = StepOutcome::NotMeasured;
-  std::optional<Reason> reason;  // of a veto
-  std::optional<Figure> figure;
-  std::string remark;  // why there is no figure or no say, or what else was seen
+  std::optional<Reason> reason;    // of a veto
+  std::optional<GateResult> gate;  // measured
+  std::string remark;              // why there is no figure or no say, or what else was seen
 };
 
 // A change with which the same picture would be a hit; each was tried on it.

@@ -109,21 +109,21 @@ std::string Key(const std::string& kind, const std::string& text) {
 }
 
 // Where a figure lies beside its limit: the good side is shaded.
-std::string Bar(const Figure& figure, bool good) {
-  const bool atMost = figure.bound == Figure::Bound::AtMost;
-  const double low = atMost ? 0.0 : std::min(0.0, figure.value);
-  const double high = atMost ? std::max({2.0 * figure.limit, 1.15 * figure.value, 1e-9}) : 1.0;
+std::string Bar(const GateResult& gate) {
+  const bool atMost = gate.bound == Bound::AtMost, good = gate.Margin() >= 0.0;
+  const double low = atMost ? 0.0 : std::min(0.0, gate.figure);
+  const double high = atMost ? std::max({2.0 * gate.limit.Value(), 1.15 * gate.figure, 1e-9}) : 1.0;
   const auto at = [&](double value) {
     return 4.0 + 102.0 * std::clamp((value - low) / (high - low), 0.0, 1.0);
   };
-  const double limit = at(figure.limit);
+  const double limit = at(gate.limit.Value());
   std::ostringstream bar;
   bar.precision(4);
   bar << "<svg class=\"bar\" viewBox=\"0 0 110 14\" aria-hidden=\"true\">"
       << "<rect x=\"4\" y=\"5\" width=\"102\" height=\"4\" rx=\"2\" fill=\"#e6e8eb\"/><rect x=\""
       << (atMost ? 4.0 : limit) << "\" y=\"5\" width=\"" << (atMost ? limit - 4.0 : 106.0 - limit)
       << "\" height=\"4\" rx=\"2\" fill=\"#bfe3cf\"/><line x1=\"" << limit << "\" x2=\"" << limit
-      << "\" y1=\"1\" y2=\"13\" stroke=\"#5b636d\"/><circle cx=\"" << at(figure.value)
+      << "\" y1=\"1\" y2=\"13\" stroke=\"#5b636d\"/><circle cx=\"" << at(gate.figure)
       << "\" cy=\"7\" r=\"4\" fill=\"" << (good ? "#1a7f4b" : "#b8322a") << "\"/></svg>";
   return bar.str();
 }
@@ -224,7 +224,7 @@ class Article {
          << "</span></div><figcaption>Difference at every place"
          << (e.spec.mode == MatchMode::HS ? ", of the hue alone" : "")
          << ", drawn where the template's centre would lie; at most "
-         << Digits(sight.verdict.difference.limit) << " passes</figcaption></figure></div>\n";
+         << Digits(sight.verdict.difference.limit.Value()) << " passes</figcaption></figure></div>\n";
   }
 
   void AddTiles() {
@@ -263,13 +263,12 @@ class Article {
     const std::string word = WordOf(step.outcome);
     page << "<tr class=\"" << RowKind(step.outcome) << "\"><td class=\"step\"><b>" << Set(step.title)
          << "</b><small>" << Set(step.measures) << "</small></td>";
-    if (step.figure) {
-      const Figure& figure = *step.figure;
-      const TwoNumbers shown = DigitsOf(figure.value, figure.limit);
+    if (step.gate) {
+      const TwoNumbers shown = DigitsOf(step.gate->figure, step.gate->limit.Value());
       page << "<td class=\"num figure\">" << shown.first << "</td><td class=\"num\">"
-           << (figure.bound == Figure::Bound::AtMost ? "\u2264 " : "\u2265 ") << shown.second << "</td><td>"
-           << Bar(figure, figure.Margin() >= 0.0) << "</td><td class=\"num\">"
-           << Replaced(Digits(figure.Margin()), "-", "\u2212") << "</td>";
+           << (step.gate->bound == Bound::AtMost ? "\u2264 " : "\u2265 ") << shown.second << "</td><td>"
+           << Bar(*step.gate) << "</td><td class=\"num\">"
+           << Replaced(Digits(step.gate->Margin()), "-", "\u2212") << "</td>";
     } else {
       page << "<td></td><td></td><td></td><td></td>";
     }

@@ -1,5 +1,6 @@
 #include "explain/JsonReport.h"
 
+#include "explain/Steps.h"
 #include "explain/TextReport.h"
 #include "explain/Words.h"
 
@@ -42,15 +43,16 @@ Json JsonOf(const Step& step) {
             {"title", step.title},
             {"measures", step.measures},
             {"outcome", Joined(WordOf(step.outcome))}};
-  if (step.figure) {
-    const Figure& figure = *step.figure;
-    json["figure"] = figure.value;
-    json["bound"] = figure.bound == Figure::Bound::AtMost ? "max" : "min";
-    json["limit"] = figure.limit;
-    json["margin"] = figure.Margin();
+  if (step.gate) {
+    const GateResult& gate = *step.gate;
+    json["figure"] = gate.figure;
+    json["bound"] = gate.bound == Bound::AtMost ? "max" : "min";
+    json["limit"] = gate.limit.Value();
+    json["margin"] = gate.Margin();
     json["rules"] = Json::array();
-    for (const LimitRule& rule : figure.rules)
-      json["rules"].push_back({{"rule", rule.rule}, {"limit", rule.limit}});
+    for (const LimitRule& rule : gate.limit.Rules()) {
+      json["rules"].push_back({{"rule", TextOf(rule.rule)}, {"limit", rule.limit}});
+    }
   }
   if (!step.remark.empty()) json["remark"] = step.remark;
   return json;

@@ -133,7 +133,7 @@ std::vector<TileRow> SideBySide(const TemplateSpec& spec, const Sight& sight) {
     seen.tiles.push_back({"Next place", unit.bgr(cv::Rect(sight.map->second->loc, spec.tmplGray.size()))});
   }
   std::vector<TileRow> rows{std::move(seen), Compared(spec, unit, place)};
-  if (sight.verdict.edge.outcome != Outcome::NotMeasured) rows.push_back(Edges(spec, unit, place));
+  if (sight.verdict.edgeCorrelation.Measured()) rows.push_back(Edges(spec, unit, place));
   return rows;
 }
 

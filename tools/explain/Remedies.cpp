@@ -72,8 +72,8 @@ class Trials {
       spec.minScore = score > 0.5 ? OnTheWire(score) : 0.0;
       add(score > 0.5 ? "--threshold " + Digits(score, 2) : "no --threshold above 0.5");
     }
-    if (v.edge.Vetoes()) {
-      const double least = RoundedDown(v.edge.value);
+    if (v.edgeCorrelation.Vetoes()) {
+      const double least = RoundedDown(v.edgeCorrelation.figure);
       spec.edgeMin = OnTheWire(least);
       add("--edge-min " + Digits(least, 2));
     }

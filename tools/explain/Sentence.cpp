@@ -20,11 +20,11 @@ std::string Against(const Step& step, const Explanation& e) {
     // The two densities say more than their distance.
     const Verdict& v = e.sight->verdict;
     const TwoNumbers shown = DigitsOf(v.density, e.spec.edgeDensity);
-    return shown.first + " against " + shown.second + " +- " + Digits(step.figure->limit);
+    return shown.first + " against " + shown.second + " +- " + Digits(step.gate->limit.Value());
   }
-  if (!step.figure) return step.remark;
-  const TwoNumbers shown = DigitsOf(step.figure->value, step.figure->limit);
-  const bool atMost = step.figure->bound == Figure::Bound::AtMost;
+  if (!step.gate) return step.remark;
+  const TwoNumbers shown = DigitsOf(step.gate->figure, step.gate->limit.Value());
+  const bool atMost = step.gate->bound == Bound::AtMost;
   return shown.first + (atMost ? ", at most " : ", at least ") + shown.second;
 }
 

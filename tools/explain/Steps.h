@@ -1,9 +1,11 @@
-// The evaluation of a region as the list of its steps, made of the verdict alone: nothing is computed a
+// The evaluation of a region as the list of its steps, taken from the verdict alone: nothing is computed a
 // second time.
 //
 // Threading: pure functions.
 #pragma once
 
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "core/RegionEvaluation.h"
@@ -11,11 +13,18 @@
 
 namespace quillmark::explain {
 
-// `verdict` is of every step.
+// The verdict of every step or, should one behind the first veto raise an error, of the steps up to that
+// veto. Raises cv::Exception as EvaluateRegion does.
+[[nodiscard]] Verdict ThoroughVerdict(const ROIUnit& unit, const TemplateSpec& spec);
+
+// In the order of the vetoes; `verdict` is of every step.
 [[nodiscard]] std::vector<Step> ComparisonSteps(const TemplateSpec& spec, const ROIUnit& unit,
                                                 const Verdict& verdict);
 
 // None for an accepted verdict.
 [[nodiscard]] std::optional<Reason> ReasonOf(DecidingStep step);
+
+// What moved a limit, without its figure.
+[[nodiscard]] std::string TextOf(Rule rule);
 
 }  // namespace quillmark::explain

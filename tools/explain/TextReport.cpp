@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "explain/Numbers.h"
+#include "explain/Steps.h"
 #include "explain/Words.h"
 #include "explain/Wrapping.h"
 
@@ -101,12 +102,11 @@ class Report {
 
   static Row RowOf(const Step& step) {
     Row row{step.title, "", "", "", WordOf(step.outcome), RemarkOf(step)};
-    if (!step.figure) return row;
-    const Figure& figure = *step.figure;
-    const TwoNumbers shown = DigitsOf(figure.value, figure.limit);
+    if (!step.gate) return row;
+    const TwoNumbers shown = DigitsOf(step.gate->figure, step.gate->limit.Value());
     row[1] = shown.first;
-    row[2] = (figure.bound == Figure::Bound::AtMost ? "<= " : ">= ") + shown.second;
-    row[3] = Digits(figure.Margin());
+    row[2] = (step.gate->bound == Bound::AtMost ? "<= " : ">= ") + shown.second;
+    row[3] = Digits(step.gate->Margin());
     return row;
   }
 
@@ -177,13 +177,10 @@ cv::Point InClientArea(const Explanation& explanation, const cv::Point& placemen
 
 std::string RemarkOf(const Step& step) {
   std::string text = step.remark;
-  if (!step.figure || step.figure->rules.size() < 2) return text;
-  for (std::size_t i = 0; i < step.figure->rules.size(); ++i) {
-    const LimitRule& rule = step.figure->rules[i];
-    text += (i > 0          ? ", then "
-             : text.empty() ? "limit: "
-                            : "; limit: ") +
-            rule.rule + " (" + Digits(rule.limit) + ")";
+  if (!step.gate || step.gate->limit.Rules().size() < 2) return text;
+  const char* separator = text.empty() ? "limit: " : "; limit: ";
+  for (const LimitRule& rule : step.gate->limit.Rules()) {
+    text += std::exchange(separator, ", then ") + TextOf(rule.rule) + " (" + Digits(rule.limit) + ")";
   }
   return text;
 }

@@ -75,7 +75,7 @@ const char* NameOf(DecidingStep step) {
       return "flat-white";
     case DecidingStep::Chroma:
       return "chroma";
-    case DecidingStep::Ncc:
+    case DecidingStep::GreyCorrelation:
       return "grey-correlation";
     case DecidingStep::EdgeCorrelation:
       return "edges";

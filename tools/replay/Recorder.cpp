@@ -237,7 +237,7 @@ class Recorder : public Observer {
 }  // namespace
 
 bool IsNearMiss(const Verdict& verdict) {
-  return !verdict.Accepted() && verdict.found && verdict.dist <= 1.5 * verdict.difference.limit;
+  return !verdict.Accepted() && verdict.found && verdict.dist <= 1.5 * verdict.difference.limit.Value();
 }
 
 RecorderResult Record(const RecorderOptions& options, const std::function<bool(std::int64_t tMs)>& goOn) {

@@ -243,7 +243,7 @@ TEST(Distribution, QuartilesBinsAndLimits) {
   EXPECT_EQ(Histogram({0.0, 0.1, 0.5, 1.0, 1.0}, 0.0, 1.0, 4), (std::vector<std::size_t>{2, 0, 1, 2}));
   EXPECT_EQ(Histogram({7.0, 7.0}, 7.0, 7.0, 2), (std::vector<std::size_t>{2, 0}));
 
-  using enum explain::Figure::Bound;
+  using enum Bound;
   EXPECT_EQ(Separate({0.1, 0.2}, {0.4, 0.3}, AtMost)->Middle(), 0.25);
   EXPECT_EQ(Separate({0.4, 0.3}, {0.1, 0.2}, AtLeast)->high, 0.3);
   EXPECT_FALSE(Separate({0.1, 0.2}, {0.2, 0.3}, AtMost)) << "touching";

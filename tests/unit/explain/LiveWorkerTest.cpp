@@ -23,11 +23,6 @@ using test::Call;
 using test::RectAt;
 using test::ScriptedDesktop;
 
-constexpr Check Verdict::*kChecks[] = {
-    &Verdict::difference, &Verdict::minScore,    &Verdict::flatWhite, &Verdict::chroma, &Verdict::ncc,
-    &Verdict::edge,       &Verdict::edgeDensity, &Verdict::darkness,  &Verdict::hue,    &Verdict::saturation,
-    &Verdict::value,      &Verdict::red,         &Verdict::labA};
-
 class LiveWorker : public ::testing::Test {
  protected:
   LiveWorker() {
@@ -82,10 +77,10 @@ void ExpectSameBits(const Explanation& e, const ROIUnit& unit, const Verdict& v)
   EXPECT_EQ(mine.decidedBy, v.decidedBy);
   EXPECT_EQ(mine.loc, v.loc);
   EXPECT_EQ(mine.dist, v.dist);
-  for (const auto check : kChecks) {
-    if ((v.*check).outcome == Outcome::NotMeasured) continue;
-    EXPECT_EQ((mine.*check).value, (v.*check).value);
-    EXPECT_EQ((mine.*check).limit, (v.*check).limit);
+  for (const GateEntry& gate : AllGates()) {
+    if (!(v.*gate.result).Measured()) continue;
+    EXPECT_EQ((mine.*gate.result).figure, (v.*gate.result).figure) << gate.name;
+    EXPECT_EQ((mine.*gate.result).limit.Value(), (v.*gate.result).limit.Value()) << gate.name;
   }
   if (!v.Accepted()) return;
   EXPECT_EQ(mine.sq, v.sq);

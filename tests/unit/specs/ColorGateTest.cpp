@@ -4,6 +4,7 @@
 
 #include <thread>
 
+#include "core/ImageFigures.h"
 #include "core/ZeroMean.h"
 
 namespace quillmark {
@@ -15,7 +16,7 @@ TEST(ColorGate, RedIsHue170To10FromSaturation80AndValue50) {
                        cv::Vec3b(0, 80, 49), cv::Vec3b(179, 255, 255), cv::Vec3b(90, 255, 255));
   const cv::Mat red = (cv::Mat_<std::uint8_t>(1, 8) << 255, 0, 255, 0, 0, 0, 255, 0);
   cv::Mat mask;
-  BuildRedMaskHSV(hsv, mask, kRedHueLow, kRedHueHigh, kRedSatMin, kRedValMin);
+  MarkRed(hsv, mask);
   EXPECT_EQ(cv::norm(mask, red, cv::NORM_INF), 0.0) << mask;
 }
 
