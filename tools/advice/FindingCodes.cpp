@@ -76,9 +76,8 @@ constexpr FindingEntry kFindings[] = {
     {LowDetail, Topic::Template, Note, "low-detail", "Fewer than 1 % of the template's pixels are edges.",
      "Edges are not compared; difference and grey correlation decide alone.",
      "Cut the template so that it holds more edges, or a smaller plain part."},
-    {Tiny, Topic::Template, Warning, "tiny", "The template has 256 pixels or fewer.",
-     "So few pixels agree by chance. Edges are not compared, and a difference above 0.06 is never accepted "
-     "(except in the hue modes, which accept 0.35).",
+    {Tiny, Topic::Template, Warning, "tiny", "The template has too few pixels for its edges to be compared.",
+     "So few pixels agree by chance, so only small differences are accepted, except in the hue modes.",
      "Cut the template larger, by some of what always surrounds it."},
     {MatchesPlain, Topic::Template, Warning, "matches-plain",
      "A plain area of the template's mean colour is a hit.", "Empty ground of the right colour is reported.",
@@ -103,8 +102,8 @@ constexpr FindingEntry kFindings[] = {
      "To admit more, give the threshold as a difference of at most 0.5, or `sq=`; to admit less, a higher "
      "score."},
     {EdgeMinWithoutEffect, Topic::Limits, Note, "edge-min-without-effect",
-     "The least edge correlation is below 0.66, or edges have no say in this spec.",
-     "The number changes nothing: 0.66 is the floor of the limit.",
+     "The minimum edge correlation is below the limit's floor, or edges have no say in this spec.",
+     "The number changes nothing.",
      "Leave it out, or choose a mode and a template in which edges are compared."},
     {StructureWaived, Topic::Limits, Note, "structure-waived",
      "`strict` makes colour decide in place of grey values and edges, but its colour tests refuse nothing "
@@ -112,8 +111,7 @@ constexpr FindingEntry kFindings[] = {
      "The difference decides alone, at most 0.08 unless a later word sets more.",
      "Leave `strict` out, or hold the difference narrow by `sq=`."},
     {HueLoose, Topic::Limits, Warning, "hue-loose",
-     "A hue mode accepts differences up to 0.35 at least, whatever the threshold or `sq=` says, and compares "
-     "nothing else.",
+     "A hue mode accepts large differences, whatever the threshold or `sq=` says, and compares nothing else.",
      "Pictures that have little to do with the template are hits.",
      "Give a threshold of 0.9 or more: a least score holds in these modes too. Or use mode=bgr; `strict` "
      "alone "

@@ -139,7 +139,7 @@ constexpr ReasonEntry kReasons[] = {
     {Reason::NoEdges, Stage::Comparison, "no-edges", "The edge detection gave no image for the best place.",
      "Report it with the template and a screenshot.", "explain, replay, tune, bench"},
     {Reason::Darkness, Stage::Comparison, "darkness",
-     "The template is vivid and flat, and the best place is darker by more than 30 levels.",
+     "The template is vivid and flat, and the best place is much darker.",
      "Cut the template from the darkened state, such as a disabled button, as a spec of its own.",
      "explain, replay, tune, bench"},
     {Reason::GreyCorrelation, Stage::Comparison, "grey-correlation",
@@ -148,7 +148,7 @@ constexpr ReasonEntry kReasons[] = {
      "explain, replay, tune, bench"},
     {Reason::EdgeCorrelation, Stage::Comparison, "edge-correlation",
      "The edges of the best place, plain and dilated, lie elsewhere than the template's.",
-     "Lower `--edge-min`, which goes no lower than 0.66, or cut the template anew at the size in which the "
+     "Lower `--edge-min`, whose limit has a floor, or cut the template anew at the size in which the "
      "window shows it.",
      "explain, replay, tune, bench"},
     {Reason::EdgeDensity, Stage::Comparison, "edge-density",

@@ -149,8 +149,8 @@ class Trials {
       spec.mode = mode;
       if (mode == e.spec.mode || !Hit(unit, spec)) continue;
       remedies.push_back({word, IsHueMode(mode)
-                                    ? "A loose mode: the hue's difference alone decides, and up to "
-                                      "0.35 at least."
+                                    ? "A loose mode: the hue's difference alone decides, and large "
+                                      "differences are accepted."
                                     : "In this mode it is a hit."});
     }
   }

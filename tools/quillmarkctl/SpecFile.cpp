@@ -34,7 +34,8 @@ constexpr SpecFileKey Keys[] = {
     {"max_difference", "NUMBER", "The largest difference, from 0 to below 1. Without it the worker's 0.1."},
     {"min_score", "NUMBER", "The least score, above 0.5 and up to 1. Without it there is none."},
     {"edge_min", "NUMBER",
-     "The least edge correlation, -1 to 1. Without it 0.75; less than 0.66 acts as 0.66."},
+     "The minimum edge correlation, -1 to 1. Without it 0.75. The limit has a floor, below which it changes "
+     "nothing."},
     {"mode", "TEXT",
      "What is compared: gray, bgr, s (saturation), h (hue) or hs. Without it gray, or what the preset "
      "takes."},

@@ -135,7 +135,7 @@ class Player : public Observer {
         (nearest->reason > reason || (nearest->reason == reason && nearest->difference <= verdict->dist))) {
       return;
     }
-    nearest = NearestMiss{frame, now, reason, verdict->dist, verdict->difference.limit};
+    nearest = NearestMiss{frame, now, reason, verdict->dist, verdict->difference.limit.Value()};
   }
 
   SpecResult& ResultOf(std::size_t prepared) { return result.specs[specs.RecordedIndex(prepared)]; }
