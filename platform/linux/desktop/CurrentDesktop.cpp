@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -12,6 +13,7 @@ namespace {
 struct Holder {
   std::mutex mutex;
   std::shared_ptr<Desktop> desktop;
+  const std::shared_ptr<Desktop> empty = std::make_shared<EmptyDesktop>();
 };
 
 // Never destroyed: threads may ask for the desktop until the process has ended.
@@ -22,12 +24,12 @@ Holder& TheHolder() {
 
 // Ends the desktop's threads in order when the process exits.
 struct Closer {
-  ~Closer() { SetDesktop(std::make_shared<EmptyDesktop>()); }
+  ~Closer() { SetDesktop(TheHolder().empty); }
 };
 
 std::shared_ptr<Desktop> OpenDesktop() {
   const char* display = std::getenv("DISPLAY");
-  if (display == nullptr || *display == '\0') return std::make_shared<EmptyDesktop>();
+  if (display == nullptr || *display == '\0') return TheHolder().empty;
   return std::make_shared<X11Desktop>(display);
 }
 
@@ -37,10 +39,15 @@ std::shared_ptr<Desktop> CurrentDesktop() {
   static const Closer closer;
   Holder& holder = TheHolder();
   const std::lock_guard lock(holder.mutex);
-  if (!holder.desktop) {
+  if (holder.desktop) return holder.desktop;
+  try {
     holder.desktop = OpenDesktop();
-    holder.desktop->OnDisplayChange(BroadcastDisplayChange);
+  } catch (const std::exception&) {
+    // No descriptor, thread or memory is left. Calls of the platform raise nothing: to this one there is no
+    // screen, and the next one tries again.
+    return holder.empty;
   }
+  holder.desktop->OnDisplayChange(BroadcastDisplayChange);
   return holder.desktop;
 }
 

@@ -102,7 +102,8 @@ class Desktop {
   virtual void OnDisplayChange(std::function<void()> listener) = 0;
 };
 
-// The process's desktop, made on first use: X11 where DISPLAY is set, else the empty one.
+// The process's desktop, made on first use: X11 where DISPLAY is set, else the empty one. Raises nothing:
+// while there are no resources to make it, the empty one stands in.
 std::shared_ptr<Desktop> CurrentDesktop();
 // Puts a desktop in place of the current one. Tests do this before the product's threads start.
 void SetDesktop(std::shared_ptr<Desktop> desktop);

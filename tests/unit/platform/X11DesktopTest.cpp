@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -260,6 +261,32 @@ TEST(X11DesktopWithoutServerTest, HasNoMonitorsAndEndsAtOnce) {
   X11Desktop desktop("unix/nowhere:59999");
   EXPECT_THAT(desktop.Monitors(), IsEmpty());
   EXPECT_THAT(desktop.TopLevelWindows(), IsEmpty());
+}
+
+// As the thread of the display change sink does it, which nothing may end.
+TEST(CurrentDesktopTest, WindowMadeWithoutDescriptorsIsToldOfChangesOnceThereAreSome) {
+  const PrivateDisplay screen{800, 600};
+  WNDCLASSW windowClass{};
+  windowClass.lpfnWndProc = &DefWindowProcW;
+  windowClass.lpszClassName = L"CurrentDesktopTest";
+  ASSERT_NE(RegisterClassW(&windowClass), 0);
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+  const rlimit none{0, usual.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  HWND window = nullptr;
+  EXPECT_NO_THROW(window = CreateWindowExW(0, windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, nullptr, nullptr,
+                                           nullptr, nullptr));
+  EXPECT_NO_THROW(EXPECT_THAT(CurrentDesktop()->Monitors(), IsEmpty()));
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+
+  ASSERT_NE(window, nullptr);
+  EXPECT_EQ(CurrentDesktop()->Monitors().size(), 1u);
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "EXTRA", "100/20x100/20+100+0", "none"}));
+  MSG message{};
+  ASSERT_TRUE(GetMessageW(&message, nullptr, 0, 0));
+  EXPECT_EQ(message.message, UINT{WM_DISPLAYCHANGE});
+  SetDesktop(nullptr);
 }
 
 TEST(DpiFromResourcesTest, ReadsTheOneLine) {
