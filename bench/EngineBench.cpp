@@ -20,7 +20,7 @@ class EngineProbe {
     engine.pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
   }
 
-  void Capture() { engine.CaptureTick(); }
+  void Capture() { engine.CaptureTick(nowMs += 20); }
   // Matches everything queued; the number of regions.
   std::size_t Match() {
     std::size_t regions = 0;
@@ -34,6 +34,7 @@ class EngineProbe {
 
  private:
   AutoRebinder engine;
+  std::int64_t nowMs = 0;
 };
 
 namespace bench {

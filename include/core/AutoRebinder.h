@@ -1,7 +1,7 @@
 // The engine: turns monitor images into hits. One thread captures the monitors and cuts out the regions of
 // the specs, another hands the regions of one frame at a time to a pool of workers, a sender writes the
 // hits. On a display change every capture context is thrown away after a quiet period and rebuilt on its
-// next use: that is what the name says.
+// next use: that is what the name says. A context that fails is replaced by itself, as CaptureRetry decides.
 //
 // Threading: construction, SetTrackingTarget, Start, Stop and destruction by the owner's thread; everything
 // else says its thread. No two of the engine's locks are held together.
@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <opencv2/core.hpp>
+#include <set>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -23,6 +24,7 @@
 
 #include "app/DisplayChangeSink.h"
 #include "app/ThreadPool.h"
+#include "capture/CaptureRetry.h"
 #include "capture/DuplicationContext.h"
 #include "capture/TargetWindow.h"
 #include "core/DelayedCalls.h"
@@ -58,10 +60,13 @@ class AutoRebinder {
  private:
   friend class EngineProbe;  // the tests' view
 
-  // The last error of a monitor's turns; a repetition of its text is not logged again.
-  struct TurnError {
-    std::string text;
-    std::int64_t tMs = 0;
+  // What the capture thread remembers of a monitor, as long as there is that monitor.
+  struct MonitorState {
+    std::weak_ptr<DuplicationContext> context;  // the one that `retry` speaks of
+    CaptureRetry retry;
+    // The last error of its turns; a repetition of the text is not logged again.
+    std::string errorText;
+    std::int64_t errorMs = 0;
   };
 
   // Bodies of the two threads.
@@ -75,9 +80,13 @@ class AutoRebinder {
   static std::int64_t TickIntervalMs(std::size_t waitingJobs) {
     return RegionSchedule::TickIntervalMs(waitingJobs);
   }
-  void CaptureTick();
+  void CaptureTick(std::int64_t nowMs);
+  // Forgets all monitors but these, and drops the contexts whose time is up.
+  void RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs);
   void MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
-                   const std::vector<TemplateSpec>& snapshot);
+                   const std::vector<TemplateSpec>& snapshot, std::int64_t nowMs);
+  // Null while its retry has it wait.
+  std::shared_ptr<DuplicationContext> OpenContext(HMONITOR monitor, MonitorState& state, std::int64_t nowMs);
   // Logs an error when its text is news; without a monitor it is one of the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
@@ -103,9 +112,13 @@ class AutoRebinder {
   RingSender sender;
   SampledErrors taskErrors;  // of the pool's tasks, by spec
 
-  std::atomic<std::uint64_t> frameCounter{0};          // monitor frames captured
-  RegionSchedule schedule;                             // capture thread only
-  std::unordered_map<HMONITOR, TurnError> turnErrors;  // capture thread only
+  std::atomic<std::uint64_t> frameCounter{0};  // monitor frames captured
+
+  // Of the capture thread.
+  RegionSchedule schedule;
+  std::set<HMONITOR> knownMonitors;                          // of the last tick
+  std::unordered_map<HMONITOR, MonitorState> monitorStates;  // without a monitor: of the whole tick
+  std::uint64_t seenGeneration = 0;                          // of rebindGeneration
 
   std::mutex jobQueueMutex;  // guards jobQueue
   std::deque<std::shared_ptr<FrameJob>> jobQueue;

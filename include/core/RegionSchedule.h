@@ -1,7 +1,7 @@
 // Decides which specs are looked for in which frame, and cuts their regions out of it: groups the specs by
-// monitor, asks of each whether it is due, and makes its unit of the frame's job. It calls no platform
-// function and reads no clock: windows and monitors are bound to the specs before, time and frames come from
-// the caller.
+// monitor, asks of each whether it is due, and makes its unit of the frame's job. It reads no clock: windows
+// are bound to the specs before, time and frames come from the caller. Of the platform it asks which monitor
+// a pinned spec means, unless the caller answers that, and of the environment whether "T1" is forced.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <opencv2/core.hpp>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -68,9 +69,8 @@ class RegionSchedule {
     }
   }
 
-  // Lets go of the buffers of monitors when there are more than `monitors`: some belong to ones that are
-  // gone.
-  void ForgetMonitorsBeyond(std::size_t monitors);
+  // Forgets all monitors but these.
+  void KeepMonitors(const std::set<HMONITOR>& monitors);
 
  private:
   const FrameImages& Convert(const MonitorFrame& frame, const std::vector<std::int32_t>& indices,

@@ -1,8 +1,6 @@
 #include "capture/DuplicationContext.h"
 
 #include <iterator>
-#include <stdexcept>
-#include <utility>
 
 namespace quillmark {
 namespace {
@@ -50,6 +48,10 @@ int TurnOf(DXGI_MODE_ROTATION rotation) {
   }
 }
 
+void Require(HRESULT result, const char* otherwise) {
+  if (FAILED(result)) throw CaptureError(otherwise, result);
+}
+
 }  // namespace
 
 DuplicationContext::~DuplicationContext() {
@@ -72,7 +74,7 @@ void DuplicationContext::Clear() {
 bool DuplicationContext::Init(HMONITOR monitor) {
   Clear();
   if (!FindOutput(monitor, adapter, output1, outputDesc)) {
-    throw std::runtime_error("DXGI Output not found for monitor");
+    throw CaptureError("DXGI Output not found for monitor", DXGI_ERROR_NOT_FOUND);
   }
   const RECT& desktop = outputDesc.DesktopCoordinates;
   width = desktop.right - desktop.left;
@@ -83,21 +85,17 @@ bool DuplicationContext::Init(HMONITOR monitor) {
   const D3D_FEATURE_LEVEL levels[] = {D3D_FEATURE_LEVEL_11_1, D3D_FEATURE_LEVEL_11_0, D3D_FEATURE_LEVEL_10_1,
                                       D3D_FEATURE_LEVEL_10_0};
   D3D_FEATURE_LEVEL obtained{};
-  if (FAILED(::D3D11CreateDevice(adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr,
-                                 D3D11_CREATE_DEVICE_BGRA_SUPPORT, levels, UINT{std::size(levels)},
-                                 D3D11_SDK_VERSION, device.Put(), &obtained, context.Put()))) {
-    throw std::runtime_error("D3D11CreateDevice failed");
-  }
-  if (FAILED(output1->DuplicateOutput(device.Get(), dupl.Put()))) {
-    throw std::runtime_error("DuplicateOutput failed");
-  }
+  Require(::D3D11CreateDevice(adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr,
+                              D3D11_CREATE_DEVICE_BGRA_SUPPORT, levels, UINT{std::size(levels)},
+                              D3D11_SDK_VERSION, device.Put(), &obtained, context.Put()),
+          "D3D11CreateDevice failed");
+  Require(output1->DuplicateOutput(device.Get(), dupl.Put()), "DuplicateOutput failed");
   DXGI_OUTDUPL_DESC duplDesc{};
   dupl->GetDesc(&duplDesc);
-  if (!FitsMonitor(duplDesc.ModeDesc)) throw std::runtime_error("DuplicateOutput failed");
+  Require(FitsMonitor(duplDesc.ModeDesc) ? S_OK : DXGI_ERROR_ACCESS_LOST, "DuplicateOutput failed");
   const D3D11_TEXTURE2D_DESC staging = StagingDesc(duplDesc.ModeDesc);
-  if (FAILED(device->CreateTexture2D(&staging, nullptr, stagingFull.Put()))) {
-    throw std::runtime_error("CreateTexture2D(stagingFull) failed");
-  }
+  Require(device->CreateTexture2D(&staging, nullptr, stagingFull.Put()),
+          "CreateTexture2D(stagingFull) failed");
   deliveredSize = cv::Size(static_cast<int>(staging.Width), static_cast<int>(staging.Height));
   return true;
 }
@@ -112,19 +110,21 @@ bool DuplicationContext::FitsMonitor(const DXGI_MODE_DESC& mode) const {
   return across == width && down == height;
 }
 
-bool DuplicationContext::AcquireFrame(cv::Mat& out) {
+CaptureOutcome DuplicationContext::Acquire(cv::Mat& out) {
   DXGI_OUTDUPL_FRAME_INFO info{};
   ComPtr<IDXGIResource> resource;
-  if (FAILED(dupl->AcquireNextFrame(FrameTimeoutMs, &info, resource.Put()))) return false;
+  const HRESULT acquired = dupl->AcquireNextFrame(FrameTimeoutMs, &info, resource.Put());
+  if (FAILED(acquired)) return CaptureOutcome::Of(acquired);
   cv::Mat delivered;
-  if (!MapFrame(resource.Get(), delivered)) {
+  const HRESULT result = MapFrame(resource.Get(), delivered);
+  if (FAILED(result)) {
     dupl->ReleaseFrame();
-    return false;
+    return CaptureOutcome::Of(result);
   }
   const int turn = TurnOf(outputDesc.Rotation);
   if (turn < 0) {
     out = delivered;
-    return true;
+    return CaptureOutcome::Of(result);
   }
   try {
     cv::rotate(delivered, upright, turn);
@@ -133,17 +133,18 @@ bool DuplicationContext::AcquireFrame(cv::Mat& out) {
     throw;
   }
   out = upright;
-  return true;
+  return CaptureOutcome::Of(result);
 }
 
-bool DuplicationContext::MapFrame(IDXGIResource* resource, cv::Mat& delivered) {
+HRESULT DuplicationContext::MapFrame(IDXGIResource* resource, cv::Mat& delivered) {
   ComPtr<ID3D11Texture2D> texture;
-  if (FAILED(resource->QueryInterface(IID_PPV_ARGS(texture.Put())))) return false;
+  const HRESULT queried = resource->QueryInterface(IID_PPV_ARGS(texture.Put()));
+  if (FAILED(queried)) return queried;
   context->CopyResource(stagingFull.Get(), texture.Get());
   D3D11_MAPPED_SUBRESOURCE mapped{};
-  if (FAILED(context->Map(stagingFull.Get(), 0, D3D11_MAP_READ, 0, &mapped))) return false;
-  delivered = cv::Mat(deliveredSize, CV_8UC4, mapped.pData, mapped.RowPitch);
-  return true;
+  const HRESULT result = context->Map(stagingFull.Get(), 0, D3D11_MAP_READ, 0, &mapped);
+  if (SUCCEEDED(result)) delivered = cv::Mat(deliveredSize, CV_8UC4, mapped.pData, mapped.RowPitch);
+  return result;
 }
 
 void DuplicationContext::ReleaseFrame() {

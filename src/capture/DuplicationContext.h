@@ -10,10 +10,20 @@
 
 #include <cstdint>
 #include <opencv2/core.hpp>
+#include <stdexcept>
 
+#include "capture/CaptureOutcome.h"
 #include "capture/ComPtr.h"
 
 namespace quillmark {
+
+// A monitor's capture cannot be opened.
+class CaptureError : public std::runtime_error {
+ public:
+  CaptureError(const char* text, HRESULT result) : std::runtime_error(text), code(result) {}
+
+  const HRESULT code;
+};
 
 class DuplicationContext {
  public:
@@ -25,21 +35,23 @@ class DuplicationContext {
   DuplicationContext& operator=(const DuplicationContext&) = delete;
   ~DuplicationContext();
 
-  // (Re)creates everything for the monitor. Always true; raises std::runtime_error on failure, and may be
-  // called again then.
+  // (Re)creates everything for the monitor. Always true; raises CaptureError on failure, and may be called
+  // again then.
   bool Init(HMONITOR monitor);
-  // True when a new frame was obtained within FrameTimeoutMs; `out` is then 8UC4 (BGRA, the fourth byte means
-  // nothing) in desktop orientation, `height` x `width`, valid until ReleaseFrame. Otherwise, also when it
-  // raises, nothing is held.
-  bool AcquireFrame(cv::Mat& out);
-  // After every AcquireFrame that returned true.
+  // Waits at most FrameTimeoutMs. With a frame, `out` is 8UC4 (BGRA, the fourth byte means nothing) in
+  // desktop orientation, `height` x `width`, valid until ReleaseFrame. Otherwise, also when it raises,
+  // nothing is held.
+  CaptureOutcome Acquire(cv::Mat& out);
+  // Whether Acquire gave a frame.
+  [[nodiscard]] bool AcquireFrame(cv::Mat& out) { return Acquire(out).IsFrame(); }
+  // After every frame acquired.
   void ReleaseFrame();
 
  private:
   void Clear();
   bool FitsMonitor(const DXGI_MODE_DESC& mode) const;
-  // The held frame as it lies in the mapped staging texture; false when it cannot be mapped.
-  bool MapFrame(IDXGIResource* resource, cv::Mat& delivered);
+  // The held frame as it lies in the mapped staging texture.
+  HRESULT MapFrame(IDXGIResource* resource, cv::Mat& delivered);
 
   ComPtr<ID3D11Device> device;
   ComPtr<ID3D11DeviceContext> context;
@@ -56,6 +68,18 @@ class DuplicationContext {
  private:
   cv::Size deliveredSize;  // of the staging texture: the monitor's, sides swapped at 90 and 270 degrees
   cv::Mat upright;         // the held frame of a rotated output, in desktop orientation
+};
+
+// Releases an acquired frame on every way out of a scope.
+class HeldFrame {
+ public:
+  explicit HeldFrame(DuplicationContext& holder) : context(holder) {}
+  ~HeldFrame() { context.ReleaseFrame(); }
+  HeldFrame(const HeldFrame&) = delete;
+  HeldFrame& operator=(const HeldFrame&) = delete;
+
+ private:
+  DuplicationContext& context;
 };
 
 }  // namespace quillmark

@@ -41,17 +41,9 @@ void BindTargets(std::vector<TemplateSpec>& specs) {
   }
 }
 
-// Ends a held frame on every road out of a monitor's turn.
-class HeldFrame {
- public:
-  explicit HeldFrame(DuplicationContext& holder) : context(holder) {}
-  ~HeldFrame() { context.ReleaseFrame(); }
-  HeldFrame(const HeldFrame&) = delete;
-  HeldFrame& operator=(const HeldFrame&) = delete;
-
- private:
-  DuplicationContext& context;
-};
+std::wstring NameOf(HMONITOR monitor) {
+  return L"monitor " + std::to_wstring(reinterpret_cast<std::uintptr_t>(monitor));
+}
 
 }  // namespace
 
@@ -70,44 +62,96 @@ void AutoRebinder::CaptureLoop() {
     }
     next = now + TickIntervalMs(waitingJobs);
     try {
-      CaptureTick();
+      CaptureTick(now);
     } catch (const std::exception& error) {
       ReportTurnError(nullptr, error);
     }
   }
 }
 
-void AutoRebinder::CaptureTick() {
+void AutoRebinder::CaptureTick(std::int64_t nowMs) {
   std::vector<TemplateSpec> snapshot = SnapshotOfStore();
   BindTargets(snapshot);
   const std::vector<MonitorEntry> monitors = ListMonitors();
 
   const MonitorGroups groups = GroupByMonitor(snapshot, monitors);
+  std::set<HMONITOR> present;
+  for (const MonitorEntry& entry : monitors) present.insert(entry.monitor);
+  for (const auto& group : groups) present.insert(group.first);
+  RetireContexts(std::move(present), nowMs);
   if (groups.empty()) {
     std::this_thread::sleep_for(kIdleWait);
     return;
   }
-  schedule.ForgetMonitorsBeyond(monitors.size());
 
   for (const auto& [monitor, indices] : groups) {
     try {
-      MonitorTurn(monitor, indices, snapshot);
+      MonitorTurn(monitor, indices, snapshot, nowMs);
     } catch (const std::exception& error) {
       ReportTurnError(monitor, error);
     }
   }
 }
 
+void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs) {
+  const std::uint64_t generation = rebindGeneration;
+  const bool displayChanged = generation != seenGeneration;
+  const bool monitorsChanged = monitors != knownMonitors;
+  const auto isGone = [&](const auto& entry) {
+    return entry.first != nullptr && !monitors.contains(entry.first);
+  };
+  if (monitorsChanged) {
+    schedule.KeepMonitors(monitors);
+    std::erase_if(monitorStates, isGone);
+  }
+  const std::lock_guard lock(ctxMutex);
+  // Each holds a device or a connection, and a burst of display changes puts the rebind off for its length.
+  if (monitorsChanged) std::erase_if(contexts, isGone);
+  knownMonitors = std::move(monitors);
+  seenGeneration = generation;
+  for (auto& [monitor, state] : monitorStates) {
+    if (displayChanged) state.retry.OnDisplayChange();
+    if (!state.retry.MustDrop(nowMs)) continue;
+    state.retry.OnDropped(nowMs);
+    const auto known = contexts.find(monitor);
+    if (known != contexts.end() && known->second == state.context.lock()) contexts.erase(known);
+  }
+}
+
+std::shared_ptr<DuplicationContext> AutoRebinder::OpenContext(HMONITOR monitor, MonitorState& state,
+                                                              std::int64_t nowMs) {
+  if (!state.retry.MayOpen(nowMs)) return nullptr;
+  std::shared_ptr<DuplicationContext> context;
+  try {
+    context = GetContext(monitor);
+  } catch (...) {
+    state.retry.OnOpenFailed(nowMs);
+    throw;
+  }
+  if (context != state.context.lock()) {
+    state.context = context;
+    state.retry.OnOpened();
+  }
+  return context;
+}
+
 void AutoRebinder::MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
-                               const std::vector<TemplateSpec>& snapshot) {
+                               const std::vector<TemplateSpec>& snapshot, std::int64_t nowMs) {
   auto job = std::make_shared<FrameJob>();
   job->tMs = SteadyNowMs();
-  const std::shared_ptr<DuplicationContext> context = GetContext(monitor);
+  MonitorState& state = monitorStates[monitor];
+  const std::shared_ptr<DuplicationContext> context = OpenContext(monitor, state, nowMs);
+  if (!context) return;
   cv::Mat frame;
   try {
-    if (!context->AcquireFrame(frame)) return;
+    const CaptureOutcome outcome = context->Acquire(frame);
+    if (state.retry.OnOutcome(outcome, nowMs)) {
+      LogLine(L"[Capture] ", NameOf(monitor), L": ", FromUtf8(outcome.Text()), L", opening it again");
+    }
+    if (!outcome.IsFrame()) return;
   } catch (...) {
     DropContext(monitor);
+    state.retry.OnDropped(nowMs);
     throw;
   }
   {
@@ -126,16 +170,13 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>
 
 void AutoRebinder::ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept {
   try {
-    TurnError& last = turnErrors[monitor];
+    MonitorState& state = monitorStates[monitor];
     const std::int64_t now = SteadyNowMs();
-    const bool news = last.text != error.what() || now - last.tMs > kErrorQuietMs;
-    last.tMs = now;
+    const bool news = state.errorText != error.what() || now - state.errorMs > kErrorQuietMs;
+    state.errorMs = now;
     if (!news) return;
-    last.text = error.what();
-    const std::wstring what = monitor == nullptr
-                                  ? L"tick"
-                                  : L"monitor " + std::to_wstring(reinterpret_cast<std::uintptr_t>(monitor));
-    LogLine(L"[Capture] ", what, L" skipped: ", CauseOf(error));
+    state.errorText = error.what();
+    LogLine(L"[Capture] ", monitor == nullptr ? L"tick" : NameOf(monitor), L" skipped: ", CauseOf(error));
   } catch (const std::exception&) {
     // No memory for the line; the loop goes on.
   }

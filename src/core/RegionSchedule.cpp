@@ -16,6 +16,11 @@ bool IsForced(const TemplateSpec& spec) {
   return allowed != nullptr && allowed[0] == '1';
 }
 
+// The end of its specs' keys in lastScheduled.
+std::wstring KeySuffix(HMONITOR monitor) {
+  return L"@" + std::to_wstring(reinterpret_cast<std::uintptr_t>(monitor));
+}
+
 }  // namespace
 
 std::int64_t RegionSchedule::TickIntervalMs(std::size_t waitingJobs) {
@@ -58,8 +63,14 @@ HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::u
   return hit;
 }
 
-void RegionSchedule::ForgetMonitorsBeyond(std::size_t monitors) {
-  if (frameImages.size() > monitors) frameImages.clear();
+void RegionSchedule::KeepMonitors(const std::set<HMONITOR>& monitors) {
+  std::erase_if(frameImages, [&](const auto& entry) { return !monitors.contains(entry.first); });
+  std::vector<std::wstring> suffixes;
+  for (const HMONITOR monitor : monitors) suffixes.push_back(KeySuffix(monitor));
+  std::erase_if(lastScheduled, [&](const auto& entry) {
+    return std::ranges::none_of(suffixes,
+                                [&](const std::wstring& suffix) { return entry.first.ends_with(suffix); });
+  });
 }
 
 const FrameImages& RegionSchedule::Convert(const MonitorFrame& frame,
@@ -77,10 +88,8 @@ FrameTurn RegionSchedule::ScheduleSpec(std::int32_t index, const MonitorFrame& f
   if (spec.frameDivisor > 1 && frame.number % static_cast<std::uint64_t>(spec.frameDivisor) != 0) {
     return FrameTurn::FrameSkipped;
   }
-  std::wstring key;
   if (spec.intervalMs >= 1) {
-    key = spec.name + L"@" + std::to_wstring(reinterpret_cast<std::uintptr_t>(frame.monitor));
-    const auto last = lastScheduled.find(key);
+    const auto last = lastScheduled.find(spec.name + KeySuffix(frame.monitor));
     if (last != lastScheduled.end() && job.tMs - last->second < spec.intervalMs) return FrameTurn::Throttled;
   }
   place = PlaceRegion(spec, {frame.origin.x, frame.origin.y, frame.origin.x + images.bgr.cols,
@@ -92,7 +101,7 @@ FrameTurn RegionSchedule::ScheduleSpec(std::int32_t index, const MonitorFrame& f
   ROIUnit unit = CutRegion(spec, place, images, frame.origin);
   unit.specIndex = index;
   job.units.push_back(std::move(unit));
-  if (spec.intervalMs >= 1) lastScheduled[key] = job.tMs;
+  if (spec.intervalMs >= 1) lastScheduled[spec.name + KeySuffix(frame.monitor)] = job.tMs;
   return FrameTurn::Cut;
 }
 

@@ -246,6 +246,23 @@ TEST_F(Hits, StayExactAfterDisplayChanges) {
   ExpectExactHit(xcalc, XcalcPiece, "on the first screen again");
 }
 
+// The screen changes, and with it every capture of it is lost, but none of its monitors changes.
+TEST_F(Hits, ResumeAfterACaptureWasLostThoughItsMonitorIsTheSame) {
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--delmonitor", "RIGHT"}));
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--delmonitor", "LEFT"}));
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "*LEFT", "700/200x700/200+0+0", "screen"}));
+  const App xcalc(Xcalc);
+  xcalc.Move(40, 60);
+  Watch(xcalc, XcalcPiece);
+  ExpectExactHit(xcalc, XcalcPiece, "at first");
+  ASSERT_TRUE(PrivateDisplay::Run(
+      {"xrandr", "--newmode", "small", "0", "1024", "0", "0", "1024", "768", "0", "0", "768"}));
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--addmode", "screen", "small"}));
+  ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--output", "screen", "--mode", "small"}));
+  ExpectExactHit(xcalc, XcalcPiece, "on the changed screen");
+  EXPECT_NE(worker.Err().find("access lost (0x887A0026)"), std::string::npos) << worker.Err();
+}
+
 TEST_F(Hits, ResumeAfterTheServerWasKilled) {
   {
     const App xcalc(Xcalc);

@@ -41,6 +41,8 @@ class DuplicationContextTest : public testing::Test {
     return bgr;
   }
 
+  std::string TextOfNext(cv::Mat& frame) { return context.Acquire(frame).Text(); }
+
   std::string InitError(layer::MonitorId monitor) {
     try {
       context.Init(HandleOf(monitor));
@@ -125,8 +127,9 @@ TEST_F(DuplicationContextTest, RefusesFramesThatDoNotFitTheMonitor) {
 TEST_F(DuplicationContextTest, RefusesASecondFrameWhileOneIsHeld) {
   context.Init(HandleOf(desktop->AddMonitor({})));
   cv::Mat frame, second;
-  ASSERT_TRUE(context.AcquireFrame(frame));
+  ASSERT_EQ(TextOfNext(frame), "frame captured");
   desktop->Paint(RandomPicture({10, 10}, 1));
+  EXPECT_EQ(TextOfNext(second), "capture failed (0x887A0001)");
   EXPECT_FALSE(context.AcquireFrame(second));
   context.ReleaseFrame();
   EXPECT_TRUE(SamePixels(NextPicture()(cv::Rect(0, 0, 10, 10)), RandomPicture({10, 10}, 1)));
@@ -137,7 +140,8 @@ TEST_F(DuplicationContextTest, WaitsItsTimeOutOnAStillDesktop) {
   context.Init(HandleOf(desktop->AddMonitor({})));
   ASSERT_FALSE(NextPicture().empty());
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_TRUE(NextPicture().empty());
+  cv::Mat frame;
+  EXPECT_EQ(TextOfNext(frame), "no new frame");
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(33));
 }
 
@@ -145,7 +149,8 @@ TEST_F(DuplicationContextTest, ReleasesAFrameThatCannotBeMapped) {
   const auto monitor = desktop->AddMonitor({});
   context.Init(HandleOf(monitor));
   desktop->FailNth(Call::Map, 1);
-  EXPECT_TRUE(NextPicture().empty());
+  cv::Mat frame;
+  EXPECT_EQ(TextOfNext(frame), "capture failed (0x8007000E)");
   EXPECT_EQ(desktop->HeldFrames(), 0);
   desktop->Refresh(monitor);
   EXPECT_FALSE(NextPicture().empty());
@@ -155,8 +160,9 @@ TEST_F(DuplicationContextTest, GivesNoFrameOnceAccessIsLostUntilMadeAnew) {
   const auto monitor = desktop->AddMonitor({});
   context.Init(HandleOf(monitor));
   desktop->LoseAccess();
-  EXPECT_TRUE(NextPicture().empty());
-  EXPECT_TRUE(NextPicture().empty());
+  cv::Mat frame;
+  EXPECT_EQ(TextOfNext(frame), "access lost (0x887A0026)");
+  EXPECT_FALSE(context.AcquireFrame(frame));
   context.Init(HandleOf(monitor));
   EXPECT_FALSE(NextPicture().empty());
 }

@@ -1,5 +1,7 @@
 // What a tick does when calls fail and memory runs out.
+#include <memory>
 #include <new>
+#include <vector>
 
 #include "CaptureTick.h"
 #include "FailingResources.h"
@@ -11,7 +13,16 @@ namespace {
 using test::Call;
 using test::RectAt;
 
-using CaptureFailures = CaptureTickTest;
+constexpr std::int64_t afterEveryDelay = 1000;  // ms
+
+class CaptureFailures : public CaptureTickTest {
+ protected:
+  using Contexts = std::vector<std::weak_ptr<DuplicationContext>>;
+
+  static std::ptrdiff_t Gone(const Contexts& contexts) {
+    return std::ranges::count_if(contexts, &Contexts::value_type::expired);
+  }
+};
 
 TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesOn) {
   const layer::MonitorId first = AddMonitor(0, 0, 300, 200);
@@ -23,10 +34,10 @@ TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesO
   for (int tick = 0; tick < 5; ++tick) {
     desktop->FailNth(Call::Duplicate, 1);
     engine.DropContext(test::HandleOf(first));
-    EXPECT_EQ(UnitsIn(Tick()), 1u) << tick;
+    EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u) << tick;
   }
   desktop->Heal();
-  EXPECT_EQ(UnitsIn(Tick()), 2u);
+  EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 2u);
   ASSERT_TRUE(output.WaitForLine("DuplicateOutput failed"));
   EXPECT_EQ(output.Count("DuplicateOutput failed"), 1u);
 
@@ -46,7 +57,7 @@ TEST_F(CaptureFailures, ExceptionAnywhereInATickGivesTheFrameBack) {
     engine.DropContext(test::HandleOf(monitor));
     test::FailNthAllocation(n);
     try {
-      probe.Tick();
+      probe.Tick(afterEveryDelay);
     } catch (const std::bad_alloc&) {  // outside of any monitor's turn
     }
     if (test::FailNthAllocation(0) == 0) ++failed;
@@ -54,7 +65,57 @@ TEST_F(CaptureFailures, ExceptionAnywhereInATickGivesTheFrameBack) {
   }
   EXPECT_GT(failed, 10);
   Specs().specs[0].intervalMs = 0;
+  EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u);
+}
+
+TEST_F(CaptureFailures, FaultyContextIsReplacedAloneAfter200MsAndLoggedOnce) {
+  const HMONITOR monitors[] = {test::HandleOf(AddMonitor(0, 0, 300, 200)),
+                               test::HandleOf(AddMonitor(300, 0, 300, 200))};
+  OpenWindow(RectAt(250, 10, 100, 100));
+  AddSpec({0, 0, 100, 50});
+  for (const auto& [call, text] :
+       {std::pair{Call::Acquire, "access lost (0x887A0026)"}, {Call::Map, "capture failed (0x8007000E)"}}) {
+    test::DebugOutputCapture output;
+    EXPECT_EQ(UnitsIn(Tick()), 2u);
+    const Contexts contexts{engine.GetContext(monitors[0]), engine.GetContext(monitors[1])};
+    desktop->FailNth(call, 1);
+    EXPECT_EQ(UnitsIn(Tick()), 1u);
+    EXPECT_EQ(UnitsIn(Tick(199)), 2u) << "it was a passing fault, and the context is still there";
+    EXPECT_EQ(Gone(contexts), 0);
+    EXPECT_EQ(UnitsIn(Tick(1)), 2u);
+    EXPECT_EQ(Gone(contexts), 1);
+    Tick(1000);
+    EXPECT_EQ(Gone(contexts), 1);
+    EXPECT_TRUE(output.WaitForLine(text));
+    EXPECT_EQ(output.Count("[Capture]"), 1u);
+  }
+}
+
+TEST_F(CaptureFailures, ContextThatCannotBeMadeIsTriedLessOftenUntilTheDisplayChanges) {
+  AddMonitor(0, 0, 300, 200);
+  OpenWindow(RectAt(10, 10, 100, 100));
+  AddSpec({0, 0, 50, 50});
+  desktop->FailAlways(Call::Duplicate);
+  for (int tick = 0; tick < 250; ++tick) Tick();  // 5 s
+  EXPECT_EQ(desktop->UsesOf(Call::Duplicate), 9);
+  desktop->Heal();
+  EXPECT_EQ(UnitsIn(Tick()), 0u) << "not yet";
+  probe.ChangeDisplay();
   EXPECT_EQ(UnitsIn(Tick()), 1u);
+}
+
+// Each change gives the monitor another handle, and none leaves the time for a rebind.
+TEST_F(CaptureFailures, StormOfModeChangesLeavesNothingBehind) {
+  layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
+  OpenWindow(RectAt(10, 10, 100, 100));
+  AddSpec({0, 0, 50, 50});
+  for (int change = 0; change < 300; ++change) {
+    desktop->RemoveMonitor(monitor);
+    monitor = AddMonitor(0, 0, 300 + change % 2, 200);
+    EXPECT_EQ(UnitsIn(Tick()), 1u) << change;
+    ASSERT_EQ(desktop->OpenDuplications(), 1) << change;
+    ASSERT_EQ(probe.RememberedMonitors(), 1u) << change;
+  }
 }
 
 // Every platform call on the road of a frame fails once at its n-th use: the tick survives it, nothing stays

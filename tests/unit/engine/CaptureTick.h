@@ -48,9 +48,9 @@ class CaptureTickTest : public ::testing::Test {
     return Specs().specs.back();
   }
   // New frames everywhere, then one tick.
-  Jobs Tick() {
+  Jobs Tick(std::int64_t afterMs = 20) {
     for (const layer::MonitorFacts& monitor : desktop->Monitors()) desktop->Refresh(monitor.id);
-    return probe.Tick();
+    return probe.Tick(afterMs);
   }
   static Rect RegionOf(const ROIUnit& unit) { return {unit.x, unit.y, unit.right, unit.bottom}; }
   // The one unit of a tick that must have exactly one.

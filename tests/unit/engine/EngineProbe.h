@@ -15,9 +15,11 @@ class EngineProbe {
  public:
   explicit EngineProbe(AutoRebinder& probed) : engine(probed) {}
 
-  // Only while the engine's own capture thread does not run.
-  std::deque<std::shared_ptr<FrameJob>> Tick() {
-    engine.CaptureTick();
+  // One tick, 20 ms after the last one by the clock of these ticks. Only while the engine's own capture
+  // thread does not run.
+  std::deque<std::shared_ptr<FrameJob>> Tick(std::int64_t afterMs = 20) {
+    nowMs += afterMs;
+    engine.CaptureTick(nowMs);
     const std::lock_guard lock(engine.jobQueueMutex);
     return std::exchange(engine.jobQueue, {});
   }
@@ -40,11 +42,14 @@ class EngineProbe {
     return AutoRebinder::TickIntervalMs(waitingJobs);
   }
   std::uint64_t FramesCaptured() const { return engine.frameCounter; }
+  void ChangeDisplay() { engine.OnDisplayChange(); }
+  std::size_t RememberedMonitors() const { return engine.monitorStates.size(); }
   std::uint64_t DisplayChanges() const { return engine.rebindGeneration; }
   RingSender& Sender() { return engine.sender; }
 
  private:
   AutoRebinder& engine;
+  std::int64_t nowMs = 0;
 };
 
 }  // namespace quillmark

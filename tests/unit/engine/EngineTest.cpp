@@ -139,7 +139,7 @@ TEST_F(EngineTest, RotatedOutputsReportDesktopPositions) {
   }
 }
 
-TEST_F(EngineTest, HitsResumeAfterAccessWasLostAndTheDisplayChanged) {
+TEST_F(EngineTest, HitsResumeAfterAccessWasLostThoughTheDisplayTellsOfNoChange) {
   desktop->AddMonitor({RectAt(0, 0, 400, 300)});
   OpenWindow(RectAt(0, 0, 400, 300));
   const cv::Mat image = Noise(40, 20, 6);
@@ -148,7 +148,6 @@ TEST_F(EngineTest, HitsResumeAfterAccessWasLostAndTheDisplayChanged) {
   engine.Start();
   ASSERT_TRUE(HitWhileRefreshing(L"mark"));
   desktop->LoseAccess();
-  desktop->ChangeDisplay();
   EXPECT_TRUE(HitWhileRefreshing(L"mark"));
 }
 
