@@ -25,8 +25,9 @@ struct MonitorEntry {
 // Whether the text means the window, be it shown or not.
 [[nodiscard]] bool TargetMeans(const std::wstring& target, HWND window);
 
-// Refreshes the spec's target fields; targetValid tells whether the target is usable now. The window is
-// searched for only while none is known or the known one has gone.
+// Refreshes the spec's target fields; targetValid tells whether the target is usable now. A window that the
+// spec brings along is kept as long as it exists, else the window is searched for: the worker's copies of the
+// store bring none, so it searches in every tick.
 void UpdateTargetWindow(TemplateSpec& spec);
 
 // Callback of EnumDisplayMonitors; `list` is a std::vector<MonitorEntry>*.
