@@ -3,32 +3,21 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <chrono>
-#include <exception>
 #include <iterator>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "app/DpiAwareness.h"
-#include "capture/DuplicationContext.h"
 #include "capture/MonitorChoice.h"
 #include "capture/TargetWindow.h"
 #include "explain/Explain.h"
 #include "explain/Numbers.h"
 #include "explain/Words.h"
-#include "specs/Utf8.h"
+#include "live/MonitorCapture.h"
 
 namespace quillmark::explain {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-// A monitor gives its first frame at once, then one for each change.
-constexpr auto kFramePatience = std::chrono::seconds(2);
-constexpr auto kAtOnce = std::chrono::milliseconds(DuplicationContext::FrameTimeoutMs / 2);
-constexpr auto kRebuild = std::chrono::milliseconds(200);  // as long as the worker waits with it
 
 std::string PlaceText(const Rect& rect) {
   return std::to_string(rect.right - rect.left) + " x " + std::to_string(rect.bottom - rect.top) + " at " +
@@ -108,34 +97,23 @@ bool BindTarget(Explanation& e) {
   return true;
 }
 
+Reason ReasonFor(CaptureOutcome::Kind kind) {
+  switch (kind) {
+    case CaptureOutcome::Kind::NothingNew:
+      return Reason::NoNewFrame;
+    case CaptureOutcome::Kind::AccessLost:
+      return Reason::CaptureLost;
+    default:
+      return Reason::CaptureFailed;
+  }
+}
+
 // Ends the explanation when there is no picture.
 std::optional<Picture> Capture(HMONITOR monitor, Explanation& e) {
-  const auto fail = [&](Reason reason, std::string remark) {
-    EndWith(e, Ending("frame", "Frame", "picture of the monitor", reason, std::move(remark)));
-    return std::nullopt;
-  };
-  try {
-    DuplicationContext context;
-    context.Init(monitor);
-    cv::Mat frame;
-    const auto deadline = Clock::now() + kFramePatience;
-    for (auto asked = Clock::now(); !context.AcquireFrame(frame); asked = Clock::now()) {
-      // Without a new frame it comes back after its time, without access at once.
-      const bool lost = Clock::now() - asked < kAtOnce;
-      if (Clock::now() >= deadline) {
-        return lost ? fail(Reason::CaptureLost, "no access in two seconds")
-                    : fail(Reason::NoNewFrame, "none in two seconds");
-      }
-      if (!lost) continue;
-      std::this_thread::sleep_for(kRebuild);
-      context.Init(monitor);
-    }
-    Picture picture{frame.clone(), {context.left, context.top}};
-    context.ReleaseFrame();
-    return picture;
-  } catch (const std::exception& error) {
-    return fail(Reason::CaptureFailed, ToUtf8(CauseOf(error)));
-  }
+  const live::MonitorPicture taken = live::TakePicture(monitor);
+  if (!taken.bgra.empty()) return Picture{taken.bgra, taken.origin};
+  EndWith(e, Ending("frame", "Frame", "picture of the monitor", ReasonFor(taken.outcome.kind), taken.fault));
+  return std::nullopt;
 }
 
 }  // namespace

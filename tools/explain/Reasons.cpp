@@ -92,12 +92,12 @@ constexpr ReasonEntry kReasons[] = {
 
     {Reason::CaptureFailed, Stage::Frame, "capture-failed",
      "An error ended the monitor's turn: it cannot be captured, or its frame cannot be cut.",
-     "The worker's log names the error; it tries again each tick. Look whether the session is locked or "
-     "remote.",
+     "The worker's log names the error; it tries again, at least once a second. Check whether the session is "
+     "locked or remote.",
      "explain --live, replay"},
     {Reason::CaptureLost, Stage::Frame, "capture-lost",
      "The capture of the monitor lost its access, as a change of mode or a secure screen causes.",
-     "Nothing. It is built anew 200 ms after the last change of the display.", "explain --live"},
+     "Nothing. The worker opens it again after 200 ms, then at least once a second.", "explain --live"},
     {Reason::NoNewFrame, Stage::Frame, "no-new-frame",
      "The screen has not changed: a still monitor gives no frames, hence no hits.",
      "Nothing. What was seen last is still there; silence does not mean that it has gone.",

@@ -4,13 +4,13 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "Screenshot.h"
 #include "Wording.h"
 #include "capture/TargetText.h"
 #include "capture/TargetWindow.h"
 #include "client/Command.h"
 #include "core/RegionCut.h"
 #include "core/RegionGeometry.h"
+#include "live/MonitorCapture.h"
 
 namespace quillmark::control {
 namespace {
@@ -103,8 +103,10 @@ Piece CutPiece(const PieceChoice& choice) {
     spec.roi = piece.rect;
     const Rect region = RegionOnDesktop(spec);
     piece.monitor = MonitorOf(region, monitors);
+    const live::MonitorPicture picture = live::TakePicture(piece.monitor.handle, Quiet);
+    if (picture.bgra.empty()) throw std::runtime_error("the monitor cannot be captured: " + picture.fault);
     FrameImages images;
-    ConvertFrame(CaptureMonitor(piece.monitor, Quiet), false, images);
+    ConvertFrame(picture.bgra, false, images);
     const RegionOnFrame place = PlaceRegion(spec, piece.monitor.rect);
     piece.bgr = CutRegion(spec, place, images, {piece.monitor.rect.left, piece.monitor.rect.top}).bgr;
 

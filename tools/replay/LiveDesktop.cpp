@@ -1,6 +1,5 @@
 #include "replay/LiveDesktop.h"
 
-#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -45,19 +44,19 @@ LiveDesktop::LiveDesktop() {
   const std::vector<MonitorEntry> entries = ListMonitors();
   if (entries.empty()) throw std::runtime_error("there is no monitor");
   monitors = MonitorsOf(entries);
+  noted.resize(entries.size());
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    contexts.push_back(std::make_unique<DuplicationContext>());
-    try {
-      contexts[i]->Init(entries[i].monitor);
-    } catch (const std::runtime_error& error) {
-      contexts[i].reset();
-      faults.push_back(monitors[i].id + ": " + error.what());
-    }
+    captures.emplace_back(entries[i].monitor);
+    if (!captures[i].Open()) NoteFault(i);
   }
 }
 
-bool LiveDesktop::HasChanged() const {
-  return MonitorsOf(ListMonitors()) != monitors;
+bool LiveDesktop::HasChanged() {
+  const std::vector<MonitorEntry> entries = ListMonitors();
+  if (entries.empty()) return false;
+  if (MonitorsOf(entries) != monitors) return true;
+  for (std::size_t i = 0; i < entries.size(); ++i) captures[i].Follow(entries[i].monitor);
+  return false;
 }
 
 std::vector<RecordedWindow> LiveDesktop::Windows() {
@@ -66,18 +65,16 @@ std::vector<RecordedWindow> LiveDesktop::Windows() {
   return windows;
 }
 
-bool LiveDesktop::Acquire(std::size_t monitor, cv::Mat& bgra) {
-  DuplicationContext* const context = contexts[monitor].get();
-  cv::Mat frame;
-  if (context == nullptr || !context->AcquireFrame(frame)) return false;
-  try {
-    bgra = frame.clone();
-  } catch (...) {
-    context->ReleaseFrame();
-    throw;
-  }
-  context->ReleaseFrame();
-  return true;
+CaptureOutcome LiveDesktop::Acquire(std::size_t monitor, cv::Mat& bgra) {
+  const CaptureOutcome outcome = captures[monitor].Acquire(bgra);
+  if (outcome.IsFault()) NoteFault(monitor);
+  return outcome;
+}
+
+void LiveDesktop::NoteFault(std::size_t monitor) {
+  if (noted[monitor]) return;
+  noted[monitor] = true;
+  faults.push_back(monitors[monitor].id + ": " + captures[monitor].Fault());
 }
 
 }  // namespace quillmark::replay

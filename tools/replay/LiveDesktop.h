@@ -6,12 +6,11 @@
 
 #include <windows.h>
 
-#include <memory>
 #include <opencv2/core.hpp>
 #include <string>
 #include <vector>
 
-#include "capture/DuplicationContext.h"
+#include "live/MonitorCapture.h"
 #include "replay/Recording.h"
 
 namespace quillmark::replay {
@@ -22,20 +21,23 @@ class LiveDesktop {
   LiveDesktop();
 
   [[nodiscard]] const std::vector<RecordedMonitor>& Monitors() const { return monitors; }
-  // What became of monitors that cannot be captured: a line for each.
+  // What interfered with the capture of monitors: a line for each, about the first fault.
   [[nodiscard]] const std::vector<std::string>& Faults() const { return faults; }
-  // Whether monitors have come, gone or moved since.
-  [[nodiscard]] bool HasChanged() const;
+  // Whether monitors have come, gone or moved since; not while the whole display is away.
+  [[nodiscard]] bool HasChanged();
 
   // All top-level windows, the topmost first.
   [[nodiscard]] static std::vector<RecordedWindow> Windows();
 
-  // Whether the monitor had a new picture within 33 ms; `bgra` is then a copy of it, 8UC4.
-  [[nodiscard]] bool Acquire(std::size_t monitor, cv::Mat& bgra);
+  // The monitor's next frame within 33 ms; `bgra` becomes a copy of it, 8UC4.
+  CaptureOutcome Acquire(std::size_t monitor, cv::Mat& bgra);
 
  private:
+  void NoteFault(std::size_t monitor);
+
   std::vector<RecordedMonitor> monitors;
-  std::vector<std::unique_ptr<DuplicationContext>> contexts;  // null where there is none
+  std::vector<live::MonitorCapture> captures;
+  std::vector<bool> noted;  // whether there is a line about the monitor
   std::vector<std::string> faults;
 };
 

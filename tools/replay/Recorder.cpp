@@ -100,8 +100,9 @@ class Recorder : public Observer {
                                  std::string(explain::EntryOf(*reason).meaning));
       }
     }
-    result.notes = desktop.Faults();
-    if (result.notes.size() == desktop.Monitors().size()) throw std::runtime_error(result.notes.front());
+    if (desktop.Faults().size() == desktop.Monitors().size()) {
+      throw std::runtime_error(desktop.Faults().front());
+    }
     recording.monitors = desktop.Monitors();
   }
 
@@ -116,6 +117,7 @@ class Recorder : public Observer {
       begin = std::max(begin + RegionSchedule::TickIntervalMs(0), Now());
       std::this_thread::sleep_until(start + std::chrono::milliseconds(begin));
     }
+    result.notes.insert(result.notes.begin(), desktop.Faults().begin(), desktop.Faults().end());
     result.tMs = Now();
     result.triggered = bundle.Triggered();
     Write();
@@ -151,7 +153,7 @@ class Recorder : public Observer {
     for (std::size_t monitor = 0; monitor < desktop.Monitors().size(); ++monitor) {
       const std::int64_t begin = Now();
       cv::Mat bgra;
-      if (!desktop.Acquire(monitor, bgra)) continue;
+      if (!desktop.Acquire(monitor, bgra).IsFrame()) continue;
       Keep({Now(), monitor, bgra});
       if (Bundles()) engine.TakeTurn(monitor, begin, bgra, WallClockMs());
     }

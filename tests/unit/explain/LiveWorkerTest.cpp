@@ -162,13 +162,6 @@ TEST_F(LiveWorker, TargetThatCannotBeUsedIsToldApart) {
   desktop->MoveWindow(window, RectAt(0, 0, 0, 100));
   EXPECT_EQ(reason(), Reason::ClientAreaEmpty);
   desktop->MoveWindow(window, RectAt(0, 0, 180, 100));
-  desktop->FailNth(Call::Duplicate, 1);
-  EXPECT_EQ(reason(), Reason::CaptureFailed);
-  desktop->FailAlways(Call::Acquire);
-  EXPECT_EQ(reason(), Reason::CaptureLost);
-  desktop->Heal();
-  desktop->FailNth(Call::Acquire, 1);
-  EXPECT_EQ(reason(), Reason::Difference) << "it is built anew";
   desktop->CloseWindow(window);
 
   test::ScriptedWindow hidden;
@@ -176,6 +169,28 @@ TEST_F(LiveWorker, TargetThatCannotBeUsedIsToldApart) {
   hidden.visible = false;
   desktop->OpenWindow(hidden);
   EXPECT_EQ(reason(), Reason::WindowHidden);
+}
+
+TEST_F(LiveWorker, CaptureRecoversOrSaysWhatIsInItsWay) {
+  const SpecRequest request = RequestOf(AllCases().front());
+  OpenWindow(RectAt(0, 0, 180, 100));
+  const struct {
+    Call call;
+    Reason reason;
+    const char* fault;
+  } table[] = {{Call::Duplicate, Reason::CaptureFailed, "(DuplicateOutput failed (0x887A0004))"},
+               {Call::Map, Reason::CaptureFailed, "(capture failed (0x8007000E))"},
+               {Call::Acquire, Reason::CaptureLost, "(access lost (0x887A0026))"}};
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.fault);
+    desktop->FailNth(row.call, 1);
+    EXPECT_EQ(ExplainLive(PrepareExplanation(request))[0].reason, Reason::Difference);
+    desktop->FailAlways(row.call);
+    const Explanation failed = ExplainLive(PrepareExplanation(request))[0];
+    EXPECT_EQ(failed.reason, row.reason);
+    EXPECT_NE(failed.sentence.find(row.fault), std::string::npos) << failed.sentence;
+    desktop->Heal();
+  }
 }
 
 }  // namespace

@@ -147,6 +147,16 @@ TEST_F(RecorderTest, EndsWhenTheMonitorsChange) {
   EXPECT_EQ(ReadRecording(options.folder).monitors.size(), 1u);
 }
 
+TEST_F(RecorderTest, GoesOnAfterAccessWasLost) {
+  const RecorderResult made = RecordSteps({[] {}, [&] { desktop->LoseAccess(); },
+                                           [&] {
+                                             desktop->Paint(Mark(), {60, 70});
+                                           },
+                                           [] {}, [] {}, [] {}, [] {}, [] {}});
+  EXPECT_EQ(made.frames, 2u);
+  EXPECT_THAT(made.notes, ElementsAre("monitor-1: access lost (0x887A0026)"));
+}
+
 TEST_F(RecorderTest, SaysWhatItCannotUse) {
   const auto error = [&] {
     try {
@@ -161,7 +171,7 @@ TEST_F(RecorderTest, SaysWhatItCannotUse) {
   EXPECT_THAT(error(), HasSubstr("/none.png: The image file cannot be opened"));
   options.specs.clear();
   desktop->FailNth(Call::Duplicate, 1);
-  EXPECT_THAT(error(), HasSubstr("monitor-1: DuplicateOutput failed"));
+  EXPECT_THAT(error(), HasSubstr("monitor-1: DuplicateOutput failed (0x887A0004)"));
   desktop->Heal();
   options.folder = folder.Path();  // the template lies there
   EXPECT_THAT(error(), HasSubstr("is not empty"));

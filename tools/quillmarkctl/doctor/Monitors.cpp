@@ -1,38 +1,25 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <exception>
 #include <opencv2/core.hpp>
 
 #include "DesktopMonitors.h"
-#include "Screenshot.h"
 #include "client/Text.h"
 #include "core/RegionGeometry.h"
 #include "doctor/Doctor.h"
+#include "live/MonitorCapture.h"
 
 namespace quillmark::control {
 namespace {
 
-struct Shot {
-  bool taken = false;
-  bool oneColour = false;
-  std::string failure;
-};
-
-Shot Capture(const DesktopMonitor& monitor) {
-  Shot shot;
-  try {
-    cv::Mat channels[4];
-    cv::split(CaptureMonitor(monitor), channels);
-    shot.taken = shot.oneColour = true;
-    for (int channel = 0; channel < 3; ++channel) {
-      double least = 0.0, most = 0.0;
-      cv::minMaxLoc(channels[channel], &least, &most);
-      shot.oneColour = shot.oneColour && least == most;
-    }
-  } catch (const std::exception& error) {
-    shot.failure = error.what();
-  }
-  return shot;
+bool IsOneColour(const cv::Mat& bgra) {
+  cv::Mat channels[4];
+  cv::split(bgra, channels);
+  return std::all_of(channels, channels + 3, [](const cv::Mat& channel) {
+    double least = 0.0, most = 0.0;
+    cv::minMaxLoc(channel, &least, &most);
+    return least == most;
+  });
 }
 
 std::string Describe(const DesktopMonitor& monitor) {
@@ -47,20 +34,21 @@ std::string Describe(const DesktopMonitor& monitor) {
 
 Finding Examine(const DesktopMonitor& monitor) {
   Finding finding{.topic = "monitor", .text = Describe(monitor)};
-  const Shot shot = Capture(monitor);
+  const live::MonitorPicture picture = live::TakePicture(monitor.handle);
+  const bool taken = !picture.bgra.empty();
   finding.facts = {{"number", monitor.number},   {"device", client::ToUtf8(monitor.device)},
                    {"x", monitor.rect.left},     {"y", monitor.rect.top},
                    {"w", monitor.Width()},       {"h", monitor.Height()},
                    {"dpi", monitor.dpi},         {"turn", monitor.turn},
-                   {"primary", monitor.primary}, {"captured", shot.taken}};
-  if (!shot.taken) {
+                   {"primary", monitor.primary}, {"captured", taken}};
+  if (!taken) {
     finding.level = Level::Problem;
-    finding.text += "; it cannot be captured: " + shot.failure;
+    finding.text += "; it cannot be captured: " + picture.fault;
     finding.consequence = "the specs whose windows lie on it give no hits";
     finding.remedy =
         "unlock the screen, check the other findings on session and display, and see whether too many "
         "programs capture it";
-  } else if (shot.oneColour) {
+  } else if (IsOneColour(picture.bgra)) {
     finding.level = Level::Warning;
     finding.text += "; its picture is of one single colour";
     finding.consequence = "nothing can be found in it";
