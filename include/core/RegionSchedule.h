@@ -69,6 +69,10 @@ class RegionSchedule {
     }
   }
 
+  // Begins the intervals of the specs that a frame's job holds. To be called once the job is queued: regions
+  // that were cut for a job that came to nothing are due again at once.
+  void Commit(HMONITOR monitor, const FrameJob& job);
+
   // Forgets all monitors but these.
   void KeepMonitors(const std::set<HMONITOR>& monitors);
 

@@ -164,8 +164,11 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>
                       });
   }
   ++frameCounter;
-  const std::lock_guard lock(jobQueueMutex);
-  jobQueue.push_back(std::move(job));
+  {
+    const std::lock_guard lock(jobQueueMutex);
+    jobQueue.push_back(job);
+  }
+  schedule.Commit(monitor, *job);
 }
 
 void AutoRebinder::ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept {

@@ -63,6 +63,13 @@ HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::u
   return hit;
 }
 
+void RegionSchedule::Commit(HMONITOR monitor, const FrameJob& job) {
+  for (const ROIUnit& unit : job.units) {
+    const TemplateSpec& spec = job.specs[unit.specIndex];
+    if (spec.intervalMs >= 1) lastScheduled[spec.name + KeySuffix(monitor)] = job.tMs;
+  }
+}
+
 void RegionSchedule::KeepMonitors(const std::set<HMONITOR>& monitors) {
   std::erase_if(frameImages, [&](const auto& entry) { return !monitors.contains(entry.first); });
   std::vector<std::wstring> suffixes;
@@ -101,7 +108,6 @@ FrameTurn RegionSchedule::ScheduleSpec(std::int32_t index, const MonitorFrame& f
   ROIUnit unit = CutRegion(spec, place, images, frame.origin);
   unit.specIndex = index;
   job.units.push_back(std::move(unit));
-  if (spec.intervalMs >= 1) lastScheduled[spec.name + KeySuffix(frame.monitor)] = job.tMs;
   return FrameTurn::Cut;
 }
 

@@ -168,6 +168,7 @@ void Engine::TakeTurn(std::size_t monitor, std::int64_t tMs, const cv::Mat& bgra
                       if (turn != FrameTurn::Forced) return;
                       Report(index, monitor, ForcedHit(bound[index], place, wallMs), nullptr);
                     });
+  schedule.Commit(frame.monitor, job);
   ++frameCount;
   for (const ROIUnit& unit : job.units) Evaluate(unit, job, monitor, wallMs);
 }

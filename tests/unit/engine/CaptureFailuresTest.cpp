@@ -68,6 +68,28 @@ TEST_F(CaptureFailures, ExceptionAnywhereInATickGivesTheFrameBack) {
   EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u);
 }
 
+TEST_F(CaptureFailures, TurnThatRaisesBeforeItsJobIsQueuedBeginsNoInterval) {
+  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
+  OpenWindow(RectAt(10, 10, 100, 100));
+  int failed = 0;
+  for (int n = 1; failed == n - 1; ++n) {
+    Specs().specs.clear();
+    for (const wchar_t* name : {L"first", L"second"}) {
+      AddSpec({0, 0, 50, 50}, {8, 8}, name + std::to_wstring(n)).intervalMs = 3'600'000;
+    }
+    desktop->Refresh(monitor);
+    std::size_t units = 0;
+    test::FailNthAllocation(n);
+    try {
+      units = UnitsIn(probe.Tick(afterEveryDelay));
+    } catch (const std::bad_alloc&) {
+    }
+    if (test::FailNthAllocation(0) == 0) ++failed;
+    EXPECT_GE(units + UnitsIn(Tick(afterEveryDelay)), 2u) << n;
+  }
+  EXPECT_GT(failed, 10);
+}
+
 TEST_F(CaptureFailures, FaultyContextIsReplacedAloneAfter200MsAndLoggedOnce) {
   const HMONITOR monitors[] = {test::HandleOf(AddMonitor(0, 0, 300, 200)),
                                test::HandleOf(AddMonitor(300, 0, 300, 200))};
