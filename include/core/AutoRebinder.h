@@ -29,8 +29,8 @@
 #include "capture/TargetWindow.h"
 #include "core/DelayedCalls.h"
 #include "core/FrameJob.h"
-#include "core/RegionSchedule.h"
 #include "core/SampledErrors.h"
+#include "core/Tick.h"
 #include "ipc/RingSender.h"
 
 namespace quillmark {
@@ -77,14 +77,10 @@ class AutoRebinder {
   void DropAllContexts();
 
   // Of the capture thread.
-  static std::int64_t TickIntervalMs(std::size_t waitingJobs) {
-    return RegionSchedule::TickIntervalMs(waitingJobs);
-  }
   void CaptureTick(std::int64_t nowMs);
   // Forgets all monitors but these, and drops the contexts whose time is up.
   void RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs);
-  void MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
-                   const std::vector<TemplateSpec>& snapshot, std::int64_t nowMs);
+  void MonitorTurn(HMONITOR monitor, std::int64_t nowMs);
   // Null while its retry has it wait.
   std::shared_ptr<DuplicationContext> OpenContext(HMONITOR monitor, MonitorState& state, std::int64_t nowMs);
   // Logs an error when its text is news; without a monitor it is one of the whole tick.
@@ -115,7 +111,7 @@ class AutoRebinder {
   std::atomic<std::uint64_t> frameCounter{0};  // monitor frames captured
 
   // Of the capture thread.
-  RegionSchedule schedule;
+  Tick tick;
   std::set<HMONITOR> knownMonitors;                          // of the last tick
   std::unordered_map<HMONITOR, MonitorState> monitorStates;  // without a monitor: of the whole tick
   std::uint64_t seenGeneration = 0;                          // of rebindGeneration

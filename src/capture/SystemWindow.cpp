@@ -6,6 +6,8 @@
 #include <iterator>
 #include <memory>
 
+#include "capture/Dpi.h"
+
 namespace quillmark {
 namespace {
 
@@ -14,45 +16,87 @@ struct CloseProcess {
 };
 using ProcessHandle = std::unique_ptr<void, CloseProcess>;
 
-}  // namespace
-
-bool SystemWindow::Shown() const {
-  return ::IsWindow(window) && ::IsWindowVisible(window) && !::IsIconic(window) &&
-         ::GetAncestor(window, GA_ROOT) == window;
-}
-
-std::wstring_view SystemWindow::ImageFile() {
+std::wstring ReadImageFile(HWND window) {
   DWORD processId = 0;
   ::GetWindowThreadProcessId(window, &processId);
   if (processId == 0) return {};
   const ProcessHandle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
   if (!process) return {};
+  wchar_t path[MAX_PATH];
   DWORD length = MAX_PATH;
-  if (!::QueryFullProcessImageNameW(process.get(), 0, text, &length)) return {};
-  return ::PathFindFileNameW(text);
+  if (!::QueryFullProcessImageNameW(process.get(), 0, path, &length)) return {};
+  return ::PathFindFileNameW(path);
 }
 
-std::wstring_view SystemWindow::Title() {
+std::wstring ReadTitle(HWND window) {
+  wchar_t text[512];
   const int length = ::GetWindowTextW(window, text, static_cast<int>(std::size(text)));
   return {text, static_cast<std::size_t>(std::max(length, 0))};
 }
 
-bool SystemWindow::OuterRect(Rect& rect) const {
-  RECT outer{};
-  if (!::GetWindowRect(window, &outer)) return false;
-  rect = {outer.left, outer.top, outer.right, outer.bottom};
-  return true;
+}  // namespace
+
+bool SystemWindow::Exists() const {
+  return ::IsWindow(window);
 }
 
-bool SystemWindow::ClientArea(Rect& area) const {
+bool SystemWindow::Visible() const {
+  return ::IsWindowVisible(window);
+}
+
+bool SystemWindow::Minimised() const {
+  return ::IsIconic(window);
+}
+
+bool SystemWindow::Shown() {
+  if (!shown) shown = Exists() && Visible() && !Minimised() && ::GetAncestor(window, GA_ROOT) == window;
+  return *shown;
+}
+
+std::wstring_view SystemWindow::ImageFile() {
+  if (!imageFile) imageFile = ReadImageFile(window);
+  return *imageFile;
+}
+
+std::wstring_view SystemWindow::Title() {
+  if (!title) title = ReadTitle(window);
+  return *title;
+}
+
+bool SystemWindow::OuterRect(Rect& rect) {
+  RECT measured{};
+  if (!outer && ::GetWindowRect(window, &measured)) {
+    outer = Rect{measured.left, measured.top, measured.right, measured.bottom};
+  }
+  if (outer) rect = *outer;
+  return outer.has_value();
+}
+
+std::optional<Rect> SystemWindow::ClientArea() const {
   RECT client{};
-  if (!::GetClientRect(window, &client)) return false;
+  if (!::GetClientRect(window, &client)) return std::nullopt;
   POINT topLeft{client.left, client.top};
   POINT bottomRight{client.right, client.bottom};
-  if (!::ClientToScreen(window, &topLeft) || !::ClientToScreen(window, &bottomRight)) return false;
-  if (topLeft.x >= bottomRight.x || topLeft.y >= bottomRight.y) return false;
-  area = {topLeft.x, topLeft.y, bottomRight.x, bottomRight.y};
-  return true;
+  if (!::ClientToScreen(window, &topLeft) || !::ClientToScreen(window, &bottomRight)) return std::nullopt;
+  return Rect{topLeft.x, topLeft.y, bottomRight.x, bottomRight.y};
+}
+
+HMONITOR SystemWindow::Monitor() const {
+  return ::MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST);
+}
+
+double SystemWindow::Scale(HMONITOR monitor) const {
+  return GetDpiScale(window, monitor);
+}
+
+std::vector<SystemWindow> ListWindows() {
+  std::vector<SystemWindow> windows;
+  const auto collect = [](HWND window, LPARAM list) -> BOOL {
+    reinterpret_cast<std::vector<SystemWindow>*>(list)->emplace_back(window);
+    return TRUE;
+  };
+  ::EnumWindows(collect, reinterpret_cast<LPARAM>(&windows));
+  return windows;
 }
 
 }  // namespace quillmark

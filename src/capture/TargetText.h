@@ -1,12 +1,4 @@
-// The text by which a spec names its window, and the rule by which one of the top-level windows is chosen for
-// it: the largest that is shown and meant by the text; among equal areas the first one asked about.
-//
-// The rule knows windows only by what they answer, whoever answers for them. A Window has
-//   bool Shown()                       top-level, visible and not minimised
-//   std::wstring_view ImageFile()      file name of its program; empty when that cannot be read
-//   std::wstring_view Title()          empty when it has none
-//   bool OuterRect(Rect&)              desktop pixels; false when it cannot be measured
-// and is asked in this order, for one of the two texts only, and for nothing once it is out of the question.
+// The text by which a spec names its window, and which of two windows that it means is taken.
 //
 // Threading: no shared state.
 #pragma once

@@ -6,9 +6,12 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "capture/SystemWindow.h"
+#include "capture/TargetBinding.h"
 #include "specs/TemplateSpec.h"
 
 namespace quillmark {
@@ -22,19 +25,16 @@ struct MonitorEntry {
 // when there is none.
 [[nodiscard]] HWND FindTargetWindow(const std::wstring& target);
 
-// Whether the text means the window, be it shown or not.
-[[nodiscard]] bool TargetMeans(const std::wstring& target, HWND window);
+// Refreshes the spec's target fields and says what they were set from; targetValid tells whether the target
+// is usable now. A window that the spec brings along is kept as long as it exists, else one is searched for:
+// the worker's copies of the store bring none, so it searches in every tick. `windows` is listed when it is
+// first needed, and serves all specs of a tick.
+TargetBinding BindTarget(TemplateSpec& spec, std::optional<std::vector<SystemWindow>>& windows);
 
-// Refreshes the spec's target fields; targetValid tells whether the target is usable now. A window that the
-// spec brings along is kept as long as it exists, else the window is searched for: the worker's copies of the
-// store bring none, so it searches in every tick.
+// The same for one spec alone.
 void UpdateTargetWindow(TemplateSpec& spec);
 
 // Callback of EnumDisplayMonitors; `list` is a std::vector<MonitorEntry>*.
 BOOL CALLBACK CollectMonitors(HMONITOR monitor, HDC dc, RECT* rect, LPARAM list);
-
-// Desktop pixels per logical pixel of a window on a monitor: above 1 where the system stretches the window
-// because it is not aware of the monitor's dpi, 1.0 when it is or when nothing is known.
-double GetDpiScale(HWND window, HMONITOR monitor);
 
 }  // namespace quillmark

@@ -2,6 +2,7 @@
 // one frame of each monitor concerned, cuts the regions out and queues one job a frame.
 #include <chrono>
 #include <exception>
+#include <optional>
 #include <utility>
 
 #include "capture/MonitorChoice.h"
@@ -31,16 +32,6 @@ std::vector<TemplateSpec> SnapshotOfStore() {
   return store.specs;
 }
 
-void BindTargets(std::vector<TemplateSpec>& specs) {
-  for (TemplateSpec& spec : specs) {
-    if (spec.target.empty()) {
-      spec.targetValid = false;
-    } else {
-      UpdateTargetWindow(spec);
-    }
-  }
-}
-
 std::wstring NameOf(HMONITOR monitor) {
   return L"monitor " + std::to_wstring(reinterpret_cast<std::uintptr_t>(monitor));
 }
@@ -60,7 +51,7 @@ void AutoRebinder::CaptureLoop() {
       const std::lock_guard lock(jobQueueMutex);
       waitingJobs = jobQueue.size();
     }
-    next = now + TickIntervalMs(waitingJobs);
+    next = now + Tick::IntervalMs(waitingJobs);
     try {
       CaptureTick(now);
     } catch (const std::exception& error) {
@@ -70,11 +61,12 @@ void AutoRebinder::CaptureLoop() {
 }
 
 void AutoRebinder::CaptureTick(std::int64_t nowMs) {
-  std::vector<TemplateSpec> snapshot = SnapshotOfStore();
-  BindTargets(snapshot);
+  std::optional<std::vector<SystemWindow>> windows;
+  tick.Bind(SnapshotOfStore(), [&](TemplateSpec& spec) { return BindTarget(spec, windows); });
   const std::vector<MonitorEntry> monitors = ListMonitors();
+  tick.Group(monitors);
+  const MonitorGroups& groups = tick.Groups();
 
-  const MonitorGroups groups = GroupByMonitor(snapshot, monitors);
   std::set<HMONITOR> present;
   for (const MonitorEntry& entry : monitors) present.insert(entry.monitor);
   for (const auto& group : groups) present.insert(group.first);
@@ -86,7 +78,7 @@ void AutoRebinder::CaptureTick(std::int64_t nowMs) {
 
   for (const auto& [monitor, indices] : groups) {
     try {
-      MonitorTurn(monitor, indices, snapshot, nowMs);
+      MonitorTurn(monitor, nowMs);
     } catch (const std::exception& error) {
       ReportTurnError(monitor, error);
     }
@@ -101,7 +93,7 @@ void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowM
     return entry.first != nullptr && !monitors.contains(entry.first);
   };
   if (monitorsChanged) {
-    schedule.KeepMonitors(monitors);
+    tick.KeepMonitors(monitors);
     std::erase_if(monitorStates, isGone);
   }
   const std::lock_guard lock(ctxMutex);
@@ -135,10 +127,8 @@ std::shared_ptr<DuplicationContext> AutoRebinder::OpenContext(HMONITOR monitor, 
   return context;
 }
 
-void AutoRebinder::MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>& indices,
-                               const std::vector<TemplateSpec>& snapshot, std::int64_t nowMs) {
-  auto job = std::make_shared<FrameJob>();
-  job->tMs = SteadyNowMs();
+void AutoRebinder::MonitorTurn(HMONITOR monitor, std::int64_t nowMs) {
+  const std::int64_t beginMs = SteadyNowMs();
   MonitorState& state = monitorStates[monitor];
   const std::shared_ptr<DuplicationContext> context = OpenContext(monitor, state, nowMs);
   if (!context) return;
@@ -154,21 +144,21 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, const std::vector<std::int32_t>
     state.retry.OnDropped(nowMs);
     throw;
   }
+  std::shared_ptr<FrameJob> job;
   {
     const HeldFrame held(*context);
-    job->specs = snapshot;
-    schedule.Schedule({monitor, {context->left, context->top}, frameCounter, frame}, indices, *job,
-                      [&](std::int32_t index, FrameTurn turn, const RegionOnFrame& place) {
-                        if (turn != FrameTurn::Forced) return;
-                        sender.Enqueue(ForcedHit(job->specs[index], place, WallClockMs()));
-                      });
+    job = tick.Cut({monitor, {context->left, context->top}, frameCounter, frame}, beginMs,
+                   [&](const SpecTurn& turn) {
+                     if (turn.outcome != SpecOutcome::Forced) return;
+                     sender.Enqueue(ForcedHit(tick.Specs()[turn.index], turn.place, WallClockMs()));
+                   });
   }
   ++frameCounter;
   {
     const std::lock_guard lock(jobQueueMutex);
     jobQueue.push_back(job);
   }
-  schedule.Commit(monitor, *job);
+  tick.Commit(monitor, *job);
 }
 
 void AutoRebinder::ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept {

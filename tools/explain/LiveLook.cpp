@@ -13,6 +13,7 @@
 #include "capture/TargetWindow.h"
 #include "explain/Explain.h"
 #include "explain/Numbers.h"
+#include "explain/Steps.h"
 #include "explain/Words.h"
 #include "live/MonitorCapture.h"
 
@@ -22,12 +23,6 @@ namespace {
 std::string PlaceText(const Rect& rect) {
   return std::to_string(rect.right - rect.left) + " x " + std::to_string(rect.bottom - rect.top) + " at " +
          std::to_string(rect.left) + "," + std::to_string(rect.top);
-}
-
-std::string TitleOf(HWND window) {
-  wchar_t title[512];
-  const int length = ::GetWindowTextW(window, title, static_cast<int>(std::size(title)));
-  return Readable({title, static_cast<std::size_t>(std::max(length, 0))});
 }
 
 // A step that ends the explanation.
@@ -46,44 +41,19 @@ Step TargetEnding(Reason reason, std::string remark = {}) {
   return Ending("target", "Target", "window that the target means", reason, std::move(remark));
 }
 
-// Why no window can be the target: there is none, or none that is shown.
-Reason ReasonForNoWindow(const std::wstring& target) {
-  struct Search {
-    const std::wstring& target;
-    bool minimised = false, hidden = false;
-  } search{target};
-  const auto consider = [](HWND window, LPARAM parameter) -> BOOL {
-    auto& asked = *reinterpret_cast<Search*>(parameter);
-    if (::GetAncestor(window, GA_ROOT) != window || !TargetMeans(asked.target, window)) return TRUE;
-    (::IsIconic(window) ? asked.minimised : asked.hidden) = true;
-    return TRUE;
-  };
-  ::EnumWindows(consider, reinterpret_cast<LPARAM>(&search));
-  if (search.minimised) return Reason::WindowMinimised;
-  return search.hidden ? Reason::WindowHidden : Reason::WindowNotFound;
-}
-
-// Why the target of a spec is not valid after its update.
-Reason ReasonForNoTarget(const TemplateSpec& spec) {
-  if (spec.target.empty()) return Reason::TargetEmpty;
-  if (spec.targetHwnd == nullptr) {  // nor is there a window where the display is away
-    return ListMonitors().empty() ? Reason::NoMonitor : ReasonForNoWindow(spec.target);
-  }
-  if (::IsIconic(spec.targetHwnd)) return Reason::WindowMinimised;
-  RECT client{};
-  if (!::GetClientRect(spec.targetHwnd, &client)) return Reason::WindowUnmeasured;
-  if (client.left >= client.right || client.top >= client.bottom) return Reason::ClientAreaEmpty;
-  const bool onMonitor = ::MonitorFromWindow(spec.targetHwnd, MONITOR_DEFAULTTONEAREST) != nullptr;
-  return onMonitor ? Reason::WindowUnmeasured : Reason::NoMonitor;
-}
-
 // False when it ended with the target.
 bool BindTarget(Explanation& e) {
   EnableDpiAwareness();
   TemplateSpec& spec = e.spec;
-  UpdateTargetWindow(spec);
-  if (!spec.targetValid) {
-    EndWith(e, TargetEnding(ReasonForNoTarget(spec), Readable(spec.target)));
+  std::vector<SystemWindow> windows = ListWindows();
+  TargetBinding binding = FindBinding(spec.target, windows);
+  if (binding.outcome == BindingOutcome::NotFound) {  // nor is there a window where the display is away
+    binding.outcome =
+        ListMonitors().empty() ? BindingOutcome::NoMonitor : WhyNoneChosen(spec.target, windows);
+  }
+  SetTarget(spec, binding);
+  if (const std::optional<Reason> reason = ReasonOf(binding.outcome)) {
+    EndWith(e, TargetEnding(*reason, Readable(spec.target)));
     return false;
   }
   Step step;
@@ -91,7 +61,8 @@ bool BindTarget(Explanation& e) {
   step.title = "Target";
   step.measures = "window that the target means";
   step.outcome = StepOutcome::Passed;
-  step.remark = "'" + TitleOf(spec.targetHwnd) + "', client area " + PlaceText(spec.targetRect) + ", scale " +
+  const std::wstring title(SystemWindow(binding.window).Title());
+  step.remark = "'" + Readable(title) + "', client area " + PlaceText(spec.targetRect) + ", scale " +
                 Digits(spec.targetScaleX);
   e.steps.push_back(std::move(step));
   return true;

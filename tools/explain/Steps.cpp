@@ -81,6 +81,23 @@ StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
   return StepOutcome::NotMeasured;
 }
 
+// Reasons that stand in the order of what they are for.
+template <typename Enum>
+class InTheOrderOf {
+ public:
+  consteval InTheOrderOf(Reason first_, Reason last, Enum lastOf_) : first(first_), lastOf(lastOf_) {
+    if (static_cast<int>(last) - static_cast<int>(first) != static_cast<int>(lastOf)) throw "out of order";
+  }
+  [[nodiscard]] std::optional<Reason> At(Enum of) const {
+    if (of > lastOf) return std::nullopt;
+    return static_cast<Reason>(static_cast<std::int32_t>(first) + static_cast<std::int32_t>(of));
+  }
+
+ private:
+  Reason first;
+  Enum lastOf;
+};
+
 // Makes the steps of one verdict.
 class Comparison {
  public:
@@ -201,12 +218,13 @@ std::vector<Step> ComparisonSteps(const TemplateSpec& spec, const ROIUnit& unit,
 }
 
 std::optional<Reason> ReasonOf(DecidingStep step) {
-  // The reasons of the comparison stand in the order of its steps.
-  constexpr auto first = static_cast<std::int32_t>(Reason::InputsMissing);
-  static_assert(static_cast<std::int32_t>(Reason::Colour) - first ==
-                static_cast<std::int32_t>(DecidingStep::Colour));
-  if (step == DecidingStep::Accepted) return std::nullopt;
-  return static_cast<Reason>(first + static_cast<std::int32_t>(step));
+  constexpr auto reasons = InTheOrderOf(Reason::InputsMissing, Reason::Colour, DecidingStep::Colour);
+  return reasons.At(step);
+}
+
+std::optional<Reason> ReasonOf(BindingOutcome outcome) {
+  constexpr auto reasons = InTheOrderOf(Reason::TargetEmpty, Reason::NoMonitor, BindingOutcome::NoMonitor);
+  return reasons.At(outcome);
 }
 
 std::string TextOf(Rule rule) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "capture/TargetBinding.h"
 #include "core/RegionEvaluation.h"
 #include "explain/Explanation.h"
 
@@ -23,6 +24,9 @@ namespace quillmark::explain {
 
 // None for an accepted verdict.
 [[nodiscard]] std::optional<Reason> ReasonOf(DecidingStep step);
+
+// None for a target that is bound.
+[[nodiscard]] std::optional<Reason> ReasonOf(BindingOutcome outcome);
 
 // What moved a limit, without its figure.
 [[nodiscard]] std::string TextOf(Rule rule);

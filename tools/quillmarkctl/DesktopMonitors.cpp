@@ -1,12 +1,12 @@
 #include "DesktopMonitors.h"
 
 #include <dxgi1_2.h>
-#include <shellscalingapi.h>
 
 #include <map>
 
 #include "capture/ComPtr.h"
-#include "capture/TargetWindow.h"
+#include "capture/Dpi.h"
+#include "capture/MonitorChoice.h"
 
 namespace quillmark::control {
 namespace {
@@ -40,27 +40,12 @@ std::map<HMONITOR, int> Turns() {
   return turns;
 }
 
-std::uint32_t DpiOf(HMONITOR monitor) {
-  // By name, as older systems lack the call.
-  using Call = HRESULT(WINAPI*)(HMONITOR, MONITOR_DPI_TYPE, UINT*, UINT*);
-  static const HMODULE library = ::LoadLibraryW(L"shcore.dll");
-  static const auto call =
-      library == nullptr
-          ? nullptr
-          : reinterpret_cast<Call>(reinterpret_cast<void*>(::GetProcAddress(library, "GetDpiForMonitor")));
-  UINT x = 96, y = 96;
-  if (call == nullptr || FAILED(call(monitor, MDT_EFFECTIVE_DPI, &x, &y))) return 96;
-  return x;
-}
-
 }  // namespace
 
-std::vector<DesktopMonitor> ListMonitors() {
-  std::vector<MonitorEntry> entries;
-  ::EnumDisplayMonitors(nullptr, nullptr, CollectMonitors, reinterpret_cast<LPARAM>(&entries));
+std::vector<DesktopMonitor> ListDesktopMonitors() {
   const std::map<HMONITOR, int> turns = Turns();
   std::vector<DesktopMonitor> monitors;
-  for (const MonitorEntry& entry : entries) {
+  for (const MonitorEntry& entry : ListMonitors()) {
     MONITORINFOEXW info{};
     info.cbSize = sizeof(info);
     if (!::GetMonitorInfoW(entry.monitor, &info)) continue;
@@ -69,7 +54,7 @@ std::vector<DesktopMonitor> ListMonitors() {
     monitor.number = static_cast<int>(monitors.size()) + 1;
     monitor.rect = {entry.rcMonitor.left, entry.rcMonitor.top, entry.rcMonitor.right, entry.rcMonitor.bottom};
     monitor.primary = (info.dwFlags & MONITORINFOF_PRIMARY) != 0;
-    monitor.dpi = DpiOf(entry.monitor);
+    monitor.dpi = GetMonitorDpi(entry.monitor);
     if (const auto turn = turns.find(entry.monitor); turn != turns.end()) monitor.turn = turn->second;
     monitor.device = info.szDevice;
     monitors.push_back(std::move(monitor));

@@ -26,6 +26,6 @@ struct DesktopMonitor {
   [[nodiscard]] int Height() const { return rect.bottom - rect.top; }
 };
 
-[[nodiscard]] std::vector<DesktopMonitor> ListMonitors();
+[[nodiscard]] std::vector<DesktopMonitor> ListDesktopMonitors();
 
 }  // namespace quillmark::control

@@ -1,53 +1,20 @@
 #include "DesktopWindows.h"
 
-#include <shlwapi.h>
-
-#include <algorithm>
-#include <iterator>
 #include <opencv2/core.hpp>
 
 #include "core/RegionGeometry.h"
 #include "host/Session.h"
-#include "ipc/UniqueHandle.h"
 
 namespace quillmark::control {
-namespace {
-
-Rect FromSystem(const RECT& rect) {
-  return {rect.left, rect.top, rect.right, rect.bottom};
-}
-
-std::wstring TitleOf(HWND window) {
-  wchar_t title[512];
-  const int length = ::GetWindowTextW(window, title, static_cast<int>(std::size(title)));
-  return {title, static_cast<std::size_t>(std::max(length, 0))};
-}
-
-std::wstring ProgramOf(HWND window) {
-  DWORD processId = 0;
-  ::GetWindowThreadProcessId(window, &processId);
-  if (processId == 0) return {};
-  const UniqueHandle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
-  wchar_t path[MAX_PATH];
-  DWORD length = MAX_PATH;
-  if (!process || !::QueryFullProcessImageNameW(process.Get(), 0, path, &length)) return {};
-  return ::PathFindFileNameW(path);
-}
-
-BOOL CALLBACK Collect(HWND window, LPARAM list) {
-  RECT outer{};
-  if (!::GetWindowRect(window, &outer)) return TRUE;
-  reinterpret_cast<std::vector<DesktopWindow>*>(list)->push_back(
-      {window, TitleOf(window), ProgramOf(window), FromSystem(outer),
-       ::IsWindowVisible(window) != FALSE && !host::IsCloaked(window), ::IsIconic(window) != FALSE});
-  return TRUE;
-}
-
-}  // namespace
-
-std::vector<DesktopWindow> ListWindows() {
+std::vector<DesktopWindow> Describe(std::vector<SystemWindow>& listed) {
   std::vector<DesktopWindow> windows;
-  ::EnumWindows(Collect, reinterpret_cast<LPARAM>(&windows));
+  for (SystemWindow& window : listed) {
+    Rect outer;
+    if (!window.OuterRect(outer)) continue;
+    const bool visible = window.Visible() && !host::IsCloaked(window.Handle());
+    windows.push_back({window.Handle(), std::wstring(window.Title()), std::wstring(window.ImageFile()), outer,
+                       visible, window.Minimised()});
+  }
   return windows;
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "capture/SystemWindow.h"
 #include "specs/TemplateSpec.h"
 
 namespace quillmark::control {
@@ -27,8 +28,8 @@ struct DesktopWindow {
   [[nodiscard]] std::wstring_view Title() const { return title; }
 };
 
-// Topmost first, hidden and minimised ones included.
-[[nodiscard]] std::vector<DesktopWindow> ListWindows();
+// Of a list, those that can be measured; hidden and minimised ones included.
+[[nodiscard]] std::vector<DesktopWindow> Describe(std::vector<SystemWindow>& listed);
 
 struct Exposure {
   // Shares of the area, between 0 and 1, that add up to 1.

@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "Wording.h"
-#include "capture/TargetText.h"
 #include "capture/TargetWindow.h"
 #include "client/Command.h"
 #include "core/RegionCut.h"
@@ -20,12 +19,13 @@ bool Contains(const Rect& outer, const Rect& inner) {
 }
 
 // A text by which the worker takes this very window.
-std::wstring TargetFor(const DesktopWindow& window) {
+std::wstring TargetFor(const DesktopWindow& window, std::vector<SystemWindow>& listed) {
   const std::wstring title = window.title.substr(0, client::TargetUnits);
   for (const std::wstring& text : {window.program, title}) {
     if (text.empty() || text.size() > client::TargetUnits) continue;
     if (text == window.program && !TargetText(text).ByImageName()) continue;
-    if (FindTargetWindow(text) == window.handle) return text;
+    const SystemWindow* const chosen = ChooseTarget(text, listed);
+    if (chosen != nullptr && chosen->Handle() == window.handle) return text;
   }
   throw std::runtime_error("neither the program nor the beginning of the title of \"" +
                            Printable(window.title) +
@@ -75,17 +75,18 @@ Piece CutPiece(const PieceChoice& choice) {
   TemplateSpec spec;
   spec.target = choice.target;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
-    const std::vector<DesktopWindow> windows = ListWindows();
-    const std::vector<DesktopMonitor> monitors = ListMonitors();
+    std::optional<std::vector<SystemWindow>> listed = ListWindows();
+    const std::vector<DesktopWindow> windows = Describe(*listed);
+    const std::vector<DesktopMonitor> monitors = ListDesktopMonitors();
     if (monitors.empty()) throw std::runtime_error("there is no monitor");
-    if (spec.target.empty()) spec.target = TargetFor(WindowUnder(choice.picked.value(), windows));
+    if (spec.target.empty()) spec.target = TargetFor(WindowUnder(choice.picked.value(), windows), *listed);
     spec.targetHwnd = nullptr;
-    UpdateTargetWindow(spec);
-    if (spec.targetHwnd == nullptr) {
+    const TargetBinding binding = BindTarget(spec, listed);
+    if (binding.outcome == BindingOutcome::NotFound) {
       throw std::runtime_error("no window that is shown matches \"" + Printable(spec.target) +
                                "\"; quillmarkctl doctor lists them");
     }
-    if (!spec.targetValid) throw std::runtime_error("the window has no client area");
+    if (!binding.IsBound()) throw std::runtime_error("the window has no client area");
 
     Piece piece;
     piece.target = spec.target;

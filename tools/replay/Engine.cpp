@@ -6,8 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "capture/TargetText.h"
-#include "core/RegionGeometry.h"
+#include "capture/TargetBinding.h"
 #include "core/RegionTask.h"
 #include "explain/Steps.h"
 
@@ -24,7 +23,8 @@ HMONITOR HandleOf(std::size_t monitor) {
 // A recorded window as it answers for itself.
 class WindowAnswers {
  public:
-  explicit WindowAnswers(const RecordedWindow& recorded) : window(recorded) {}
+  WindowAnswers(const RecordedWindow& recorded, const std::vector<MonitorEntry>& entries)
+      : window(recorded), monitors(entries) {}
   [[nodiscard]] bool Shown() const { return window.visible && !window.minimised; }
   [[nodiscard]] std::wstring_view ImageFile() const { return window.program; }
   [[nodiscard]] std::wstring_view Title() const { return window.title; }
@@ -32,58 +32,33 @@ class WindowAnswers {
     rect = window.outer;
     return true;
   }
+  [[nodiscard]] static HWND Handle() { return nullptr; }
+  [[nodiscard]] static bool Exists() { return true; }
+  [[nodiscard]] bool Minimised() const { return window.minimised; }
+  [[nodiscard]] std::optional<Rect> ClientArea() const { return window.client; }
+  [[nodiscard]] HMONITOR Monitor() const { return NearestMonitor(monitors, window.outer); }
+  [[nodiscard]] double Scale(HMONITOR) const { return window.scale; }
 
  private:
   const RecordedWindow& window;
+  const std::vector<MonitorEntry>& monitors;
 };
 
-Reason WhyNoWindow(const std::wstring& target, const std::vector<RecordedWindow>& windows) {
-  const TargetText text(target);
-  Reason reason = Reason::WindowNotFound;
-  for (const RecordedWindow& window : windows) {
-    WindowAnswers answers(window);
-    if (!text.Means(answers)) continue;
-    if (window.minimised) return Reason::WindowMinimised;
-    reason = Reason::WindowHidden;
-  }
-  return reason;
-}
-
-// Binds the spec to its window; a reason when it has none that can be used.
-std::optional<Reason> BindTarget(TemplateSpec& spec, const std::vector<RecordedWindow>& windows,
-                                 const std::vector<MonitorEntry>& monitors) {
-  spec.targetValid = false;
-  if (spec.target.empty()) return Reason::TargetEmpty;
-  TargetChoice choice(spec.target);
-  const RecordedWindow* found = nullptr;
-  for (const RecordedWindow& window : windows) {
-    WindowAnswers answers(window);
-    if (choice.Takes(answers)) found = &window;
-  }
-  if (found == nullptr) return WhyNoWindow(spec.target, windows);
-  if (IsEmpty(found->client)) return Reason::ClientAreaEmpty;
-  spec.targetRect = found->client;
-  spec.targetMonitor = NearestMonitor(monitors, found->outer);
-  spec.targetScaleX = spec.targetScaleY = found->scale;
-  spec.targetValid = true;
-  return std::nullopt;
-}
-
-std::optional<Reason> ReasonOf(FrameTurn turn) {
-  switch (turn) {
-    case FrameTurn::FrameSkipped:
+Reason ReasonOf(const SpecTurn& turn) {
+  switch (turn.outcome) {
+    case SpecOutcome::Unbound:
+      return *explain::ReasonOf(turn.binding);
+    case SpecOutcome::OutsideTarget:
+      return Reason::RegionOutsideTarget;
+    case SpecOutcome::FrameSkipped:
       return Reason::FrameDivisor;
-    case FrameTurn::Throttled:
+    case SpecOutcome::Throttled:
       return Reason::Interval;
-    case FrameTurn::OffFrame:
-      return Reason::RegionOffMonitor;
-    case FrameTurn::SmallerThanTemplate:
+    case SpecOutcome::SmallerThanTemplate:
       return Reason::RegionTooSmall;
-    case FrameTurn::Forced:
-    case FrameTurn::Cut:
-      break;
+    default:
+      return Reason::RegionOffMonitor;
   }
-  return std::nullopt;
 }
 
 }  // namespace
@@ -109,9 +84,9 @@ HMONITOR NearestMonitor(const std::vector<MonitorEntry>& monitors, const Rect& r
   return best;
 }
 
-Engine::Engine(std::vector<TemplateSpec> specs, const std::vector<RecordedMonitor>& monitors,
+Engine::Engine(std::vector<TemplateSpec> prepared, const std::vector<RecordedMonitor>& monitors,
                Observer& hearing)
-    : bound(std::move(specs)), observer(hearing) {
+    : specs(std::move(prepared)), observer(hearing) {
   for (std::size_t i = 0; i < monitors.size(); ++i) {
     const Rect& rect = monitors[i].rect;
     entries.push_back({HandleOf(i), RECT{rect.left, rect.top, rect.right, rect.bottom}});
@@ -122,55 +97,43 @@ Engine::Engine(std::vector<TemplateSpec> specs, const std::vector<RecordedMonito
 }
 
 void Engine::BeginTick(const std::vector<RecordedWindow>& windows) {
-  unwatched.clear();
-  for (std::size_t i = 0; i < bound.size(); ++i) {
-    if (const auto reason = BindTarget(bound[i], windows, entries)) unwatched.push_back({i, *reason});
-  }
-  groups = GroupByMonitor(bound, entries, answers);
-  std::vector<bool> grouped(bound.size());
-  for (const auto& [monitor, indices] : groups) {
-    for (const std::int32_t index : indices) grouped[index] = true;
-  }
-  for (std::size_t i = 0; i < bound.size(); ++i) {
-    if (grouped[i] || !bound[i].targetValid) continue;
-    const bool outside = IsEmpty(RegionOnDesktop(bound[i]));
-    unwatched.push_back({i, outside ? Reason::RegionOutsideTarget : Reason::RegionOffMonitor});
-  }
-  RepeatTick();
-}
-
-void Engine::RepeatTick() {
-  for (const Unwatched& spec : unwatched) observer.OnSilence(spec.spec, spec.reason, nullptr);
+  std::vector<WindowAnswers> listed;
+  for (const RecordedWindow& window : windows) listed.emplace_back(window, entries);
+  const auto bind = [&](TemplateSpec& spec) {
+    TargetBinding binding = FindBinding(spec.target, listed);
+    if (binding.outcome == BindingOutcome::NotFound) binding.outcome = WhyNoneChosen(spec.target, listed);
+    SetTarget(spec, binding);
+    return binding;
+  };
+  const auto leftOut = [&](const SpecTurn& turn) { observer.OnSilence(turn.index, ReasonOf(turn), nullptr); };
+  tick.Bind(specs, bind, leftOut);
+  tick.Group(entries, answers, leftOut);
 }
 
 bool Engine::Watches(std::size_t monitor) const {
-  return groups.contains(HandleOf(monitor));
+  return tick.Groups().contains(HandleOf(monitor));
 }
 
 void Engine::PassTurn(std::size_t monitor, Reason reason) {
-  const auto group = groups.find(HandleOf(monitor));
-  if (group == groups.end()) return;
+  const auto group = tick.Groups().find(HandleOf(monitor));
+  if (group == tick.Groups().end()) return;
   for (const std::int32_t index : group->second) observer.OnSilence(index, reason, nullptr);
 }
 
 void Engine::TakeTurn(std::size_t monitor, std::int64_t tMs, const cv::Mat& bgra, std::uint64_t wallMs) {
-  const auto group = groups.find(HandleOf(monitor));
-  if (group == groups.end()) return;
-  FrameJob job;
-  job.tMs = tMs;
-  job.specs = bound;
-  const RECT& rect = entries[monitor].rcMonitor;
-  const MonitorFrame frame{
-      entries[monitor].monitor, {static_cast<int>(rect.left), static_cast<int>(rect.top)}, frameCount, bgra};
-  schedule.Schedule(frame, group->second, job,
-                    [&](std::int32_t index, FrameTurn turn, const RegionOnFrame& place) {
-                      if (const auto reason = ReasonOf(turn)) observer.OnSilence(index, *reason, nullptr);
-                      if (turn != FrameTurn::Forced) return;
-                      Report(index, monitor, ForcedHit(bound[index], place, wallMs), nullptr);
-                    });
-  schedule.Commit(frame.monitor, job);
+  if (!Watches(monitor)) return;
+  const MonitorEntry& entry = entries[monitor];
+  const cv::Point origin(static_cast<int>(entry.rcMonitor.left), static_cast<int>(entry.rcMonitor.top));
+  const auto job = tick.Cut({entry.monitor, origin, frameCount, bgra}, tMs, [&](const SpecTurn& turn) {
+    if (turn.outcome == SpecOutcome::Forced) {
+      Report(turn.index, monitor, ForcedHit(tick.Specs()[turn.index], turn.place, wallMs), nullptr);
+    } else if (turn.outcome != SpecOutcome::Cut) {
+      observer.OnSilence(turn.index, ReasonOf(turn), nullptr);
+    }
+  });
   ++frameCount;
-  for (const ROIUnit& unit : job.units) Evaluate(unit, job, monitor, wallMs);
+  tick.Commit(entry.monitor, *job);
+  for (const ROIUnit& unit : job->units) Evaluate(unit, *job, monitor, wallMs);
 }
 
 void Engine::Evaluate(const ROIUnit& unit, const FrameJob& job, std::size_t monitor, std::uint64_t wallMs) {

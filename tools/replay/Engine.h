@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/RegionEvaluation.h"
-#include "core/RegionSchedule.h"
+#include "core/Tick.h"
 #include "explain/Reasons.h"
 #include "ipc/DuplicateFilter.h"
 #include "replay/Recording.h"
@@ -35,8 +35,6 @@ class Engine {
 
   // Begins a tick with these windows. Specs that are looked for on no monitor are heard of here.
   void BeginTick(const std::vector<RecordedWindow>& windows);
-  // Begins a tick in which no window has changed since the one before.
-  void RepeatTick();
   // Whether a spec is looked for on the monitor in this tick.
   [[nodiscard]] bool Watches(std::size_t monitor) const;
   // The monitor's turn in this tick brought no picture, for that reason.
@@ -49,19 +47,12 @@ class Engine {
   void Evaluate(const ROIUnit& unit, const FrameJob& job, std::size_t monitor, std::uint64_t wallMs);
   void Report(std::size_t spec, std::size_t monitor, const HitRecord& hit, const Verdict* verdict);
 
-  std::vector<TemplateSpec> bound;  // to the windows of this tick
+  const std::vector<TemplateSpec> specs;
   std::vector<MonitorEntry> entries;
   MonitorAnswers answers;
   Observer& observer;
 
-  MonitorGroups groups;
-  struct Unwatched {
-    std::size_t spec;
-    explain::Reason reason;
-  };
-  std::vector<Unwatched> unwatched;  // specs in no group
-
-  RegionSchedule schedule;
+  Tick tick;
   std::uint64_t frameCount = 0;
   DuplicateFilter duplicates;
 };

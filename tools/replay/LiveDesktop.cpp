@@ -22,21 +22,6 @@ std::vector<RecordedMonitor> MonitorsOf(const std::vector<MonitorEntry>& entries
   return monitors;
 }
 
-BOOL CALLBACK Collect(HWND handle, LPARAM list) {
-  if (::GetAncestor(handle, GA_ROOT) != handle) return TRUE;
-  SystemWindow window(handle);
-  RecordedWindow recorded;
-  if (!window.OuterRect(recorded.outer)) return TRUE;  // it could not be chosen
-  recorded.title = window.Title();
-  recorded.program = window.ImageFile();
-  recorded.visible = ::IsWindowVisible(handle) != FALSE;
-  recorded.minimised = ::IsIconic(handle) != FALSE;
-  if (!window.ClientArea(recorded.client)) recorded.client = {};
-  recorded.scale = GetDpiScale(handle, ::MonitorFromWindow(handle, MONITOR_DEFAULTTONEAREST));
-  reinterpret_cast<std::vector<RecordedWindow>*>(list)->push_back(std::move(recorded));
-  return TRUE;
-}
-
 }  // namespace
 
 LiveDesktop::LiveDesktop() {
@@ -61,7 +46,17 @@ bool LiveDesktop::HasChanged() {
 
 std::vector<RecordedWindow> LiveDesktop::Windows() {
   std::vector<RecordedWindow> windows;
-  ::EnumWindows(Collect, reinterpret_cast<LPARAM>(&windows));
+  for (SystemWindow& window : ListWindows()) {
+    RecordedWindow recorded;
+    if (!window.OuterRect(recorded.outer)) continue;  // it could not be chosen
+    recorded.title = window.Title();
+    recorded.program = window.ImageFile();
+    recorded.visible = window.Visible();
+    recorded.minimised = window.Minimised();
+    recorded.client = window.ClientArea().value_or(Rect());
+    recorded.scale = window.Scale(window.Monitor());
+    windows.push_back(std::move(recorded));
+  }
   return windows;
 }
 

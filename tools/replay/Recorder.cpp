@@ -114,7 +114,7 @@ class Recorder : public Observer {
     for (std::int64_t begin = 0; begin < options.mostMs && goOn(begin) && !IsFull();) {
       Tick();
       if (bundle.IsComplete()) break;
-      begin = std::max(begin + RegionSchedule::TickIntervalMs(0), Now());
+      begin = std::max(begin + Tick::IntervalMs(0), Now());
       std::this_thread::sleep_until(start + std::chrono::milliseconds(begin));
     }
     result.notes.insert(result.notes.begin(), desktop.Faults().begin(), desktop.Faults().end());

@@ -71,7 +71,7 @@ class Player : public Observer {
       Tick();
       if (progress) progress(std::min(begin, end));
       if (begin > end) break;
-      begin = std::max(begin + RegionSchedule::TickIntervalMs(0), now);
+      begin = std::max(begin + Tick::IntervalMs(0), now);
     }
     return std::move(result);
   }
@@ -85,15 +85,9 @@ class Player : public Observer {
   }
 
   void BeginTick() {
-    const std::size_t before = nextChange;
     while (nextChange < recording.windows.size() && recording.windows[nextChange].tMs <= now) ++nextChange;
-    if (nextChange != before || !begun) {
-      engine.BeginTick(nextChange == 0 ? std::vector<RecordedWindow>{}
-                                       : recording.windows[nextChange - 1].windows);
-      begun = true;
-    } else {
-      engine.RepeatTick();
-    }
+    engine.BeginTick(nextChange == 0 ? std::vector<RecordedWindow>{}
+                                     : recording.windows[nextChange - 1].windows);
   }
 
   void Turn(std::size_t monitor) {
@@ -149,8 +143,7 @@ class Player : public Observer {
 
   std::int64_t now = 0;
   std::size_t nextChange = 0;  // into Recording::windows
-  bool begun = false;
-  std::size_t frame = 0;  // the one taken last
+  std::size_t frame = 0;       // the one taken last
 };
 
 // The turns that had nothing to look at say less than any other.

@@ -208,7 +208,7 @@ TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitorsTogether) {
 TEST_F(CaptureTickTest, TickSlowsDownAsJobsPileUp) {
   std::vector<std::int64_t> intervals;
   for (const std::size_t waiting : {0, 1, 2, 3, 4, 7, 8, 1000}) {
-    intervals.push_back(EngineProbe::TickIntervalMs(waiting));
+    intervals.push_back(Tick::IntervalMs(waiting));
   }
   EXPECT_THAT(intervals, ElementsAre(20, 20, 33, 33, 50, 50, 80, 80));
 }

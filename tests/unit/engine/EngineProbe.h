@@ -38,9 +38,6 @@ class EngineProbe {
   // On the test's own thread, after Start.
   void RunJob(const FrameJob& job) { engine.RunJob(job); }
   bool StopRequested() const { return engine.stopRequested; }
-  static std::int64_t TickIntervalMs(std::size_t waitingJobs) {
-    return AutoRebinder::TickIntervalMs(waitingJobs);
-  }
   std::uint64_t FramesCaptured() const { return engine.frameCounter; }
   void ChangeDisplay() { engine.OnDisplayChange(); }
   std::size_t RememberedMonitors() const { return engine.monitorStates.size(); }

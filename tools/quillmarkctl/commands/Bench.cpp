@@ -12,7 +12,7 @@
 #include "PartialSpec.h"
 #include "Wording.h"
 #include "app/ThreadPool.h"
-#include "core/RegionSchedule.h"
+#include "core/Tick.h"
 
 namespace quillmark::control {
 namespace {
@@ -87,7 +87,7 @@ void Print(const Measured& m, Output& output) {
 
 // Sums up; true when everything together fits into a tick.
 bool Summarise(const std::vector<Measured>& specs, const Spread& convert, Output& output) {
-  const double tick = static_cast<double>(RegionSchedule::TickIntervalMs(0)) * 1000.0;
+  const double tick = static_cast<double>(Tick::IntervalMs(0)) * 1000.0;
   const std::size_t threads = ThreadPool::SizeFor(std::thread::hardware_concurrency());
   Spread all{"whole", convert.median, convert.p90};
   const Measured* dearest = nullptr;

@@ -69,7 +69,7 @@ Finding Overlap(const DesktopMonitor& first, const DesktopMonitor& second) {
 }  // namespace
 
 Findings ExamineMonitors() {
-  const std::vector<DesktopMonitor> monitors = ListMonitors();
+  const std::vector<DesktopMonitor> monitors = ListDesktopMonitors();
   if (monitors.empty()) {
     return {{.level = Level::Problem,
              .topic = "monitor",

@@ -6,8 +6,7 @@
 #include "DesktopMonitors.h"
 #include "DesktopWindows.h"
 #include "Wording.h"
-#include "capture/TargetText.h"
-#include "capture/TargetWindow.h"
+#include "capture/TargetBinding.h"
 #include "client/Command.h"
 #include "client/Text.h"
 #include "core/RegionGeometry.h"
@@ -93,13 +92,10 @@ Finding NoMatch(const std::string& quoted, const std::wstring& target,
 }
 
 // How the window that was taken stands on the screens.
-Finding ExamineWinner(const std::wstring& target, const DesktopWindow& winner,
+Finding ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
                       const std::vector<DesktopWindow>& windows) {
   Finding finding{.topic = Topic, .text = Describe(winner), .facts = FactsOf(winner)};
-  TemplateSpec spec;
-  spec.target = target;
-  UpdateTargetWindow(spec);
-  if (!spec.targetValid) {
+  if (!binding.IsBound()) {
     finding.level = Level::Problem;
     finding.text += "; it has no client area";
     finding.consequence = "its specs are left out until it has one";
@@ -107,21 +103,21 @@ Finding ExamineWinner(const std::wstring& target, const DesktopWindow& winner,
     return finding;
   }
   std::vector<Rect> screens;
-  for (const DesktopMonitor& monitor : ListMonitors()) {
+  for (const DesktopMonitor& monitor : ListDesktopMonitors()) {
     screens.push_back(monitor.rect);
-    if (monitor.handle == spec.targetMonitor) finding.facts["monitor"] = monitor.number;
+    if (monitor.handle == binding.monitor) finding.facts["monitor"] = monitor.number;
   }
-  const Exposure exposure = ExposureOf(spec.targetRect, winner.handle, windows, screens);
+  const Exposure exposure = ExposureOf(binding.clientArea, winner.handle, windows, screens);
   finding.text +=
-      "; client area " + Describe(spec.targetRect) + ", " + Percent(exposure.visible) + " to be seen";
-  if (spec.targetScaleX != 1.0) {
-    finding.text += ", stretched by the system to " + Percent(spec.targetScaleX);
+      "; client area " + Describe(binding.clientArea) + ", " + Percent(exposure.visible) + " to be seen";
+  if (binding.scale != 1.0) {
+    finding.text += ", stretched by the system to " + Percent(binding.scale);
   }
-  finding.facts["client"] = {{"x", spec.targetRect.left},
-                             {"y", spec.targetRect.top},
-                             {"w", WidthOf(spec.targetRect)},
-                             {"h", HeightOf(spec.targetRect)}};
-  finding.facts["scale"] = spec.targetScaleX;
+  finding.facts["client"] = {{"x", binding.clientArea.left},
+                             {"y", binding.clientArea.top},
+                             {"w", WidthOf(binding.clientArea)},
+                             {"h", HeightOf(binding.clientArea)}};
+  finding.facts["scale"] = binding.scale;
   finding.facts["visibleShare"] = exposure.visible;
   finding.facts["coveredShare"] = exposure.covered;
   finding.facts["offScreenShare"] = exposure.offScreen;
@@ -141,7 +137,8 @@ Finding ExamineWinner(const std::wstring& target, const DesktopWindow& winner,
 
 Finding ExamineWindows() {
   Finding finding{.topic = "windows", .facts = {{"windows", Json::array()}}};
-  for (const DesktopWindow& window : ListWindows()) {
+  std::vector<SystemWindow> listed = ListWindows();
+  for (const DesktopWindow& window : Describe(listed)) {
     if (!window.Shown() || IsEmpty(window.outer)) continue;
     finding.details.push_back(Describe(window));
     finding.facts["windows"].push_back(FactsOf(window));
@@ -160,8 +157,9 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
   const std::wstring text = client::NonEmptyField("--target", target, client::TargetUnits);
   const std::string quoted = "\"" + target + "\"";
   const TargetText meant(text);
-  const HWND found = FindTargetWindow(text);
-  const std::vector<DesktopWindow> windows = ListWindows();
+  std::vector<SystemWindow> listed = ListWindows();
+  const TargetBinding binding = FindBinding(text, listed);
+  const std::vector<DesktopWindow> windows = Describe(listed);
 
   Finding matches{
       .topic = Topic,
@@ -170,7 +168,7 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
   const DesktopWindow* winner = nullptr;
   for (const DesktopWindow& window : windows) {
     if (!meant.Means(window)) continue;
-    const bool taken = window.handle == found;
+    const bool taken = window.handle == binding.window;
     if (taken) winner = &window;
     if (window.Shown()) ++shown;
     matches.details.push_back((taken ? "taken: " : "       ") + Describe(window));
@@ -195,7 +193,7 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
         "the largest is taken; as soon as another grows larger, or this one is minimised, that one";
     matches.remedy = "take a longer part of the title, or close the others";
   }
-  Finding taken = ExamineWinner(text, *winner, windows);
+  Finding taken = ExamineWinner(binding, *winner, windows);
   taken.text = (shown > 1 ? "taken is " : quoted + " is ") + taken.text;
   if (matches.details.size() == 1) return {taken};
   return {matches, taken};

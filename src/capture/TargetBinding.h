@@ -1,0 +1,109 @@
+// Which window a spec's target is bound to, where its client area lies, or why there is none: one rule,
+// whoever answers for the windows. The largest window that is shown and meant by the text is taken; among
+// equal areas the first one asked about.
+//
+// A Window has, and is asked in this order and for nothing once it is out of the question:
+//   bool Shown()                        top-level, visible and not minimised
+//   std::wstring_view ImageFile()       file name of its program; empty when that cannot be read
+//   std::wstring_view Title()           empty when it has none
+//   bool OuterRect(Rect&)               desktop pixels; false when it cannot be measured
+// and, once it has been chosen, or to say why none was:
+//   HWND Handle(), bool Exists(), bool Minimised()
+//   std::optional<Rect> ClientArea()    desktop pixels; none when it cannot be measured
+//   HMONITOR Monitor()                  the nearest one; null when there is none
+//   double Scale(HMONITOR)              desktop pixels per logical pixel
+//
+// Threading: no shared state.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+
+#include "capture/TargetText.h"
+#include "core/RegionGeometry.h"
+#include "specs/TemplateSpec.h"
+
+namespace quillmark {
+
+// In the order in which it is asked.
+enum class BindingOutcome : std::int32_t {
+  NoTarget,    // the spec names none
+  NotFound,    // no window is meant by the text
+  Hidden,      // those that are, are not visible,
+  Minimised,   // or minimised
+  Unmeasured,  // the system did not give its client area
+  EmptyClientArea,
+  NoMonitor,
+  Bound,
+};
+
+struct [[nodiscard]] TargetBinding {
+  BindingOutcome outcome = BindingOutcome::NoTarget;
+  HWND window = nullptr;       // the one chosen
+  Rect clientArea;             // desktop pixels
+  HMONITOR monitor = nullptr;  // nearest to the window
+  double scale = 1.0;          // desktop pixels per logical pixel
+
+  [[nodiscard]] bool IsBound() const { return outcome == BindingOutcome::Bound; }
+};
+
+// Of a window that has been chosen.
+template <typename Window>
+TargetBinding MeasureTarget(Window& window) {
+  TargetBinding binding;
+  binding.window = window.Handle();
+  const auto ended = [&](BindingOutcome outcome) {
+    binding.outcome = outcome;
+    return binding;
+  };
+  if (!window.Exists()) return ended(BindingOutcome::NotFound);
+  if (window.Minimised()) return ended(BindingOutcome::Minimised);
+  const std::optional<Rect> clientArea = window.ClientArea();
+  if (!clientArea) return ended(BindingOutcome::Unmeasured);
+  if (IsEmpty(*clientArea)) return ended(BindingOutcome::EmptyClientArea);
+  binding.clientArea = *clientArea;
+  binding.monitor = window.Monitor();
+  if (binding.monitor == nullptr) return ended(BindingOutcome::NoMonitor);
+  binding.scale = window.Scale(binding.monitor);
+  return ended(BindingOutcome::Bound);
+}
+
+// The window chosen for the text, in a range of windows, topmost first; null when there is none.
+template <typename Windows>
+auto ChooseTarget(const std::wstring& target, Windows& windows) {
+  TargetChoice choice(target);
+  decltype(&*windows.begin()) chosen = nullptr;
+  for (auto& window : windows) {
+    if (choice.Takes(window)) chosen = &window;
+  }
+  return chosen;
+}
+
+// Why none is chosen: NotFound, Hidden or Minimised. Asks every window for its text, shown or not.
+template <typename Windows>
+BindingOutcome WhyNoneChosen(const std::wstring& target, Windows& windows) {
+  const TargetText text(target);
+  BindingOutcome why = BindingOutcome::NotFound;
+  for (auto& window : windows) {
+    if (!text.Means(window)) continue;
+    if (window.Minimised()) return BindingOutcome::Minimised;
+    why = BindingOutcome::Hidden;
+  }
+  return why;
+}
+
+template <typename Windows>
+TargetBinding FindBinding(const std::wstring& target, Windows& windows) {
+  TargetBinding binding;
+  if (target.empty()) return binding;
+  if (auto* const chosen = ChooseTarget(target, windows)) return MeasureTarget(*chosen);
+  binding.outcome = BindingOutcome::NotFound;
+  return binding;
+}
+
+// Sets the spec's target fields. Those that the binding did not come to stay as they are.
+void SetTarget(TemplateSpec& spec, const TargetBinding& binding);
+
+}  // namespace quillmark

