@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds a preset and runs all its tests.
 #
-#   scripts/test.sh [PRESET]       linux-debug (the default), linux-release, linux-asan or linux-tsan
+#   scripts/test.sh [PRESET [CTEST OPTION...]]       linux-debug (the default), linux-release, linux-asan or linux-tsan
 #
 # JOBS sets how many jobs run at once (default: the number of processors).
 set -euo pipefail
@@ -18,9 +18,4 @@ if [ "$preset" = linux-tsan ] && [ "$(cat /proc/sys/vm/mmap_rnd_bits)" -gt 28 ];
   # The thread sanitizer's fixed address ranges do not stand more than 28 random bits.
   runner=(setarch "$(uname -m)" --addr-no-randomize)
 fi
-"${runner[@]}" ctest --preset "$preset" -j "$jobs" || {
-  # Tests on a screen can be late on a loaded machine: what failed is run once more, alone, and named.
-  failed=$(sed 's/^[0-9]*://' "build/$preset/Testing/Temporary/LastTestsFailed.log" | paste -sd ' ')
-  "${runner[@]}" ctest --preset "$preset" --rerun-failed
-  echo "NOT CHECKED: failed at first under $preset and passed alone: $failed"
-}
+"${runner[@]}" ctest --preset "$preset" -j "$jobs" "${@:2}"
