@@ -7,6 +7,7 @@
 #   scripts/packages.sh package    compile the programs and make the Debian package
 #   scripts/packages.sh format     check the formatting
 #   scripts/packages.sh windows    compile for Windows, and run what comes of it
+#   scripts/packages.sh bare       make a bare Debian to try the others in
 set -euo pipefail
 
 packages_of() {
@@ -35,6 +36,7 @@ packages_of() {
       echo dpkg-dev
       ;;
     format) echo clang-format ;;
+    bare) echo debootstrap git ;;
     windows)
       packages_of opencv
       packages_of control

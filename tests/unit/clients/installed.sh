@@ -32,7 +32,9 @@ for standard in c99 c17; do
   "$work/smoke"
 done
 
-cmake -S "$source/examples/cpp" -B "$work/example" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+# By the generator that built the library: a bare machine has no other.
+generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$build/CMakeCache.txt")
+cmake -G "$generator" -S "$source/examples/cpp" -B "$work/example" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/example" >/dev/null
 status=0
 output=$("$work/example/watch_template" 2>&1) || status=$?
