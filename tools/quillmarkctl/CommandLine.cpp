@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -71,45 +72,10 @@ class HelpText : public CLI::Formatter {
   const std::size_t width = static_cast<std::size_t>(std::clamp(host::TerminalWidth(), 40, 100)) - 2;
 };
 
-}  // namespace
+// Every command takes it.
+const Argument HelpFlag{"-h,--help", {}, "Print this help message and exit", {}};
 
-CommandLine::CommandLine() : app(Help, "quillmarkctl") {
-  app.formatter(std::make_shared<HelpText>());
-  app.require_subcommand(1);
-  app.footer(Notes);
-  app.set_version_flag("--version", "quillmarkctl " QUILLMARK_VERSION);
-#define COMMAND(NAME) Add##NAME(*this);
-#include "commands/List.inc"
-#undef COMMAND
-}
-
-CLI::App& CommandLine::Add(const std::string& name, const std::string& help,
-                           std::function<ExitCode(Output&)> run) {
-  CLI::App& command = *app.add_subcommand(name, help);
-  command.add_flag("--json", json, "Print one JSON object a line");
-  command.callback([this, run = std::move(run)] { action = run; });
-  return command;
-}
-
-int CommandLine::Run(int argc, const char* const* argv) {
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::RequiredError& error) {
-    const std::vector<std::string> unknown = app.remaining();
-    if (unknown.empty() || unknown.front().starts_with('-') || !app.get_subcommands().empty())
-      return app.exit(error) == 0 ? Yes : Error;
-    return Output(false, {}).Fail(Error, "there is no command '" + unknown.front() + "'; --help lists them");
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? Yes : Error;
-  }
-  Output output(json, app.get_subcommands().front()->get_name());
-  try {
-    return action(output);
-  } catch (const std::exception& error) {
-    return output.Fail(Error, error.what());
-  }
-}
-
+// A check for a real number within bounds, which CLI::Range takes "nan" for.
 CLI::Validator RealBetween(double least, double most) {
   const CLI::Range range(least, most);
   const auto check = [range](std::string& text) {
@@ -120,13 +86,120 @@ CLI::Validator RealBetween(double least, double most) {
   return {check, range.get_description()};
 }
 
-CLI::Option* AddTimeout(CLI::App& command, std::chrono::milliseconds& timeout, const std::string& help) {
-  const auto set = [&timeout](const double& seconds) {
-    timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000.0)));
+CLI::Option* Place(CLI::App& app, const Argument& argument, std::monostate) {
+  if (argument.name == "--version") {
+    return app.set_version_flag(argument.name, "quillmarkctl " QUILLMARK_VERSION, argument.help);
+  }
+  return app.set_help_flag(argument.name, argument.help);
+}
+CLI::Option* Place(CLI::App& app, const Argument& argument, bool* place) {
+  return app.add_flag(argument.name, *place, argument.help);
+}
+CLI::Option* Place(CLI::App& app, const Argument& argument, std::chrono::milliseconds* place) {
+  const auto set = [place](const double& seconds) {
+    *place = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000.0)));
   };
-  return command.add_option_function<double>("--timeout", set, help)
-      ->type_name("SECONDS")
-      ->check(RealBetween(0.0, 1e6));
+  return app.add_option_function<double>(argument.name, set, argument.help);
+}
+template <class Value>
+CLI::Option* Place(CLI::App& app, const Argument& argument, Value* place) {
+  return app.add_option(argument.name, *place, argument.help);
+}
+
+bool IsReal(const Argument& argument) {
+  return std::holds_alternative<double*>(argument.place) ||
+         std::holds_alternative<std::chrono::milliseconds*>(argument.place);
+}
+
+void AddArgument(CLI::App& app, const Argument& argument) {
+  CLI::Option& option = *std::visit([&](auto place) { return Place(app, argument, place); }, argument.place);
+  const ArgumentRules& rules = argument.rules;
+  if (!rules.value.empty()) option.type_name(rules.value);
+  option.required(rules.required);
+  if (rules.oneValue) option.allow_extra_args(false);
+  if (!rules.words.empty()) option.check(CLI::IsMember(rules.words));
+  if (rules.within) {
+    const auto [least, most] = *rules.within;
+    option.check(IsReal(argument) ? RealBetween(least, most)
+                                  : CLI::Range(static_cast<int>(least), static_cast<int>(most)));
+  }
+}
+
+void AddArguments(CLI::App& app, const CommandModel& command) {
+  CLI::App* group = nullptr;
+  const CommandModel::Choice& choice = command.oneOf;
+  for (const Argument& argument : command.arguments) {
+    const bool inGroup = std::ranges::find(choice.arguments, argument.name) != choice.arguments.end();
+    if (inGroup && group == nullptr) {
+      group = app.add_option_group(choice.name, choice.help);
+      group->require_option(1);
+    }
+    AddArgument(inGroup ? *group : app, argument);
+  }
+  for (const Argument& argument : command.arguments) {
+    for (const std::string& other : argument.rules.needs) {
+      app.get_option(argument.name)->needs(app.get_option(other));
+    }
+    for (const std::string& other : argument.rules.excludes) {
+      app.get_option(argument.name)->excludes(app.get_option(other));
+    }
+  }
+}
+
+}  // namespace
+
+CommandLine::CommandLine()
+    : tool{"quillmarkctl",
+           Help,
+           Notes,
+           {HelpFlag, {"--version", {}, "Display program version information and exit", {}}},
+           {},
+           {}} {
+#define COMMAND(NAME) Add##NAME(*this);
+#include "commands/List.inc"
+#undef COMMAND
+}
+
+CommandModel& CommandLine::Add(const std::string& name, const std::string& help,
+                               std::function<ExitCode(Output&)> run) {
+  CommandModel& command = commands.emplace_back(CommandModel{name, help, {}, {HelpFlag}, {}, std::move(run)});
+  command.Add("--json", &json, "Print one JSON object a line");
+  return command;
+}
+
+int CommandLine::Run(int argc, const char* const* argv) {
+  CLI::App app(tool.help, tool.name);
+  app.formatter(std::make_shared<HelpText>());
+  app.require_subcommand(1);
+  app.footer(tool.notes);
+  AddArguments(app, tool);
+  const CommandModel* given = nullptr;
+  for (const CommandModel& command : commands) {
+    CLI::App& part = *app.add_subcommand(command.name, command.help);
+    part.footer(command.notes);
+    part.callback([&given, &command] { given = &command; });
+    AddArguments(part, command);
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::RequiredError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    if (unknown.empty() || unknown.front().starts_with('-') || !app.get_subcommands().empty())
+      return app.exit(error) == 0 ? Yes : Error;
+    return Output(false, {}).Fail(Error, "there is no command '" + unknown.front() + "'; --help lists them");
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? Yes : Error;
+  }
+  Output output(json, given->name);
+  try {
+    return given->run(output);
+  } catch (const std::exception& error) {
+    return output.Fail(Error, error.what());
+  }
+}
+
+void AddTimeout(CommandModel& command, std::chrono::milliseconds& timeout, const std::string& help) {
+  command.Add("--timeout", &timeout, help, {.value = "SECONDS", .within = {{0.0, 1e6}}});
 }
 
 }  // namespace quillmark::control

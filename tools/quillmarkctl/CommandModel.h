@@ -1,37 +1,73 @@
-// The commands and options of the tool as plain data, read from the command line's own description: the one
-// source of shell completion and manual.
+// A command and its arguments as plain data. The command line is read by it; help, shell completion and
+// manual are made from it.
 //
-// Threading: free functions without state.
+// Threading: one thread.
 #pragma once
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace quillmark::control {
 
-struct OptionModel {
-  std::vector<std::string> names;  // with their dashes; the argument's name when it is positional
-  std::string value;               // what stands behind it, such as SECONDS; empty for a flag
-  std::vector<std::string> words;  // those that it may be, where there is a choice
-  std::string help;
-  bool positional = false;
+class Output;
+enum ExitCode : int;
+
+// What an argument must meet. `needs` and `excludes` name others.
+struct ArgumentRules {
+  struct Bounds {
+    double least, most;
+  };
+  std::string value = {};  // what stands behind it in the help, such as SECONDS
   bool required = false;
+  bool oneValue = false;                // for a list: each use of the name adds one
+  std::optional<Bounds> within = {};    // for numbers
+  std::vector<std::string> words = {};  // those that it may be
+  std::vector<std::string> needs = {}, excludes = {};
+};
+
+struct Argument {
+  // Where it is stored. A bool is a flag; nothing is stored for --help and --version. Seconds are given for
+  // milliseconds, rounded up.
+  using Place = std::variant<std::monostate, bool*, std::string*, std::optional<std::string>*,
+                             std::vector<std::string>*, double*, std::optional<float>*, int*, std::uint32_t*,
+                             std::size_t*, std::chrono::milliseconds*>;
+
+  std::string name;  // with its dashes, several by commas; without dashes the name of a positional argument
+  Place place;
+  std::string help;
+  ArgumentRules rules;
+
+  [[nodiscard]] bool IsPositional() const { return !name.starts_with('-'); }
+  [[nodiscard]] std::vector<std::string> Names() const;
+  // What stands behind it, empty for a flag.
+  [[nodiscard]] std::string Value() const;
 };
 
 struct CommandModel {
+  // A group of arguments, of which exactly one has to be given.
+  struct Choice {
+    std::string name, help;
+    std::vector<std::string> arguments;
+  };
+
   std::string name;
   std::string help;
-  std::string notes;
-  std::vector<OptionModel> options;
-};
+  std::string notes;  // paragraphs behind the help, one a line
+  std::vector<Argument> arguments;
+  Choice oneOf;                          // its arguments stand last
+  std::function<ExitCode(Output&)> run;  // called when all arguments were read
 
-// The tool itself, and its commands in the order of --help.
-[[nodiscard]] CommandModel ModelOf(const CLI::App& app);
-[[nodiscard]] std::vector<CommandModel> CommandsOf(const CLI::App& app);
+  // `place` must outlive the parsing.
+  void Add(std::string argument, Argument::Place place, std::string meaning, ArgumentRules rules = {}) {
+    arguments.push_back({std::move(argument), place, std::move(meaning), std::move(rules)});
+  }
+};
 
 // Scripts that complete commands and options; `shell` is bash, zsh or fish. Raises std::invalid_argument for
 // another.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 #include "CommandModel.h"
@@ -23,14 +24,14 @@ std::string Quoted(const std::string& text) {
 }
 
 // Whether what is given, by the name the help gives it, is a file or folder.
-bool TakesFile(const OptionModel& option) {
-  const std::string& what = option.positional ? option.names.front() : option.value;
+bool TakesFile(const Argument& option) {
+  const std::string what = option.IsPositional() ? option.name : option.Value();
   return what == "FILE" || what == "FOLDER" || what == "PATH";
 }
 
 bool TakesFileAlone(const CommandModel& command) {
   return std::ranges::any_of(
-      command.options, [](const OptionModel& option) { return option.positional && TakesFile(option); });
+      command.arguments, [](const Argument& option) { return option.IsPositional() && TakesFile(option); });
 }
 
 std::string Joined(const std::vector<std::string>& words) {
@@ -41,16 +42,16 @@ std::string Joined(const std::vector<std::string>& words) {
 
 std::string OptionsOf(const CommandModel& command) {
   std::vector<std::string> names;
-  for (const OptionModel& option : command.options) {
-    if (!option.positional) names.insert(names.end(), option.names.begin(), option.names.end());
+  for (const Argument& option : command.arguments) {
+    if (!option.IsPositional()) std::ranges::move(option.Names(), std::back_inserter(names));
   }
   return Joined(names);
 }
 
 // The words that the argument without a name has to be one of; empty when there is no such choice.
 std::string ChoiceOf(const CommandModel& command) {
-  for (const OptionModel& option : command.options) {
-    if (option.positional && !option.words.empty()) return Joined(option.words);
+  for (const Argument& option : command.arguments) {
+    if (option.IsPositional() && !option.rules.words.empty()) return Joined(option.rules.words);
   }
   return {};
 }
@@ -85,11 +86,12 @@ std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& comm
 // What _arguments takes for the command's options, in lines.
 std::string ZshArguments(const CommandModel& command) {
   std::string arguments;
-  for (const OptionModel& option : command.options) {
-    if (option.positional) continue;
-    for (const std::string& name : option.names) {
+  for (const Argument& option : command.arguments) {
+    if (option.IsPositional()) continue;
+    for (const std::string& name : option.Names()) {
       const std::string action = TakesFile(option) ? "_files" : " ";
-      const std::string value = option.value.empty() ? "" : ":" + Escaped(option.value, ":\\") + ":" + action;
+      const std::string value =
+          option.Value().empty() ? "" : ":" + Escaped(option.Value(), ":\\") + ":" + action;
       arguments += " \\\n        " + Quoted(name + "[" + Escaped(option.help, "[]\\") + "]" + value);
     }
   }
@@ -139,16 +141,16 @@ std::string Fish(const CommandModel& tool, const std::vector<CommandModel>& comm
   };
   std::string script;
   const auto addOptions = [&](const std::string& condition, const CommandModel& command) {
-    for (const OptionModel& option : command.options) {
-      if (option.positional) continue;
+    for (const Argument& option : command.arguments) {
+      if (option.IsPositional()) continue;
       std::string names;
-      for (const std::string& name : option.names) {
+      for (const std::string& name : option.Names()) {
         names += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
       }
       script += line(condition,
-                     names + (option.value.empty() ? ""
-                              : TakesFile(option)  ? " -r -F"
-                                                   : " -x"),
+                     names + (option.Value().empty() ? ""
+                              : TakesFile(option)    ? " -r -F"
+                                                     : " -x"),
                      option.help);
     }
   };

@@ -34,20 +34,20 @@ std::string Head(const std::string& name, const char* section, const char* manua
          "\"\n.nh\n.ad l\n.SH NAME\n" + Plain(name) + " \\- " + what + "\n";
 }
 
-std::string Term(const OptionModel& option) {
+std::string Term(const Argument& option) {
   std::string term;
-  for (const std::string& name : option.names) term += (term.empty() ? "\\fB" : "\\fR, \\fB") + Plain(name);
+  for (const std::string& name : option.Names()) term += (term.empty() ? "\\fB" : "\\fR, \\fB") + Plain(name);
   term += "\\fR";
-  if (!option.positional && !option.value.empty()) term += " \\fI" + Plain(option.value) + "\\fR";
+  if (!option.IsPositional() && !option.Value().empty()) term += " \\fI" + Plain(option.Value()) + "\\fR";
   return term;
 }
 
 std::string Usage(const CommandModel& command) {
   std::string usage = "\\fBquillmarkctl " + Plain(command.name) + "\\fR [\\fIoptions\\fR]";
-  for (const OptionModel& option : command.options) {
-    if (!option.positional) continue;
-    usage += (option.required ? " \\fI" : " [\\fI") + Plain(option.names.front()) +
-             (option.required ? "\\fR" : "\\fR]");
+  for (const Argument& option : command.arguments) {
+    if (!option.IsPositional()) continue;
+    usage += (option.rules.required ? " \\fI" : " [\\fI") + Plain(option.name) +
+             (option.rules.required ? "\\fR" : "\\fR]");
   }
   return usage;
 }
@@ -62,9 +62,9 @@ std::string Notes(const std::string& notes) {
 
 std::string Options(const CommandModel& command) {
   std::string text;
-  for (const OptionModel& option : command.options) {
-    text +=
-        ".TP\n" + Term(option) + "\n" + Plain(option.help) + (option.required ? " (required)" : "") + "\n";
+  for (const Argument& option : command.arguments) {
+    text += ".TP\n" + Term(option) + "\n" + Plain(option.help) +
+            (option.rules.required ? " (required)" : "") + "\n";
   }
   return text;
 }

@@ -11,34 +11,24 @@
 #include "client/Text.h"
 
 namespace quillmark::control {
-namespace {
-
-constexpr const char* kSpecOptions[] = {"--target", "--name", "--path", "--roi", "--edge-min", "--threshold"};
-
-}  // namespace
-
-void AddPartialSpecOptions(CLI::App& command, SpecArguments& arguments) {
-  AddSpecOptions(command, arguments);
-  for (const char* option : kSpecOptions) command.get_option(option)->required(false);
+void AddPartialSpecOptions(CommandModel& command, SpecArguments& arguments) {
+  AddSpecOptions(command, arguments, SpecIs::Partial);
   AddSpecFileOptions(command, arguments);
 }
 
-bool HasSpec(const CLI::App& command) {
-  return std::ranges::any_of(kSpecOptions, [&](const char* option) { return command.count(option) > 0; });
-}
-
-advice::LintSpec ReadPartialSpec(const SpecArguments& arguments, const CLI::App& command) {
+advice::LintSpec ReadPartialSpec(const SpecArguments& arguments) {
   advice::LintSpec spec;
   explain::SpecRequest& request = spec.request;
-  spec.hasName = command.count("--name") > 0;
-  spec.hasTarget = command.count("--target") > 0;
-  spec.hasRegion = command.count("--roi") > 0;
-  if (arguments.path.empty()) throw std::invalid_argument("--path, the template's image, is missing");
-  request.path = WideText("--path", arguments.path);
-  request.name = WideText("--name", arguments.name);
-  request.target = WideText("--target", arguments.target);
+  spec.hasName = arguments.name.has_value();
+  spec.hasTarget = arguments.target.has_value();
+  spec.hasRegion = arguments.roi.has_value();
+  const std::string path = arguments.path.value_or("");
+  if (path.empty()) throw std::invalid_argument("--path, the template's image, is missing");
+  request.path = WideText("--path", path);
+  request.name = WideText("--name", arguments.name.value_or(""));
+  request.target = WideText("--target", arguments.target.value_or(""));
   if (spec.hasRegion) {
-    const Rectangle roi = ReadRectangle("--roi", arguments.roi);
+    const Rectangle roi = ReadRectangle("--roi", *arguments.roi);
     request.roi = cv::Rect(roi.x, roi.y, roi.width, roi.height);
   }
   request.edgeMin = arguments.edgeMin.value_or(request.edgeMin);

@@ -4,7 +4,6 @@
 // Threading: one thread.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "SpecArguments.h"
@@ -13,14 +12,11 @@
 namespace quillmark::control {
 
 // The options of AddSpecOptions, none of them required, and those of AddSpecFileOptions.
-void AddPartialSpecOptions(CLI::App& command, SpecArguments& arguments);
-
-// Whether any of the former was given.
-[[nodiscard]] bool HasSpec(const CLI::App& command);
+void AddPartialSpecOptions(CommandModel& command, SpecArguments& arguments);
 
 // Raises std::invalid_argument, naming the argument, for want of an image, and for what cannot be read or
 // lies outside its range.
-[[nodiscard]] advice::LintSpec ReadPartialSpec(const SpecArguments& arguments, const CLI::App& command);
+[[nodiscard]] advice::LintSpec ReadPartialSpec(const SpecArguments& arguments);
 // What an entry of a file declares, also one at fault.
 [[nodiscard]] advice::LintSpec DeclaredAs(const DeclaredSpec& declared);
 // The same of the command that adds a spec.

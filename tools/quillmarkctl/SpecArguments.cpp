@@ -13,52 +13,46 @@ namespace quillmark::control {
 
 using namespace client;
 
-void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec) {
-  CLI::Option* const parts[] = {
-      command.add_option("--target", arguments.target,
-                         "Window to look in: part of its title, or its program's name with .exe (16 units)"),
-      command.add_option("--name", arguments.name,
-                         "Name of the spec, with its options: name:option:option (32 units)"),
-      command
-          .add_option("--path", arguments.path,
-                      "Image file to look for, as the worker's working directory sees it (64 units)")
-          ->type_name("FILE"),
-      command.add_option("--roi", arguments.roi, "Region in the window's client area, pixels")
-          ->type_name("X,Y,W,H")};
-  for (CLI::Option* part : parts) {
-    if (spec == SpecIs::Required) part->required();
-    for (CLI::Option* other : parts) {
-      if (spec == SpecIs::Optional && other != part) part->needs(other);
+void AddSpecOptions(CommandModel& command, SpecArguments& arguments, SpecIs spec) {
+  const auto rules = [spec](const char* name, const char* value) {
+    ArgumentRules of{.value = value, .required = spec == SpecIs::Required};
+    for (const char* part : {"--target", "--name", "--path", "--roi"}) {
+      if (spec == SpecIs::Optional && std::string(part) != name) of.needs.push_back(part);
     }
-  }
-  command.add_option("--edge-min", arguments.edgeMin, "Least edge correlation (0.75)")->type_name("N");
-  command
-      .add_option("--threshold", arguments.threshold,
-                  "Above 0.5 the least score, otherwise the largest difference (difference 0.1)")
-      ->type_name("N");
+    return of;
+  };
+  command.Add("--target", &arguments.target,
+              "Window to look in: part of its title, or its program's name with .exe (16 units)",
+              rules("--target", ""));
+  command.Add("--name", &arguments.name, "Name of the spec, with its options: name:option:option (32 units)",
+              rules("--name", ""));
+  command.Add("--path", &arguments.path,
+              "Image file to look for, as the worker's working directory sees it (64 units)",
+              rules("--path", "FILE"));
+  command.Add("--roi", &arguments.roi, "Region in the window's client area, pixels",
+              rules("--roi", "X,Y,W,H"));
+  command.Add("--edge-min", &arguments.edgeMin, "Least edge correlation (0.75)", {.value = "N"});
+  command.Add("--threshold", &arguments.threshold,
+              "Above 0.5 the least score, otherwise the largest difference (difference 0.1)", {.value = "N"});
 }
 
-void AddSpecFileOptions(CLI::App& command, SpecArguments& arguments) {
-  CLI::Option* file =
-      command.add_option("--specs", arguments.file, "Take the specs that this file declares, as apply does");
-  file->type_name("FILE");
-  for (const char* part : {"--target", "--name", "--path", "--roi", "--edge-min", "--threshold"}) {
-    file->excludes(command.get_option(part));
-  }
-  command.add_option("--only", arguments.only, "Of these the one of this name; may be repeated")
-      ->type_name("NAME")
-      ->allow_extra_args(false)
-      ->needs(file);
+void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments) {
+  command.Add(
+      "--specs", &arguments.file, "Take the specs that this file declares, as apply does",
+      {.value = "FILE", .excludes = {"--target", "--name", "--path", "--roi", "--edge-min", "--threshold"}});
+  command.Add("--only", &arguments.only, "Of these the one of this name; may be repeated",
+              {.value = "NAME", .oneValue = true, .needs = {"--specs"}});
 }
 
 Command SpecCommand(const SpecArguments& arguments) {
   Command command;
   command.kind = CmdKind::Spec;
-  command.target = NonEmptyField("--target", arguments.target, TargetUnits);
-  command.name = NonEmptyField("--name", arguments.name, NameUnits);
-  (void)Field("--name without its options", arguments.name.substr(0, arguments.name.find(':')), HitNameUnits);
-  command.path = NonEmptyField("--path", arguments.path, PathUnits);
-  const Rectangle roi = ReadRectangle("--roi", arguments.roi);
+  command.target = NonEmptyField("--target", arguments.target.value_or(""), TargetUnits);
+  command.name = NonEmptyField("--name", arguments.name.value_or(""), NameUnits);
+  (void)Field("--name without its options", arguments.name->substr(0, arguments.name->find(':')),
+              HitNameUnits);
+  command.path = NonEmptyField("--path", arguments.path.value_or(""), PathUnits);
+  const Rectangle roi = ReadRectangle("--roi", arguments.roi.value_or(""));
   command.roiX = roi.x;
   command.roiY = roi.y;
   command.roiW = roi.width;

@@ -3,12 +3,12 @@
 // Threading: one thread.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "CommandModel.h"
 #include "SpecFile.h"
 #include "client/Command.h"
 
@@ -17,26 +17,25 @@ namespace quillmark::control {
 using client::Command;
 
 struct SpecArguments {
-  std::string target, name, path;
-  std::string roi;  // X,Y,W,H
+  std::optional<std::string> target, name, path;
+  std::optional<std::string> roi;  // X,Y,W,H
   std::optional<float> edgeMin, threshold;
   // In place of all those: a file that declares specs, and which of them; none stands for all.
   std::string file;
   std::vector<std::string> only;
 
-  [[nodiscard]] bool Given() const {
-    return !(target.empty() && name.empty() && path.empty() && roi.empty());
-  }
+  [[nodiscard]] bool Given() const { return target || name || path || roi; }
+  [[nodiscard]] bool GivenInPart() const { return Given() || edgeMin || threshold; }
 };
 
-enum class SpecIs { Required, Optional };
+enum class SpecIs { Required, Optional, Partial };
 
 // --target, --name, --path, --roi, --edge-min and --threshold. An optional spec is given as a whole or not at
-// all.
-void AddSpecOptions(CLI::App& command, SpecArguments& arguments, SpecIs spec = SpecIs::Required);
+// all, a partial one without any of them.
+void AddSpecOptions(CommandModel& command, SpecArguments& arguments, SpecIs spec = SpecIs::Required);
 
 // --specs and --only, which take specs out of a file in place of those options.
-void AddSpecFileOptions(CLI::App& command, SpecArguments& arguments);
+void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments);
 
 // The command that adds the spec. Raises std::invalid_argument, naming the argument, when one does not fit
 // its field, cannot be read or lies outside its range: nothing is cut or bent.

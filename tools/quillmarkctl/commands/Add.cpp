@@ -12,14 +12,14 @@ void AddAdd(CommandLine& line) {
     std::chrono::milliseconds timeout = DefaultTimeout;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add(
+  CommandModel& command = line.Add(
       "add", "Adds a spec, or replaces the one of the same name.",
       [options](Output& output) { return Send(SpecCommand(options->spec), options->timeout, output); });
   AddSpecOptions(command, options->spec);
   AddTimeout(command, options->timeout);
-  command.footer(
+  command.notes =
       "Exit code 0 says that the worker took the command; whether it could read the image, its log says.\n"
-      "With --json: {\"type\":\"sent\", \"command\":\"add\", \"name\":TEXT}");
+      "With --json: {\"type\":\"sent\", \"command\":\"add\", \"name\":TEXT}";
 }
 
 }  // namespace quillmark::control

@@ -216,18 +216,18 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddApply(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add("apply", "Brings the worker's specs to what a file declares.",
-                               [options](Output& output) { return Run(*options, output); });
-  command.add_option("FILE", options->file, "File that declares the specs")->required();
-  command.add_flag("--watch", options->watch,
-                   "Go on, and apply again when the file, an image or the worker changes");
-  command.add_flag("--force", options->force, "Send everything, changed or not");
-  command.add_flag("--dry-run", options->dryRun, "Only say what would be sent");
+  CommandModel& command = line.Add("apply", "Brings the worker's specs to what a file declares.",
+                                   [options](Output& output) { return Run(*options, output); });
+  command.Add("FILE", &options->file, "File that declares the specs", {.required = true});
+  command.Add("--watch", &options->watch,
+              "Go on, and apply again when the file, an image or the worker changes");
+  command.Add("--force", &options->force, "Send everything, changed or not");
+  command.Add("--dry-run", &options->dryRun, "Only say what would be sent");
   AddTimeout(command, options->timeout, "Seconds to wait for the worker at each command (2)");
   std::string notes =
       std::string("The file is TOML; quillmarkctl manual quillmark-specs tells of all keys:\n") +
       SpecFileExample;
-  command.footer(notes + Notes);
+  command.notes = notes + Notes;
 }
 
 }  // namespace quillmark::control

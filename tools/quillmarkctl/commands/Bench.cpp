@@ -28,7 +28,6 @@ struct Options {
   SpecArguments spec;
   std::string image;
   double scale = 1.0, seconds = 0.5;
-  const CLI::App* command = nullptr;
 };
 
 // A clock's resolution, without the tail of the binary fraction.
@@ -120,7 +119,7 @@ ExitCode Run(const Options& options, Output& output) {
   using Clock = std::chrono::steady_clock;
   std::vector<advice::LintSpec> given;
   if (options.spec.file.empty()) {
-    given.push_back(ReadPartialSpec(options.spec, *options.command));
+    given.push_back(ReadPartialSpec(options.spec));
   } else {
     for (const Command& command : SpecCommands(options.spec))
       given.push_back({.request = RequestOf(command)});
@@ -148,21 +147,17 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddBench(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add("bench", "Measures how long the worker's work on specs takes on this machine.",
-                               [options](Output& output) { return Run(*options, output); });
-  options->command = &command;
+  CommandModel& command =
+      line.Add("bench", "Measures how long the worker's work on specs takes on this machine.",
+               [options](Output& output) { return Run(*options, output); });
   AddPartialSpecOptions(command, options->spec);
-  CLI::Option* image =
-      command.add_option("--image", options->image, "Screenshot of the window's client area to look in")
-          ->type_name("FILE");
-  command.add_option("--scale", options->scale, "Pixels of the screenshot for one of the template (1)")
-      ->type_name("N")
-      ->check(RealBetween(0.25, 8.0))
-      ->needs(image);
-  command.add_option("--seconds", options->seconds, "How long to measure each spec (0.5)")
-      ->type_name("SECONDS")
-      ->check(RealBetween(0.01, 600.0));
-  command.footer(Notes);
+  command.Add("--image", &options->image, "Screenshot of the window's client area to look in",
+              {.value = "FILE"});
+  command.Add("--scale", &options->scale, "Pixels of the screenshot for one of the template (1)",
+              {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
+  command.Add("--seconds", &options->seconds, "How long to measure each spec (0.5)",
+              {.value = "SECONDS", .within = {{0.01, 600.0}}});
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

@@ -200,30 +200,22 @@ ExitCode Capture(const Options& options, Output& output) {
 
 void AddCapture(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("capture", "Cuts a template out of a window and prints the command that adds it.",
                [options](Output& output) { return Capture(*options, output); });
-  command.add_option("FILE", options->file, "PNG file to save; its name becomes the spec's")->required();
-  CLI::Option* target =
-      command.add_option("--target", options->target,
-                         "Window, as specs have it: part of its title, or its program's name with .exe");
-  CLI::Option* rect =
-      command.add_option("--rect", options->rect, "Piece of its client area, in its pixels (all of it)")
-          ->type_name("X,Y,W,H")
-          ->needs(target);
-  CLI::Option* pick = command.add_flag("--pick", options->pick, "Draw the piece with the mouse (X11 only)");
-  rect->excludes(pick);
-  command.add_option("--name", options->name, "Name of the spec, with its options (the file's name)");
-  command
-      .add_option("--margin", options->margin,
-                  "Pixels around the piece in which the command looks for it (16)")
-      ->type_name("N")
-      ->check(CLI::Range(0, 100000));
-  command.add_option("--delay", options->delaySeconds, "Wait first, to open a menu for example (0)")
-      ->type_name("SECONDS")
-      ->check(RealBetween(0.0, 3600.0));
-  command.add_flag("--force", options->force, "Replace the file if it is there already");
-  command.footer(Notes);
+  command.Add("FILE", &options->file, "PNG file to save; its name becomes the spec's", {.required = true});
+  command.Add("--target", &options->target,
+              "Window, as specs have it: part of its title, or its program's name with .exe");
+  command.Add("--rect", &options->rect, "Piece of its client area, in its pixels (all of it)",
+              {.value = "X,Y,W,H", .needs = {"--target"}, .excludes = {"--pick"}});
+  command.Add("--pick", &options->pick, "Draw the piece with the mouse (X11 only)");
+  command.Add("--name", &options->name, "Name of the spec, with its options (the file's name)");
+  command.Add("--margin", &options->margin, "Pixels around the piece in which the command looks for it (16)",
+              {.value = "N", .within = {{0, 100000}}});
+  command.Add("--delay", &options->delaySeconds, "Wait first, to open a menu for example (0)",
+              {.value = "SECONDS", .within = {{0.0, 3600.0}}});
+  command.Add("--force", &options->force, "Replace the file if it is there already");
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

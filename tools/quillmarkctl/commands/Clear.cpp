@@ -7,11 +7,11 @@ namespace quillmark::control {
 
 void AddClear(CommandLine& line) {
   const auto timeout = std::make_shared<std::chrono::milliseconds>(DefaultTimeout);
-  CLI::App& command = line.Add("clear", "Removes all specs.", [timeout](Output& output) {
+  CommandModel& command = line.Add("clear", "Removes all specs.", [timeout](Output& output) {
     return Send({.kind = CmdKind::Clear}, *timeout, output);
   });
   AddTimeout(command, *timeout);
-  command.footer("With --json: {\"type\":\"sent\", \"command\":\"clear\"}");
+  command.notes = "With --json: {\"type\":\"sent\", \"command\":\"clear\"}";
 }
 
 }  // namespace quillmark::control

@@ -7,22 +7,21 @@ namespace quillmark::control {
 
 void AddCompletion(CommandLine& line) {
   const auto shell = std::make_shared<std::string>();
-  CLI::App& command = line.Add(
-      "completion", "Prints a script that completes this tool's commands in a shell.",
-      [shell, &line](Output& output) {
-        const std::string script = CompletionScript(*shell, ModelOf(line.Model()), CommandsOf(line.Model()));
-        output.Print({{"type", "completion"}, {"shell", *shell}, {"script", script}}, script);
-        return Yes;
-      });
-  command.add_option("SHELL", *shell, "Whose language the script is in")
-      ->required()
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
-  command.footer(
+  CommandModel& command =
+      line.Add("completion", "Prints a script that completes this tool's commands in a shell.",
+               [shell, &line](Output& output) {
+                 const std::string script = CompletionScript(*shell, line.Tool(), line.Commands());
+                 output.Print({{"type", "completion"}, {"shell", *shell}, {"script", script}}, script);
+                 return Yes;
+               });
+  command.Add("SHELL", shell.get(), "Whose language the script is in",
+              {.required = true, .words = {"bash", "zsh", "fish"}});
+  command.notes =
       "Where the shell finds it, for this user:\n"
       "  bash: ~/.local/share/bash-completion/completions/quillmarkctl\n"
       "  zsh: a file _quillmarkctl in a folder of $fpath\n"
       "  fish: ~/.config/fish/completions/quillmarkctl.fish\n"
-      "With --json: {\"type\":\"completion\", \"shell\":TEXT, \"script\":TEXT}");
+      "With --json: {\"type\":\"completion\", \"shell\":TEXT, \"script\":TEXT}";
 }
 
 }  // namespace quillmark::control

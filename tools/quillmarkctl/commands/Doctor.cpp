@@ -100,13 +100,13 @@ ExitCode Examine(const Options& options, Output& output) {
 
 void AddDoctor(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("doctor", "Examines session, display, monitors, windows and worker, and says what to do.",
                [options](Output& output) { return Examine(*options, output); });
-  command.add_option("--target", options->targets,
-                     "Examine this target, as specs have it: part of a title, or a program with .exe");
+  command.Add("--target", &options->targets,
+              "Examine this target, as specs have it: part of a title, or a program with .exe");
   AddTimeout(command, options->timeout, "Seconds to wait for the worker's answer (1)");
-  command.footer(Notes);
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

@@ -80,26 +80,20 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddExplain(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add("explain", "Says why a spec is, or is not, found in a picture of its window.",
-                               [options](Output& output) { return Run(*options, output); });
+  CommandModel& command =
+      line.Add("explain", "Says why a spec is, or is not, found in a picture of its window.",
+               [options](Output& output) { return Run(*options, output); });
   AddSpecOptions(command, options->spec, SpecIs::Optional);
   AddSpecFileOptions(command, options->spec);
-  CLI::Option_group& look = *command.add_option_group("picture", "What to look at");
-  CLI::Option* image = look.add_option("--image", options->image, "Screenshot to look in")->type_name("FILE");
-  look.add_flag("--live", options->live, "Look at the desktop as it is now, as the worker does");
-  look.require_option(1);
-  command
-      .add_option("--client", options->client,
-                  "Where the screenshot shows the window's client area (all of it)")
-      ->type_name("X,Y,W,H")
-      ->needs(image);
-  command.add_option("--scale", options->scale, "Desktop pixels for one pixel of the template (1)")
-      ->type_name("N")
-      ->check(RealBetween(0.25, 8.0))
-      ->needs(image);
-  command.add_option("--html", options->html, "Write the answer as a page with pictures, too")
-      ->type_name("FILE");
-  command.footer(Notes);
+  command.Add("--client", &options->client, "Where the screenshot shows the window's client area (all of it)",
+              {.value = "X,Y,W,H", .needs = {"--image"}});
+  command.Add("--scale", &options->scale, "Desktop pixels for one pixel of the template (1)",
+              {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
+  command.Add("--html", &options->html, "Write the answer as a page with pictures, too", {.value = "FILE"});
+  command.Add("--image", &options->image, "Screenshot to look in", {.value = "FILE"});
+  command.Add("--live", &options->live, "Look at the desktop as it is now, as the worker does");
+  command.oneOf = {"picture", "What to look at", {"--image", "--live"}};
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

@@ -31,12 +31,11 @@ struct Options {
   std::vector<std::string> files, ignored;
   std::string image;
   double scale = 1.0;
-  const CLI::App* command = nullptr;
 };
 
 std::vector<LintSpec> SpecsOf(const Options& options) {
   std::vector<LintSpec> specs;
-  if (HasSpec(*options.command)) specs.push_back(ReadPartialSpec(options.spec, *options.command));
+  if (options.spec.GivenInPart()) specs.push_back(ReadPartialSpec(options.spec));
   for (const DeclaredSpec& spec : DeclaredSpecs(options.spec)) specs.push_back(DeclaredAs(spec));
   for (const std::string& file : options.files) specs.push_back(TemplateAlone(file));
   if (specs.empty())
@@ -68,24 +67,18 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddLint(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("lint", "Finds what in specs and their templates will surprise, and says what to do.",
                [options](Output& output) { return Run(*options, output); });
-  options->command = &command;
-  command.add_option("FILE", options->files, "Template images");
+  command.Add("FILE", &options->files, "Template images");
   AddPartialSpecOptions(command, options->spec);
-  CLI::Option* image =
-      command
-          .add_option("--image", options->image, "Screenshot of the window's client area to try the specs on")
-          ->type_name("FILE");
-  command.add_option("--scale", options->scale, "Pixels of the screenshot for one of the template (1)")
-      ->type_name("N")
-      ->check(RealBetween(0.25, 8.0))
-      ->needs(image);
-  command.add_option("--ignore", options->ignored, "Say nothing of findings with this code; may be repeated")
-      ->type_name("CODE")
-      ->allow_extra_args(false);
-  command.footer(Notes);
+  command.Add("--image", &options->image, "Screenshot of the window's client area to try the specs on",
+              {.value = "FILE"});
+  command.Add("--scale", &options->scale, "Pixels of the screenshot for one of the template (1)",
+              {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
+  command.Add("--ignore", &options->ignored, "Say nothing of findings with this code; may be repeated",
+              {.value = "CODE", .oneValue = true});
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

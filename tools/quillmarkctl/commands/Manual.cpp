@@ -7,28 +7,28 @@
 namespace quillmark::control {
 namespace {
 
-std::string PageOf(const std::string& name, const CLI::App& tool) {
+std::string PageOf(const std::string& name, const CommandLine& line) {
   if (name == "Quillmark") return WorkerPage();
   if (name == "quillmark-specs") return SpecFilePage();
-  return ManualPage(ModelOf(tool), CommandsOf(tool));
+  return ManualPage(line.Tool(), line.Commands());
 }
 
 }  // namespace
 
 void AddManual(CommandLine& line) {
   const auto page = std::make_shared<std::string>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("manual", "Prints a manual page, of this tool, the worker or the file of specs.",
                [page, &line](Output& output) {
-                 const std::string text = PageOf(*page, line.Model());
+                 const std::string text = PageOf(*page, line);
                  output.Print({{"type", "manual"}, {"page", text}}, text);
                  return Yes;
                });
-  command.add_option("PAGE", *page, "Which page (quillmarkctl)")
-      ->check(CLI::IsMember({"quillmarkctl", "Quillmark", "quillmark-specs"}));
-  command.footer(
+  command.Add("PAGE", page.get(), "Which page (quillmarkctl)",
+              {.words = {"quillmarkctl", "Quillmark", "quillmark-specs"}});
+  command.notes =
       "To read it: quillmarkctl manual | man -l -\n"
-      "With --json: {\"type\":\"manual\", \"page\":TEXT}");
+      "With --json: {\"type\":\"manual\", \"page\":TEXT}";
 }
 
 }  // namespace quillmark::control

@@ -16,7 +16,7 @@ void AddPing(CommandLine& line) {
     std::chrono::milliseconds timeout = DefaultTimeout;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("ping", "Asks whether the worker lives, and prints its reply and the time it took.",
                [options](Output& output) {
                  const Command heartbeat{.kind = CmdKind::Heartbeat,
@@ -29,14 +29,14 @@ void AddPing(CommandLine& line) {
                                           std::to_string(std::lround(answer.roundTrip.count())) + " ms");
                  return Yes;
                });
-  command.add_option("TEXT", options->text, "Text that the worker sends back (HB)");
+  command.Add("TEXT", &options->text, "Text that the worker sends back (HB)");
   AddTimeout(command, options->timeout);
-  command.footer(
+  command.notes =
       "The worker looks for commands every 50 ms, so that up to 50 ms are no sign of anything.\n"
       "Unread hits stay in the ring for the next watch, and a watch that runs loses none (it prints the "
       "reply too). Only when the ring is full and no watch runs are its old records discarded, and their "
       "number is told.\n"
-      "With --json: {\"type\":\"reply\", \"text\":TEXT, \"ts\":N, \"ms\":N}");
+      "With --json: {\"type\":\"reply\", \"text\":TEXT, \"ts\":N, \"ms\":N}";
 }
 
 }  // namespace quillmark::control

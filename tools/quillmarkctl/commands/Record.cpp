@@ -70,27 +70,22 @@ ExitCode RunRecord(const RecordOptions& options, Output& output) {
 
 void AddRecord(CommandLine& line) {
   const auto options = std::make_shared<RecordOptions>();
-  CLI::App& command = line.Add("record", "Records the desktop, for replay.",
-                               [options](Output& output) { return RunRecord(*options, output); });
-  command.add_option("--out", options->out, "Folder of the recording, new or empty")
-      ->type_name("FOLDER")
-      ->required();
-  command.add_option("--seconds", options->seconds, "How long at most (10)")
-      ->type_name("SECONDS")
-      ->check(RealBetween(0.1, 3600.0));
-  CLI::Option* hit =
-      command.add_flag("--on-hit", options->onHit, "Keep only the frames around the first hit");
-  command.add_flag("--on-near-miss", options->onNearMiss, "Keep only the frames around the first near miss")
-      ->excludes(hit);
-  command.add_option("--before", options->before, "Frames to keep before it (10)")
-      ->type_name("N")
-      ->check(CLI::Range(0, 100));
-  command.add_option("--after", options->after, "Frames to keep after it (10)")
-      ->type_name("N")
-      ->check(CLI::Range(0, 100));
+  CommandModel& command = line.Add("record", "Records the desktop, for replay.",
+                                   [options](Output& output) { return RunRecord(*options, output); });
+  command.Add("--out", &options->out, "Folder of the recording, new or empty",
+              {.value = "FOLDER", .required = true});
+  command.Add("--seconds", &options->seconds, "How long at most (10)",
+              {.value = "SECONDS", .within = {{0.1, 3600.0}}});
+  command.Add("--on-hit", &options->onHit, "Keep only the frames around the first hit");
+  command.Add("--on-near-miss", &options->onNearMiss, "Keep only the frames around the first near miss",
+              {.excludes = {"--on-hit"}});
+  command.Add("--before", &options->before, "Frames to keep before it (10)",
+              {.value = "N", .within = {{0, 100}}});
+  command.Add("--after", &options->after, "Frames to keep after it (10)",
+              {.value = "N", .within = {{0, 100}}});
   AddSpecOptions(command, options->spec, SpecIs::Optional);
   AddSpecFileOptions(command, options->spec);
-  command.footer(Notes);
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

@@ -13,16 +13,16 @@ void AddRemove(CommandLine& line) {
     std::chrono::milliseconds timeout = DefaultTimeout;
   };
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add("remove", "Removes the spec of this name.", [options](Output& output) {
+  CommandModel& command = line.Add("remove", "Removes the spec of this name.", [options](Output& output) {
     return Send(
         {.kind = CmdKind::Remove, .name = client::NonEmptyField("NAME", options->name, client::NameUnits)},
         options->timeout, output);
   });
-  command.add_option("NAME", options->name, "The spec's name without its options")->required();
+  command.Add("NAME", &options->name, "The spec's name without its options", {.required = true});
   AddTimeout(command, options->timeout);
-  command.footer(
+  command.notes =
       "Exit code 0 says that the worker took the command, whether it had such a spec or not.\n"
-      "With --json: {\"type\":\"sent\", \"command\":\"remove\", \"name\":TEXT}");
+      "With --json: {\"type\":\"sent\", \"command\":\"remove\", \"name\":TEXT}";
 }
 
 }  // namespace quillmark::control

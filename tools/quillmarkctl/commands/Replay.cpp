@@ -155,15 +155,14 @@ ExitCode RunReplay(const ReplayOptions& options, Output& output) {
 
 void AddReplay(CommandLine& line) {
   const auto options = std::make_shared<ReplayOptions>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("replay", "Plays a recorded desktop through the worker's engine and prints the hits.",
                [options](Output& output) { return RunReplay(*options, output); });
-  command.add_option("FOLDER", options->folder, "Folder of a recording")->required();
-  CLI::Option* check =
-      command.add_flag("--check", options->check, "Compare the result with expected.json in the folder");
-  command.add_flag("--accept", options->accept, "Write the result as expected.json into the folder")
-      ->excludes(check);
-  command.footer(Notes);
+  command.Add("FOLDER", &options->folder, "Folder of a recording", {.required = true});
+  command.Add("--check", &options->check, "Compare the result with expected.json in the folder");
+  command.Add("--accept", &options->accept, "Write the result as expected.json into the folder",
+              {.excludes = {"--check"}});
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

@@ -137,12 +137,12 @@ ExitCode Status(const Options& options, Output& output) {
 
 void AddStatus(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("status", "Tells whether a worker lives, its version, and how full the rings are.",
                [options](Output& output) { return Status(*options, output); });
-  command.add_flag("--follow", options->follow, "Look on until interrupted, and tell what changes");
+  command.Add("--follow", &options->follow, "Look on until interrupted, and tell what changes");
   AddTimeout(command, options->timeout);
-  command.footer(Notes);
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

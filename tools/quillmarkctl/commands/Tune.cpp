@@ -27,7 +27,6 @@ struct Options {
   SpecArguments spec;
   std::vector<std::string> positives, negatives;
   double scale = 1.0;
-  const CLI::App* command = nullptr;
 };
 
 // The files that the pictures are read from, beside the input; `named` are those that were given by name.
@@ -57,7 +56,7 @@ void TellUnused(const advice::TuneReport& report, const Pictures& pictures, Outp
 }
 
 advice::LintSpec SpecOf(const Options& options) {
-  if (options.spec.file.empty()) return ReadPartialSpec(options.spec, *options.command);
+  if (options.spec.file.empty()) return ReadPartialSpec(options.spec);
   const std::vector<Command> commands = SpecCommands(options.spec);
   if (commands.size() > 1) throw std::invalid_argument("--specs: tune takes one spec; name it with --only");
   return {.request = RequestOf(commands.front())};
@@ -99,20 +98,18 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddTune(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command =
+  CommandModel& command =
       line.Add("tune", "Shows by which limits pictures that show the template are told from others.",
                [options](Output& output) { return Run(*options, output); });
-  options->command = &command;
   AddPartialSpecOptions(command, options->spec);
   const auto add = [&](const char* name, std::vector<std::string>& paths, const char* help) {
-    command.add_option(name, paths, help)->type_name("PATH");
+    command.Add(name, &paths, help, {.value = "PATH"});
   };
   add("--positive", options->positives, "Pictures, or folders of them, that show what the spec looks for");
   add("--negative", options->negatives, "Pictures, or folders of them, that do not");
-  command.add_option("--scale", options->scale, "Pixels of the pictures for one of the template (1)")
-      ->type_name("N")
-      ->check(RealBetween(0.25, 8.0));
-  command.footer(Notes);
+  command.Add("--scale", &options->scale, "Pixels of the pictures for one of the template (1)",
+              {.value = "N", .within = {{0.25, 8.0}}});
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

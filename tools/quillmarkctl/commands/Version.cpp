@@ -9,7 +9,7 @@ namespace quillmark::control {
 
 void AddVersion(CommandLine& line) {
   const auto timeout = std::make_shared<std::chrono::milliseconds>(DefaultTimeout);
-  CLI::App& command = line.Add("version", "Prints the worker's version.", [timeout](Output& output) {
+  CommandModel& command = line.Add("version", "Prints the worker's version.", [timeout](Output& output) {
     const Command question{.kind = CmdKind::Version};
     const Answer answer = Ask(question, *timeout, output);
     if (!answer.reply) return output.Fail(No, answer.failure);
@@ -17,7 +17,7 @@ void AddVersion(CommandLine& line) {
     return Yes;
   });
   AddTimeout(command, *timeout);
-  command.footer("With --json: {\"type\":\"reply\", \"text\":\"__ver__:VERSION\", \"ts\":N}");
+  command.notes = "With --json: {\"type\":\"reply\", \"text\":\"__ver__:VERSION\", \"ts\":N}";
 }
 
 }  // namespace quillmark::control

@@ -108,16 +108,14 @@ ExitCode Wait(const Options& options, Output& output) {
 
 void AddWait(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add("wait", "Waits until a spec's object appears, or stands still.",
-                               [options](Output& output) { return Wait(*options, output); });
-  command.add_option("NAME", options->name, "Name of the spec, without its options")->required();
-  CLI::Option* appear = command.add_flag("--appear", options->appear, "Until the next hit (the default)");
-  command.add_option("--stable", options->stableSeconds, "Until its hits have kept their place for so long")
-      ->type_name("SECONDS")
-      ->check(RealBetween(0.001, 1e6))
-      ->excludes(appear);
+  CommandModel& command = line.Add("wait", "Waits until a spec's object appears, or stands still.",
+                                   [options](Output& output) { return Wait(*options, output); });
+  command.Add("NAME", &options->name, "Name of the spec, without its options", {.required = true});
+  command.Add("--appear", &options->appear, "Until the next hit (the default)");
+  command.Add("--stable", &options->stableSeconds, "Until its hits have kept their place for so long",
+              {.value = "SECONDS", .within = {{0.001, 1e6}}, .excludes = {"--appear"}});
   AddTimeout(command, options->timeout, "Give up after so many seconds (never)");
-  command.footer(Notes);
+  command.notes = Notes;
 }
 
 }  // namespace quillmark::control

@@ -122,12 +122,12 @@ ExitCode Watch(const Options& options, Output& output) {
 
 void AddWatch(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CLI::App& command = line.Add("watch", "Takes the hits out of the ring and prints them, until interrupted.",
-                               [options](Output& output) { return Watch(*options, output); });
-  command.footer(Notes);
-  command.add_option("--count", options->count, "End with exit code 0 after so many hits")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000'000));
+  CommandModel& command =
+      line.Add("watch", "Takes the hits out of the ring and prints them, until interrupted.",
+               [options](Output& output) { return Watch(*options, output); });
+  command.notes = Notes;
+  command.Add("--count", &options->count, "End with exit code 0 after so many hits",
+              {.value = "N", .within = {{1, 1'000'000'000}}});
   AddTimeout(command, options->timeout,
              "End after so many seconds: exit code 1 when there was no hit, or fewer than --count");
 }
