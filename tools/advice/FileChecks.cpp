@@ -7,9 +7,9 @@
 
 #include "advice/Checks.h"
 #include "advice/CompressionTraces.h"
-#include "explain/Numbers.h"
 #include "specs/ImageFile.h"
 #include "specs/Utf8.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 namespace {
@@ -51,8 +51,7 @@ void CheckAlpha(const cv::Mat& image, FindingList& list) {
   const auto pixels = static_cast<double>(alpha.total());
   const double share = cv::countNonZero(alpha < 255) / pixels;
   if (share == 0.0) return;
-  list.Add(FindingCode::AlphaUnused,
-           explain::Digits(100.0 * share) + " % of the pixels are transparent, or partly so",
+  list.Add(FindingCode::AlphaUnused, Digits(100.0 * share) + " % of the pixels are transparent, or partly so",
            {{"share", share}});
 }
 

@@ -5,12 +5,10 @@
 #include <vector>
 
 #include "advice/Checks.h"
-#include "explain/Numbers.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 namespace {
-
-using explain::Digits;
 
 // In 8-bit units, hue 0 to 179.
 constexpr int kHues = 180, kHueStep = 5;

@@ -1,12 +1,10 @@
 #include <string>
 
 #include "advice/Checks.h"
-#include "explain/Numbers.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 namespace {
-
-using explain::Digits;
 
 // Differences of unlike pictures begin about here.
 constexpr double kLoose = 0.25;

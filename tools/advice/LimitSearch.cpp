@@ -6,13 +6,12 @@
 #include <vector>
 
 #include "advice/Probe.h"
-#include "explain/Numbers.h"
 #include "explain/Steps.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 namespace {
 
-using explain::Digits;
 using explain::Reason;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();

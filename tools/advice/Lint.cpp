@@ -6,9 +6,9 @@
 #include "advice/Checks.h"
 #include "advice/NameOptions.h"
 #include "explain/Explain.h"
-#include "explain/Numbers.h"
-#include "explain/Reasons.h"
-#include "explain/Words.h"
+#include "reasons/Reasons.h"
+#include "text/Numbers.h"
+#include "text/Printable.h"
 
 namespace quillmark::advice {
 namespace {
@@ -72,12 +72,16 @@ void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex,
   const Probe probe = ProbeOn(shown, one.spec);
   if (!probe.verdict.Accepted()) return;
   list.AddPair(FindingCode::MatchesOther, otherIndex,
-               "with a difference of " + explain::Digits(probe.verdict.dist) + " at most " +
-                   explain::Digits(AcceptedDifference(probe.verdict, one.spec)),
+               "with a difference of " + Digits(probe.verdict.dist) + " at most " +
+                   Digits(AcceptedDifference(probe.verdict, one.spec)),
                {{"difference", probe.verdict.dist}});
 }
 
 }  // namespace
+
+std::string LabelOf(const LintSpec& spec) {
+  return Printable(spec.hasName ? spec.request.name : spec.request.path);
+}
 
 std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPicture* window,
                           const Progress& progress) {
@@ -103,8 +107,7 @@ std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPictur
       if (!SameName(subjects[i], subjects[j])) {
         CheckPair(subjects[i], subjects[j], j, list);
       } else if (i < j) {
-        list.AddPair(FindingCode::SameName, j,
-                     "both are called '" + explain::Readable(subjects[i].spec.name) + "'");
+        list.AddPair(FindingCode::SameName, j, "both are called '" + Printable(subjects[i].spec.name) + "'");
       }
       ++done;
       tell(0);

@@ -24,6 +24,8 @@ struct LintSpec {
   bool hasName = true, hasTarget = true, hasRegion = true;
   std::string fault{};  // why what declares it cannot be read; then there is nothing of it but the name
 };
+// What people call it: its name, or else its image file.
+[[nodiscard]] std::string LabelOf(const LintSpec& spec);
 
 // A screenshot of the client area of the specs' window.
 struct WindowPicture {

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "core/RegionCut.h"
-#include "explain/Numbers.h"
 #include "explain/Steps.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 
@@ -38,7 +38,7 @@ std::string RefusalText(const Probe& probe, const TemplateSpec& spec) {
     std::string text = step.title;
     text.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(text.front())));
     if (!step.gate) return text;
-    const auto [value, limit] = explain::DigitsOf(step.gate->figure, step.gate->limit.Value());
+    const auto [value, limit] = DigitsOf(step.gate->figure, step.gate->limit.Value());
     const bool atMost = step.gate->bound == Bound::AtMost;
     return text + " " + value + (atMost ? ", at most " : ", at least ") + limit;
   }

@@ -4,12 +4,10 @@
 #include "advice/Checks.h"
 #include "core/PrimarySearch.h"
 #include "core/RegionCut.h"
-#include "explain/Numbers.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 namespace {
-
-using explain::Digits;
 
 // As large as any client area may become.
 constexpr std::int32_t kAnySize = 1 << 20;

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "advice/Pictures.h"
 #include "advice/Probe.h"
 #include "core/RegionCut.h"
 #include "explain/Steps.h"
+#include "picture/PictureFile.h"
 
 namespace quillmark::advice {
 namespace {

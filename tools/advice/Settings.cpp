@@ -7,16 +7,14 @@
 
 #include "advice/NameOptions.h"
 #include "core/Gates.h"
-#include "explain/Numbers.h"
-#include "explain/Words.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "specs/Utf8.h"
+#include "text/Numbers.h"
+#include "text/Printable.h"
 
 namespace quillmark::advice {
 namespace {
-
-using explain::Digits;
 
 // Differences and scores change places in the threshold here.
 constexpr double kHalf = 0.5;
@@ -116,7 +114,7 @@ Setting SettingFor(const explain::SpecRequest& variant, const explain::SpecReque
   const auto change = [&](const char* option, const std::string& value) {
     setting.changes.push_back(std::string(option) + " " + value);
   };
-  if (request.name != from.name) change("--name", explain::WellFormed(request.name));
+  if (request.name != from.name) change("--name", WellFormed(request.name));
   if (request.threshold != from.threshold) {
     if (request.threshold < 0.0f) {
       setting.changes.emplace_back("no --threshold");

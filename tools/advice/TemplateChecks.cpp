@@ -6,12 +6,10 @@
 #include "advice/Checks.h"
 #include "core/ImageFigures.h"
 #include "core/Matcher.h"
-#include "explain/Numbers.h"
+#include "text/Numbers.h"
 
 namespace quillmark::advice {
 namespace {
-
-using explain::Digits;
 
 // Below this share a template is hardly red.
 constexpr double kHardlyRed = 0.02;

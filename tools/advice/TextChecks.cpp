@@ -3,11 +3,11 @@
 
 #include "advice/Checks.h"
 #include "advice/NameOptions.h"
-#include "explain/Numbers.h"
-#include "explain/Words.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "specs/TemplatePreparation.h"
+#include "text/Numbers.h"
+#include "text/Printable.h"
 
 namespace quillmark::advice {
 namespace {
@@ -26,7 +26,7 @@ bool IsCapital(wchar_t unit) {
 }
 
 std::string Quoted(const std::wstring& text) {
-  return "'" + explain::Readable(text) + "'";
+  return "'" + Printable(text) + "'";
 }
 
 void CheckLength(const char* field, const std::wstring& text, std::size_t most, FindingList& list) {
@@ -76,7 +76,7 @@ bool HasMeaning(const std::wstring& word, bool suffix) {
 std::string HintFor(const std::wstring& word) {
   const std::wstring lowered = Lowered(word);
   for (const wchar_t* mode : {L"gray", L"bgr", L"s", L"h", L"hs"}) {
-    if (lowered == mode) return "write mode=" + explain::WellFormed(mode);
+    if (lowered == mode) return "write mode=" + WellFormed(mode);
   }
   const auto begins = [&](const wchar_t* text) { return lowered.starts_with(text); };
   if (begins(L"ms") || begins(L"fps")) return "write the number directly behind it, as in ms150";
@@ -92,7 +92,7 @@ void CheckMeaning(const NameOptions& options, FindingList& list) {
     std::string hint = HintFor(word);
     if (options.suffix) hint = "behind MS stands a number of two digits or more, behind FPS one from 1";
     list.Add(FindingCode::OptionIgnored, Quoted(word) + " is ignored" + (hint.empty() ? "" : "; " + hint),
-             {{"word", explain::WellFormed(word)}});
+             {{"word", WellFormed(word)}});
   }
 }
 
@@ -117,13 +117,13 @@ void CheckOverridden(const LintSpec& given, const NameOptions& options, FindingL
     again.push_back(word);
     if (SameSettings(Applied(before, again), after)) continue;
     list.Add(FindingCode::OptionOverridden, Quoted(word) + " is taken back by a later option",
-             {{"word", explain::WellFormed(word)}});
+             {{"word", WellFormed(word)}});
   }
   const bool isDifference = request.threshold >= 0.0f && request.threshold <= 0.5f;
   if (isDifference && after.maxDiff != before.maxDiff) {
     list.Add(FindingCode::OptionOverridden,
-             "the threshold's difference of " + explain::Digits(before.maxDiff) + " becomes " +
-                 explain::Digits(after.maxDiff) + " by the options",
+             "the threshold's difference of " + Digits(before.maxDiff) + " becomes " + Digits(after.maxDiff) +
+                 " by the options",
              {{"threshold", before.maxDiff}, {"difference", after.maxDiff}});
   }
 }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "explain/Explain.h"
-#include "explain/Words.h"
+#include "text/Printable.h"
 
 namespace quillmark::advice {
 namespace {
@@ -143,7 +143,7 @@ class Tuning {
       if (search.ranges) {
         Add(SettingFor(requests[i], input.spec, *search.ranges), *search.ranges);
       } else {
-        report.rejected.push_back({explain::WellFormed(requests[i].name), std::move(search.obstacle)});
+        report.rejected.push_back({WellFormed(requests[i].name), std::move(search.obstacle)});
       }
     }
   }
@@ -159,7 +159,7 @@ class Tuning {
       if (AllRight(decided[i])) {
         kept.push_back(std::move(report.proposals[i]));
       } else {
-        report.rejected.push_back({explain::WellFormed(requests[i].name), kOnlySeemed});
+        report.rejected.push_back({WellFormed(requests[i].name), kOnlySeemed});
       }
     }
     report.proposals = std::move(kept);

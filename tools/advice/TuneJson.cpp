@@ -1,6 +1,6 @@
 #include "advice/TuneJson.h"
 
-#include "explain/Words.h"
+#include "text/Printable.h"
 
 namespace quillmark::advice {
 namespace {
@@ -54,7 +54,7 @@ Json JsonOf(const Proposal& proposal) {
   Json edgeMin = JsonOf(proposal.ranges.edgeMin);
   if (setting.edgeMin) edgeMin["limit"] = *setting.edgeMin;
   return {{"changes", setting.changes},
-          {"name", explain::WellFormed(setting.request.name)},
+          {"name", WellFormed(setting.request.name)},
           {"nameFits", !proposal.tooLong},
           {"difference", difference},
           {"edgeMin", edgeMin},

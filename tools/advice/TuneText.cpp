@@ -5,13 +5,12 @@
 #include <string_view>
 #include <utility>
 
-#include "explain/Numbers.h"
-#include "explain/Wrapping.h"
+#include "text/Numbers.h"
+#include "text/Wrapping.h"
 
 namespace quillmark::advice {
 namespace {
 
-using explain::Digits;
 using explain::Paint;
 
 // Of the histograms: parts, and the column they begin in.
@@ -55,7 +54,7 @@ class Report {
   void Line(const std::string& line = {}) { text += line + '\n'; }
   // Begun with so many blanks on each of its lines.
   void Prose(std::size_t indent, const std::string& line) {
-    Line(std::string(indent, ' ') + explain::Wrapped(line, indent, width));
+    Line(std::string(indent, ' ') + Wrapped(line, indent, width));
   }
 
   void AddCounts(bool positive) {
@@ -74,7 +73,7 @@ class Report {
     for (const auto& [code, times] : refusals) {
       line += std::exchange(separator, ", ") + code + " " + std::to_string(times);
     }
-    line = explain::Wrapped(line, 0, width);
+    line = Wrapped(line, 0, width);
     Line(count == right ? line : painted(Paint::Bad, line));
   }
 
@@ -150,7 +149,7 @@ class Report {
     if (!report.obstacle.empty()) {
       const std::string why =
           "No limits of the spec's own mode tell the pictures apart: " + report.obstacle + ".";
-      Line(painted(Paint::Bad, explain::Wrapped(why, 0, width)));
+      Line(painted(Paint::Bad, Wrapped(why, 0, width)));
     }
     if (!report.right && !report.proposals.empty()) {
       Line("Tried on all pictures, and every one is decided right:");

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "app/OpenCvConfig.h"
-#include "explain/Numbers.h"
 #include "explain/Remedies.h"
 #include "explain/Sentence.h"
 #include "explain/Steps.h"
@@ -14,6 +13,7 @@
 #include "specs/SpecStore.h"
 #include "specs/TemplatePreparation.h"
 #include "specs/Utf8.h"
+#include "text/Numbers.h"
 
 namespace quillmark::explain {
 namespace {

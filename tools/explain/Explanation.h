@@ -13,7 +13,7 @@
 #include "core/PrimarySearch.h"
 #include "core/RegionCut.h"
 #include "core/RegionEvaluation.h"
-#include "explain/Reasons.h"
+#include "reasons/Reasons.h"
 #include "specs/TemplateSpec.h"
 
 namespace quillmark::explain {

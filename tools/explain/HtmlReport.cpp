@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "explain/HtmlStyle.h"
-#include "explain/Numbers.h"
-#include "explain/Pictures.h"
+#include "explain/Illustrations.h"
 #include "explain/TextReport.h"
-#include "explain/Words.h"
+#include "text/Numbers.h"
+#include "text/Printable.h"
 
 namespace quillmark::explain {
 namespace {
@@ -157,7 +157,7 @@ class Article {
       if (sentence.starts_with(begin)) sentence = Capital(sentence.substr(std::string(begin).size()));
     }
     page << "<header><p class=\"kicker\">quillmarkctl explain &nbsp;/&nbsp; <code>"
-         << Escaped(Readable(e.request.name)) << "</code></p><h1 class=\"" << kind << "\">" << verdict
+         << Escaped(Printable(e.request.name)) << "</code></p><h1 class=\"" << kind << "\">" << verdict
          << "</h1><p class=\"lead\">" << Set(sentence) << "</p>";
     if (e.reason) {
       // Without a comparison the sentence has the reason's own words.
@@ -299,9 +299,9 @@ class Article {
     const TemplateSpec& spec = e.spec;
     Section("The spec");
     page << "<div class=\"card\"><dl>";
-    Term("Name", Readable(e.request.name));
-    Term("Target", Readable(e.request.target));
-    Term("Image", Readable(e.request.path));
+    Term("Name", Printable(e.request.name));
+    Term("Target", Printable(e.request.target));
+    Term("Image", Printable(e.request.path));
     Term("Template", std::to_string(spec.tmplGray.cols) + " x " + std::to_string(spec.tmplGray.rows));
     Term("Region", std::to_string(spec.roi.width) + " x " + std::to_string(spec.roi.height) + " at " +
                        std::to_string(spec.roi.x) + "," + std::to_string(spec.roi.y));
@@ -321,7 +321,7 @@ class Article {
 }  // namespace
 
 std::string HtmlReport(std::span<const Explanation> explanations) {
-  const std::string name = Escaped(Readable(explanations.front().request.name));
+  const std::string name = Escaped(Printable(explanations.front().request.name));
   std::string page =
       "<!doctype html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><meta name=\"viewport\" "
       "content=\"width=device-width\"><title>" +

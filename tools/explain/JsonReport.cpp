@@ -2,7 +2,7 @@
 
 #include "explain/Steps.h"
 #include "explain/TextReport.h"
-#include "explain/Words.h"
+#include "text/Printable.h"
 
 namespace quillmark::explain {
 namespace {

@@ -12,10 +12,10 @@
 #include "capture/MonitorChoice.h"
 #include "capture/TargetWindow.h"
 #include "explain/Explain.h"
-#include "explain/Numbers.h"
 #include "explain/Steps.h"
-#include "explain/Words.h"
 #include "live/MonitorCapture.h"
+#include "text/Numbers.h"
+#include "text/Printable.h"
 
 namespace quillmark::explain {
 namespace {
@@ -53,7 +53,7 @@ bool BindTarget(Explanation& e) {
   }
   SetTarget(spec, binding);
   if (const std::optional<Reason> reason = ReasonOf(binding.outcome)) {
-    EndWith(e, TargetEnding(*reason, Readable(spec.target)));
+    EndWith(e, TargetEnding(*reason, Printable(spec.target)));
     return false;
   }
   Step step;
@@ -62,7 +62,7 @@ bool BindTarget(Explanation& e) {
   step.measures = "window that the target means";
   step.outcome = StepOutcome::Passed;
   const std::wstring title(SystemWindow(binding.window).Title());
-  step.remark = "'" + Readable(title) + "', client area " + PlaceText(spec.targetRect) + ", scale " +
+  step.remark = "'" + Printable(title) + "', client area " + PlaceText(spec.targetRect) + ", scale " +
                 Digits(spec.targetScaleX);
   e.steps.push_back(std::move(step));
   return true;

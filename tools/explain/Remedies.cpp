@@ -6,9 +6,9 @@
 #include <string_view>
 #include <utility>
 
-#include "explain/Numbers.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
+#include "text/Numbers.h"
 
 namespace quillmark::explain {
 namespace {

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <vector>
 
-#include "explain/Numbers.h"
+#include "text/Numbers.h"
 
 namespace quillmark::explain {
 namespace {

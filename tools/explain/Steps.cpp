@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "explain/Numbers.h"
+#include "text/Numbers.h"
 
 namespace quillmark::explain {
 namespace {

@@ -5,10 +5,10 @@
 #include <cmath>
 #include <utility>
 
-#include "explain/Numbers.h"
 #include "explain/Steps.h"
-#include "explain/Words.h"
-#include "explain/Wrapping.h"
+#include "text/Numbers.h"
+#include "text/Printable.h"
+#include "text/Wrapping.h"
 
 namespace quillmark::explain {
 namespace {
@@ -52,7 +52,7 @@ class Report {
 
   void AddFacts() {
     const TemplateSpec& spec = e.spec;
-    std::string facts = Readable(e.request.name) + ": mode " + WordOf(spec.mode);
+    std::string facts = Printable(e.request.name) + ": mode " + WordOf(spec.mode);
     if (spec.redHint) facts += ", red";
     if (spec.colorGate) facts += ", colour gate";
     Fact("Spec", facts + ", region " + Extent(spec.roi.width, spec.roi.height) + " at " + At(spec.roi.tl()));

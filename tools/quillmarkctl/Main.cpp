@@ -1,5 +1,5 @@
 // quillmarkctl: gives the worker its commands and prints the hits it reports.
-#include "CommandLine.h"
+#include "commandline/CommandLine.h"
 #include "host/Utf8.h"
 
 int main(int argc, char** argv) {

@@ -12,8 +12,8 @@
 
 #include "core/RegionEvaluation.h"
 #include "core/Tick.h"
-#include "explain/Reasons.h"
 #include "ipc/DuplicateFilter.h"
+#include "reasons/Reasons.h"
 #include "replay/Recording.h"
 
 namespace quillmark::replay {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "explain/Reasons.h"
+#include "reasons/Reasons.h"
 #include "replay/Recording.h"
 #include "replay/Replay.h"
 

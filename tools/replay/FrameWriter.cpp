@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "replay/Pictures.h"
+#include "replay/FrameFiles.h"
 
 namespace quillmark::replay {
 

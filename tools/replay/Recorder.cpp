@@ -13,9 +13,9 @@
 #include "app/OpenCvConfig.h"
 #include "ipc/WallClock.h"
 #include "replay/Engine.h"
+#include "replay/FrameFiles.h"
 #include "replay/FrameWriter.h"
 #include "replay/LiveDesktop.h"
-#include "replay/Pictures.h"
 #include "replay/SpecTable.h"
 
 namespace quillmark::replay {

@@ -7,7 +7,7 @@
 #include "app/OpenCvConfig.h"
 #include "capture/DuplicationContext.h"
 #include "replay/Engine.h"
-#include "replay/Pictures.h"
+#include "replay/FrameFiles.h"
 #include "replay/SpecTable.h"
 
 namespace quillmark::replay {

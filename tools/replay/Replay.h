@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "explain/Reasons.h"
 #include "ipc/HitRecord.h"
+#include "reasons/Reasons.h"
 #include "replay/Recording.h"
 
 namespace quillmark::replay {

@@ -5,7 +5,7 @@
 
 #include "client/Text.h"
 #include "explain/Explain.h"
-#include "replay/Pictures.h"
+#include "replay/FrameFiles.h"
 
 namespace quillmark::replay {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "explain/Reasons.h"
+#include "reasons/Reasons.h"
 #include "replay/Recording.h"
 
 namespace quillmark::replay {

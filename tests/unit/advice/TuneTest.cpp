@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "advice/Pictures.h"
 #include "advice/TuneJson.h"
 #include "advice/TuneText.h"
+#include "picture/PictureFile.h"
 #include "support/Damage.h"
 #include "support/Images.h"
 #include "unit/specs/TemplateFolder.h"

@@ -1,4 +1,4 @@
-#include "Applied.h"
+#include "specfile/Applied.h"
 
 #include <gtest/gtest.h>
 

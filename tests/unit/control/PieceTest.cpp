@@ -1,4 +1,4 @@
-#include "Piece.h"
+#include "live/Piece.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "PngFile.h"
+#include "picture/PngFile.h"
 #include "support/ScriptedDesktop.h"
 
 namespace quillmark::control {

@@ -1,5 +1,5 @@
 // Files that declare specs and are damaged, or no files at all.
-#include "SpecFile.h"
+#include "specfile/SpecFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

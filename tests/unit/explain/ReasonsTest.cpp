@@ -1,5 +1,5 @@
 // The list of reasons and the page that documents it say the same.
-#include "explain/Reasons.h"
+#include "reasons/Reasons.h"
 
 #include <gtest/gtest.h>
 

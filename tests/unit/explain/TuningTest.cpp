@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "Cases.h"
-#include "explain/Numbers.h"
 #include "support/TempFolder.h"
+#include "text/Numbers.h"
 
 namespace quillmark::explain {
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "replay/Expectations.h"
-#include "replay/Pictures.h"
+#include "replay/FrameFiles.h"
 #include "replay/Recording.h"
 #include "replay/Replay.h"
 #include "support/Images.h"

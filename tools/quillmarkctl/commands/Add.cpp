@@ -1,8 +1,8 @@
 #include <memory>
 
-#include "CommandLine.h"
-#include "Requests.h"
-#include "SpecArguments.h"
+#include "commandline/CommandLine.h"
+#include "commandline/SpecArguments.h"
+#include "worker/Requests.h"
 
 namespace quillmark::control {
 

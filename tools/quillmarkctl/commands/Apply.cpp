@@ -10,18 +10,17 @@
 #include <utility>
 #include <vector>
 
-#include "Applied.h"
-#include "CommandLine.h"
 #include "Files.h"
-#include "Hash.h"
 #include "Interruption.h"
-#include "Requests.h"
-#include "SpecFile.h"
-#include "Wording.h"
-#include "WorkerState.h"
-#include "advice/Pictures.h"
 #include "client/Spec.h"
 #include "client/WorkerProbe.h"
+#include "commandline/CommandLine.h"
+#include "picture/PictureFile.h"
+#include "specfile/Applied.h"
+#include "specfile/Hash.h"
+#include "specfile/SpecFile.h"
+#include "worker/Requests.h"
+#include "worker/WorkerState.h"
 
 namespace quillmark::control {
 namespace {
@@ -131,7 +130,7 @@ class Applier {
     std::string fault = spec.fault;
     std::string image;
     if (fault.empty()) {
-      const advice::PictureFile picture = advice::ReadPicture(spec.command.path);
+      const PictureFile picture = ReadPicture(spec.command.path);
       if (picture.bgra.empty()) fault = "its image " + Utf8Of(spec.image) + ' ' + picture.fault;
       image = ContentOf(spec.image).value_or("");
     }

@@ -7,12 +7,12 @@
 #include <thread>
 #include <vector>
 
-#include "Benchmark.h"
-#include "CommandLine.h"
-#include "PartialSpec.h"
-#include "Wording.h"
 #include "app/ThreadPool.h"
+#include "bench/Benchmark.h"
+#include "commandline/CommandLine.h"
+#include "commandline/PartialSpec.h"
 #include "core/Tick.h"
+#include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {

@@ -9,19 +9,19 @@
 #include <thread>
 #include <vector>
 
-#include "CommandLine.h"
 #include "Files.h"
-#include "PartialSpec.h"
-#include "Piece.h"
-#include "PngFile.h"
-#include "Reports.h"
-#include "SpecArguments.h"
-#include "Wording.h"
 #include "client/Text.h"
+#include "commandline/CommandLine.h"
+#include "commandline/PartialSpec.h"
+#include "commandline/SpecArguments.h"
 #include "explain/Explain.h"
 #include "explain/LiveLook.h"
 #include "host/Pick.h"
 #include "host/Terminal.h"
+#include "live/Piece.h"
+#include "output/Reports.h"
+#include "picture/PngFile.h"
+#include "text/Printable.h"
 
 namespace quillmark::control {
 namespace {

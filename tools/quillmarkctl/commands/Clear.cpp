@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "CommandLine.h"
-#include "Requests.h"
+#include "commandline/CommandLine.h"
+#include "worker/Requests.h"
 
 namespace quillmark::control {
 

@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "CommandLine.h"
-#include "CommandModel.h"
+#include "commandline/CommandLine.h"
+#include "commandline/CommandModel.h"
 
 namespace quillmark::control {
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "CommandLine.h"
-#include "Wording.h"
+#include "commandline/CommandLine.h"
 #include "doctor/Doctor.h"
 #include "host/Session.h"
+#include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "CommandLine.h"
 #include "Files.h"
-#include "PartialSpec.h"
-#include "Reports.h"
+#include "commandline/CommandLine.h"
+#include "commandline/PartialSpec.h"
 #include "explain/HtmlReport.h"
 #include "explain/LiveLook.h"
+#include "output/Reports.h"
 
 namespace quillmark::control {
 namespace {

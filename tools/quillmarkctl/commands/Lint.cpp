@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "CommandLine.h"
-#include "PartialSpec.h"
-#include "Reports.h"
+#include "commandline/CommandLine.h"
+#include "commandline/PartialSpec.h"
+#include "output/Reports.h"
 
 namespace quillmark::control {
 namespace {

@@ -1,8 +1,8 @@
 #include <memory>
 #include <string>
 
-#include "CommandLine.h"
-#include "CommandModel.h"
+#include "commandline/CommandLine.h"
+#include "commandline/CommandModel.h"
 
 namespace quillmark::control {
 namespace {

@@ -2,11 +2,11 @@
 #include <memory>
 #include <string>
 
-#include "CommandLine.h"
-#include "HitLines.h"
-#include "Requests.h"
-#include "Wording.h"
 #include "client/Text.h"
+#include "commandline/CommandLine.h"
+#include "output/HitLines.h"
+#include "text/Printable.h"
+#include "worker/Requests.h"
 
 namespace quillmark::control {
 

@@ -2,13 +2,13 @@
 #include <stdexcept>
 #include <string>
 
-#include "CommandLine.h"
 #include "Interruption.h"
-#include "SpecArguments.h"
-#include "Wording.h"
 #include "client/Text.h"
-#include "replay/Pictures.h"
+#include "commandline/CommandLine.h"
+#include "commandline/SpecArguments.h"
+#include "replay/FrameFiles.h"
 #include "replay/Recorder.h"
+#include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {

@@ -1,9 +1,9 @@
 #include <memory>
 #include <string>
 
-#include "CommandLine.h"
-#include "Requests.h"
 #include "client/Text.h"
+#include "commandline/CommandLine.h"
+#include "worker/Requests.h"
 
 namespace quillmark::control {
 

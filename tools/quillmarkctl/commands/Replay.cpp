@@ -6,15 +6,16 @@
 #include <optional>
 #include <string>
 
-#include "CommandLine.h"
 #include "Files.h"
-#include "Wording.h"
 #include "client/Text.h"
-#include "explain/Reasons.h"
+#include "commandline/CommandLine.h"
+#include "reasons/Reasons.h"
 #include "replay/Expectations.h"
+#include "replay/FrameFiles.h"
 #include "replay/JsonFields.h"
-#include "replay/Pictures.h"
 #include "replay/Recording.h"
+#include "text/Printable.h"
+#include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {

@@ -4,13 +4,13 @@
 #include <string>
 #include <thread>
 
-#include "CommandLine.h"
-#include "HitLines.h"
 #include "Interruption.h"
-#include "Wording.h"
-#include "WorkerState.h"
+#include "commandline/CommandLine.h"
 #include "ipc/WallClock.h"
 #include "ipc/WireFormat.h"
+#include "output/HitLines.h"
+#include "text/Wording.h"
+#include "worker/WorkerState.h"
 
 namespace quillmark::control {
 namespace {

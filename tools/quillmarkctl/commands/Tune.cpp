@@ -6,14 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "CommandLine.h"
-#include "PartialSpec.h"
-#include "Reports.h"
-#include "Wording.h"
-#include "advice/Pictures.h"
 #include "advice/TuneJson.h"
 #include "advice/TuneText.h"
-#include "explain/Reasons.h"
+#include "commandline/CommandLine.h"
+#include "commandline/PartialSpec.h"
+#include "output/Reports.h"
+#include "picture/PictureFile.h"
+#include "reasons/Reasons.h"
 
 namespace quillmark::control {
 namespace {
@@ -38,7 +37,7 @@ struct Pictures {
 void AddPictures(const std::vector<std::string>& paths, bool positive, Pictures& pictures,
                  advice::TuneInput& input) {
   for (const std::string& path : paths) {
-    for (const std::string& file : advice::FilesIn(path)) {
+    for (const std::string& file : FilesIn(path)) {
       input.pictures.push_back({WideText(file, file), positive});
       pictures.files.push_back(file);
       pictures.named.push_back(file == path);

@@ -1,9 +1,9 @@
 #include <memory>
 
-#include "CommandLine.h"
-#include "HitLines.h"
-#include "Requests.h"
 #include "client/Text.h"
+#include "commandline/CommandLine.h"
+#include "output/HitLines.h"
+#include "worker/Requests.h"
 
 namespace quillmark::control {
 

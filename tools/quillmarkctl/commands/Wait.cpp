@@ -5,13 +5,13 @@
 #include <optional>
 #include <string>
 
-#include "CommandLine.h"
-#include "HitLines.h"
 #include "Interruption.h"
 #include "client/Client.h"
 #include "client/Text.h"
 #include "client/Tracker.h"
+#include "commandline/CommandLine.h"
 #include "ipc/WallClock.h"
+#include "output/HitLines.h"
 
 namespace quillmark::control {
 namespace {

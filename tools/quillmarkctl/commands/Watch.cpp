@@ -4,11 +4,11 @@
 #include <optional>
 #include <string>
 
-#include "CommandLine.h"
-#include "HitLines.h"
 #include "Interruption.h"
-#include "Requests.h"
 #include "client/WorkerProbe.h"
+#include "commandline/CommandLine.h"
+#include "output/HitLines.h"
+#include "worker/Requests.h"
 
 namespace quillmark::control {
 namespace {

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <string>
 
-#include "Finding.h"
-#include "Output.h"
+#include "doctor/Finding.h"
+#include "output/Output.h"
 
 namespace quillmark::control {
 

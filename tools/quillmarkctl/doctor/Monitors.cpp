@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <opencv2/core.hpp>
 
-#include "DesktopMonitors.h"
 #include "client/Text.h"
 #include "core/RegionGeometry.h"
 #include "doctor/Doctor.h"
+#include "live/DesktopMonitors.h"
 #include "live/MonitorCapture.h"
 
 namespace quillmark::control {

@@ -3,14 +3,15 @@
 #include <cwctype>
 #include <optional>
 
-#include "DesktopMonitors.h"
-#include "DesktopWindows.h"
-#include "Wording.h"
 #include "capture/TargetBinding.h"
 #include "client/Command.h"
 #include "client/Text.h"
 #include "core/RegionGeometry.h"
 #include "doctor/Doctor.h"
+#include "live/DesktopMonitors.h"
+#include "live/DesktopWindows.h"
+#include "text/Printable.h"
+#include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {

@@ -3,9 +3,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "WorkerState.h"
 #include "client/WorkerProbe.h"
 #include "doctor/Doctor.h"
+#include "worker/WorkerState.h"
 
 namespace quillmark::control {
 namespace {

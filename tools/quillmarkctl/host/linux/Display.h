@@ -3,7 +3,7 @@
 // Threading: free functions without state.
 #pragma once
 
-#include "Finding.h"
+#include "doctor/Finding.h"
 
 namespace quillmark::control::host {
 

@@ -76,7 +76,7 @@ Finding ExamineFolder(const SessionRoad& road) {
           .facts = {{"folder", folder.string()}}};
 }
 
-std::string Readable(std::uint64_t bytes) {
+std::string SizeText(std::uint64_t bytes) {
   constexpr const char* units[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
   double value = static_cast<double>(bytes);
   std::size_t unit = 0;
@@ -107,7 +107,7 @@ Finding ExamineMemory(const fs::path& folder) {
   const std::uint64_t space = std::uint64_t{facts.f_bavail} * facts.f_frsize;
   const std::uint64_t fileSize = LimitOf(RLIMIT_FSIZE), files = LimitOf(RLIMIT_NOFILE);
   finding.facts = {{"freeBytes", space}, {"freeFiles", facts.f_favail}, {"neededBytes", needed}};
-  finding.text = Readable(space) + " free for shared memory, of which the rings need " + Readable(needed);
+  finding.text = SizeText(space) + " free for shared memory, of which the rings need " + SizeText(needed);
   const auto worsen = [&](Level level, std::string text, std::string remedy) {
     finding.level = level;
     finding.text = std::move(text);
@@ -118,7 +118,7 @@ Finding ExamineMemory(const fs::path& folder) {
   if (space < needed || (facts.f_files != 0 && facts.f_favail < 4)) {
     worsen(Level::Problem, "the file system of " + folder.string() + " is full", "remove files there");
   } else if (fileSize < sizeof(CmdRingLayout)) {
-    worsen(Level::Problem, "files may not be larger than " + Readable(fileSize) + " (ulimit -f)",
+    worsen(Level::Problem, "files may not be larger than " + SizeText(fileSize) + " (ulimit -f)",
            "ulimit -f unlimited");
   } else if (files < fewFiles) {
     worsen(Level::Warning, "only " + std::to_string(files) + " files may be open at once (ulimit -n)",
@@ -167,10 +167,6 @@ Findings ExamineSession() {
   for (Finding& finding : ExamineDisplay()) findings.push_back(std::move(finding));
   findings.push_back(ExamineFonts());
   return findings;
-}
-
-bool IsCloaked(HWND) {
-  return false;
 }
 
 }  // namespace quillmark::control::host

@@ -1,6 +1,5 @@
 #include "host/Session.h"
 
-#include <dwmapi.h>
 #include <windows.h>
 
 namespace quillmark::control::host {
@@ -42,11 +41,6 @@ Finding InputDesktop() {
 
 Findings ExamineSession() {
   return {SessionNumber(), InputDesktop()};
-}
-
-bool IsCloaked(HWND window) {
-  DWORD cloaked = 0;
-  return SUCCEEDED(::DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof cloaked)) && cloaked != 0;
 }
 
 }  // namespace quillmark::control::host

@@ -1,0 +1,173 @@
+#include "bench/Benchmark.h"
+
+#include <algorithm>
+#include <chrono>
+#include <opencv2/imgproc.hpp>
+#include <stdexcept>
+#include <utility>
+
+#include "advice/Distribution.h"
+#include "core/RegionEvaluation.h"
+#include "explain/Explain.h"
+#include "explain/Steps.h"
+#include "specs/TemplatePreparation.h"
+
+namespace quillmark::control {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How long the frame and each preparation are measured, for each second of a decision.
+constexpr double PrepareShare = 0.2;
+
+// The steps of rounds that all go the same way.
+class Stopwatch {
+ public:
+  void Begin() {
+    at = 0;
+    begin = last = Clock::now();
+  }
+  void Done(const char* step) { Note(step, std::exchange(last, Clock::now())); }
+  void End() { Note("whole", begin); }
+
+  [[nodiscard]] std::vector<Spread> Spreads() {
+    std::vector<Spread> spreads;
+    for (auto& [step, times] : steps) {
+      std::ranges::sort(times);
+      spreads.push_back({step, advice::Quantile(times, 0.5), advice::Quantile(times, 0.9)});
+    }
+    return spreads;
+  }
+
+ private:
+  void Note(const char* step, Clock::time_point since) {
+    const double micros = std::chrono::duration<double, std::micro>(last - since).count();
+    if (at == steps.size()) steps.emplace_back(step, std::vector<double>());
+    steps[at++].second.push_back(micros);
+  }
+
+  std::vector<std::pair<std::string, std::vector<double>>> steps;
+  std::size_t at = 0;
+  Clock::time_point begin, last;
+};
+
+// Does it once, then again and again for so long, and five times at least.
+template <typename Round>
+std::vector<Spread> Measure(double seconds, const std::function<void()>& tick, const Round& round) {
+  constexpr int Least = 5;
+  Stopwatch warmUp, watch;
+  round(warmUp);
+  const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+  for (int rounds = 0; rounds < Least || Clock::now() < end; ++rounds) {
+    watch.Begin();
+    round(watch);
+    tick();
+  }
+  return watch.Spreads();
+}
+
+const char* NameOf(DecidingStep step) {
+  switch (step) {
+    case DecidingStep::Search:
+      return "search";
+    case DecidingStep::FlatWhite:
+      return "flat-white";
+    case DecidingStep::Chroma:
+      return "chroma";
+    case DecidingStep::GreyCorrelation:
+      return "grey-correlation";
+    case DecidingStep::EdgeCorrelation:
+      return "edges";
+    case DecidingStep::Darkness:
+      return "darkness";
+    case DecidingStep::Colour:
+      return "colour";
+    default:
+      return "position";
+  }
+}
+
+// Plain ground with the template in the middle of the region, on a screen that holds all regions.
+cv::Mat PictureFor(const Measured& m, const std::vector<Measured>& all) {
+  cv::Size size(1920, 1080);
+  for (const Measured& each : all) {
+    size = {std::max(size.width, each.place.visible.right), std::max(size.height, each.place.visible.bottom)};
+  }
+  cv::Mat picture(size, CV_8UC4, cv::mean(m.spec.tmplBgr)), tmpl;
+  const Rect& region = m.place.visible;
+  if (!m.place.HoldsTemplate()) return picture;
+  cv::cvtColor(m.spec.tmplBgr, tmpl, cv::COLOR_BGR2BGRA);
+  tmpl.copyTo(picture(cv::Rect((region.left + region.right - tmpl.cols) / 2,
+                               (region.top + region.bottom - tmpl.rows) / 2, tmpl.cols, tmpl.rows)));
+  return picture;
+}
+
+void MeasureSpec(Measured& m, const FrameImages& images, double seconds, const std::function<void()>& tick) {
+  m.steps = Measure(seconds * PrepareShare, tick, [&](Stopwatch& watch) {
+    TemplateSpec fresh;
+    fresh.path = m.spec.path;
+    if (!PrepareTemplate(fresh)) throw std::runtime_error(m.name + ": its image has gone");
+    watch.Done("prepare");
+  });
+  if (!m.place.HoldsTemplate()) {
+    m.reason = m.place.OffFrame() ? explain::Reason::RegionOutsideTarget : explain::Reason::RegionTooSmall;
+    return;
+  }
+  const std::vector<Spread> steps = Measure(seconds, tick, [&](Stopwatch& watch) {
+    const ROIUnit unit = CutRegion(m.spec, PlaceRegion(m.spec, m.spec.targetRect), images, {});
+    watch.Done("cut");
+    const Verdict verdict = EvaluateRegion(unit, m.spec, Thoroughness::UpToTheFirstVeto,
+                                           [&](DecidingStep step) { watch.Done(NameOf(step)); });
+    watch.End();
+    m.reason = explain::ReasonOf(verdict.decidedBy);
+  });
+  m.steps.insert(m.steps.end(), steps.begin(), steps.end());
+}
+
+}  // namespace
+
+std::vector<Measured> PrepareToMeasure(const std::vector<advice::LintSpec>& given, const cv::Mat& screenshot,
+                                       double scale) {
+  std::vector<Measured> specs;
+  for (const advice::LintSpec& each : given) {
+    explain::Explanation prepared = explain::PrepareExplanation(each.request);
+    if (prepared.reason) throw std::runtime_error(advice::LabelOf(each) + ": " + prepared.sentence);
+    TemplateSpec& spec = prepared.spec;
+    spec.targetScaleX = spec.targetScaleY = scale;
+    spec.targetRect = {0, 0, 7680, 4320};  // the largest screen that is made up
+    if (!screenshot.empty()) spec.targetRect = {0, 0, screenshot.cols, screenshot.rows};
+    if (!each.hasRegion)
+      spec.roi = screenshot.empty() ? cv::Rect(0, 0, 1920, 1080) : cv::Rect(0, 0, 1 << 20, 1 << 20);
+    specs.push_back({advice::LabelOf(each), std::move(spec)});
+    specs.back().place = PlaceRegion(specs.back().spec, specs.back().spec.targetRect);
+  }
+  return specs;
+}
+
+double MeasuringSeconds(const std::vector<Measured>& specs, double seconds) {
+  return seconds * (PrepareShare + (1.0 + PrepareShare) * static_cast<double>(specs.size()));
+}
+
+Benchmark MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
+                       const std::function<void()>& tick) {
+  Benchmark benchmark;
+  benchmark.needsHsv = std::ranges::any_of(specs, NeedsHsv, &Measured::spec);
+  for (Measured& m : specs) {
+    const cv::Mat picture = screenshot.empty() ? PictureFor(m, specs) : screenshot;
+    FrameImages images;
+    const auto convert = [&] { ConvertFrame(picture, benchmark.needsHsv, images); };
+    if (&m == &specs.front()) {
+      benchmark.screen = picture.size();
+      benchmark.convert = Measure(seconds * PrepareShare, tick, [&](Stopwatch& watch) {
+                            convert();
+                            watch.Done("convert");
+                          }).front();
+    } else {
+      convert();
+    }
+    MeasureSpec(m, images, seconds, tick);
+  }
+  return benchmark;
+}
+
+}  // namespace quillmark::control

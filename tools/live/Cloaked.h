@@ -1,0 +1,12 @@
+// Windows that the system hides though it counts them as visible: one implementation a host.
+//
+// Threading: free function without state.
+#pragma once
+
+#include <windows.h>
+
+namespace quillmark::control {
+
+[[nodiscard]] bool IsCloaked(HWND window);
+
+}  // namespace quillmark::control

@@ -1,0 +1,9 @@
+#include "live/Cloaked.h"
+
+namespace quillmark::control {
+
+bool IsCloaked(HWND) {
+  return false;
+}
+
+}  // namespace quillmark::control
