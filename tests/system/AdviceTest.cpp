@@ -50,15 +50,15 @@ TEST_F(Advice, LintSaysWhatItFoundAndEndsWithThatCode) {
   EXPECT_EQ(
       found.out,
       "ok:hs: warning option-ignored: 'hs' is ignored; write mode=hs\n"
-      "      An option word, or its number, means nothing to the worker.\n"
-      "      So: It is dropped without a message, and the spec runs as if it were not there.\n"
-      "      Do: The words are msN, fpsN, sq=D, mode=gray, bgr, s, h or hs, mon=primary, mon=N, fast and "
-      "strict; a suffix in upper case such as HS stands alone behind the name.\n"
+      "      The worker does not know an option word or cannot read its number.\n"
+      "      So: The option is ignored without a message.\n"
+      "      Do: Use msN, fpsN, sq=D, mode=gray, bgr, s, h or hs, mon=primary, mon=N, fast or strict; "
+      "an upper-case suffix such as HS must stand alone after the name.\n"
       "ok:hs: note region-tight: region 30 x 40, template 30 x 20\n"
-      "      The region is no wider or no higher than the template.\n"
-      "      So: Something that moves by one pixel is missed, and so is everything when the window scales "
-      "or the screen's edge cuts the region.\n"
-      "      Do: Leave some pixels around the template.\n"
+      "      The region is no wider or no taller than the template.\n"
+      "      So: A move by one pixel is missed; if the window is scaled or the screen's edge clips the "
+      "region, nothing is found.\n"
+      "      Do: Leave a few pixels around the template.\n"
       "0 errors, 1 warning, 1 note in 1 spec.\n");
   EXPECT_EQ(Control({"lint", "--path", File("ok.png"), "--name", "ok:hs", "--ignore", "option-ignored"}).code,
             0);
