@@ -3,6 +3,8 @@
 #include <shellscalingapi.h>
 #include <windows.h>
 
+#include "platform/EntryPoint.h"
+
 namespace quillmark {
 
 namespace {
@@ -17,11 +19,9 @@ class Library {
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  // Null when the library or the entry is missing.
   template <typename Function>
   Function Entry(const char* name) const {
-    if (module == nullptr) return nullptr;
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
+    return EntryPoint<Function>(module, name);
   }
 
  private:

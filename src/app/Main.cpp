@@ -5,7 +5,7 @@
 #include "app/DpiAwareness.h"
 #include "app/FatalHandlers.h"
 #include "app/OpenCvConfig.h"
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace {
 

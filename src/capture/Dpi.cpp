@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+#include "platform/EntryPoint.h"
+
 namespace quillmark {
 namespace {
 
@@ -26,13 +28,6 @@ class SystemLibrary {
   const LPCWSTR name;
   std::atomic<HMODULE> handle;
 };
-
-template <typename Entry>
-Entry EntryPoint(HMODULE module, LPCSTR name) {
-  if (module == nullptr) return nullptr;
-  // Through void*, as the entry's type is known only here.
-  return reinterpret_cast<Entry>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
-}
 
 // The DPI calls, none of which older systems have.
 struct DpiEntryPoints {

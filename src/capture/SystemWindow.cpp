@@ -4,27 +4,22 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 
 #include "capture/Dpi.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark {
 namespace {
-
-struct CloseProcess {
-  void operator()(void* process) const { ::CloseHandle(process); }
-};
-using ProcessHandle = std::unique_ptr<void, CloseProcess>;
 
 std::wstring ReadImageFile(HWND window) {
   DWORD processId = 0;
   ::GetWindowThreadProcessId(window, &processId);
   if (processId == 0) return {};
-  const ProcessHandle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+  const UniqueHandle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
   if (!process) return {};
   wchar_t path[MAX_PATH];
   DWORD length = MAX_PATH;
-  if (!::QueryFullProcessImageNameW(process.get(), 0, path, &length)) return {};
+  if (!::QueryFullProcessImageNameW(process.Get(), 0, path, &length)) return {};
   return ::PathFindFileNameW(path);
 }
 

@@ -10,7 +10,7 @@
 #include <functional>
 #include <string>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark {
 

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <string>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark {
 

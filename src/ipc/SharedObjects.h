@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark {
 

@@ -2,21 +2,16 @@
 
 #include <windows.h>
 
-#include <memory>
 #include <opencv2/imgcodecs.hpp>
 #include <optional>
 #include <vector>
 
+#include "platform/UniqueHandle.h"
 #include "specs/ImageHeader.h"
 #include "specs/Utf8.h"
 
 namespace quillmark {
 namespace {
-
-struct HandleCloser {
-  void operator()(HANDLE handle) const { ::CloseHandle(handle); }
-};
-using FileHandle = std::unique_ptr<void, HandleCloser>;
 
 // Fills `bytes` with the whole file.
 ImageFault ReadRegularFile(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
@@ -24,11 +19,11 @@ ImageFault ReadRegularFile(const std::wstring& path, std::vector<std::uint8_t>& 
       ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (opened == INVALID_HANDLE_VALUE) return ImageFault::NotOpened;
-  const FileHandle file(opened);
+  const UniqueHandle file(opened);
 
   LARGE_INTEGER size{};
-  if (::GetFileType(file.get()) != FILE_TYPE_DISK) return ImageFault::NoRegularFile;
-  if (!::GetFileSizeEx(file.get(), &size)) return ImageFault::Unreadable;
+  if (::GetFileType(file.Get()) != FILE_TYPE_DISK) return ImageFault::NoRegularFile;
+  if (!::GetFileSizeEx(file.Get(), &size)) return ImageFault::Unreadable;
   if (size.QuadPart <= 0) return ImageFault::Empty;
   if (size.QuadPart > kMaxImageFileBytes) return ImageFault::TooManyBytes;
 
@@ -37,7 +32,7 @@ ImageFault ReadRegularFile(const std::wstring& path, std::vector<std::uint8_t>& 
   while (filled < bytes.size()) {
     DWORD got = 0;
     const DWORD wanted = static_cast<DWORD>(bytes.size() - filled);
-    if (!::ReadFile(file.get(), bytes.data() + filled, wanted, &got, nullptr)) return ImageFault::Unreadable;
+    if (!::ReadFile(file.Get(), bytes.data() + filled, wanted, &got, nullptr)) return ImageFault::Unreadable;
     if (got == 0) break;  // the file shrank meanwhile
     filled += got;
   }

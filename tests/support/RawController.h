@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark::test {
 

@@ -13,7 +13,7 @@
 
 #include "CommandTaker.h"
 #include "Programs.h"
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 #include "quillmark.hpp"
 #include "support/Eventually.h"
 #include "support/PrivateSession.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Programs.h"
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 #include "support/Eventually.h"
 #include "support/PrivateDisplay.h"
 #include "support/PrivateSession.h"

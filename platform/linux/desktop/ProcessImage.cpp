@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "desktop/Desktop.h"
-#include "kernel32/HostPaths.h"
-#include "kernel32/Text.h"
+#include "host/Paths.h"
+#include "host/Text.h"
 
 namespace quillmark::layer {
 namespace {

@@ -13,7 +13,7 @@
 #include "desktop/WarningPicture.h"
 #include "desktop/X11Monitors.h"
 #include "desktop/XcbConnection.h"
-#include "kernel32/Text.h"
+#include "host/Text.h"
 
 namespace quillmark::layer {
 namespace {

@@ -14,7 +14,7 @@
 #include "desktop/Desktop.h"
 #include "desktop/X11Windows.h"
 #include "desktop/XcbConnection.h"
-#include "kernel32/UniqueFd.h"
+#include "host/UniqueFd.h"
 
 namespace quillmark::layer {
 

@@ -6,7 +6,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 
 namespace quillmark::layer {
 namespace {

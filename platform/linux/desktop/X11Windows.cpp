@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 
 namespace quillmark::layer {
 namespace {

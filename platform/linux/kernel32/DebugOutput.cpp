@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <string>
 
+#include "host/Paths.h"
+#include "host/UniqueFd.h"
 #include "kernel32/HandleTable.h"
-#include "kernel32/HostPaths.h"
-#include "kernel32/UniqueFd.h"
 
 namespace quillmark::layer {
 namespace {

@@ -2,49 +2,20 @@
 
 #include <windows.h>
 
-#include <array>
 #include <cstdint>
 #include <mutex>
 #include <set>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "host/Paths.h"
+#include "host/Text.h"
 #include "kernel32/Errors.h"
-#include "kernel32/HostPaths.h"
-#include "kernel32/Text.h"
-#include "user32/Dpi.h"
 
 namespace quillmark::layer {
 namespace {
 
-struct Entry {
-  const char* name;
-  FARPROC address;
-};
-struct Library {
-  const char* name;  // lower case
-  std::span<const Entry> entries;
-};
-
-template <typename Function>
-FARPROC AddressOf(Function* function) {
-  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
-}
-
-const std::array user32Entries = {
-    Entry{"SetProcessDpiAwarenessContext", AddressOf(&::SetProcessDpiAwarenessContext)},
-    Entry{"SetProcessDPIAware", AddressOf(&::SetProcessDPIAware)},
-    Entry{"GetWindowDpiAwarenessContext", AddressOf(&::GetWindowDpiAwarenessContext)},
-    Entry{"GetAwarenessFromDpiAwarenessContext", AddressOf(&::GetAwarenessFromDpiAwarenessContext)},
-    Entry{"GetDpiForWindow", AddressOf(&::GetDpiForWindow)},
-};
-const std::array shcoreEntries = {
-    Entry{"SetProcessDpiAwareness", AddressOf(&::SetProcessDpiAwareness)},
-    Entry{"GetDpiForMonitor", AddressOf(&::GetDpiForMonitor)},
-};
-const std::array libraries = {Library{"user32.dll", user32Entries}, Library{"shcore.dll", shcoreEntries}};
 const Library program = {"", {}};
 
 struct Hidden {
@@ -74,7 +45,7 @@ HMODULE HandleOf(const Library& library) {
 
 // nullptr with ERROR_INVALID_HANDLE for what is no module.
 const Library* LibraryOf(HMODULE module) {
-  for (const Library& library : libraries) {
+  for (const Library& library : Libraries()) {
     if (HandleOf(library) == module) return &library;
   }
   return module == HandleOf(program) ? &program : Fail(ERROR_INVALID_HANDLE, nullptr);
@@ -83,7 +54,7 @@ const Library* LibraryOf(HMODULE module) {
 HMODULE FindLibrary(LPCWSTR name) {
   std::string wanted = LowerCase(ToUtf8(name));
   if (wanted.find('.') == std::string::npos) wanted += ".dll";
-  for (const Library& library : libraries) {
+  for (const Library& library : Libraries()) {
     if (wanted == library.name) return HandleOf(library);
   }
   return Fail(ERROR_MOD_NOT_FOUND, nullptr);

@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "kernel32/UniqueFd.h"
+#include "host/UniqueFd.h"
 
 namespace quillmark::layer {
 

@@ -10,9 +10,9 @@
 #include <optional>
 #include <string_view>
 
+#include "host/Text.h"
 #include "kernel32/Errors.h"
 #include "kernel32/SessionFolder.h"
-#include "kernel32/Text.h"
 
 namespace quillmark::layer {
 namespace {

@@ -17,7 +17,7 @@
 #include <memory>
 #include <string>
 
-#include "kernel32/UniqueFd.h"
+#include "host/UniqueFd.h"
 
 namespace quillmark::layer {
 

@@ -2,8 +2,10 @@
 
 #include <dxgi1_2.h>
 
+#include <array>
 #include <atomic>
 
+#include "kernel32/Modules.h"
 #include "user32/Handles.h"
 
 using quillmark::layer::CurrentDesktop;
@@ -90,3 +92,32 @@ HRESULT WINAPI GetDpiForMonitor(HMONITOR monitor, MONITOR_DPI_TYPE type, UINT* d
   }
   return E_INVALIDARG;
 }
+
+namespace quillmark::layer {
+namespace {
+
+template <typename Function>
+FARPROC AddressOf(Function* function) {
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+}
+
+const std::array user32Entries = {
+    Entry{"SetProcessDpiAwarenessContext", AddressOf(&::SetProcessDpiAwarenessContext)},
+    Entry{"SetProcessDPIAware", AddressOf(&::SetProcessDPIAware)},
+    Entry{"GetWindowDpiAwarenessContext", AddressOf(&::GetWindowDpiAwarenessContext)},
+    Entry{"GetAwarenessFromDpiAwarenessContext", AddressOf(&::GetAwarenessFromDpiAwarenessContext)},
+    Entry{"GetDpiForWindow", AddressOf(&::GetDpiForWindow)},
+};
+const std::array shcoreEntries = {
+    Entry{"SetProcessDpiAwareness", AddressOf(&::SetProcessDpiAwareness)},
+    Entry{"GetDpiForMonitor", AddressOf(&::GetDpiForMonitor)},
+};
+const std::array libraries = {Library{"user32.dll", user32Entries}, Library{"shcore.dll", shcoreEntries}};
+
+}  // namespace
+
+std::span<const Library> Libraries() {
+  return libraries;
+}
+
+}  // namespace quillmark::layer

@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "desktop/WarningBox.h"
+#include "host/Text.h"
 #include "kernel32/Errors.h"
-#include "kernel32/Text.h"
 
 namespace {
 

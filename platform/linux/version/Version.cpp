@@ -16,9 +16,9 @@
 #include <string_view>
 #include <vector>
 
+#include "host/Paths.h"
+#include "host/UniqueFd.h"
 #include "kernel32/Errors.h"
-#include "kernel32/HostPaths.h"
-#include "kernel32/UniqueFd.h"
 #include "version/ElfSection.h"
 #include "version/VersionBlock.h"
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 #include "support/DebugOutputCapture.h"
 
 namespace quillmark::test {

@@ -4,7 +4,7 @@
 // Threading: given back on the thread that took it.
 #pragma once
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark::test {
 

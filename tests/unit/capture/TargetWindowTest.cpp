@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "host/Text.h"
 #include "kernel32/Modules.h"
-#include "kernel32/Text.h"
 #include "support/ScriptedDesktop.h"
 
 namespace quillmark {

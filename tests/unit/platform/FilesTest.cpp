@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 #include "support/TempFolder.h"
 
 namespace quillmark::layer {

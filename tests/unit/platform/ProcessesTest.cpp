@@ -12,7 +12,7 @@
 #include <string>
 
 #include "desktop/EmptyDesktop.h"
-#include "kernel32/Text.h"
+#include "host/Text.h"
 #include "support/TempFolder.h"
 #include "user32/Dpi.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 
 namespace quillmark::layer {
 namespace {

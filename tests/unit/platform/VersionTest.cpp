@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 #include "support/TempFolder.h"
 #include "version/VersionBlock.h"
 

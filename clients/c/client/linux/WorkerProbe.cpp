@@ -7,9 +7,9 @@
 
 #include <stdexcept>
 
+#include "host/UniqueFd.h"
 #include "kernel32/SessionFolder.h"
 #include "kernel32/SharedFile.h"
-#include "kernel32/UniqueFd.h"
 
 namespace quillmark::client {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark::client {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "ipc/UniqueHandle.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark::control::host {
 

@@ -1,4 +1,4 @@
-#include "kernel32/HostPaths.h"
+#include "host/Paths.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "kernel32/Text.h"
+#include "host/Text.h"
 
 namespace quillmark::layer {
 
