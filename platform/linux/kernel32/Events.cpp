@@ -46,21 +46,26 @@ class Event : public KernelObject {
       ++deadline.tv_sec;
     }
     while (true) {
-      if (TryTake()) return WAIT_OBJECT_0;
+      const std::uint32_t seen = TryTake();
+      if (seen == 1) return WAIT_OBJECT_0;
       if (timeoutMs == 0) return WAIT_TIMEOUT;
+      // For a change of what was seen, be it 0 or what somebody else's fault left there.
       const long result =
-          ::syscall(SYS_futex, state_, FUTEX_WAIT_BITSET, 0u, timeoutMs == INFINITE ? nullptr : &deadline,
+          ::syscall(SYS_futex, state_, FUTEX_WAIT_BITSET, seen, timeoutMs == INFINITE ? nullptr : &deadline,
                     nullptr, FUTEX_BITSET_MATCH_ANY);
-      if (result != 0 && errno == ETIMEDOUT) return TryTake() ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
+      if (result != 0 && errno == ETIMEDOUT) return TryTake() == 1 ? WAIT_OBJECT_0 : WAIT_TIMEOUT;
       if (result != 0 && errno != EAGAIN && errno != EINTR) return Fail(ERROR_GEN_FAILURE, WAIT_FAILED);
     }
   }
 
  private:
-  bool TryTake() {
-    std::uint32_t set = 1;
+  // The state before; when it was 1, an auto-reset event has been taken.
+  std::uint32_t TryTake() {
     const std::atomic_ref state(*state_);
-    return manualReset_ ? state.load() == 1 : state.compare_exchange_strong(set, 0);  // pairs with Set
+    if (manualReset_) return state.load();  // pairs with Set
+    std::uint32_t seen = 1;
+    state.compare_exchange_strong(seen, 0);  // pairs with Set
+    return seen;
   }
 
   const std::unique_ptr<SharedFile> file_;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -200,6 +201,21 @@ TEST_F(SessionFolder, FullFileSystemFailsTheMakerAndLeavesNothing) {
   EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
   CloseAll();
   ::umount2(session.Base().c_str(), MNT_DETACH);
+}
+
+TEST_F(SessionFolder, WaitForAnEventWithADamagedStateEndsInTime) {
+  for (const BOOL manual : {FALSE, TRUE}) {
+    const HANDLE event = ::CreateEventW(nullptr, manual, FALSE, L"Local\\Damaged");
+    const std::uint32_t damaged = 7;
+    std::fstream(Folder() / "Damaged.event", std::ios::in | std::ios::out | std::ios::binary)
+        .write(reinterpret_cast<const char*>(&damaged), sizeof damaged);
+    const std::clock_t worked = std::clock();
+    EXPECT_EQ(::WaitForSingleObject(event, 500), WAIT_TIMEOUT);
+    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "it slept";
+    EXPECT_TRUE(::SetEvent(event));
+    EXPECT_EQ(::WaitForSingleObject(event, 0), WAIT_OBJECT_0);
+    ::CloseHandle(event);
+  }
 }
 
 }  // namespace
