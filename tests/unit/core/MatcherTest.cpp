@@ -3,9 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <opencv2/imgproc.hpp>
+#include <thread>
+#include <vector>
 
 #include "core/ZeroMean.h"
 #include "support/Images.h"
@@ -226,6 +229,56 @@ TEST(Matcher, HueSaturationSearchBlendsByItsWeight) {
     double score = 0.0;
     ASSERT_TRUE(MatchHueSat(Hsv(hue, saturation), hue, Inverted(saturation), weight, loc, score));
     EXPECT_NEAR(score, weight - (1.0 - weight), 1e-5) << weight;
+  }
+}
+
+// Counts the bytes of the images that exist.
+class CountingAllocator : public cv::MatAllocator {
+ public:
+  cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                         cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+    cv::UMatData* const made =
+        cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
+    made->prevAllocator = made->currAllocator = this;
+    bytes += made->size;
+    return made;
+  }
+  bool allocate(cv::UMatData* data, cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+    return cv::Mat::getStdAllocator()->allocate(data, flags, usage);
+  }
+  void deallocate(cv::UMatData* data) const override {
+    bytes -= data->size;
+    cv::Mat::getStdAllocator()->deallocate(data);
+  }
+  mutable std::atomic<std::size_t> bytes{0};
+};
+
+TEST(Searches, KeepNoLargeBuffersForTheirThread) {
+  static CountingAllocator allocator;  // outlives every image
+  constexpr std::size_t Large = std::size_t{128} << 10;
+  const struct {
+    cv::Size size;
+    bool kept;
+  } cases[] = {{{320, 200}, true}, {{2400, 1800}, false}};
+  for (const auto& c : cases) {
+    const cv::Mat image(c.size, CV_8UC3, cv::Scalar(60, 120, 180)), grey(c.size, CV_8U, cv::Scalar(90));
+    const cv::Mat tpl = Columns({16, 16}, 30, 200);
+    cv::Mat tplBgr;
+    cv::cvtColor(tpl, tplBgr, cv::COLOR_GRAY2BGR);
+    std::vector<std::size_t> kept;
+    cv::Mat::setDefaultAllocator(&allocator);
+    std::thread([&] {
+      cv::Point loc;
+      double score = 0.0;
+      EXPECT_TRUE(MatchGraySqDiff(grey, tpl, loc, score));
+      kept.push_back(allocator.bytes);
+      EXPECT_TRUE(MatchSqDiffNormed(image, tplBgr, loc, score));
+      kept.push_back(allocator.bytes);
+      EXPECT_TRUE(MatchHueSat(image, tpl, tpl, 0.9, loc, score));
+      kept.push_back(allocator.bytes);
+    }).join();
+    cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator());
+    for (const std::size_t bytes : kept) EXPECT_EQ(bytes > Large, c.kept) << bytes;
   }
 }
 
