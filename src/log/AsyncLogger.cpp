@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <cwchar>
-#include <iostream>
 #include <iterator>
 #include <utility>
 
@@ -24,11 +23,26 @@ LogStamp StampNow() {
           now.wMinute, now.wSecond, now.wMilliseconds, ::GetCurrentThreadId()};
 }
 
+// As UTF-8, by the platform: the wide stream of the library needs a locale for what is not ASCII.
+void PrintOnStandardOutput(const std::wstring& line) {
+  constexpr int MaxBytesPerUnit = 3;
+  std::string bytes(MaxBytesPerUnit * line.size(), '\0');
+  const int length = ::WideCharToMultiByte(CP_UTF8, 0, line.data(), static_cast<int>(line.size()),
+                                           bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr);
+  DWORD written = 0;
+  ::WriteFile(::GetStdHandle(STD_OUTPUT_HANDLE), bytes.data(), static_cast<DWORD>(length), &written, nullptr);
+}
+
 }  // namespace
 
 AsyncLogger& AsyncLogger::Instance() {
   static AsyncLogger instance;
   return instance;
+}
+
+AsyncLogger& AsyncLogger::StandardOutput() {
+  static auto* output = new AsyncLogger(LogSinks{.toDebugOutput = false, .toConsole = true, .file = {}});
+  return *output;
 }
 
 AsyncLogger::AsyncLogger(LogSinks logSinks) : sinks(std::move(logSinks)) {
@@ -47,13 +61,25 @@ AsyncLogger::~AsyncLogger() {
 void AsyncLogger::Log(const std::wstring& message) {
   {
     const std::lock_guard lock(mutex);
-    if (queue.size() >= MaxQueuedLines) {
-      queue.pop_front();
-      ++droppedLines;
-    }
-    queue.push_back(FormatLogLine(message));
+    Append(FormatLogLine(message));
   }
   wakeup.notify_one();
+}
+
+void AsyncLogger::Print(std::wstring line) {
+  {
+    const std::lock_guard lock(mutex);
+    Append(std::move(line));
+  }
+  wakeup.notify_one();
+}
+
+void AsyncLogger::Append(std::wstring line) {
+  if (queue.size() >= MaxQueuedLines) {
+    queue.pop_front();
+    ++droppedLines;
+  }
+  queue.push_back(std::move(line));
 }
 
 std::uint64_t AsyncLogger::DroppedLines() const {
@@ -105,7 +131,7 @@ void AsyncLogger::WriteBatch(std::vector<std::wstring>& batch) {
   for (std::wstring& line : batch) {
     line.push_back(L'\n');
     if (sinks.toDebugOutput) ::OutputDebugStringW(line.c_str());
-    if (sinks.toConsole) std::wcout << line << std::flush;
+    if (sinks.toConsole) PrintOnStandardOutput(line);
     if (fileOn) std::fputws(line.c_str(), sinks.file.get());
   }
   if (fileOn && sinks.flushFile) std::fflush(sinks.file.get());

@@ -27,7 +27,7 @@ struct CloseFile {
 // Where the lines go. The process's own logger writes to the debugger output only.
 struct LogSinks {
   bool toDebugOutput = true;
-  bool toConsole = false;  // wide standard output
+  bool toConsole = false;  // standard output, UTF-8
   bool toFile = false;     // `file`, when there is one
   bool flushFile = true;   // after each batch
   std::unique_ptr<std::FILE, CloseFile> file;
@@ -46,6 +46,10 @@ class AsyncLogger {
   // The process's logger, made on the first call; drained and joined at process exit.
   // Raises std::system_error when its thread cannot be started.
   static AsyncLogger& Instance();
+  // The process's standard output, line by line. It has a thread of its own, so that a reader who stops
+  // reading holds up neither the caller nor the log. Never destroyed: the process's end does not wait for
+  // that reader.
+  static AsyncLogger& StandardOutput();
 
   explicit AsyncLogger(LogSinks sinks = {});
   // Writes every line logged before, then joins the thread.
@@ -56,6 +60,8 @@ class AsyncLogger {
   // Queues the message with the local time and the caller's thread id in front. With 8192 lines waiting,
   // the oldest goes.
   void Log(const std::wstring& message);
+  // Queues the line in the same way, with nothing in front.
+  void Print(std::wstring line);
 
   // Lines that had to go because the queue was full.
   [[nodiscard]] std::uint64_t DroppedLines() const;
@@ -67,6 +73,7 @@ class AsyncLogger {
   static std::wstring FormatLogLine(const std::wstring& message, const LogStamp& stamp);
 
  private:
+  void Append(std::wstring line);  // under the mutex
   void Run();
   void WriteBatch(std::vector<std::wstring>& batch);
 

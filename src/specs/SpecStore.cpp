@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <iostream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -14,18 +13,6 @@
 #include "specs/Utf8.h"
 
 namespace quillmark {
-namespace {
-
-// The process sets no locale, so the wide output can express ASCII only. Anything else would be lost together
-// with every later line: a wide stream that failed once refuses all that follows.
-void PrintLoadFailed(std::wstring path) {
-  std::replace_if(
-      path.begin(), path.end(), [](wchar_t unit) { return unit > L'\x7F'; }, L'?');
-  std::wcout << L"[Spec] Load failed: " << path << std::endl;
-  std::wcout.clear();  // no console: this line is gone, but not the next
-}
-
-}  // namespace
 
 SpecStore& Specs() {
   static SpecStore store;
@@ -51,7 +38,7 @@ void LoadSpec(const std::wstring& target, const std::wstring& name, const std::w
   try {
     TemplateSpec prepared = spec;
     if (!PrepareTemplate(prepared)) {
-      PrintLoadFailed(path);
+      AsyncLogger::StandardOutput().Print(L"[Spec] Load failed: " + path);
       return;
     }
     spec = std::move(prepared);

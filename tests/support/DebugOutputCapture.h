@@ -1,6 +1,4 @@
-// The debugger output of this process as a test sees it: while one exists, every line is collected. Pausing
-// it makes the output block its writer, once about 4 KiB wait unread at the latest, which is how a test
-// stalls a thread that writes there.
+// The debugger output of this process as a test sees it: while one exists, every line is collected.
 //
 // Threading: one capture at a time; its operations may be called from any thread.
 #pragma once
@@ -44,9 +42,6 @@ class DebugOutputCapture {
   // The same for at least `count` such lines.
   [[nodiscard]] bool WaitForCount(std::string_view substring, std::size_t count,
                                   Clock::time_point deadline = Clock::now() + Patience) const;
-
-  void Pause();
-  void Resume();
 
  private:
   struct Host;

@@ -181,6 +181,7 @@ struct MEMORY_BASIC_INFORMATION {
 #define FILE_TYPE_DISK 1u
 #define FILE_TYPE_CHAR 2u
 #define FILE_TYPE_PIPE 3u
+#define STD_OUTPUT_HANDLE 0xFFFFFFF5u  // -11
 
 #define PROCESS_QUERY_LIMITED_INFORMATION 0x1000u
 
@@ -300,6 +301,7 @@ BOOL WINAPI CloseHandle(HANDLE object);
 // kernel32: files
 HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* attributes,
                           DWORD disposition, DWORD flags, HANDLE templateFile);
+HANDLE WINAPI GetStdHandle(DWORD stream);
 DWORD WINAPI GetFileType(HANDLE file);
 BOOL WINAPI GetFileSizeEx(HANDLE file, LARGE_INTEGER* size);
 DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD origin);

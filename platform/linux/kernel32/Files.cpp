@@ -10,6 +10,7 @@
 #include <string>
 
 #include "host/Paths.h"
+#include "host/StandardStream.h"
 #include "host/UniqueFd.h"
 #include "kernel32/HandleTable.h"
 
@@ -24,6 +25,8 @@ class File : public KernelObject {
  private:
   const UniqueFd fd_;
 };
+
+class StandardOutput : public KernelObject {};
 
 int HostFlags(DWORD access) {
   // Without blocking, so that a pipe that nobody writes to cannot hold the caller up.
@@ -78,6 +81,12 @@ extern "C" HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, SE
   const bool tellExisting = disposition == OPEN_ALWAYS && opened.existed;
   return Succeed(tellExisting ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS,
                  InsertHandle(std::make_shared<File>(std::move(opened.fd))));
+}
+
+extern "C" HANDLE WINAPI GetStdHandle(DWORD stream) {
+  if (stream != STD_OUTPUT_HANDLE) return Fail(ERROR_NOT_SUPPORTED, INVALID_HANDLE_VALUE);
+  static const HANDLE output = InsertHandle(std::make_shared<StandardOutput>());
+  return output;
 }
 
 extern "C" DWORD WINAPI GetFileType(HANDLE file) {
@@ -141,11 +150,16 @@ extern "C" BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD length, LPDWOR
 
 extern "C" BOOL WINAPI WriteFile(HANDLE file, LPCVOID buffer, DWORD length, LPDWORD written,
                                  OVERLAPPED* overlapped) {
+  const bool standard = FindHandleAs<StandardOutput>(file) != nullptr;
   const auto found = FindHandleAs<File>(file);
-  if (!found) return FALSE;
+  if (!found && !standard) return FALSE;
   if (overlapped) return Fail(ERROR_NOT_SUPPORTED, FALSE);
   if (!written || (!buffer && length > 0)) return Fail(ERROR_INVALID_PARAMETER, FALSE);
   *written = 0;
+  if (standard) {
+    *written = static_cast<DWORD>(StandardStream::Output().Write({static_cast<const char*>(buffer), length}));
+    return TRUE;
+  }
   while (*written < length) {
     const ssize_t count =
         ::write(found->Fd(), static_cast<const char*>(buffer) + *written, length - *written);

@@ -1,10 +1,10 @@
 #include <windows.h>
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "desktop/WarningBox.h"
+#include "host/StandardStream.h"
 #include "host/Text.h"
 #include "kernel32/Errors.h"
 
@@ -28,6 +28,6 @@ int WINAPI MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
   const std::wstring fallback(shown == kAlreadyRunning ? kAlreadyRunningInEnglish : std::wstring_view(shown));
   if (quillmark::layer::ShowWarningBox(caption, shown, fallback)) return IDOK;
   const std::string line = quillmark::layer::ToUtf8(std::wstring(caption) + L": " + shown) + "\n";
-  std::fputs(line.c_str(), stderr);
+  quillmark::layer::StandardStream::Error().Write(line);
   return Fail(ERROR_GEN_FAILURE, 0);
 }

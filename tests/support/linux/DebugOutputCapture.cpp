@@ -1,5 +1,5 @@
-// The layer writes debugger output to standard error, which a pipe of one page takes the place of. What is
-// read from it is still shown.
+// The layer writes debugger output to standard error, which a pipe takes the place of. What is read from it
+// is still shown.
 #include "support/DebugOutputCapture.h"
 
 #include <fcntl.h>
@@ -19,7 +19,8 @@ namespace quillmark::test {
 
 namespace {
 
-constexpr int PipeBytes = 4096;
+// Room for what a test logs at once: the layer does not wait for a reader.
+constexpr int PipeBytes = 1 << 20;
 
 int Checked(int result, const char* call) {
   if (result < 0) throw std::system_error(errno, std::generic_category(), call);
@@ -48,22 +49,16 @@ void WriteAll(int fd, const char* bytes, std::size_t size) {
 struct DebugOutputCapture::Host {
   int savedOutput = -1;  // where the output went before
   int readEnd = -1;
-  std::mutex mutex;  // guards paused
-  std::condition_variable changed;
-  bool paused = false;
   std::thread reader;
 
   void ReadUntilClosed(DebugOutputCapture& capture) {
-    char buffer[PipeBytes];
+    char buffer[4096];
     for (;;) {
       const ssize_t size = ::read(readEnd, buffer, sizeof buffer);
       if (size < 0 && errno == EINTR) continue;
       if (size <= 0) break;
       WriteAll(savedOutput, buffer, static_cast<std::size_t>(size));
       capture.Collect({buffer, static_cast<std::size_t>(size)});
-
-      std::unique_lock lock(mutex);
-      changed.wait(lock, [this] { return !paused; });
     }
   }
 };
@@ -82,7 +77,6 @@ DebugOutputCapture::DebugOutputCapture() : host(std::make_unique<Host>()) {
 }
 
 DebugOutputCapture::~DebugOutputCapture() {
-  Resume();
   std::fflush(stderr);
   // This closes the pipe's last writing end, which ends the reader.
   ::dup2(host->savedOutput, STDERR_FILENO);
@@ -90,19 +84,6 @@ DebugOutputCapture::~DebugOutputCapture() {
   SendSanitizerReportsTo(STDERR_FILENO);
   ::close(host->readEnd);
   ::close(host->savedOutput);
-}
-
-void DebugOutputCapture::Pause() {
-  const std::lock_guard lock(host->mutex);
-  host->paused = true;
-}
-
-void DebugOutputCapture::Resume() {
-  {
-    const std::lock_guard lock(host->mutex);
-    host->paused = false;
-  }
-  host->changed.notify_all();
 }
 
 }  // namespace quillmark::test

@@ -17,12 +17,4 @@ DebugOutputCapture::DebugOutputCapture()
 
 DebugOutputCapture::~DebugOutputCapture() = default;
 
-void DebugOutputCapture::Pause() {
-  host->reader.Pause();
-}
-
-void DebugOutputCapture::Resume() {
-  host->reader.Resume();
-}
-
 }  // namespace quillmark::test

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <cstring>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -66,10 +65,7 @@ struct DebugOutputReader::Host {
   UniqueHandle stop{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   UniqueView view{::MapViewOfFile(section.Get(), FILE_MAP_ALL_ACCESS, 0, 0, 0)};
 
-  std::mutex mutex;  // guards the rest
-  bool paused = false;
-  bool bufferTaken = true;  // no writer gets the buffer before it is given back
-  int looksInVain = 0;      // the reader's own
+  int looksInVain = 0;  // the reader's own
   std::thread reader;
 
   void ReadUntilStopped() {
@@ -93,9 +89,7 @@ struct DebugOutputReader::Host {
     std::string text = Utf8OfProcessCodePage({message.text, ::strnlen(message.text, sizeof message.text)});
     if (!text.ends_with('\n')) text += '\n';
     receiver(message.processId, text);
-    const std::lock_guard lock(mutex);
-    bufferTaken = true;
-    GiveBuffer();
+    ::SetEvent(bufferReady.Get());
   }
 
   // With the mutex in hand nobody writes: the buffer is free, or somebody died with it. The next writer may
@@ -108,16 +102,9 @@ struct DebugOutputReader::Host {
     if (::WaitForSingleObject(dataReady.Get(), 0) == WAIT_OBJECT_0) {
       Receive();  // written meanwhile
     } else {
-      const std::lock_guard lock(mutex);
-      if (!paused) ::SetEvent(bufferReady.Get());
+      ::SetEvent(bufferReady.Get());
     }
     if (mine) ::ReleaseMutex(writing.Get());
-  }
-
-  void GiveBuffer() {
-    if (paused || !bufferTaken) return;
-    bufferTaken = false;
-    ::SetEvent(bufferReady.Get());
   }
 };
 
@@ -126,30 +113,16 @@ DebugOutputReader::DebugOutputReader(Receiver receiver) : host(std::make_unique<
     throw std::runtime_error("cannot read the debugger output");
   }
   host->reader = std::thread([this] { host->ReadUntilStopped(); });
-  Resume();
+  ::SetEvent(host->bufferReady.Get());
 }
 
 DebugOutputReader::~DebugOutputReader() {
-  Resume();
   // A writer that has opened the section waits for the buffer for ever, so each is served until the section's
   // name is gone. The view does not keep the name.
   host->section.Reset();
   Eventually([] { return !UniqueHandle(::OpenFileMappingW(FILE_MAP_READ, FALSE, L"DBWIN_BUFFER")); });
   ::SetEvent(host->stop.Get());
   host->reader.join();
-}
-
-void DebugOutputReader::Pause() {
-  const std::lock_guard lock(host->mutex);
-  host->paused = true;
-  // Otherwise a writer has it just now, and it stays here once that is read.
-  if (::WaitForSingleObject(host->bufferReady.Get(), 0) == WAIT_OBJECT_0) host->bufferTaken = true;
-}
-
-void DebugOutputReader::Resume() {
-  const std::lock_guard lock(host->mutex);
-  host->paused = false;
-  host->GiveBuffer();
 }
 
 }  // namespace quillmark::test

@@ -23,10 +23,6 @@ class DebugOutputReader {
   DebugOutputReader(const DebugOutputReader&) = delete;
   DebugOutputReader& operator=(const DebugOutputReader&) = delete;
 
-  // Paused, it makes writers wait, 10 seconds at most.
-  void Pause();
-  void Resume();
-
  private:
   struct Host;
   std::unique_ptr<Host> host;

@@ -1,11 +1,17 @@
 // What the programs do in ways of this host alone.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
+#include <string>
 
 #include "Desktop.h"
 #include "Programs.h"
 #include "support/PrivateSession.h"
+#include "support/RawController.h"
 
 namespace quillmark::test {
 namespace {
@@ -24,6 +30,44 @@ TEST_F(WorkerHere, SecondInstanceIsRefusedWithoutADisplayToo) {
   EXPECT_EQ(second.Wait(), 2);
   EXPECT_NE(second.Err().find("Another instance is already running."), std::string::npos) << second.Err();
   EXPECT_TRUE(Answers());
+}
+
+TEST_F(WorkerHere, OutputThatNobodyReadsStopsNothing) {
+  const TempFolder folder;
+  const std::string fifo = (folder.Path() / "output").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const int output = ::open(fifo.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(output, 0);
+  const std::string page(4096, 'x');
+  while (::write(output, page.data(), page.size()) > 0) {
+  }
+  const ChildProcess worker({WorkerFile().string()},
+                            {.folder = folder.Path(), .output = fifo, .errors = fifo});
+  EXPECT_TRUE(Answers());
+  RawController controller;
+  const auto load = [&](const std::wstring& path) {
+    EXPECT_TRUE(controller.SendSpec(L"none", L"a", path, 0, 0, 9, 9, 0.75f, 0.1f));
+  };
+  load(L"/no/first");
+  ASSERT_TRUE(controller.SendClear());
+  EXPECT_TRUE(Answers("after a line on standard output"));
+
+  std::string said;
+  const auto reads = [&](const std::string& line) {
+    return Eventually([&] {
+      char bytes[4096];
+      for (ssize_t size; (size = ::read(output, bytes, sizeof bytes)) > 0;) said.append(bytes, size);
+      return said.find(line) != std::string::npos;
+    });
+  };
+  ASSERT_TRUE(reads(page));
+  said.clear();
+  load(L"/no/second");
+  EXPECT_TRUE(reads("[Spec] Load failed: /no/second\n")) << said;
+  ASSERT_TRUE(controller.SendClear());
+  EXPECT_TRUE(reads("[Spec][CLEAR] reason=cmd (count=0)\n")) << said;
+  EXPECT_EQ(said.find("first"), std::string::npos) << said;
+  ::close(output);
 }
 
 TEST_F(WorkerHere, InterruptedWatchEndsInOrder) {
