@@ -6,7 +6,9 @@
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "Desktop.h"
 #include "Programs.h"
@@ -68,6 +70,31 @@ TEST_F(WorkerHere, OutputThatNobodyReadsStopsNothing) {
   EXPECT_TRUE(reads("[Spec][CLEAR] reason=cmd (count=0)\n")) << said;
   EXPECT_EQ(said.find("first"), std::string::npos) << said;
   ::close(output);
+}
+
+TEST_F(WorkerHere, ProgramsStartedWithoutStandardStreamsLeaveSharedObjectsAlone) {
+  const TempFolder folder;
+  for (const std::string closed : {" <&- >&-", " >&- 2>&-"}) {
+    SCOPED_TRACE(closed);
+    const auto start = [&](const std::string& command) {
+      return std::make_unique<ChildProcess>(
+          std::vector<std::string>{"/bin/sh", "-c", "exec " + command + closed},
+          ChildProcess::Surroundings{folder.Path(), {}, {}});
+    };
+    const auto worker = start(WorkerFile().string());
+    EXPECT_TRUE(Answers());
+    RawController controller;
+    EXPECT_TRUE(controller.SendSpec(L"none", L"a", L"/no/image", 0, 0, 9, 9, 0.75f, 0.1f));  // prints
+    ASSERT_TRUE(controller.SendClear());                                                     // logs
+    start(ControlCommand({}).front() + " ping reply")->Wait();  // prints too, or says why not
+    EXPECT_TRUE(Answers());
+    for (const auto& file : std::filesystem::recursive_directory_iterator(session.Base())) {
+      const std::string bytes = file.is_regular_file() ? ContentOf(file.path()) : "";
+      for (const char* printed : {"[INFO]", "[Spec]", "reply"}) {
+        EXPECT_EQ(bytes.find(printed), std::string::npos) << printed << " in " << file.path();
+      }
+    }
+  }
 }
 
 TEST_F(WorkerHere, InterruptedWatchEndsInOrder) {
