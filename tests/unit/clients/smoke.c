@@ -32,6 +32,9 @@ int main(void) {
   spec.target = spec.name = spec.path = "x";
   spec.width = spec.height = 1;
   REQUIRE(qm_add(client, &spec, 0) == QM_OK);
+  spec.interval_ms = -1;
+  REQUIRE(qm_spec_check(&spec) == QM_BAD_VALUE);
+  spec.interval_ms = 0;
   spec.mode = 99;
   REQUIRE(qm_add(client, &spec, 0) == QM_BAD_VALUE);
   spec.size = 0;
