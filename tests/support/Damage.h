@@ -15,21 +15,20 @@ namespace quillmark::testing {
 // How many seeds a test of damage takes: so many, or what QUILLMARK_SEEDS says, for a long look by hand.
 [[nodiscard]] std::uint32_t Seeds(std::uint32_t usual);
 
-// What a terminal shows as one line that can be read: well-formed text of some hundred bytes at most, without
-// a control character.
+// Whether a terminal shows it as one readable line: well-formed text of at most 500 bytes without a control
+// character.
 [[nodiscard]] bool IsOneLine(const std::string& text);
 
-// JSON that is changed in one to three places.
-[[nodiscard]] std::string DamagedJson(Random& random, std::string text);
+// The bytes of a file with one to three places changed, left out, repeated or cut off.
+[[nodiscard]] std::string Damaged(Random& random, std::string bytes);
 
-// Files of one picture, one of each kind that the image library writes here.
+// Files of one picture, in a few formats.
 class PictureFiles {
  public:
-  using Bytes = std::vector<std::uint8_t>;
+  using Bytes = std::string;
 
   explicit PictureFiles(const cv::Mat& bgr);
-  // One of them with its bytes, bits, sizes or pieces changed, or cut short; the sums of a PNG's chunks may
-  // agree with the damage. None announces a picture that is possible and only takes long.
+  // One of them, damaged. None announces a size that is allowed but takes long.
   [[nodiscard]] Bytes Damaged(Random& random) const;
 
  private:

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "support/Images.h"
+#include "support/Damage.h"
 #include "support/TempFolder.h"
 
 namespace quillmark::control {
@@ -36,19 +36,11 @@ TEST_F(SpecFile, DamagedTextIsReadOrRefusedWithItsPlace) {
       "[defaults]\ntarget = \"t\"\nregion = [1, 2, 30, 40]\n[[spec]]\nname = \"a\"\npath = \"a.png\"\n"
       "max_difference = 0.25\nmonitor = \"primary\"\n[[spec]]\nname = \"b\"\npath = \"b.png\"\n"
       "preset = \"fast\"\nred = true\ninterval_ms = 50\n";
-  const std::string letters = "[]{}=\"\n.#,0e-\\\xFF";
   const std::filesystem::path file = folder.Path() / "specs.toml";
   int refused = 0, faults = 0, read = 0;
   for (std::uint32_t seed = 0; seed < 1000; ++seed) {
     ::quillmark::testing::Random random(seed);
-    std::string text = whole;
-    for (int i = random.Between(1, 3); i > 0; --i) {
-      const auto at = static_cast<std::size_t>(random.Between(0, static_cast<int>(text.size()) - 1));
-      const char letter =
-          letters[static_cast<std::size_t>(random.Between(0, static_cast<int>(letters.size()) - 1))];
-      random.OneIn(3) ? text.insert(at, static_cast<std::size_t>(random.Between(1, 400)), letter)
-                      : text.replace(at, 1, 1, letter);
-    }
+    const std::string text = ::quillmark::testing::Damaged(random, whole);
     std::ofstream(file, std::ios::binary) << text;
     try {
       for (const DeclaredSpec& spec : ReadSpecFile(file)) {
@@ -60,9 +52,9 @@ TEST_F(SpecFile, DamagedTextIsReadOrRefusedWithItsPlace) {
       ++refused;
     }
   }
-  EXPECT_GT(refused, 50);
-  EXPECT_GT(faults, 50);
-  EXPECT_GT(read, 50);
+  EXPECT_GT(refused, 20);
+  EXPECT_GT(faults, 20);
+  EXPECT_GT(read, 20);
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ TEST(Recording, DamagedFilesAreRefusedOrPlayed) {
   const std::uint32_t seeds = testing::Seeds(600);
   for (std::uint32_t seed = 0; seed < seeds; ++seed) {
     testing::Random random(seed);
-    scene.Write(RecordingFile, testing::DamagedJson(random, good));
+    scene.Write(RecordingFile, testing::Damaged(random, good));
     try {
       const Recording recording = ReadRecording(scene.Folder());
       scene.Write(RecordingFile, TextOf(recording));
