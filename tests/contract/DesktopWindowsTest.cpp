@@ -64,23 +64,17 @@ class DesktopWindows : public testing::Test {
   TestDesktop desktop;
 };
 
-TEST_F(DesktopWindows, AnotherProcessesWindowIsFoundByItsTitle) {
+TEST_F(DesktopWindows, AnotherProcessesWindowIsFoundByItsTitleAndTellsItsProcessAndState) {
   // Characters of one byte, of three, and beyond the first plane.
   const auto window = Open("calc \xED\x99\x94\xEB\xA9\xB4 \xF0\x9F\x98\x80", 100, 120, 300, 200);
   const std::wstring title = L"calc \xD654\xBA74 \xD83D\xDE00";
-  std::vector<HWND> found;
-  for (const HWND listed : TopLevelWindows()) {
-    if (TitleOf(listed) == title) found.push_back(listed);
-  }
+  std::vector<HWND> found = TopLevelWindows();
+  std::erase_if(found, [&](HWND listed) { return TitleOf(listed) != title; });
   EXPECT_THAT(found, ElementsAre(window->Handle()));
-
   wchar_t cut[4] = L"xxx";
   EXPECT_EQ(::GetWindowTextW(window->Handle(), cut, 4), 3);
   EXPECT_STREQ(cut, L"cal");
-}
 
-TEST_F(DesktopWindows, AWindowTellsItsProcessAndItsState) {
-  const auto window = Open("window", 100, 120, 300, 200);
   DWORD process = 0;
   EXPECT_NE(::GetWindowThreadProcessId(window->Handle(), &process), 0u);
   EXPECT_EQ(process, window->ProcessId());
@@ -90,18 +84,7 @@ TEST_F(DesktopWindows, AWindowTellsItsProcessAndItsState) {
   EXPECT_EQ(::GetAncestor(window->Handle(), GA_ROOT), window->Handle());
 }
 
-TEST_F(DesktopWindows, EnumerationEndsWhenItsCallbackSaysSo) {
-  const auto first = Open("first", 100, 120, 300, 200), second = Open("second", 500, 120, 300, 200);
-  int calls = 0;
-  const auto stop = [](HWND, LPARAM count) -> BOOL {
-    ++*reinterpret_cast<int*>(count);
-    return FALSE;
-  };
-  EXPECT_FALSE(::EnumWindows(stop, reinterpret_cast<LPARAM>(&calls)));
-  EXPECT_EQ(calls, 1);
-}
-
-TEST_F(DesktopWindows, EnumerationGoesFromTopToBottom) {
+TEST_F(DesktopWindows, EnumerationGoesFromTopToBottomUntilItsCallbackSaysSo) {
   const auto low = Open("low", 100, 120, 300, 200), high = Open("high", 150, 170, 300, 200);
   const auto above = [](HWND one, HWND other) {
     const auto windows = TopLevelWindows();
@@ -110,6 +93,14 @@ TEST_F(DesktopWindows, EnumerationGoesFromTopToBottom) {
   EXPECT_TRUE(Eventually([&] { return above(high->Handle(), low->Handle()); }));
   low->Raise();
   EXPECT_TRUE(Eventually([&] { return above(low->Handle(), high->Handle()); }));
+
+  int calls = 0;
+  const auto stop = [](HWND, LPARAM count) -> BOOL {
+    ++*reinterpret_cast<int*>(count);
+    return FALSE;
+  };
+  EXPECT_FALSE(::EnumWindows(stop, reinterpret_cast<LPARAM>(&calls)));
+  EXPECT_EQ(calls, 1);
 }
 
 TEST_F(DesktopWindows, RectanglesFollowTheWindow) {

@@ -81,45 +81,31 @@ TEST_F(MessageWindowTest, CreationHandsItsParameterToTheProcedureFirst) {
   EXPECT_NE(process, 0u);
 }
 
-TEST_F(MessageWindowTest, AProcedureThatRefusesCreationLeavesNoWindow) {
+TEST_F(MessageWindowTest, CreationFailsForAProcedureThatRefusesAndForAnUnknownClass) {
   receiver.refuse = true;
   EXPECT_EQ(Create(L"QuillmarkContractClass", receiver), nullptr);
-}
+  EXPECT_EQ(Create(L"QuillmarkNoSuchClass", receiver), nullptr);
+  // The second is what the compatibility loader says, and no more than a name for the same thing.
+  constexpr DWORD kClassDoesNotExist = 1411;
+  EXPECT_THAT(::GetLastError(), testing::AnyOf(DWORD{ERROR_CANNOT_FIND_WND_CLASS}, kClassDoesNotExist));
 
-TEST_F(MessageWindowTest, AClassIsRegisteredOnceWhateverItsCase) {
-  WNDCLASSW again{};
+  WNDCLASSW again{};  // a class is registered once, whatever its case
   again.lpfnWndProc = Procedure;
   again.lpszClassName = L"quillmarkCONTRACTclass";
   EXPECT_EQ(::RegisterClassW(&again), 0);
   EXPECT_EQ(::GetLastError(), DWORD{ERROR_CLASS_ALREADY_EXISTS});
 }
 
-TEST_F(MessageWindowTest, AnUnknownClassMakesNoWindow) {
-  EXPECT_EQ(Create(L"QuillmarkNoSuchClass", receiver), nullptr);
-  // The second is what the compatibility loader says, and no more than a name for the same thing.
-  constexpr DWORD kClassDoesNotExist = 1411;
-  EXPECT_THAT(::GetLastError(), testing::AnyOf(DWORD{ERROR_CANNOT_FIND_WND_CLASS}, kClassDoesNotExist));
-}
-
-TEST_F(MessageWindowTest, MessagesArriveInOrderUntilQuit) {
-  Open();
-  ::PostMessageW(window, kMessage, 0, 0);
-  ::PostMessageW(window, WM_DISPLAYCHANGE, 0, 0);
-  ::PostMessageW(window, kMessage, 0, 0);
-  ::PostMessageW(window, WM_QUIT, 0, 0);
-  RunLoop();
-  EXPECT_EQ(receiver.messages, (std::vector<UINT>{kMessage, WM_DISPLAYCHANGE, kMessage}));
-}
-
-TEST_F(MessageWindowTest, AnotherThreadWakesTheLoop) {
+TEST_F(MessageWindowTest, MessagesOfAnyThreadArriveInOrderUntilQuit) {
   Open();
   std::thread poster([this] {
-    ::PostMessageW(window, kMessage, 0, 0);
-    ::PostMessageW(window, WM_QUIT, 0, 0);
+    for (const UINT message : {kMessage, UINT{WM_DISPLAYCHANGE}, kMessage, UINT{WM_QUIT}}) {
+      ::PostMessageW(window, message, 0, 0);
+    }
   });
   RunLoop();
   poster.join();
-  EXPECT_EQ(receiver.messages.size(), 1u);
+  EXPECT_EQ(receiver.messages, (std::vector<UINT>{kMessage, WM_DISPLAYCHANGE, kMessage}));
 }
 
 TEST_F(MessageWindowTest, OnlyItsOwnThreadDestroysAWindow) {

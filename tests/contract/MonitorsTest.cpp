@@ -45,7 +45,7 @@ class Monitors : public testing::Test {
   std::vector<Monitor> monitors = AllMonitors();
 };
 
-TEST_F(Monitors, OneIsPrimaryWithItsCornerAtTheOrigin) {
+TEST_F(Monitors, AreEnumeratedUntilItsCallbackSaysSoAndOneIsPrimaryAtTheOrigin) {
   std::vector<MONITORINFOEXW> primaries;
   for (const Monitor& monitor : monitors) {
     MONITORINFOEXW info{};
@@ -63,22 +63,17 @@ TEST_F(Monitors, OneIsPrimaryWithItsCornerAtTheOrigin) {
   EXPECT_GE(primary.rcMonitor.right, 640);
   EXPECT_GE(primary.rcWork.left, primary.rcMonitor.left);
   EXPECT_LE(primary.rcWork.bottom, primary.rcMonitor.bottom);
-}
 
-TEST_F(Monitors, InformationComesInTwoSizes) {
+  // Information comes in two sizes.
   MONITORINFO info{};
   info.cbSize = sizeof info;
   EXPECT_TRUE(::GetMonitorInfoW(monitors.front().handle, &info));
   EXPECT_EQ(Edges(info.rcMonitor), Edges(monitors.front().rect));
-
-  info.cbSize = sizeof info - 1;
-  EXPECT_FALSE(::GetMonitorInfoW(monitors.front().handle, &info));
-  info.cbSize = sizeof info;
   EXPECT_FALSE(::GetMonitorInfoW(nullptr, &info));
   EXPECT_EQ(::GetLastError(), ERROR_INVALID_MONITOR_HANDLE);
-}
+  info.cbSize = sizeof info - 1;
+  EXPECT_FALSE(::GetMonitorInfoW(monitors.front().handle, &info));
 
-TEST_F(Monitors, EnumerationEndsWhenItsCallbackSaysSo) {
   int calls = 0;
   const auto stop = [](HMONITOR, HDC, RECT*, LPARAM count) -> BOOL {
     ++*reinterpret_cast<int*>(count);
@@ -117,18 +112,7 @@ TEST_F(Monitors, APlaceLeadsToTheMonitorThatShowsItOrToTheFallback) {
   EXPECT_NE(::MonitorFromPoint({-Far, 0}, MONITOR_DEFAULTTONEAREST), nullptr);
 }
 
-TEST_F(Monitors, AWindowIsOnTheMonitorThatShowsIt) {
-  TestWindow window("window", 100, 120, 300, 200);
-  const HMONITOR primary = ::MonitorFromPoint({100, 120}, MONITOR_DEFAULTTONULL);
-  EXPECT_TRUE(Eventually([&] { return ::IsWindowVisible(window.Handle()); }));
-  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTONULL), primary);
-  window.Close();
-  EXPECT_TRUE(Eventually([&] { return !::IsWindow(window.Handle()); }));
-  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTONULL), nullptr);
-  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTOPRIMARY), primary);
-}
-
-TEST_F(Monitors, DpiIsThatOfTheMonitorWhereThePlatformTellsIt) {
+TEST_F(Monitors, OfAWindowIsTheOneThatShowsItWithItsDpi) {
   const auto ofMonitor =
       Entry<HRESULT(WINAPI*)(HMONITOR, MONITOR_DPI_TYPE, UINT*, UINT*)>(L"shcore.dll", "GetDpiForMonitor");
   const auto ofWindow = Entry<UINT(WINAPI*)(HWND)>(L"user32.dll", "GetDpiForWindow");
@@ -147,6 +131,12 @@ TEST_F(Monitors, DpiIsThatOfTheMonitorWhereThePlatformTellsIt) {
   EXPECT_GE(ofWindow(window.Handle()), 96u);
   EXPECT_GE(awarenessOf(contextOf(window.Handle())), DPI_AWARENESS_UNAWARE);
   EXPECT_LE(awarenessOf(contextOf(window.Handle())), DPI_AWARENESS_PER_MONITOR_AWARE);
+  const HMONITOR primary = ::MonitorFromPoint({100, 120}, MONITOR_DEFAULTTONULL);
+  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTONULL), primary);
+  window.Close();
+  EXPECT_TRUE(Eventually([&] { return !::IsWindow(window.Handle()); }));
+  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTONULL), nullptr);
+  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTOPRIMARY), primary);
   EXPECT_EQ(ofWindow(nullptr), 0u);
   EXPECT_EQ(contextOf(nullptr), nullptr);
   EXPECT_EQ(awarenessOf(nullptr), DPI_AWARENESS_INVALID);

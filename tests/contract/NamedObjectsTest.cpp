@@ -53,8 +53,8 @@ class NamedObjects : public testing::Test {
 };
 
 TEST_F(NamedObjects, SecondMakerOfAMutexLearnsThatItExistsAndDoesNotOwnIt) {
-  ASSERT_EQ(other.Ask("mutex KXTest 1"), "new");
-  const OwnedHandle mutex(MakeMutex());
+  ASSERT_EQ(other.Ask("mutex Local\\KXTest 1"), "new");
+  const OwnedHandle mutex(MakeMutex());  // the same name without its prefix
   EXPECT_NE(mutex.Get(), nullptr);
   EXPECT_EQ(mutex.Error(), ERROR_ALREADY_EXISTS);
   EXPECT_EQ(::WaitForSingleObject(mutex.Get(), 0), WAIT_TIMEOUT);
@@ -64,7 +64,7 @@ TEST_F(NamedObjects, MutexOfAKilledOwnerIsAbandonedToTheNext) {
   ASSERT_EQ(other.Ask("mutex KXTest 1"), "new");
   const OwnedHandle mutex(MakeMutex());
   other.Kill();
-  EXPECT_EQ(::WaitForSingleObject(mutex.Get(), 5000), WAIT_ABANDONED);
+  EXPECT_EQ(::WaitForSingleObject(mutex.Get(), 60000), WAIT_ABANDONED);
   EXPECT_EQ(::WaitForSingleObject(mutex.Get(), 0), WAIT_OBJECT_0) << "its owner may take it again";
 }
 
@@ -73,11 +73,6 @@ TEST_F(NamedObjects, UnownedMutexGoesToWhoWaitsFirst) {
   ASSERT_EQ(other.Ask("mutex KXTest 1"), "existing");
   EXPECT_EQ(::WaitForSingleObject(mutex.Get(), 0), WAIT_OBJECT_0);
   EXPECT_EQ(other.Ask("wait 0"), std::to_string(WAIT_TIMEOUT));
-}
-
-TEST_F(NamedObjects, LocalPrefixNamesTheSameObjectAsNone) {
-  ASSERT_EQ(other.Ask("mutex Local\\KXTest 1"), "new");
-  EXPECT_EQ(OwnedHandle(MakeMutex(L"KXTest")).Error(), ERROR_ALREADY_EXISTS);
 }
 
 TEST_F(NamedObjects, ObjectDiesWithItsLastHolder) {
@@ -142,11 +137,6 @@ TEST_F(NamedObjects, ViewOfSomeBytesEndsWithTheirPage) {
   EXPECT_TRUE(::UnmapViewOfFile(view));
 }
 
-TEST_F(NamedObjects, SectionWithoutSizeIsRefused) {
-  EXPECT_EQ(MakeSection(0), nullptr);
-  EXPECT_EQ(::GetLastError(), ERROR_INVALID_PARAMETER);
-}
-
 TEST_F(NamedObjects, NameOfAnotherTypeIsRefused) {
   ASSERT_EQ(other.Ask("section Local\\Thing 64"), "new");
   EXPECT_EQ(MakeEvent(L"Local\\Thing"), nullptr);
@@ -158,18 +148,14 @@ TEST_F(NamedObjects, NameOfAnotherTypeIsRefused) {
   EXPECT_EQ(event.Error(), ERROR_SUCCESS) << "the name is free once the section is gone";
 }
 
-TEST_F(NamedObjects, AutoResetEventWakesOneWaitAndResetsItself) {
+TEST_F(NamedObjects, AutoResetEventWakesOneWaitAndSignalsBeforeAWaitCountAsOne) {
   const OwnedHandle event(MakeEvent());
   ASSERT_EQ(other.Ask("event Local\\Event"), "existing");
-  other.Say("wait 10000");
+  other.Say("wait 60000");
   EXPECT_TRUE(::SetEvent(event.Get()));
   EXPECT_EQ(other.Hear(), std::to_string(WAIT_OBJECT_0));
   EXPECT_EQ(::WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
-}
 
-TEST_F(NamedObjects, SignalsGivenBeforeAWaitCountAsOne) {
-  const OwnedHandle event(MakeEvent());
-  ASSERT_EQ(other.Ask("event Local\\Event"), "existing");
   EXPECT_EQ(other.Ask("set"), "1");
   EXPECT_EQ(other.Ask("set"), "1");
   EXPECT_EQ(::WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
@@ -199,11 +185,6 @@ TEST_F(NamedObjects, UnnamedObjectsWorkAndAreNotShared) {
   EXPECT_EQ(::WaitForSingleObject(second.Get(), 0), WAIT_TIMEOUT);
 }
 
-TEST_F(NamedObjects, NameWithAFurtherBackslashIsRefused) {
-  EXPECT_EQ(MakeEvent(L"Local\\a\\b"), nullptr);
-  EXPECT_EQ(::GetLastError(), ERROR_PATH_NOT_FOUND);
-}
-
 TEST_F(NamedObjects, NamesDifferInCaseAndInForeignLetters) {
   const OwnedHandle event(MakeEvent(L"Local\\\xC885\xB8CC"));
   ASSERT_NE(event.Get(), nullptr);
@@ -212,7 +193,11 @@ TEST_F(NamedObjects, NamesDifferInCaseAndInForeignLetters) {
   EXPECT_EQ(OwnedHandle(MakeEvent(L"Local\\event")).Error(), ERROR_SUCCESS);
 }
 
-TEST_F(NamedObjects, WrongHandlesAreErrors) {
+TEST_F(NamedObjects, WrongArgumentsAndHandlesAreErrors) {
+  EXPECT_EQ(MakeSection(0), nullptr);
+  EXPECT_EQ(::GetLastError(), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(MakeEvent(L"Local\\a\\b"), nullptr);
+  EXPECT_EQ(::GetLastError(), ERROR_PATH_NOT_FOUND);
   const OwnedHandle event(MakeEvent());
   const OwnedHandle section(MakeSection());
   HANDLE closed = MakeEvent(L"Local\\Closed");

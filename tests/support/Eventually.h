@@ -9,9 +9,9 @@
 
 namespace quillmark::test {
 
-// Whether the condition came true within 20 seconds.
+// Whether the condition came true within a minute.
 inline bool Eventually(const std::function<bool()>& condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(2));

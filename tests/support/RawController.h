@@ -79,9 +79,9 @@ class RawController {
   std::vector<RawHit> TakeHits();
   // Takes hits until one answers the question or the deadline passes; the others are lost.
   std::optional<RawHit> WaitForHit(const std::function<bool(const RawHit&)>& wanted,
-                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(10));
+                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(60));
   std::optional<RawHit> WaitForHit(const std::wstring& name,
-                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(10));
+                                   Clock::time_point deadline = Clock::now() + std::chrono::seconds(60));
 
   [[nodiscard]] RawHit ReadHit(std::uint32_t record) const;
   // Whether the event was signalled; takes the signal.

@@ -1,4 +1,4 @@
-// lint and tune as a user runs them.
+// lint, tune, bench and explain as a user runs them on files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,6 +15,7 @@ namespace quillmark::test {
 namespace {
 
 using nlohmann::json;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -26,13 +27,9 @@ class Advice : public ::testing::Test {
   void Write(const std::string& name, const std::string& bytes) const {
     std::ofstream(folder.Path() / name, std::ios::binary) << bytes;
   }
-  static std::vector<json> Objects(const std::string& lines) {
+  static std::vector<json> Objects(const std::string& text) {
     std::vector<json> objects;
-    for (std::size_t begin = 0; begin < lines.size();) {
-      const std::size_t end = lines.find('\n', begin);
-      objects.push_back(json::parse(lines.substr(begin, end - begin)));
-      begin = end + 1;
-    }
+    for (const std::string& line : LinesOf(text)) objects.push_back(json::parse(line));
     return objects;
   }
 
@@ -61,13 +58,11 @@ TEST_F(Advice, LintSaysWhatItFoundAndEndsWithThatCode) {
             "0 errors, 1 warning, 1 note in 1 spec.\n");
   EXPECT_EQ(Control({"lint", "--path", File("ok.png"), "--name", "ok:hs", "--ignore", "option-ignored"}).code,
             0);
-}
 
-TEST_F(Advice, LintPrintsOneObjectALine) {
   Write("bad.png", "no image");
-  const Outcome outcome = Control({"lint", "--json", File("ok.png"), File("bad.png")});
-  EXPECT_EQ(outcome.code, 1);
-  const std::vector<json> objects = Objects(outcome.out);
+  const Outcome lines = Control({"lint", "--json", File("ok.png"), File("bad.png")});
+  EXPECT_EQ(lines.code, 1);
+  const std::vector<json> objects = Objects(lines.out);
   ASSERT_EQ(objects.size(), 2u);
   EXPECT_EQ(objects[0]["code"], "image-refused");
   EXPECT_EQ(objects[0]["severity"], "error");
@@ -84,30 +79,28 @@ TEST_F(Advice, SpecsOfAFileAreLookedAtLikeThoseOfArguments) {
         "[defaults]\ntarget = \"t\"\npath = \"ok.png\"\nregion = [0, 0, 30, 20]\n"
         "[[spec]]\nname = \"one\"\n[[spec]]\nname = \"two\"\nregion = [90, 0, 30, 20]\n"
         "[[spec]]\nname = \"bad\"\nmode = \"none\"\n");
-  const std::string specs = File("specs.toml");
-  const Outcome outcome = Control({"lint", "--json", "--specs", specs});
-  EXPECT_EQ(outcome.code, 1) << outcome.err;
+  const std::string specs = "--specs=" + File("specs.toml"), image = "--image=" + File("ok.png");
+  const Outcome lint = Control({"lint", "--json", specs});
+  EXPECT_EQ(lint.code, 1) << lint.err;
   std::vector<std::string> found;
-  for (const json& object : Objects(outcome.out)) {
-    if (object["type"] == "finding")
-      found.push_back(object["spec"].get<std::string>() + ' ' + object["code"].get<std::string>());
+  for (const json& object : Objects(lint.out)) {
+    if (object["type"] != "finding") continue;
+    found.push_back(object["spec"].get<std::string>() + ' ' + object["code"].get<std::string>());
   }
   EXPECT_THAT(found, ElementsAre("one region-tight", "two region-tight", "bad entry-at-fault"));
-  EXPECT_EQ(Control({"lint", "--specs", specs, "--only=one", "--ignore=region-tight"}).code, 0);
+  EXPECT_EQ(Control({"lint", specs, "--only=one", "--ignore=region-tight"}).code, 0);
 
-  // Arguments and file say the same, and are answered alike.
-  const std::vector<std::string> spec{"--target=t", "--name=one", "--path=" + File("ok.png"),
-                                      "--roi=0,0,30,20"};
-  for (const std::string command : {"explain", "tune"}) {
-    std::vector<std::string> byFile{command, "--specs=" + specs, "--only=one"}, byArguments{command};
-    byArguments.insert(byArguments.end(), spec.begin(), spec.end());
-    for (auto* arguments : {&byFile, &byArguments}) {
-      arguments->push_back(std::string(command == "tune" ? "--positive=" : "--image=") + File("ok.png"));
-    }
-    const Outcome answer = Control(byFile);
-    EXPECT_EQ(answer.code, 0) << answer.err;
-    EXPECT_EQ(answer.out, Control(byArguments).out) << command;
-  }
+  const Outcome byFile = Control({"explain", specs, "--only=one", image, "--html=" + File("page.html")});
+  EXPECT_EQ(byFile.code, 0) << byFile.err;
+  EXPECT_THAT(byFile.out, HasSubstr("\n\nA hit: 30 x 20 pixels around 0,0"));
+  EXPECT_EQ(ContentOf(File("page.html")).find("<!doctype html>"), 0u);
+  std::vector<std::string> byArguments{
+      "explain", "--target=t", "--name=one", "--path=" + File("ok.png"), "--roi=0,0,30,20", image};
+  EXPECT_EQ(Control(byArguments).out, byFile.out);
+  byArguments.insert(byArguments.end(), {"--client=-9,0,30,20", "--json"});
+  const Outcome no = Control(byArguments);
+  EXPECT_EQ(no.code, 1) << no.err;
+  EXPECT_EQ(json::parse(no.out)["reason"], "region-too-small");
 }
 
 TEST_F(Advice, TuneDecidesFoldersOfPictures) {
@@ -115,19 +108,18 @@ TEST_F(Advice, TuneDecidesFoldersOfPictures) {
   std::filesystem::copy_file(File("ok.png"), File("shown/a.png"));
   Write("shown/notes.txt", "no image");
   Write("shown/cut.png", ContentOf(File("ok.png")).substr(0, 60));
-  const std::vector<std::string> tune{"tune", "--path", File("ok.png"), "--positive", File("shown")};
+  std::vector<std::string> tune{"tune", "--path", File("ok.png"), "--positive", File("shown")};
   const Outcome text = Control(tune);
   EXPECT_EQ(text.code, 0) << text.err;
-  EXPECT_THAT(text.out, HasSubstr("Positives  1 of 1 are hits\n"));
-  EXPECT_THAT(text.out, HasSubstr("Every picture is decided right."));
-  EXPECT_THAT(text.err, HasSubstr("cut.png' is damaged; it is left out\n"));
-  EXPECT_THAT(text.err, Not(HasSubstr("notes.txt")));
+  EXPECT_THAT(text.out,
+              AllOf(HasSubstr("Positives  1 of 1 are hits\n"), HasSubstr("Every picture is decided right.")));
+  EXPECT_THAT(text.err,
+              AllOf(HasSubstr("cut.png' is damaged; it is left out\n"), Not(HasSubstr("notes.txt"))));
 
-  std::vector<std::string> wrong = tune;
-  wrong.insert(wrong.end(), {"--negative", File("ok.png"), "--json"});
-  const Outcome outcome = Control(wrong);
-  EXPECT_EQ(outcome.code, 1);
-  const std::vector<json> objects = Objects(outcome.out);
+  tune.insert(tune.end(), {"--negative", File("ok.png"), "--json"});
+  const Outcome wrong = Control(tune);
+  EXPECT_EQ(wrong.code, 1);
+  const std::vector<json> objects = Objects(wrong.out);
   ASSERT_EQ(objects.size(), 2u);  // the note and the answer
   EXPECT_EQ(objects[1]["right"], false);
   EXPECT_EQ(objects[1]["pictures"][1]["hit"], true);
@@ -142,25 +134,19 @@ TEST_F(Advice, BenchMeasuresEachStepAndNamesTheCostliest) {
         "[[spec]]\nname = \"large\"\nmode = \"hs\"\nregion = [2000, 0, 400, 300]\n"
         "[[spec]]\nname = \"none\"\nregion = [0, 0, 20, 20]\n");
   const Outcome outcome = Control({"bench", "--json", "--specs", File("specs.toml"), "--seconds=0.01"});
-  EXPECT_LE(outcome.code, 1) << outcome.err;
   const std::vector<json> objects = Objects(outcome.out);
-  ASSERT_EQ(objects.size(), 5u);
+  ASSERT_EQ(objects.size(), 5u) << outcome.err;
   EXPECT_EQ(objects[0]["w"], 2400);
   EXPECT_EQ(objects[0]["hsv"], true);
   EXPECT_EQ(objects[1]["reason"], nullptr);
-  double sum = 0.0;
   std::vector<std::string> steps;
   for (const json& step : objects[1]["steps"]) {
     steps.push_back(step["step"]);
     EXPECT_GE(step["p90"], step["median"]);
-    if (steps.size() > 1) sum += step["median"].get<double>();
   }
   EXPECT_THAT(steps, ElementsAre("prepare", "cut", "search", "flat-white", "chroma", "grey-correlation",
                                  "edges", "darkness", "position", "whole"));
-  const double whole = objects[1]["steps"].back()["median"];
-  EXPECT_GT(whole, 0.0);
-  EXPECT_GT(sum - whole, whole * 0.5);  // what makes it up
-  EXPECT_LT(sum - whole, whole * 1.5);
+  EXPECT_GT(objects[1]["steps"].back()["median"], 0.0);
   EXPECT_EQ(objects[3]["reason"], "region-too-small");
   EXPECT_EQ(objects[3]["steps"].size(), 1u);
   EXPECT_EQ(objects[4]["costliest"]["spec"], "large:mode=hs");
@@ -169,55 +155,7 @@ TEST_F(Advice, BenchMeasuresEachStepAndNamesTheCostliest) {
 
   const Outcome text =
       Control({"bench", "--path", File("ok.png"), "--image", File("ok.png"), "--seconds=0.01"});
-  EXPECT_LE(text.code, 1) << text.err;
-  EXPECT_THAT(text.out, HasSubstr("ok.png: 30 x 20 in 30 x 20, a hit\n"));
-}
-
-TEST_F(Advice, WrongUseAndUnusableFilesAreClearErrors) {
-  Write("bad.png", "no image");
-  Write("bad.toml", "[[spec]\n");
-  Write("two.toml", "[[spec]]\nname = \"a\"\n[[spec]]\nname = \"b\"\n");
-  Write("good.toml",
-        "[defaults]\npath = \"p\"\ntarget = \"t\"\nregion = [0, 0, 9, 9]\n[[spec]]\nname = "
-        "\"a\"\n[[spec]]\nname = \"b\"\n");
-  std::filesystem::create_directory(File("nothing"));
-  const struct {
-    std::vector<std::string> arguments;
-    std::string error;
-  } cases[] = {
-      {{"lint"}, "nothing to look at"},
-      {{"lint", "--name", "n"}, "--path, the template's image, is missing"},
-      {{"lint", "--path", "p", "--roi", "1,2,3"}, "--roi '1,2,3'"},
-      {{"lint", "--path", "p", "--threshold", "2"}, "--threshold must lie between 0 and 1"},
-      {{"lint", File("ok.png"), "--ignore", "none"}, "there is no finding 'none'"},
-      {{"lint", File("ok.png"), "--image", File("bad.png")}, "is no image of a known format"},
-      {{"lint", File("ok.png"), "--image", folder.Path().string()}, "--image: "},
-      {{"lint", File("ok.png"), "--image", File("ok.png"), "--scale", "nan"}, "'nan' is not a number"},
-      {{"lint", File("ok.png"), "--scale", "2"}, "--scale requires --image"},
-      {{"lint", "--specs", File("none.toml")}, "none.toml cannot be read"},
-      {{"lint", "--specs", File("bad.toml")}, "bad.toml, line 1"},
-      {{"explain", "--specs", File("two.toml"), "--image", File("ok.png")}, "two.toml, line 1, a: "},
-      {{"explain", "--specs", File("two.toml"), "--threshold", "1", "--image", File("ok.png")}, "excludes"},
-      {{"explain", "--image", File("ok.png")}, "give a spec"},
-      {{"lint", "--specs", File("two.toml"), "--only", "c"}, "declares no spec 'c'"},
-      {{"tune", "--specs", File("good.toml"), "--positive", File("ok.png")}, "tune takes one spec"},
-      {{"bench"}, "--path, the template's image, is missing"},
-      {{"bench", "--path", File("bad.png")}, "not in a known image format"},
-      {{"tune", "--positive", File("ok.png")}, "--path, the template's image, is missing"},
-      {{"tune", "--path", File("ok.png")}, "there is no picture to decide"},
-      {{"tune", "--path", File("bad.png"), "--positive", File("ok.png")},
-       "--path: The file is not in a known image format"},
-      {{"tune", "--path", File("ok.png"), "--positive", File("bad.png")}, "bad.png' is no image"},
-      {{"tune", "--path", File("ok.png"), "--positive", File("none")}, "none' does not exist"},
-      {{"tune", "--path", File("ok.png"), "--positive", File("ok.png"), "--negative", File("nothing")},
-       "--negative: there is no picture"},
-  };
-  for (const auto& [arguments, error] : cases) {
-    const Outcome outcome = Control(arguments);
-    EXPECT_EQ(outcome.code, 2) << ::testing::PrintToString(arguments);
-    EXPECT_THAT(outcome.err, HasSubstr(error)) << ::testing::PrintToString(arguments);
-    EXPECT_EQ(outcome.out, "");
-  }
+  EXPECT_THAT(text.out, HasSubstr("ok.png: 30 x 20 in 30 x 20, a hit\n")) << text.err;
 }
 
 }  // namespace

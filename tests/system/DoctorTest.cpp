@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,22 +24,22 @@ using Json = nlohmann::json;
 class Doctor : public testing::Test {
  protected:
   // Its findings, one a line.
-  std::vector<Json> Examine(std::vector<std::string> arguments = {}, const std::string& timeout = "20") {
+  std::vector<Json> Examine(std::vector<std::string> arguments = {}, const std::string& timeout = "60") {
     arguments.insert(arguments.begin(), {"doctor", "--json", "--timeout=" + timeout});
     const Outcome outcome = Control(std::move(arguments));
     code = outcome.code;
     std::vector<Json> findings;
-    std::istringstream lines(outcome.out);
-    for (std::string line; std::getline(lines, line);) findings.push_back(Json::parse(line));
+    for (const std::string& line : LinesOf(outcome.out)) findings.push_back(Json::parse(line));
+    return findings;
+  }
+  static std::vector<Json> About(const std::string& topic, std::vector<Json> findings) {
+    std::erase_if(findings, [&](const Json& finding) { return finding.value("topic", "") != topic; });
     return findings;
   }
   // The last finding of a topic; an empty object without one.
   static Json Last(const std::string& topic, const std::vector<Json>& findings) {
-    Json last = Json::object();
-    for (const Json& finding : findings) {
-      if (finding.value("topic", "") == topic) last = finding;
-    }
-    return last;
+    const std::vector<Json> about = About(topic, findings);
+    return about.empty() ? Json::object() : about.back();
   }
 
   const PrivateSession session;
@@ -59,12 +58,10 @@ TEST_F(DoctorOnScreen, LargestMatchingWindowIsTakenAndItsExposureMeasured) {
   client.Show(500, 400, 100, 50, "cover");
   client.Unmap(client.Show(0, 0, 700, 500, "a hidden sheet"));
 
-  const auto findings = Examine({"--target", "SHEET"});
+  const std::vector<Json> target = About("target", Examine({"--target", "SHEET"}));
   EXPECT_EQ(code, 0);
-  Json matches, taken;
-  for (const Json& finding : findings) {
-    if (finding.value("topic", "") == "target") (matches.is_null() ? matches : taken) = finding;
-  }
+  ASSERT_EQ(target.size(), 2u);
+  const Json &matches = target[0], &taken = target[1];
   EXPECT_EQ(matches["level"], "warning") << matches;
   ASSERT_EQ(matches["facts"]["candidates"].size(), 3u) << matches;
   EXPECT_EQ(matches["facts"]["candidates"][0]["visible"], false);
@@ -96,25 +93,21 @@ TEST_F(DoctorOnScreen, MonitorsAreNumberedAndTriedOut) {
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "RIGHT", "400/100x600/100+400+0", "screen"}));
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "*LEFT", "400/100x600/100+0+0", "none"}));
   client.Show(0, 0, 100, 100, "drawn");
-  const auto findings = Examine();
-  std::vector<Json> monitors;
-  for (const Json& finding : findings) {
-    if (finding.value("topic", "") == "monitor") monitors.push_back(finding);
-  }
+  const std::vector<Json> monitors = About("monitor", Examine());
   ASSERT_EQ(monitors.size(), 2u);
-  for (int i = 0; i < 2; ++i) {
-    const Json& facts = monitors[static_cast<std::size_t>(i)]["facts"];
+  for (std::size_t i = 0; i < 2; ++i) {
+    const Json& facts = monitors[i]["facts"];
     EXPECT_EQ(facts["number"], i + 1);
     EXPECT_EQ(facts["captured"], true);
     EXPECT_EQ(facts["primary"], facts["device"] == "LEFT");
-    EXPECT_EQ(monitors[static_cast<std::size_t>(i)]["level"], facts["device"] == "LEFT" ? "ok" : "warning");
+    EXPECT_EQ(monitors[i]["level"], facts["device"] == "LEFT" ? "ok" : "warning");
   }
 }
 
 TEST_F(DoctorOnScreen, WorkerIsAskedOnlyWhenOneRuns) {
   EXPECT_EQ(Last("worker", Examine())["facts"]["running"], false);
   const Worker worker;
-  ASSERT_EQ(Control({"ping", "--timeout=20"}).code, 0) << worker.Err();
+  ASSERT_EQ(Control({"ping", "--timeout=60"}).code, 0) << worker.Err();
   const Json answered = Last("worker", Examine());
   EXPECT_EQ(answered["level"], "ok") << answered;
   EXPECT_EQ(answered["facts"]["answers"], true);

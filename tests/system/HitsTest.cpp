@@ -4,10 +4,8 @@
 
 #include <csignal>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -37,7 +35,7 @@ class Hits : public testing::Test {
   Hits() {
     SetUpScreen();
     EXPECT_TRUE(controller.SendHeartbeat(L"ready"));
-    EXPECT_TRUE(controller.WaitForHit(L"ready", RawController::Clock::now() + 30s)) << worker.Err();
+    EXPECT_TRUE(controller.WaitForHit(L"ready", RawController::Clock::now() + 60s)) << worker.Err();
   }
   ~Hits() override { EXPECT_FALSE(worker.Ended()) << worker.Err(); }
 
@@ -125,32 +123,6 @@ TEST_F(Hits, AreExactForTwoProgramsOnTwoMonitors) {
   ExpectExactHit(xterm, XtermPiece, "straddling both monitors");
 }
 
-// Nobody waits for rest and nothing else stirs the screen: the frame of a move may show the window at its new
-// place while its old one counts. Such a hit is off by the move and by nothing else, and the next is exact.
-TEST_F(Hits, OfAFrameOfAMoveAreExactOrOffByTheMove) {
-  const App xcalc(Xcalc);
-  xcalc.Move(40, 60);
-  Watch(xcalc, XcalcPiece);
-  ExpectExactHit(xcalc, XcalcPiece, "at first");
-  cv::Point from = xcalc.ClientArea().tl();
-  int inTheFrame = 0;
-  for (const auto& [x, y] : {std::pair{60, 70}, {90, 100}, {77, 93}, {100, 110}}) {
-    controller.TakeHits();
-    xcalc.Move(x, y);
-    // An exact one so soon after the last is held back as its repetition.
-    const std::optional<RawHit> hit = controller.WaitForHit(L"xcalc", RawController::Clock::now() + 2s);
-    const cv::Point to = xcalc.ClientArea().tl();
-    if (hit) {
-      ++inTheFrame;
-      const cv::Point off = cv::Point(hit->cx - hit->w / 2, hit->cy - hit->h / 2) - XcalcPiece.tl();
-      EXPECT_TRUE(off == cv::Point() || off == to - from) << off << " after a move by " << to - from;
-    }
-    ExpectExactHit(xcalc, XcalcPiece, "at rest");
-    from = to;
-  }
-  EXPECT_GT(inTheFrame, 0);
-}
-
 TEST_F(Hits, EndWhileCoveredMinimisedOrClosedAndComeBack) {
   auto xcalc = std::make_unique<App>(Xcalc);
   const App xterm(Xterm);
@@ -177,45 +149,6 @@ TEST_F(Hits, EndWhileCoveredMinimisedOrClosedAndComeBack) {
   xcalc = std::make_unique<App>(Xcalc);
   xcalc->Move(555, 111);
   ExpectExactHit(*xcalc, XcalcPiece, "reopened");
-}
-
-// A template with noise on it: figures between 0 and 1, whose last bits tell.
-TEST_F(Hits, CarryTheBitsThatAnExplanationOfTheSameScreenGives) {
-  const App xcalc(Xcalc);
-  xcalc.Move(40, 60);
-  cv::Mat piece = Screenshot(XcalcPiece + xcalc.ClientArea().tl()), noise(piece.size(), CV_8UC3);
-  cv::RNG(1).fill(noise, cv::RNG::UNIFORM, 0, 9);
-  cv::subtract(piece, noise, piece);
-  const std::string file = (worker.Folder() / "p.png").string();
-  ASSERT_TRUE(cv::imwrite(file, piece));
-  // The dot that stirs the screen lies outside the region.
-  ASSERT_TRUE(controller.SendSpec(L"xcalc.exe", L"xcalc", std::wstring(file.begin(), file.end()), 30, 60, 140,
-                                  100, 0.75f, -1.0f));
-  const RawHit hit = NextHit(xcalc, "for the bits");
-
-  const std::string shot = (worker.Folder() / "shot.png").string();
-  ASSERT_TRUE(cv::imwrite(shot, Screenshot({0, 0, 1600, 800})));
-  const cv::Rect client = xcalc.ClientArea();
-  std::ostringstream place;
-  place << client.x << ',' << client.y << ',' << client.width << ',' << client.height;
-  const std::vector<std::string> spec{"explain", "--json", "--target", "xcalc.exe", "--name",
-                                      "xcalc",   "--path", file,       "--roi",     "30,60,140,100"};
-  for (const std::vector<std::string>& look :
-       {std::vector<std::string>{"--image", shot, "--client", place.str()},
-        std::vector<std::string>{"--live"}}) {
-    std::vector<std::string> arguments = spec;
-    arguments.insert(arguments.end(), look.begin(), look.end());
-    const Outcome outcome = Control(arguments);
-    ASSERT_EQ(outcome.code, 0) << outcome.out << outcome.err;
-    const auto report = nlohmann::json::parse(outcome.out)["report"];
-    EXPECT_EQ(report["score"].get<float>(), hit.sq) << look[0];
-    EXPECT_EQ(report["edge"].get<float>(), hit.edge) << look[0];
-    EXPECT_EQ(report["cx"].get<int>(), hit.cx) << look[0];
-    EXPECT_EQ(report["cy"].get<int>(), hit.cy) << look[0];
-  }
-  EXPECT_GT(hit.sq, 0.5f);
-  EXPECT_LT(hit.sq, 1.0f);
-  EXPECT_LT(hit.edge, 1.0f);
 }
 
 TEST_F(Hits, StayExactAfterDisplayChanges) {

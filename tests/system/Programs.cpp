@@ -5,8 +5,22 @@
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <sstream>
 
 namespace quillmark::test {
+
+std::size_t CountOf(const std::string& part, const std::string& text) {
+  std::size_t count = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
 
 Program::Program(const std::vector<std::string>& arguments, const std::filesystem::path& where)
     : process(arguments, {.folder = where.empty() ? folder.Path() : where,

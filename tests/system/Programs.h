@@ -13,6 +13,10 @@
 
 namespace quillmark::test {
 
+// How often the text holds this part.
+std::size_t CountOf(const std::string& part, const std::string& text);
+std::vector<std::string> LinesOf(const std::string& text);
+
 // A running program; its working directory is its own unless one is given. It ends with this object.
 class Program {
  public:
@@ -21,6 +25,10 @@ class Program {
   // Output and error output so far; lines end with a line feed on every host.
   std::string Out() const { return TextOf(folder.Path() / "out.txt"); }
   std::string Err() const { return TextOf(folder.Path() / "err.txt"); }
+  // Whether it comes to print this, on either stream, so many times.
+  bool Says(const std::string& text, std::size_t times = 1) const {
+    return Eventually([&] { return CountOf(text, Out()) + CountOf(text, Err()) >= times; });
+  }
   bool Ended() const { return process.Ended(); }
   int Wait() { return process.Wait(); }
   void Kill() { process.Kill(); }

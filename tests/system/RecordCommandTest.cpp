@@ -5,6 +5,7 @@
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Programs.h"
@@ -43,12 +44,9 @@ TEST_F(RecordCommand, WhatIsOnTheScreenIsRecordedAndFoundAgain) {
   client.Show(50, 40, 100, 80, "a sheet of paper");
   std::ofstream(folder.Path() / "specs.toml")
       << "[[spec]]\ntarget = \"sheet\"\nname = \"white\"\npath = \"white.png\"\nregion = [0, 0, 90, 70]\n";
-  for (const char* trigger : {"", "--on-hit"}) {
-    std::vector<std::string> options = Spec({"--seconds=1", "--json"});
-    if (*trigger != '\0') {
-      options = {"--seconds=1", "--json", "--specs=" + (folder.Path() / "specs.toml").string()};
-    }
-    if (*trigger != '\0') options.push_back(trigger);
+  for (const std::vector<std::string>& options :
+       {Spec({"--seconds=1", "--json"}),
+        {"--seconds=1", "--json", "--on-hit", "--specs=" + (folder.Path() / "specs.toml").string()}}) {
     const Outcome made = Record(options);
     EXPECT_EQ(made.code, 0) << made.err;
     EXPECT_THAT(made.out, HasSubstr(R"({"type":"recording","folder":)"));
@@ -64,28 +62,16 @@ TEST_F(RecordCommand, WhatIsOnTheScreenIsRecordedAndFoundAgain) {
 }
 
 TEST_F(RecordCommand, SaysWhyItDoesNot) {
-  const struct {
-    std::vector<std::string> options;
-    int code;
-    const char* error;
-  } table[] = {
-      {Spec({"--seconds=0.3", "--on-hit"}), 1, "no hit came in time"},
-      {Spec({"--seconds=0.3", "--on-near-miss"}), 1, "no near miss came in time"},
-      {{"--on-hit"}, 2, "need a spec"},
-      {{"--name=white"}, 2, "requires"},
-      {{"--target", "", "--name=white", "--path=p", "--roi=0,0,1,1"}, 2, "--target must not be empty"},
-      {Spec({"--on-hit", "--on-near-miss"}), 2, "excludes"},
-      {{"--seconds=0"}, 2, "--seconds"},
-      {{"--out", folder.Path().string()}, 2, "is not empty"},
-  };
-  for (const auto& row : table) {
-    const Outcome outcome = row.options.front() == "--out"
-                                ? Control({"record", row.options[0], row.options[1]})
-                                : Record(row.options);
-    EXPECT_EQ(outcome.code, row.code) << row.error;
-    EXPECT_THAT(outcome.err, HasSubstr(row.error));
+  for (const auto& [trigger, error] :
+       {std::pair{"--on-hit", "no hit came in time"}, {"--on-near-miss", "no near miss came in time"}}) {
+    const Outcome outcome = Record(Spec({"--seconds=0.3", trigger}));
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, HasSubstr(error));
     std::filesystem::remove_all(recording);
   }
+  const Outcome full = Control({"record", "--out", folder.Path().string()});
+  EXPECT_EQ(full.code, 2);
+  EXPECT_THAT(full.err, HasSubstr("is not empty"));
 }
 
 }  // namespace

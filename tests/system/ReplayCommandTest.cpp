@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,11 +39,8 @@ TEST_F(ReplayCommand, PrintsHitsAndWhyASpecIsSilent) {
 TEST_F(ReplayCommand, PrintsTheSameJsonLinesEachTime) {
   const Outcome first = Play({"--json"}), second = Play({"--json"});
   EXPECT_EQ(first.out, second.out);
-  std::istringstream lines(first.out);
   std::vector<std::string> types;
-  for (std::string line; std::getline(lines, line);) {
-    types.push_back(nlohmann::json::parse(line).at("type"));
-  }
+  for (const std::string& line : LinesOf(first.out)) types.push_back(nlohmann::json::parse(line).at("type"));
   std::vector<std::string> expected(20, "hit");
   expected.insert(expected.end(), 6, "spec");
   expected.push_back("replay");

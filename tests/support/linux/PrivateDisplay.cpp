@@ -18,7 +18,7 @@ namespace quillmark::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kDeadline{20};
+constexpr std::chrono::seconds kDeadline{60};
 
 constexpr auto kPatience = std::chrono::milliseconds(100);
 

@@ -38,34 +38,25 @@ TEST_F(FaultsAround, ApplyGoesOnWhenTheWorkerTakesCommandsAgain) {
   const Worker worker;
   ASSERT_TRUE(Eventually([] { return Control({"status"}).code == 0; }));
   const Program watch(ControlCommand({"apply", "--watch", file, "--timeout=0.5"}));
-  const auto count = [&](const std::string& text) {
-    const std::string said = watch.Out() + watch.Err();
-    int found = 0;
-    for (auto at = said.find(text); at != std::string::npos; at = said.find(text, at + 1)) ++found;
-    return found;
-  };
-  const auto says = [&](const std::string& text, int times = 1) {
-    return Eventually([&] { return count(text) >= times; });
-  };
-  const auto stall = [&](const std::string& region, int times) {
+  const auto stall = [&](const std::string& region, std::size_t times) {
     ::kill(worker.Pid(), SIGSTOP);
     declare(region);
-    EXPECT_TRUE(says("the worker did not take a command in time", times)) << watch.Out() << watch.Err();
+    EXPECT_TRUE(watch.Says("the worker did not take a command in time", times)) << watch.Out() << watch.Err();
   };
-  ASSERT_TRUE(says("3 added")) << watch.Out() << watch.Err();
+  ASSERT_TRUE(watch.Says("3 added")) << watch.Out() << watch.Err();
   stall("[1, 2, 50, 60]", 1);
   ::kill(worker.Pid(), SIGCONT);
-  EXPECT_TRUE(says("3 replaced")) << watch.Out() << watch.Err();
+  EXPECT_TRUE(watch.Says("3 replaced")) << watch.Out() << watch.Err();
 
   // A file that cannot be read meanwhile is told once.
   stall("[1, 2, 70, 80]", 2);
   std::ofstream(file) << "no specs";
   ::kill(worker.Pid(), SIGCONT);
-  EXPECT_TRUE(says("specs.toml, line 1")) << watch.Out() << watch.Err();
+  EXPECT_TRUE(watch.Says("specs.toml, line 1")) << watch.Out() << watch.Err();
   for (int i = 0; i < 8; ++i) EXPECT_EQ(Control({"status"}).code, 0);  // lasts for several of its looks
-  EXPECT_EQ(count("specs.toml, line 1"), 1) << watch.Err();
+  EXPECT_EQ(CountOf("specs.toml, line 1", watch.Err()), 1u) << watch.Err();
   declare("[1, 2, 70, 80]");
-  EXPECT_TRUE(says("3 replaced", 2)) << watch.Out() << watch.Err();
+  EXPECT_TRUE(watch.Says("3 replaced", 2)) << watch.Out() << watch.Err();
 }
 
 TEST_F(FaultsAround, WithoutADisplayItIsNotTheWindowThatIsMissing) {

@@ -44,5 +44,13 @@ TEST(ToolInAShell, WritesIntoAnOpenPipeButWaitsForNoNamedOne) {
   EXPECT_EQ(Program(explain("/dev/null")).Wait(), 0);
 }
 
+TEST(ToolInAShell, RefusesArgumentsThatAreNoUtf8) {
+  for (const char* command : {"lint", "remove"}) {
+    const Outcome outcome = Control({command, "\xff"});
+    EXPECT_EQ(outcome.code, 2) << command;
+    EXPECT_NE(outcome.err.find("not valid UTF-8"), std::string::npos) << outcome.err;
+  }
+}
+
 }  // namespace
 }  // namespace quillmark::test

@@ -31,12 +31,6 @@ std::wstring TextOf(HWND box) {
   return text;
 }
 
-std::size_t CountOf(const std::string& text, const std::string& all) {
-  std::size_t count = 0;
-  for (auto at = all.find(text); at != std::string::npos; at = all.find(text, at + 1)) ++count;
-  return count;
-}
-
 class WorkerHere : public testing::Test {
  protected:
   const PrivateSession session;

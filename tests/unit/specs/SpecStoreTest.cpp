@@ -95,8 +95,10 @@ TEST_F(Store, FillsASpecFromTheCommand) {
   EXPECT_TRUE(spec.colorGate);
   EXPECT_EQ(spec.tmplBgr.size(), cv::Size(8, 8));
   EXPECT_FALSE(spec.targetValid);
+  Load(L"btn:mon=0:mon=x");  // no pin, of which nothing is logged
   EXPECT_THAT(Logged(), ElementsAre("[Spec][MON] name=btn:mode=h:mon=2:RED hint=2",
-                                    "[Spec][ADD] name=btn path=" + shown + " (count=1)"));
+                                    "[Spec][ADD] name=btn path=" + shown + " (count=1)",
+                                    "[Spec][REPLACE] name=btn path=" + shown + " (count=1)"));
 }
 
 TEST_F(Store, TakesTheThresholdAsScoreOrDifference) {
@@ -128,7 +130,7 @@ TEST_F(Store, ReplacesInPlaceAndKeepsTheOrder) {
   EXPECT_EQ(Logged().back(), "[Spec][REPLACE] name=two path=" + shown + " (count=4)");
 }
 
-TEST_F(Store, RemovesExactNamesOnly) {
+TEST_F(Store, RemovesExactNamesOnlyAndClearsAlsoWhenEmpty) {
   for (const wchar_t* name : {L"one", L"two", L"three"}) Load(name);
   (void)Logged();
   RemoveSpec(L"ONE");
@@ -137,21 +139,11 @@ TEST_F(Store, RemovesExactNamesOnly) {
   EXPECT_THAT(Names(), ElementsAre(L"one", L"three"));
   EXPECT_THAT(Logged(), ElementsAre("[Spec][REMOVE-NOTFOUND] name=ONE", "[Spec][REMOVE] name=two (count=2)",
                                     "[Spec][REMOVE-NOTFOUND] name=two"));
-}
-
-TEST_F(Store, ClearsAlsoWhenEmpty) {
-  Load(L"one");
-  (void)Logged();
-  ClearSpecs(L"cmd");
-  ClearSpecs(L"cmd");
-  EXPECT_THAT(Names(), ElementsAre());
-  EXPECT_THAT(Logged(),
-              ElementsAre("[Spec][CLEAR] reason=cmd (count=0)", "[Spec][CLEAR] reason=cmd (count=0)"));
-}
-
-TEST_F(Store, LogsNothingAboutAPinThatIsNone) {
-  Load(L"btn:mon=0:mon=x");
-  EXPECT_THAT(Logged(), ElementsAre("[Spec][ADD] name=btn path=" + shown + " (count=1)"));
+  for (int i = 0; i < 2; ++i) {
+    ClearSpecs(L"cmd");
+    EXPECT_THAT(Names(), ElementsAre());
+    EXPECT_THAT(Logged(), ElementsAre("[Spec][CLEAR] reason=cmd (count=0)"));
+  }
 }
 
 TEST_F(Store, PrintsAnUnreadableImageAndKeepsTheOlderSpec) {
