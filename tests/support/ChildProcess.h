@@ -4,19 +4,24 @@
 // thread.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quillmark::test {
 
+struct ChildSurroundings {
+  std::filesystem::path folder{};            // working directory; empty for the test's own
+  std::filesystem::path output{}, errors{};  // files that its output goes to; empty for nowhere
+  bool talks = false;  // its input and output are Write and Read; it has to end with its input
+};
+
 class ChildProcess {
  public:
-  struct Surroundings {
-    std::filesystem::path folder;          // working directory; empty for the test's own
-    std::filesystem::path output, errors;  // files that its output goes to; empty for nowhere
-  };
+  using Surroundings = ChildSurroundings;
 
   // Starts the program, found by its path or by its name in PATH, with arguments in UTF-8. Throws
   // std::system_error when it cannot be started.
@@ -33,6 +38,11 @@ class ChildProcess {
   void Kill();
   // Waits for the end; the exit code, or -1 when it was killed or had been waited for.
   int Wait();
+
+  // To and from a child that talks. Writing to one that has ended does nothing.
+  void Write(std::string_view text);
+  // Waits for output; 0 at its end.
+  std::size_t Read(char* bytes, std::size_t capacity);
 
  private:
   struct Host;

@@ -1,23 +1,20 @@
 // A child process that is spoken to by lines: one written to its standard input, one read from its standard
-// output. It is killed at the latest when this object goes.
+// output. It ends with this object.
 //
 // Threading: one thread at a time.
 #pragma once
 
-#include <cstddef>
-#include <memory>
 #include <string>
-#include <vector>
+
+#include "support/ChildProcess.h"
 
 namespace quillmark::test {
 
 class LineProcess {
  public:
-  // Arguments are UTF-8. Throws std::runtime_error when the program cannot be started.
-  explicit LineProcess(const std::string& program, const std::vector<std::string>& arguments = {});
-  ~LineProcess();
-  LineProcess(const LineProcess&) = delete;
-  LineProcess& operator=(const LineProcess&) = delete;
+  // Arguments are UTF-8. Throws std::system_error when the program cannot be started.
+  explicit LineProcess(const std::string& program, std::vector<std::string> arguments = {})
+      : process((arguments.insert(arguments.begin(), program), arguments), {.talks = true}) {}
 
   // Writes a line and returns the answer without its line end; empty when the process ended instead.
   std::string Ask(const std::string& line) {
@@ -25,19 +22,26 @@ class LineProcess {
     return Hear();
   }
   // As the two halves of Ask.
-  void Say(const std::string& line);
-  std::string Hear();
+  void Say(const std::string& line) { process.Write(line + "\n"); }
+  std::string Hear() {
+    for (std::size_t end; (end = heard.find('\n')) == std::string::npos;) {
+      char bytes[256];
+      const std::size_t count = process.Read(bytes, sizeof bytes);
+      if (count == 0) return "";
+      heard.append(bytes, count);
+    }
+    std::string line = heard.substr(0, heard.find('\n'));
+    heard.erase(0, line.size() + 1);
+    if (line.ends_with('\r')) line.pop_back();
+    return line;
+  }
 
   // Ends it at once, without a chance to clean up, and waits until it is gone.
-  void Kill();
-  int Id() const;
+  void Kill() { process.Kill(); }
+  int Id() const { return process.Pid(); }
 
  private:
-  struct Host;
-  // Waits for output; 0 at its end.
-  std::size_t Read(char* bytes, std::size_t capacity);
-
-  std::unique_ptr<Host> host;
+  ChildProcess process;
   std::string heard;
 };
 
