@@ -47,37 +47,26 @@ HANDLE Job() {
   return job.Get();
 }
 
-// The list of handles that one new process inherits.
+// Lets the next process inherit the streams while it lives. A process that another thread starts meanwhile
+// would inherit them too: tests start programs on one thread.
 class Inheritance {
  public:
-  explicit Inheritance(const StandardStreams& streams) {
-    for (const HANDLE handle : {streams.input, streams.output, streams.errors}) {
-      if (handle == nullptr) continue;
-      ::SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
-      handles.push_back(handle);
-    }
-    SIZE_T size = 0;
-    ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
-    memory.resize(size);
-    if (!::InitializeProcThreadAttributeList(List(), 1, 0, &size)) Fail("a list of handles");
-    if (!handles.empty() &&
-        !::UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
-                                     handles.size() * sizeof(HANDLE), nullptr, nullptr)) {
-      Fail("a list of handles");
-    }
+  explicit Inheritance(const StandardStreams& streams)
+      : handles{streams.input, streams.output, streams.errors} {
+    Allow(HANDLE_FLAG_INHERIT);
   }
-  ~Inheritance() { ::DeleteProcThreadAttributeList(List()); }
+  ~Inheritance() { Allow(0); }
   Inheritance(const Inheritance&) = delete;
   Inheritance& operator=(const Inheritance&) = delete;
 
-  LPPROC_THREAD_ATTRIBUTE_LIST List() {
-    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory.data());
-  }
-  bool Any() const { return !handles.empty(); }
-
  private:
-  std::vector<HANDLE> handles;
-  std::vector<std::byte> memory;
+  void Allow(DWORD inherit) {
+    for (const HANDLE handle : handles) {
+      if (handle != nullptr) ::SetHandleInformation(handle, HANDLE_FLAG_INHERIT, inherit);
+    }
+  }
+
+  const HANDLE handles[3];
 };
 
 }  // namespace
@@ -88,19 +77,17 @@ StartedProcess StartProcess(const std::vector<std::string>& utf8Arguments,
   for (const std::string& argument : utf8Arguments) {
     commandLine += (commandLine.empty() ? L"" : L" ") + Quoted(Widen(argument));
   }
-  Inheritance inheritance(streams);
-  STARTUPINFOEXW startup{};
-  startup.StartupInfo.cb = sizeof startup;
-  startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
-  startup.StartupInfo.hStdInput = streams.input;
-  startup.StartupInfo.hStdOutput = streams.output;
-  startup.StartupInfo.hStdError = streams.errors;
-  startup.lpAttributeList = inheritance.List();
+  const Inheritance inheritance(streams);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = streams.input;
+  startup.hStdOutput = streams.output;
+  startup.hStdError = streams.errors;
 
   PROCESS_INFORMATION process{};
-  if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, inheritance.Any(),
-                        EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED, nullptr,
-                        folder.empty() ? nullptr : folder.c_str(), &startup.StartupInfo, &process)) {
+  if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                        folder.empty() ? nullptr : folder.c_str(), &startup, &process)) {
     Fail(utf8Arguments.front());
   }
   StartedProcess started{UniqueHandle(process.hProcess), process.dwProcessId};

@@ -129,14 +129,6 @@ TEST_F(RecorderTest, ABundleHoldsTheFramesAroundAHitOrNearMiss) {
   }
 }
 
-TEST_F(RecorderTest, ATriggerThatDoesNotComeLeavesNoRecording) {
-  OpenWindow({40, 30, 240, 180});
-  Spec(Mark());
-  options.trigger = Trigger::Hit;
-  EXPECT_FALSE(RecordSteps({[&] { desktop->Paint(Mark(2), {60, 70}); }, [] {}}).triggered);
-  EXPECT_FALSE(std::filesystem::exists(options.folder / RecordingFile));
-}
-
 TEST_F(RecorderTest, EndsWhenTheMonitorsChange) {
   const RecorderResult made = RecordSteps({[] {},
                                            [&] {
