@@ -34,7 +34,8 @@ for preset in "$@"; do
     mkdir "$work/images"
     "${program[@]}" make "$work/images"
   fi
-  echo "$preset: $("${program[@]}" print "$work/images" "$work/$preset" | tr -d '\r')"
+  echo "$preset:"
+  "${program[@]}" print "$work/images" "$work/$preset" | tr -d '\r'
   [ "$(wc -l <"$work/$preset")" -gt 1000 ] || { echo "check-figures.sh: too few figures of $preset" >&2; exit 1; }
   if ! diff "$work/$first" "$work/$preset" >"$work/differences"; then
     head -n 20 "$work/differences"
