@@ -83,6 +83,21 @@ TEST(PrimarySearch, MapHoldsEveryPlacementsDifference) {
   }
 }
 
+// The hue is the template's, the saturation its opposite: a hue weight of w leaves a difference of 2 - 2 w.
+TEST(PrimarySearch, WeighsHueMoreForRedSpecs) {
+  Random random(8);
+  const cv::Mat icon = Icon(random, {24, 18}, "Q");
+  TemplateSpec spec = PreparedSpec(icon, MatchMode::HS);
+  ROIUnit unit = UnitShowing(icon);
+  cv::insertChannel(Inverted(unit.sat), unit.hsv, 1);
+  for (const auto& [redHint, expected] : {std::pair{false, 0.4}, {true, 0.2}}) {
+    spec.redHint = redHint;
+    const auto best = SearchRegion(unit, spec);
+    ASSERT_TRUE(best);
+    EXPECT_NEAR(best->dist, expected, 1e-5) << redHint;
+  }
+}
+
 TEST(PrimarySearch, SecondPlacementIsHalfATemplateAwayAtLeast) {
   const cv::Mat flat(cv::Size(9, 6), CV_8UC3, cv::Scalar::all(80));
   const struct {

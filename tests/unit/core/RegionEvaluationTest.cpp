@@ -106,16 +106,12 @@ TEST(RegionEvaluation, NeverReportsAVividFlatTemplateOverARegion31LevelsDarker) 
       << "not vivid";
 }
 
-TEST(RegionEvaluation, ComparesTheChromaPlaneThatTheSpecNames) {
-  for (const int channel : {0, 1, 2, 3, -1}) {
-    Shown shown(IconOf(kNormal));
-    shown.spec.chromaChannel = channel;
-    EXPECT_TRUE(shown.Evaluated().Accepted()) << channel;
-    shown.unit.bgr = Inverted(shown.unit.bgr);
-    const bool compared = channel == 1 || channel == 2;
-    EXPECT_EQ(shown.Evaluated().decidedBy, compared ? DecidingStep::Chroma : DecidingStep::Accepted)
-        << channel;
-  }
+TEST(RegionEvaluation, RefusesAnotherChroma) {
+  Shown shown(IconOf(kNormal));
+  shown.unit.bgr = Inverted(shown.unit.bgr);
+  EXPECT_TRUE(shown.Evaluated().Accepted());
+  shown.spec.chromaChannel = 2;
+  EXPECT_EQ(shown.Evaluated().decidedBy, DecidingStep::Chroma);
 }
 
 TEST(RegionEvaluation, HoldsTheEdgeDensityUnlessTheRegionIsClipped) {
@@ -145,6 +141,29 @@ TEST(RegionEvaluation, SkipsWhatATemplateWithoutDetailCannotBear) {
     EXPECT_EQ(v.greyCorrelation.Measured(), c.grey) << c.what;
     EXPECT_EQ(v.edgeCorrelation.Measured(), c.edges) << c.what;
   }
+  Shown uniform(Uniform(kNormal, cv::Scalar::all(90)));
+  uniform.spec.edgeDensity = 0.2;
+  EXPECT_EQ(uniform.Evaluated().edgeCorrelation.because, Because::FlatTemplate);
+}
+
+TEST(RegionEvaluation, LeavesStructureNoSayWhereColourDecides) {
+  const struct {
+    bool redHint, colorGate;
+    Because because;
+  } kCases[] = {{false, false, Because::None},
+                {false, true, Because::StrictSpec},
+                {true, false, Because::RedSpec},
+                {true, true, Because::RedSpec}};
+  for (const auto& c : kCases) {
+    Shown shown(IconOf(kNormal));
+    shown.spec.redHint = c.redHint;
+    shown.spec.colorGate = c.colorGate;
+    const Verdict v = shown.Evaluated();
+    for (const GateResult& gate : {v.greyCorrelation, v.edgeCorrelation, v.edgeDensity}) {
+      EXPECT_EQ(gate.because, c.because);
+      EXPECT_EQ(gate.HasSay(), c.because == Because::None);
+    }
+  }
 }
 
 TEST(RegionEvaluation, DecidesHueModesWithoutStructureChromaOrColour) {
@@ -166,14 +185,15 @@ TEST(RegionEvaluation, DecidesHueModesWithoutStructureChromaOrColour) {
 }
 
 TEST(RegionEvaluation, AcceptsColourWhenAnyOfTheThreeTestsAgrees) {
-  for (int wrong = 0; wrong < 8; ++wrong) {
+  for (int round = 0; round < 24; ++round) {
+    const int wrong = round % 8, plane = round / 8;
     Shown shown(IconOf(kNormal));
     shown.spec.redHint = true;
-    if (wrong & 1) shown.spec.hsvMean[2] -= 40.0;
+    if (wrong & 1) shown.spec.hsvMean[plane] += 40.0;
     if (wrong & 2) shown.spec.redRatio += 0.5;
     if (wrong & 4) shown.spec.labAMean += 50.0;
     EXPECT_EQ(shown.Evaluated().decidedBy, wrong == 7 ? DecidingStep::Colour : DecidingStep::Accepted)
-        << wrong;
+        << wrong << " in plane " << plane;
     shown.spec.redHint = false;
     shown.spec.colorGate = true;  // the red test agrees without a red hint
     EXPECT_TRUE(shown.Evaluated().Accepted()) << wrong;
@@ -241,6 +261,23 @@ TEST(RegionEvaluation, ReportsThePlacementInTheTargetsClientArea) {
                                        c.expected.w, c.expected.h))
         << c.what;
   }
+}
+
+TEST(RegionEvaluation, ScalesAcrossAndDownApart) {
+  Shown shown(IconOf(kNormal));
+  shown.unit.scaleX = 2.0;
+  shown.unit.scaleY = 3.0;
+  const HitGeometry hit = shown.Evaluated().hit;
+  EXPECT_THAT((std::array{hit.desktopX, hit.desktopY, hit.w, hit.h}), ::testing::ElementsAre(80, 60, 80, 60));
+}
+
+TEST(RegionEvaluation, ReportsTheLargerEdgeCorrelation) {
+  Shown shown(IconOf(kNormal));
+  Random random(2);
+  shown.unit.gray = WithNoise(random, shown.unit.gray, 20);
+  const Verdict v = EvaluateRegion(shown.unit, shown.spec, Thoroughness::EveryStep);
+  ASSERT_GT(v.e2, v.e1 + 0.01);
+  EXPECT_EQ(v.edgeScore, static_cast<float>(v.e2));
 }
 
 TEST(RegionEvaluation, DerivesTheDedupeWindowFromTheInterval) {

@@ -25,6 +25,8 @@ TEST_F(CaptureTickTest, CutsTheRegionOutOfTheFrame) {
   desktop->Paint(picture);
 
   const ROIUnit unit = OnlyUnit(probe.Tick());
+  desktop->Paint(cv::Mat::zeros(240, 320, CV_8UC3));
+  EXPECT_EQ(UnitsIn(probe.Tick()), 1u) << "of a frame that must not show in the first one's unit";
 
   EXPECT_EQ(RegionOf(unit), (Rect{50, 50, 100, 90}));
   EXPECT_FALSE(unit.clipped);
@@ -75,24 +77,6 @@ TEST_F(CaptureTickTest, MapsTheRegionAtTheTargetsScaleAndCutsItAtTemplateScale) 
   EXPECT_FALSE(unit.clipped);
   EXPECT_EQ(unit.gray.size(), cv::Size(100, 50));
   EXPECT_EQ(unit.scaleX, 1.5);
-}
-
-TEST_F(CaptureTickTest, ScalesDownByAreaAndUpLinearly) {
-  AddMonitor(0, 0, 600, 600);
-  cv::Mat picture(600, 600, CV_8UC3);
-  cv::randu(picture, 0, 256);
-  for (const auto& [dpi, interpolation] : {std::pair{192u, cv::INTER_AREA}, {48u, cv::INTER_LINEAR}}) {
-    Specs().specs.clear();
-    const layer::WindowId window = OpenWindow(RectAt(0, 0, 600, 600), dpi);
-    AddSpec({0, 0, 100, 80});
-    desktop->Paint(picture);
-    const ROIUnit unit = OnlyUnit(probe.Tick());
-    cv::Mat expected;
-    cv::resize(picture(cv::Rect(0, 0, unit.right, unit.bottom)), expected, {100, 80}, 0, 0, interpolation);
-    ASSERT_EQ(unit.bgr.size(), expected.size()) << dpi;
-    EXPECT_EQ(cv::norm(unit.bgr, expected, cv::NORM_INF), 0.0) << dpi;
-    desktop->CloseWindow(window);
-  }
 }
 
 TEST_F(CaptureTickTest, RegionsAreCutToTheClientArea) {
@@ -153,8 +137,9 @@ TEST_F(CaptureTickTest, PinChoosesTheMonitor) {
     LONG windowLeft;
     std::vector<int> left;  // left edges of the regions cut
   } table[] = {
-      {0, 20, {20}},     {0, -280, {-280}}, {-1, 20, {20}}, {-1, -280, {}},    {1, 20, {20}},
-      {2, -280, {-280}}, {2, 20, {}},       {3, 20, {20}},  {3, -280, {-280}}, {-2, -280, {-280}},
+      {0, 20, {20}},  {1, -280, {}},     {0, -280, {-280}},  {-1, 20, {20}},
+      {-1, -280, {}}, {1, 20, {20}},     {2, -280, {-280}},  {2, 20, {}},
+      {3, 20, {20}},  {3, -280, {-280}}, {-2, -280, {-280}},
   };
   AddMonitor(0, 0, 300, 200);
   AddMonitor(-300, 0, 300, 200);
@@ -213,15 +198,96 @@ TEST_F(CaptureTickTest, TickSlowsDownAsJobsPileUp) {
   EXPECT_THAT(intervals, ElementsAre(20, 20, 33, 33, 50, 50, 80, 80));
 }
 
-TEST_F(CaptureTickTest, IntervalHoldsForEachMonitorOfItsOwn) {
-  AddMonitor(0, 0, 300, 200);
-  AddMonitor(-300, 0, 300, 200);
-  const layer::WindowId window = OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50}).intervalMs = 3'600'000;
-  EXPECT_EQ(UnitsIn(Tick()), 1u);
-  EXPECT_EQ(UnitsIn(Tick()), 0u) << "too soon on the same monitor";
-  desktop->MoveWindow(window, RectAt(-200, 10, 100, 100));
-  EXPECT_EQ(UnitsIn(Tick()), 1u) << "first time on the other monitor";
+// A tick without the engine, one spec and frame at a time.
+class TickTest : public ::testing::Test {
+ protected:
+  static TargetBinding Bound(TemplateSpec& spec) {
+    spec.targetValid = true;
+    TargetBinding binding;
+    binding.outcome = BindingOutcome::Bound;
+    return binding;
+  }
+  // The frame shows less than the monitor is said to.
+  SpecOutcome Turn(const TemplateSpec& spec, std::int64_t tMs = 0, layer::MonitorId monitor = 1) {
+    SpecOutcome outcome{};
+    const SpecListener listener = [&](const SpecTurn& turn) { outcome = turn.outcome; };
+    const HMONITOR handle = test::HandleOf(monitor);
+    tick.Bind({spec}, Bound, listener);
+    tick.Group({{handle, RectAt(0, 0, 200, 200)}}, SystemMonitors(), listener);
+    if (!tick.Groups().empty()) tick.Commit(handle, *tick.Cut({handle, {}, 0, picture}, tMs, listener));
+    return outcome;
+  }
+  static TemplateSpec SpecAt(const cv::Rect& roi, const std::wstring& name = L"spec") {
+    TemplateSpec spec;
+    spec.name = name;
+    spec.roi = roi;
+    spec.targetRect = {0, 0, 500, 500};
+    spec.tmplGray = cv::Mat::zeros(8, 8, CV_8UC1);
+    return spec;
+  }
+
+  const cv::Mat picture = cv::Mat::zeros(100, 100, CV_8UC4);
+  Tick tick;
+};
+
+TEST_F(TickTest, IntervalHoldsForEachSpecOnEachMonitor) {
+  const struct {
+    const wchar_t* name;
+    layer::MonitorId monitor;
+    std::int64_t tMs;
+    SpecOutcome expected;
+  } table[] = {
+      {L"a", 1, 1000, SpecOutcome::Cut}, {L"a", 1, 1099, SpecOutcome::Throttled},
+      {L"a", 2, 1099, SpecOutcome::Cut}, {L"b", 1, 1099, SpecOutcome::Cut},
+      {L"a", 1, 1100, SpecOutcome::Cut}, {L"a", 1, 1199, SpecOutcome::Throttled},
+      {L"a", 1, 1200, SpecOutcome::Cut},
+  };
+  for (const auto& c : table) {
+    TemplateSpec spec = SpecAt({0, 0, 50, 50}, c.name);
+    spec.intervalMs = 100;
+    EXPECT_EQ(Turn(spec, c.tMs, c.monitor), c.expected) << c.name << " on " << c.monitor << " at " << c.tMs;
+  }
+}
+
+TEST_F(TickTest, T1IsForcedWhereThePermissionBeginsWithAOne) {
+  const struct {
+    const wchar_t* name;
+    const char* permission;
+    bool forced;
+  } table[] = {{L"T1", "1", true}, {L"T1", "10", true},     {L"T1", "0", false},  {L"T1", "yes", false},
+               {L"T1", "", false}, {L"T1", nullptr, false}, {L"T10", "1", false}, {L"t1", "1", false}};
+  for (const auto& c : table) {
+    if (c.permission != nullptr) ::setenv("QM_FORCE_T1_ALLOW", c.permission, 1);
+    const SpecOutcome turn = Turn(SpecAt({0, 0, 50, 50}, c.name));
+    ::unsetenv("QM_FORCE_T1_ALLOW");
+    EXPECT_EQ(turn, c.forced ? SpecOutcome::Forced : SpecOutcome::Cut)
+        << c.name << " " << (c.permission != nullptr ? c.permission : "unset");
+  }
+}
+
+TEST_F(TickTest, SpecsOfValidTargetsAreGroupedByMonitor) {
+  const MonitorEntry here{test::HandleOf(layer::MonitorId{1}), RectAt(0, 0, 100, 100)};
+  const MonitorEntry there{test::HandleOf(layer::MonitorId{2}), RectAt(100, 0, 100, 100)};
+  tick.Bind({SpecAt({0, 0, 50, 50}), SpecAt({0, 0, 50, 50}, L"unbound"), SpecAt({50, 0, 100, 50})},
+            [](TemplateSpec& spec) { return spec.name == L"unbound" ? TargetBinding{} : Bound(spec); });
+  tick.Group({here, there});
+  EXPECT_EQ(tick.Groups(), (MonitorGroups{{here.monitor, {0, 2}}, {there.monitor, {2}}}));
+}
+
+TEST_F(TickTest, RegionBesideTheTargetMonitorOrFrameIsNotCut) {
+  const struct {
+    cv::Rect roi;
+    SpecOutcome expected;
+  } table[] = {
+      {{92, 0, 50, 50}, SpecOutcome::Cut},
+      {{93, 0, 50, 50}, SpecOutcome::SmallerThanTemplate},
+      {{100, 0, 50, 50}, SpecOutcome::OffFrame},
+      {{0, 100, 50, 50}, SpecOutcome::OffFrame},
+      {{200, 0, 50, 50}, SpecOutcome::OffMonitors},
+      {{500, 0, 50, 50}, SpecOutcome::OutsideTarget},
+      {{0, -50, 50, 50}, SpecOutcome::OutsideTarget},
+  };
+  for (const auto& c : table) EXPECT_EQ(Turn(SpecAt(c.roi)), c.expected) << c.roi;
 }
 
 TEST_F(CaptureTickTest, AFrameWithoutDueSpecsStillMakesAJob) {
@@ -232,6 +298,17 @@ TEST_F(CaptureTickTest, AFrameWithoutDueSpecsStillMakesAJob) {
   ASSERT_EQ(jobs.size(), 1u);
   EXPECT_THAT(jobs[0]->units, IsEmpty());
   EXPECT_EQ(jobs[0]->specs.size(), 1u);
+}
+
+TEST_F(CaptureTickTest, AJobQueuesBehindThoseThatWait) {
+  AddMonitor(0, 0, 300, 200);
+  OpenWindow(RectAt(10, 10, 100, 100));
+  AddSpec({0, 0, 50, 50});
+  const auto waiting = std::make_shared<FrameJob>();
+  probe.QueueJob(waiting);
+  const Jobs jobs = Tick();
+  ASSERT_EQ(jobs.size(), 2u);
+  EXPECT_EQ(jobs[0], waiting);
 }
 
 TEST_F(CaptureTickTest, StillScreenGivesNoJob) {
@@ -248,7 +325,8 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   test::RawController controller;
   AddMonitor(0, 0, 300, 200);
   OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({20, 10, 51, 30}, {8, 8}, L"T1").intervalMs = 3'600'000;
+  TemplateSpec& spec = AddSpec({20, 10, 51, 30}, {8, 8}, L"T1");
+  spec.intervalMs = 3'600'000;
   ::setenv("QM_FORCE_T1_ALLOW", "1", 1);
   const Jobs jobs = Tick();
   ::unsetenv("QM_FORCE_T1_ALLOW");
@@ -260,7 +338,9 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   EXPECT_EQ(hit->cy, 25);
   EXPECT_EQ(hit->w, 8);
   EXPECT_EQ(hit->sq, 0.99f);
+  EXPECT_EQ(ForcedHit(spec, {}, 0).dedupWindowMs, 2'160'000u);
   EXPECT_EQ(UnitsIn(Tick()), 1u) << "matched like any other without the permission, its interval untouched";
+  EXPECT_EQ(UnitsIn(Tick()), 0u) << "and begun now";
 }
 
 // The place is read at the beginning of the tick. On a still screen it is the move that brings the frame, so

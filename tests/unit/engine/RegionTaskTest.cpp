@@ -4,10 +4,13 @@
 
 #include <atomic>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "core/DelayedCalls.h"
 #include "support/DebugOutputCapture.h"
+#include "support/PrivateSession.h"
+#include "support/RawController.h"
 
 namespace quillmark {
 namespace {
@@ -43,6 +46,43 @@ TEST(RegionTask, ErrorOfTheEvaluationIsReportedSampledAndAlwaysCountsAsDone) {
   EXPECT_EQ(output.Count("of name=broken"), 3u);
   EXPECT_EQ(output.Count("error 101 of name=broken"), 1u);
   EXPECT_EQ(output.Lines().size(), 3u) << "one line each, however many the cause has";
+}
+
+TEST(RegionTask, OnlyAnAcceptedVerdictBecomesAHit) {
+  const test::PrivateSession session;
+  test::RawController controller;
+  FrameJob job;
+  for (const wchar_t* const name : {L"unlike", L"like"}) {
+    TemplateSpec& spec = job.specs.emplace_back();
+    spec.name = name;
+    spec.tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(job.specs.size() == 1 ? 250 : 20));
+  }
+  ROIUnit unit;
+  unit.gray = cv::Mat(20, 20, CV_8UC1, cv::Scalar(20));
+  PendingTasks tasks;
+  RingSender sender;
+  SampledErrors errors;
+  for (unit.specIndex = 0; unit.specIndex < 2; ++unit.specIndex) {
+    tasks.Add();
+    EvaluateROI(unit, job, tasks, sender, errors);
+  }
+  sender.Start();
+  const auto first = controller.WaitForHit([](const test::RawHit&) { return true; });
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->name, L"like");
+}
+
+TEST(RegionTask, AHitBringsTheVerdictsFiguresAndTheSpecsName) {
+  TemplateSpec spec;
+  spec.name = L"mark";
+  Verdict verdict;
+  verdict.hit = {.desktopX = 1, .desktopY = 2, .cx = 3, .cy = 4, .w = 5, .h = 6};
+  verdict.sq = 0.7f;
+  verdict.edgeScore = 0.8f;
+  verdict.dedupWindowMs = 9;
+  const HitRecord hit = HitOf(verdict, spec, 10);
+  EXPECT_EQ(std::tie(hit.name, hit.cx, hit.cy, hit.w, hit.h, hit.sq, hit.edge, hit.dedupWindowMs, hit.tsMs),
+            std::tuple(L"mark", 3, 4, 5, 6, 0.7f, 0.8f, 9u, 10u));
 }
 
 TEST(RegionTask, WaiterMayDestroyTheCounterAsSoonAsItSeesZero) {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <thread>
 
@@ -27,6 +28,7 @@ class CmdRingReaderTest : public testing::Test {
                std::int32_t y, std::int32_t w, std::int32_t h, float edgeMin, float threshold) {
           specs.push_back({1, target, name, path, x, y, w, h, edgeMin, threshold});
           calls.push_back(L"spec " + name);
+          readIndexDuringCalls.insert(controller.CommandWord(ReadIndex));
         },
         [this] { calls.push_back(L"clear"); },
         [this](const std::wstring& name, const std::wstring& path) {
@@ -48,6 +50,7 @@ class CmdRingReaderTest : public testing::Test {
   CmdRingReader reader;
   std::vector<RawCommand> specs;
   std::vector<std::wstring> calls;
+  std::set<std::uint32_t> readIndexDuringCalls;
 };
 
 TEST_F(CmdRingReaderTest, HandsOnTheNineValuesOfASpec) {
@@ -108,6 +111,7 @@ TEST_F(CmdRingReaderTest, TakesThePublishedRecords) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     calls.clear();
+    readIndexDuringCalls.clear();
     SetIndices(c.written, c.read);
     FillSpecs(c.firstTaken, c.written);
     if (c.signalled) controller.SignalCommands();
@@ -120,6 +124,9 @@ TEST_F(CmdRingReaderTest, TakesThePublishedRecords) {
     EXPECT_EQ(calls, expected);
     EXPECT_EQ(controller.CommandWord(ReadIndex), c.endTaken);
     EXPECT_EQ(controller.CommandWord(WriteIndex), c.written);
+    // The slots are freed all at once, behind the last call.
+    const std::set<std::uint32_t> during = calls.empty() ? std::set<std::uint32_t>{} : std::set{c.read};
+    EXPECT_EQ(readIndexDuringCalls, during);
   }
 }
 

@@ -105,6 +105,7 @@ TEST_F(RingSenderTest, HoldsRepetitionsBackForAWindow) {
       {"after the own window", L"T1", 500, 0, 500, Same, true},
       {"clearly weaker, elsewhere", L"a", 0, 100, 299, 0.90f, false},
       {"clearly weaker, later", L"a", 0, 100, 300, 0.90f, true},
+      {"weaker by the margin exactly", L"a", 0, 100, 299, Same - 0.02f, false},
       {"a little weaker, elsewhere", L"a", 0, 100, 200, 0.94f, true},
       {"clearly weaker, after a short own window", L"a", 10, 0, 200, 0.90f, false},
       {"clock stepped back, same place", L"a", 0, 0, -60'000, Same, false},

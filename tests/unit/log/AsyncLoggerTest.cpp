@@ -118,6 +118,7 @@ TEST(AsyncLogger, WritesTheOtherSinksWhenTheyAreOn) {
     {
       AsyncLogger logger(std::move(sinks));
       logger.Log(L"into the file");
+      logger.Log(L"on a line of its own");
     }
     EXPECT_TRUE(output.Lines().empty());
   }
@@ -125,7 +126,8 @@ TEST(AsyncLogger, WritesTheOtherSinksWhenTheyAreOn) {
   std::ifstream file(path);
   EXPECT_TRUE(std::getline(file, line));
   EXPECT_THAT(line, EndsWith("] into the file"));
-  EXPECT_FALSE(std::getline(file, more));
+  EXPECT_TRUE(std::getline(file, more));
+  EXPECT_THAT(more, EndsWith("] on a line of its own"));
 }
 
 constexpr int LinesBeforeExit = 500;

@@ -134,11 +134,12 @@ TEST_F(Store, RemovesExactNamesOnlyAndClearsAlsoWhenEmpty) {
   for (const wchar_t* name : {L"one", L"two", L"three"}) Load(name);
   (void)Logged();
   RemoveSpec(L"ONE");
+  RemoveSpec(L"on");
   RemoveSpec(L"two");
   RemoveSpec(L"two");
   EXPECT_THAT(Names(), ElementsAre(L"one", L"three"));
-  EXPECT_THAT(Logged(), ElementsAre("[Spec][REMOVE-NOTFOUND] name=ONE", "[Spec][REMOVE] name=two (count=2)",
-                                    "[Spec][REMOVE-NOTFOUND] name=two"));
+  EXPECT_THAT(Logged(), ElementsAre("[Spec][REMOVE-NOTFOUND] name=ONE", "[Spec][REMOVE-NOTFOUND] name=on",
+                                    "[Spec][REMOVE] name=two (count=2)", "[Spec][REMOVE-NOTFOUND] name=two"));
   for (int i = 0; i < 2; ++i) {
     ClearSpecs(L"cmd");
     EXPECT_THAT(Names(), ElementsAre());
