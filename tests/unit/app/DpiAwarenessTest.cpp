@@ -1,48 +1,51 @@
-// Which of the system's calls make the process aware of dpi, in their order. The calls are this program's
-// own.
+// Which of the system's calls make the process aware of dpi, in their order. The calls are the test's own.
 #include "app/DpiAwareness.h"
 
 #include <gtest/gtest.h>
+#include <shellscalingapi.h>
 
+#include <array>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "kernel32/Modules.h"
-#include "user32/Dpi.h"
 
+namespace quillmark {
 namespace {
 
 std::string called;
 bool knowsContextV2 = true;
 
-}  // namespace
-
-BOOL WINAPI SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
+BOOL WINAPI SetContext(DPI_AWARENESS_CONTEXT context) {
   called += " context" + std::to_string(reinterpret_cast<LONG_PTR>(context));
   return context != DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2 || knowsContextV2;
 }
-HRESULT WINAPI SetProcessDpiAwareness(PROCESS_DPI_AWARENESS awareness) {
+HRESULT WINAPI SetAwareness(PROCESS_DPI_AWARENESS awareness) {
   called += " value" + std::to_string(awareness);
   return S_OK;
 }
-BOOL WINAPI SetProcessDPIAware() {
+BOOL WINAPI SetAware() {
   called += " system";
   return TRUE;
 }
-DPI_AWARENESS_CONTEXT WINAPI GetWindowDpiAwarenessContext(HWND) {
-  return nullptr;
-}
-DPI_AWARENESS WINAPI GetAwarenessFromDpiAwarenessContext(DPI_AWARENESS_CONTEXT) {
-  return DPI_AWARENESS_INVALID;
-}
-UINT WINAPI GetDpiForWindow(HWND) {
-  return 0;
-}
-HRESULT WINAPI GetDpiForMonitor(HMONITOR, MONITOR_DPI_TYPE, UINT*, UINT*) {
-  return E_INVALIDARG;
+
+template <typename Function>
+FARPROC AddressOf(Function* function) {
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
 }
 
-namespace quillmark {
+}  // namespace
+
+// In place of the layer's own list.
+std::span<const layer::Library> layer::Libraries() {
+  static const std::array user32 = {Entry{"SetProcessDpiAwarenessContext", AddressOf(&SetContext)},
+                                    Entry{"SetProcessDPIAware", AddressOf(&SetAware)}};
+  static const std::array shcore = {Entry{"SetProcessDpiAwareness", AddressOf(&SetAwareness)}};
+  static const std::array libraries = {Library{"user32.dll", user32}, Library{"shcore.dll", shcore}};
+  return libraries;
+}
+
 namespace {
 
 TEST(DpiAwareness, IsSetByTheBestCallThatTheSystemHas) {
