@@ -127,15 +127,15 @@ class Search {
   [[nodiscard]] LimitSearch WithOtherEdgeMin() const {
     // Negatives as near as the positives are for the edges to refuse.
     double largestKey = -kInfinity;
-    std::size_t near = 0;
+    std::size_t nearby = 0;
     for (const Case& one : cases) {
       if (one.positive || one.fixed || one.dist > farthest) continue;
       largestKey = std::max(largestKey, one.edgeKey);
-      ++near;
+      ++nearby;
     }
     if (!(largestKey < leastKey)) {
       return {{},
-              CountText(near, "negative") + (near == 1 ? " differs" : " differ") +
+              CountText(nearby, "negative") + (nearby == 1 ? " differs" : " differ") +
                   " no more than the farthest positive (" + Digits(farthest) +
                   "), and edges do not tell them apart"};
     }

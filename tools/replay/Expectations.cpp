@@ -79,12 +79,12 @@ bool Meets(const ReplayedHit& replayed, const ExpectedHit& expected) {
   const auto same = [](const std::optional<std::int64_t>& wanted, std::int64_t got) {
     return !wanted || *wanted == got;
   };
-  const auto near = [](const std::optional<double>& wanted, float got) {
+  const auto closeTo = [](const std::optional<double>& wanted, float got) {
     return !wanted || std::abs(*wanted - static_cast<double>(got)) <= ScoreTolerance;
   };
   return client::ToUtf8(hit.name) == expected.name && same(expected.tMs, replayed.tMs) &&
          same(expected.cx, hit.cx) && same(expected.cy, hit.cy) && same(expected.w, hit.w) &&
-         same(expected.h, hit.h) && near(expected.score, hit.sq) && near(expected.edge, hit.edge);
+         same(expected.h, hit.h) && closeTo(expected.score, hit.sq) && closeTo(expected.edge, hit.edge);
 }
 
 // Walks both lists; a hit that fits an expectation further on shows that those before it are missing.
