@@ -130,6 +130,7 @@ TEST(Gates, Chroma) {
     EXPECT_EQ(ChromaGate(Inverted(icon), all, spec).Vetoes(), compared) << channel;
   }
   spec.chromaChannel = 1;
+  ExpectLimit(ChromaGate(icon, all, spec).limit, 0.88, {Spec});
   spec.chromaMin = 0.8;
   ExpectLimit(ChromaGate(icon, all, spec).limit, 0.8, {Spec});
 }
