@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Breaks the product one line at a time and tells whether the tests notice: each mutant of tests/mutants.txt is
+# Breaks the product one line at a time and reports what the tests miss: each mutant of tests/mutants.txt is
 # put into a copy of this tree, which is built and tested incrementally. Not part of the CI: it takes some ten
 # seconds a mutant.
 #

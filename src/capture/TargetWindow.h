@@ -25,10 +25,10 @@ struct MonitorEntry {
 // when there is none.
 [[nodiscard]] HWND FindTargetWindow(const std::wstring& target);
 
-// Refreshes the spec's target fields and says what they were set from; targetValid tells whether the target
-// is usable now. A window that the spec brings along is kept as long as it exists, else one is searched for:
-// the worker's copies of the store bring none, so it searches in every tick. `windows` is listed when it is
-// first needed, and serves all specs of a tick.
+// Binds the spec to its target window, sets the spec's target fields and returns the binding. A window that
+// the spec already has is kept as long as it exists; otherwise one is searched for. The worker's copies of
+// the store have none, so it searches in every tick. `windows` is listed when it is first needed, and serves
+// all specs of a tick.
 TargetBinding BindTarget(TemplateSpec& spec, std::optional<std::vector<SystemWindow>>& windows);
 
 // The same for one spec alone.
