@@ -33,7 +33,8 @@ void AddSpecOptions(CommandModel& command, SpecArguments& arguments, SpecIs spec
               rules("--roi", "X,Y,W,H"));
   command.Add("--edge-min", &arguments.edgeMin, "Least edge correlation (0.75)", {.value = "N"});
   command.Add("--threshold", &arguments.threshold,
-              "Above 0.5 the least score, otherwise the largest difference (difference 0.1)", {.value = "N"});
+              "Above 0.5 the minimum score, otherwise the maximum difference (difference 0.1)",
+              {.value = "N"});
 }
 
 void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments) {

@@ -215,7 +215,7 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddApply(CommandLine& line) {
   const auto options = std::make_shared<Options>();
-  CommandModel& command = line.Add("apply", "Brings the worker's specs to what a file declares.",
+  CommandModel& command = line.Add("apply", "Syncs the worker with a spec file.",
                                    [options](Output& output) { return Run(*options, output); });
   command.Add("FILE", &options->file, "File that declares the specs", {.required = true});
   command.Add("--watch", &options->watch,
