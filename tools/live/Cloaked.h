@@ -5,8 +5,8 @@
 
 #include <windows.h>
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 [[nodiscard]] bool IsCloaked(HWND window);
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -8,7 +8,7 @@
 #include "capture/Dpi.h"
 #include "capture/MonitorChoice.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 namespace {
 
 int DegreesOf(DXGI_MODE_ROTATION rotation) {
@@ -62,4 +62,4 @@ std::vector<DesktopMonitor> ListDesktopMonitors() {
   return monitors;
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -11,7 +11,7 @@
 
 #include "specs/TemplateSpec.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 struct DesktopMonitor {
   HMONITOR handle = nullptr;
@@ -28,4 +28,4 @@ struct DesktopMonitor {
 
 [[nodiscard]] std::vector<DesktopMonitor> ListDesktopMonitors();
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -5,7 +5,7 @@
 #include "core/RegionGeometry.h"
 #include "live/Cloaked.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 std::vector<DesktopWindow> Describe(std::vector<SystemWindow>& listed) {
   std::vector<DesktopWindow> windows;
@@ -48,4 +48,4 @@ Exposure ExposureOf(const Rect& area, HWND window, const std::vector<DesktopWind
   return exposure;
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -12,7 +12,7 @@
 #include "capture/SystemWindow.h"
 #include "specs/TemplateSpec.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 struct DesktopWindow {
   HWND handle = nullptr;
@@ -42,4 +42,4 @@ struct Exposure {
 [[nodiscard]] Exposure ExposureOf(const Rect& area, HWND window, const std::vector<DesktopWindow>& windows,
                                   const std::vector<Rect>& screens);
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

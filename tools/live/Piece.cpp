@@ -12,7 +12,7 @@
 #include "text/Printable.h"
 #include "text/Wording.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 namespace {
 
 bool Contains(const Rect& outer, const Rect& inner) {
@@ -105,7 +105,7 @@ Piece CutPiece(const PieceChoice& choice) {
     spec.roi = piece.rect;
     const Rect region = RegionOnDesktop(spec);
     piece.monitor = MonitorOf(region, monitors);
-    const live::MonitorPicture picture = live::TakePicture(piece.monitor.handle, Quiet);
+    const MonitorPicture picture = TakePicture(piece.monitor.handle, Quiet);
     if (picture.bgra.empty()) throw std::runtime_error("the monitor cannot be captured: " + picture.fault);
     FrameImages images;
     ConvertFrame(picture.bgra, false, images);
@@ -123,4 +123,4 @@ Piece CutPiece(const PieceChoice& choice) {
   throw std::runtime_error("the window does not keep still");
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -13,7 +13,7 @@
 #include "live/DesktopWindows.h"
 #include "specs/TemplateSpec.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 struct PieceChoice {
   std::wstring target{};           // as in a spec; empty: found by the picked rectangle
@@ -37,4 +37,4 @@ struct Piece {
 // client area on one monitor, or that monitor cannot be captured.
 [[nodiscard]] Piece CutPiece(const PieceChoice& choice);
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

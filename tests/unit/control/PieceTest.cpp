@@ -11,7 +11,7 @@
 #include "picture/PngFile.h"
 #include "support/ScriptedDesktop.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 namespace {
 
 using test::RectAt;
@@ -103,4 +103,4 @@ TEST_F(PieceTest, PngFileHoldsPictureAndTexts) {
 }
 
 }  // namespace
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -1,9 +1,9 @@
 #include "live/Cloaked.h"
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 bool IsCloaked(HWND) {
   return false;
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

@@ -2,11 +2,11 @@
 
 #include <dwmapi.h>
 
-namespace quillmark::control {
+namespace quillmark::live {
 
 bool IsCloaked(HWND window) {
   DWORD cloaked = 0;
   return SUCCEEDED(::DwmGetWindowAttribute(window, DWMWA_CLOAKED, &cloaked, sizeof cloaked)) && cloaked != 0;
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::live

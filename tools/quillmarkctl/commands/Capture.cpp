@@ -27,6 +27,7 @@ namespace quillmark::control {
 namespace {
 
 namespace fs = std::filesystem;
+using live::Piece;
 
 constexpr char Notes[] =
     "The piece is saved as the worker would see it: where the system stretches the window, brought back to "
@@ -76,7 +77,7 @@ std::string NumberText(double number) {
 }
 
 PngTexts TextsOf(const Piece& piece) {
-  const DesktopMonitor& monitor = piece.monitor;
+  const live::DesktopMonitor& monitor = piece.monitor;
   return {{"Software", "quillmarkctl " QUILLMARK_VERSION},
           {"Target", client::ToUtf8(piece.target)},
           {"Program", client::ToUtf8(piece.window.program)},
@@ -95,7 +96,7 @@ Json JsonOf(const cv::Rect& r) {
 void Warn(const Piece& piece, Output& output) {
   if (piece.visible < 1.0) {
     std::string by;
-    for (const DesktopWindow& cover : piece.covers)
+    for (const live::DesktopWindow& cover : piece.covers)
       by += (by.empty() ? "\"" : ", \"") + Printable(cover.title) + "\"";
     output.Note("only " + std::to_string(static_cast<int>(piece.visible * 100.0)) +
                 " % of the piece could be seen; it is covered by " + by);
@@ -145,7 +146,7 @@ ExitCode Capture(const Options& options, Output& output) {
   }
   if (options.target.empty() && !options.pick)
     throw std::invalid_argument("give --target, or --pick the piece");
-  PieceChoice choice;
+  live::PieceChoice choice;
   if (!options.target.empty()) choice.target = client::Field("--target", options.target, client::TargetUnits);
   if (!options.rect.empty()) {
     const Rectangle r = ReadRectangle("--rect", options.rect);
@@ -158,7 +159,7 @@ ExitCode Capture(const Options& options, Output& output) {
     if (!choice.picked) return output.Fail(No, "given up");
   }
   // The terminal may be in the picture.
-  const Piece piece = output.Bar().Aside([&] { return CutPiece(choice); });
+  const Piece piece = output.Bar().Aside([&] { return live::CutPiece(choice); });
   WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
 
   const cv::Rect all(cv::Point(), piece.client);

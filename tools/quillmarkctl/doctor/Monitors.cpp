@@ -12,6 +12,8 @@
 namespace quillmark::control {
 namespace {
 
+using live::DesktopMonitor;
+
 bool IsOneColour(const cv::Mat& bgra) {
   cv::Mat channels[4];
   cv::split(bgra, channels);
@@ -69,7 +71,7 @@ Finding Overlap(const DesktopMonitor& first, const DesktopMonitor& second) {
 }  // namespace
 
 Findings ExamineMonitors() {
-  const std::vector<DesktopMonitor> monitors = ListDesktopMonitors();
+  const std::vector<DesktopMonitor> monitors = live::ListDesktopMonitors();
   if (monitors.empty()) {
     return {{.level = Level::Problem,
              .topic = "monitor",

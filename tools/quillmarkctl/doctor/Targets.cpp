@@ -16,6 +16,8 @@
 namespace quillmark::control {
 namespace {
 
+using live::DesktopWindow;
+
 constexpr char Topic[] = "target";
 
 int WidthOf(const Rect& rect) {
@@ -104,11 +106,11 @@ Finding ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
     return finding;
   }
   std::vector<Rect> screens;
-  for (const DesktopMonitor& monitor : ListDesktopMonitors()) {
+  for (const live::DesktopMonitor& monitor : live::ListDesktopMonitors()) {
     screens.push_back(monitor.rect);
     if (monitor.handle == binding.monitor) finding.facts["monitor"] = monitor.number;
   }
-  const Exposure exposure = ExposureOf(binding.clientArea, winner.handle, windows, screens);
+  const live::Exposure exposure = live::ExposureOf(binding.clientArea, winner.handle, windows, screens);
   finding.text +=
       "; client area " + Describe(binding.clientArea) + ", " + Percent(exposure.visible) + " to be seen";
   if (binding.scale != 1.0) {
@@ -139,7 +141,7 @@ Finding ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
 Finding ExamineWindows() {
   Finding finding{.topic = "windows", .facts = {{"windows", Json::array()}}};
   std::vector<SystemWindow> listed = ListWindows();
-  for (const DesktopWindow& window : Describe(listed)) {
+  for (const DesktopWindow& window : live::Describe(listed)) {
     if (!window.Shown() || IsEmpty(window.outer)) continue;
     finding.details.push_back(Describe(window));
     finding.facts["windows"].push_back(FactsOf(window));
@@ -160,7 +162,7 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
   const TargetText meant(text);
   std::vector<SystemWindow> listed = ListWindows();
   const TargetBinding binding = FindBinding(text, listed);
-  const std::vector<DesktopWindow> windows = Describe(listed);
+  const std::vector<DesktopWindow> windows = live::Describe(listed);
 
   Finding matches{
       .topic = Topic,
