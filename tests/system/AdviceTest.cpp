@@ -44,18 +44,19 @@ TEST_F(Advice, LintSaysWhatItFoundAndEndsWithThatCode) {
 
   const Outcome found = Control({"lint", "--path", File("ok.png"), "--name", "ok:hs", "--roi", "0,0,30,40"});
   EXPECT_EQ(found.code, 1);
-  EXPECT_EQ(found.out,
-            "ok:hs: warning option-ignored: 'hs' is ignored; write mode=hs\n"
-            "      The worker does not know an option word or cannot read its number.\n"
-            "      So: The option is ignored without a message.\n"
-            "      Do: Use msN, fpsN, sq=D, mode=gray, bgr, s, h or hs, mon=primary, mon=N, fast or strict; "
-            "an upper-case suffix such as HS must stand alone after the name.\n"
-            "ok:hs: note region-tight: region 30 x 40, template 30 x 20\n"
-            "      The region is no wider or no taller than the template.\n"
-            "      So: A move by one pixel is missed; if the window is scaled or the screen's edge clips the "
-            "region, nothing is found.\n"
-            "      Do: Leave a few pixels around the template.\n"
-            "0 errors, 1 warning, 1 note in 1 spec.\n");
+  EXPECT_EQ(
+      found.out,
+      "ok:hs: warning option-ignored: 'hs' is ignored; write mode=hs\n"
+      "      The worker does not know an option word or cannot read its number.\n"
+      "      Effect: The option is ignored without a message.\n"
+      "      Fix: Use msN, fpsN, sq=D, mode=gray, bgr, s, h or hs, mon=primary, mon=N, fast or strict; "
+      "an upper-case suffix such as HS must stand alone after the name.\n"
+      "ok:hs: note region-tight: region 30 x 40, template 30 x 20\n"
+      "      The region is no wider or no taller than the template.\n"
+      "      Effect: A move by one pixel is missed; if the window is scaled or the screen's edge clips the "
+      "region, nothing is found.\n"
+      "      Fix: Leave a few pixels around the template.\n"
+      "0 errors, 1 warning, 1 note in 1 spec.\n");
   EXPECT_EQ(Control({"lint", "--path", File("ok.png"), "--name", "ok:hs", "--ignore", "option-ignored"}).code,
             0);
 

@@ -88,7 +88,7 @@ class Search {
     if (blocked != cases.end()) {
       const auto count = std::ranges::count_if(
           cases, [&](const Case& one) { return one.positive && one.fixed == blocked->fixed; });
-      return CountText(static_cast<std::size_t>(count), "positive") + " refused by " +
+      return CountText(static_cast<std::size_t>(count), "positive") + " rejected by " +
              std::string(explain::CodeOf(*blocked->fixed)) + ", which has no setting";
     }
     if (leastKey == -kInfinity) {
@@ -112,7 +112,7 @@ class Search {
   }
 
   [[nodiscard]] LimitRanges RangesFor(double nearest, std::optional<Separation> edgeMin) const {
-    // What is refused anyway had better be refused by its difference, too.
+    // What is rejected anyway had better be rejected by its difference, too.
     double nearestOfAll = kInfinity;
     for (const Case& one : cases) {
       if (!one.positive && one.compared) nearestOfAll = std::min(nearestOfAll, one.dist);

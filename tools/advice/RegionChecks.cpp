@@ -87,7 +87,7 @@ void CheckSecond(const ROIUnit& unit, const TemplateSpec& spec, const Verdict& b
   }
   const std::string refusal = RefusalText(probe, spec);
   facts.emplace_back("refusal", refusal);
-  list.Add(FindingCode::SecondClose, text + "; refused by " + refusal, std::move(facts));
+  list.Add(FindingCode::SecondClose, text + "; rejected by " + refusal, std::move(facts));
 }
 
 void CheckSight(const WindowPicture& window, const RegionOnFrame& place, const TemplateSpec& spec,
@@ -99,7 +99,7 @@ void CheckSight(const WindowPicture& window, const RegionOnFrame& place, const T
   progress(2);
   if (!probe.verdict.Accepted()) {
     const std::string refusal = RefusalText(probe, spec);
-    list.Add(FindingCode::NotOnPicture, "refused by " + refusal, {{"refusal", refusal}});
+    list.Add(FindingCode::NotOnPicture, "rejected by " + refusal, {{"refusal", refusal}});
     return;
   }
   CheckSecond(probe.unit, spec, probe.verdict, list);

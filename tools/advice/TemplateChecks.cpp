@@ -61,7 +61,7 @@ void CheckTemplate(const Subject& subject, const Probe& own, FindingList& list) 
   const Verdict& v = own.verdict;
   if (!v.Accepted()) {
     const std::string refusal = RefusalText(own, spec);
-    list.Add(FindingCode::NeverOnItself, "refused by " + refusal, {{"refusal", refusal}});
+    list.Add(FindingCode::NeverOnItself, "rejected by " + refusal, {{"refusal", refusal}});
   }
   if (v.traits.tiny) {
     list.Add(FindingCode::Tiny, std::to_string(v.tw) + " x " + std::to_string(v.th) + " pixels",

@@ -68,8 +68,8 @@ class Report {
     }
     std::string line = positive ? "Positives  " : "Negatives  ";
     line +=
-        std::to_string(right) + " of " + std::to_string(count) + (positive ? " are hits" : " are refused");
-    const char* separator = "; refused by ";
+        std::to_string(right) + " of " + std::to_string(count) + (positive ? " are hits" : " are rejected");
+    const char* separator = "; rejected by ";
     for (const auto& [code, times] : refusals) {
       line += std::exchange(separator, ", ") + code + " " + std::to_string(times);
     }
@@ -81,7 +81,7 @@ class Report {
     for (const Sample& sample : report.samples) {
       if (sample.IsRight()) continue;
       const std::string why =
-          sample.reason ? "refused by " + std::string(explain::CodeOf(*sample.reason)) : "a hit";
+          sample.reason ? "rejected by " + std::string(explain::CodeOf(*sample.reason)) : "a hit";
       const std::string difference =
           sample.verdict.found ? ", difference " + Digits(sample.verdict.dist) : std::string();
       Prose(2, "wrong: " + files[sample.picture] + ", " + why + difference);

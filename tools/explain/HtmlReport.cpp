@@ -150,10 +150,10 @@ class Article {
 
  private:
   void AddHeader() {
-    const char* const kind = e.IsHit() ? "hit" : "refused";
-    const char* const verdict = e.IsHit() ? "A hit" : e.sight ? "Refused" : "Not compared";
+    const char* const kind = e.IsHit() ? "hit" : "rejected";
+    const char* const verdict = e.IsHit() ? "A hit" : e.sight ? "Rejected" : "Not compared";
     std::string sentence = e.sentence;
-    for (const char* const begin : {"A hit: ", "Refused by ", "Not compared: "}) {
+    for (const char* const begin : {"A hit: ", "Rejected by ", "Not compared: "}) {
       if (sentence.starts_with(begin)) sentence = Capital(sentence.substr(std::string(begin).size()));
     }
     page << "<header><p class=\"kicker\">quillmarkctl explain &nbsp;/&nbsp; <code>"
@@ -287,7 +287,7 @@ class Article {
       }
       page << "</ul></div>\n";
     }
-    Section("What to do");
+    Section("Fix");
     page << "<div class=\"card\">" << Set(std::string(EntryOf(*e.reason).remedy)) << "</div>\n";
   }
 

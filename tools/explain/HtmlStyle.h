@@ -17,7 +17,7 @@ header { border-bottom: 1px solid var(--line); padding-bottom: 22px; margin-bott
 .kicker { margin: 0 0 10px; color: var(--soft); }
 h1 { margin: 0; font-size: 27px; line-height: 1.25; font-weight: 650; letter-spacing: -0.01em; }
 .lead { margin: 8px 0 0; font-size: 18px; max-width: 52em; }
-.hit { color: var(--good); } .refused { color: var(--bad); }
+.hit { color: var(--good); } .rejected { color: var(--bad); }
 .why { margin: 10px 0 0; color: var(--soft); max-width: 60em; }
 h2 { margin: 40px 0 14px; font-size: 17px; font-weight: 650; }
 h3 { margin: 22px 0 8px; font-size: 13px; font-weight: 600; color: var(--soft); }

@@ -51,7 +51,7 @@ std::string SentenceOf(const Explanation& e) {
   }
   const auto decisive =
       std::find_if(vetoes.begin(), vetoes.end(), [&](const Step* step) { return step->reason == e.reason; });
-  std::string text = "Refused by " + LowerFirst((*decisive)->title) + ": " + Against(**decisive, e);
+  std::string text = "Rejected by " + LowerFirst((*decisive)->title) + ": " + Against(**decisive, e);
   vetoes.erase(decisive);
   const Verdict& v = e.sight->verdict;
   if (!v.found || v.decidedBy == DecidingStep::Placement) return text + ".";  // there was no else
@@ -61,7 +61,7 @@ std::string SentenceOf(const Explanation& e) {
     if (i > 0) text += i + 1 == vetoes.size() ? " and " : ", ";
     text += LowerFirst(vetoes[i]->title) + " (" + Against(*vetoes[i], e) + ")";
   }
-  return text + " would refuse it too.";
+  return text + " would reject it too.";
 }
 
 }  // namespace quillmark::explain

@@ -9,7 +9,7 @@
 
 namespace quillmark::explain {
 
-// Such as "Refused by edge density: 0.091 against 0.042 +- 0.04; everything else passes." Its steps and its
+// Such as "Rejected by edge density: 0.091 against 0.042 +- 0.04; everything else passes." Its steps and its
 // reason are complete.
 [[nodiscard]] std::string SentenceOf(const Explanation& explanation);
 

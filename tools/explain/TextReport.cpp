@@ -121,7 +121,7 @@ class Report {
     if (!e.remedies.empty()) Line("What would have made it a hit:");
     for (const Remedy& remedy : e.remedies)
       Line("  " + Wrapped(remedy.change + "  " + remedy.text, 2, width));
-    Line(Wrapped("What to do: " + std::string(EntryOf(*e.reason).remedy), 0, width));
+    Line(Wrapped("Fix: " + std::string(EntryOf(*e.reason).remedy), 0, width));
   }
 
   const Explanation& e;

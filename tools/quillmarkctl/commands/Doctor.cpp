@@ -58,8 +58,8 @@ void Show(const Finding& finding, Output& output) {
   const std::string indent = '\n' + std::string(Indent, ' ');
   for (const std::string& detail : finding.details) text += indent + output.Wrapped(detail, Indent + 4);
   if (finding.level != Level::Ok) {
-    text += indent + output.Wrapped("So: " + finding.consequence, Indent + 4);
-    text += indent + output.Wrapped("Do: " + finding.remedy, Indent + 4);
+    text += indent + output.Wrapped("Effect: " + finding.consequence, Indent + 4);
+    text += indent + output.Wrapped("Fix: " + finding.remedy, Indent + 4);
   }
   output.Print({{"type", "finding"},
                 {"level", level},

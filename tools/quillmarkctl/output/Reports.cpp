@@ -36,8 +36,8 @@ void Show(const Finding& finding, const std::vector<LintSpec>& specs, Output& ou
   const std::string text =
       spec + ": " + output.Styled(Styles[static_cast<int>(entry.severity)], severity + ' ' + id) +
       (other.empty() ? "" : " " + other) + ": " + finding.text + indent + output.Wrapped(meaning, Indent) +
-      indent + output.Wrapped("So: " + consequence, Indent + 4) + indent +
-      output.Wrapped("Do: " + remedy, Indent + 4);
+      indent + output.Wrapped("Effect: " + consequence, Indent + 4) + indent +
+      output.Wrapped("Fix: " + remedy, Indent + 4);
   output.Print({{"type", "finding"},
                 {"code", id},
                 {"severity", severity},
