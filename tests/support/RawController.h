@@ -29,6 +29,7 @@ struct RawCommand {
   std::wstring target{}, name{}, path{};
   std::int32_t x = 0, y = 0, width = 0, height = 0;
   float edgeMin = 0.0f, threshold = 0.0f;
+  bool operator==(const RawCommand&) const = default;
 };
 
 struct RawHit {

@@ -1,4 +1,4 @@
-// That a poll without commands leaves the shared header alone: it is made on write-protected pages.
+// Polls write-protected pages: without commands, a poll must not write to the shared header.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -12,7 +12,7 @@
 namespace quillmark::test {
 namespace {
 
-// Lines of the process's mappings of the ring.
+// The lines of /proc/self/maps that name the ring.
 std::set<std::string> MappingsOfTheRing() {
   std::ifstream maps("/proc/self/maps");
   std::set<std::string> found;

@@ -1,4 +1,4 @@
-// The version calls, scripted: this program's own definitions stand before the platform's.
+// Scripted version calls: this program's definitions replace the platform's.
 #include "ipc/ProductVersion.h"
 
 #include <gtest/gtest.h>
@@ -65,7 +65,7 @@ extern "C" BOOL WINAPI VerQueryValueW(LPCVOID, LPCWSTR query, LPVOID* value, UIN
 namespace quillmark::test {
 namespace {
 
-TEST(ProductVersion, TakesTheBestOfWhatTheProgramTells) {
+TEST(ProductVersion, TakesTheTextThenTheNumbersThenTheBuildsOwn) {
   const std::wstring fallback = L"" QUILLMARK_VERSION, numbers = L"1.2.65535.0";
   const struct {
     const char* what;

@@ -1,4 +1,4 @@
-// What the tests of both rings share: a session of their own, a controller at the other end, and the log.
+// Shared by the tests of both rings: sessions, named objects, the log, and bytes at offsets.
 //
 // Threading: one test at a time.
 #pragma once
@@ -20,7 +20,7 @@
 
 namespace quillmark::test {
 
-// For tests that reach the process's own hit ring: it stays in the session it was opened in.
+// For tests that write to the process's hit ring, which stays in the session in which it was opened.
 inline const PrivateSession& ProgramSession() {
   static const PrivateSession session;
   return session;
@@ -35,7 +35,7 @@ inline HANDLE MakeEvent(const wchar_t* name) {
 
 class LogReader {
  public:
-  // Logged texts that hold this one, of every line logged before the call.
+  // How often the text occurs in what was logged before the call.
   std::size_t Count(std::string_view text) {
     static std::atomic<int> marks{0};
     const std::string mark = "mark " + std::to_string(++marks) + ".";

@@ -15,13 +15,14 @@ TemplateSpec Named(const wchar_t* name) {
   return spec;
 }
 
-// What a name sets; what is not given is what a spec has from the start.
+// What a name sets. The defaults are a spec's.
 struct Meaning {
   int intervalMs = 0;
   MatchMode mode = MatchMode::Gray;
   double maxDiff = 0.1;
   int monitorPin = 0, frameDivisor = 1;
   bool redHint = false, colorGate = false;
+  bool operator==(const Meaning&) const = default;
 };
 
 struct Case {
@@ -33,22 +34,18 @@ struct Case {
 void Expect(const std::vector<Case>& cases, void (*apply)(TemplateSpec&)) {
   for (const auto& [names, left, meaning] : cases) {
     for (const wchar_t* name : names) {
-      SCOPED_TRACE(testing::PrintToString(std::wstring(name)));
-      TemplateSpec spec = Named(name);
-      apply(spec);
-      EXPECT_EQ(spec.name, left);
-      EXPECT_EQ(spec.intervalMs, meaning.intervalMs);
-      EXPECT_EQ(spec.mode, meaning.mode);
-      EXPECT_DOUBLE_EQ(spec.maxDiff, meaning.maxDiff);
-      EXPECT_EQ(spec.monitorPin, meaning.monitorPin);
-      EXPECT_EQ(spec.frameDivisor, meaning.frameDivisor);
-      EXPECT_EQ(spec.redHint, meaning.redHint);
-      EXPECT_EQ(spec.colorGate, meaning.colorGate);
+      TemplateSpec s = Named(name);
+      apply(s);
+      EXPECT_EQ(s.name, left) << testing::PrintToString(std::wstring(name));
+      EXPECT_EQ(
+          (Meaning{s.intervalMs, s.mode, s.maxDiff, s.monitorPin, s.frameDivisor, s.redHint, s.colorGate}),
+          meaning)
+          << testing::PrintToString(std::wstring(name));
     }
   }
 }
 
-TEST(NameSuffix, SetsWhatItSaysAndLeavesTheName) {
+TEST(NameSuffix, IsAppliedAndCutOffTheName) {
   Expect({{{L""}, L""},
           {{L"btn", L"btn:GRAY", L"btn:FPS100", L"btn:FPS99999999999999999999", L"btn:FPS-5", L"btn:FPS",
             L"btn:FPSx", L"btn:MS-30", L"btn:MS5"},
@@ -77,13 +74,14 @@ TEST(NameSuffix, SetsWhatItSaysAndLeavesTheName) {
          &ApplyNameSuffix);
 }
 
-TEST(NameOptions, ApplyWordsFromLeftToRight) {
+TEST(NameOptions, AreAppliedFromLeftToRight) {
   Expect({{{L"btn", L"btn:", L"btn:unknown", L"btn:h", L"btn:ms:ms-3:msx:ms0", L"btn:ms0x10:ms+ 5",
             L"btn:ms2147483648", L"btn:fps0", L"btn:fps-5", L"btn:sq=1", L"btn:sq=0",
             L"btn:sq=nan:sq=inf:sq=-0.2:sq=1e999", L"btn:sq=", L"btn:mode=bgr:mode=gray",
             L"btn:mon=0:mon=x:mon=-1", L"btn:strictly:fast "},
            L"btn"},
           {{L"btn::ms5:"}, L"btn", {.intervalMs = 5}},
+          {{L"\u0391\u00C4\u0130:MS9:\u212Aelvin"}, L"\u0391\u00C4\u0130", {.intervalMs = 9}},
           {{L":ms9"}, L"", {.intervalMs = 9}},
           {{L"btn:ms150", L"btn:ms150x"}, L"btn", {.intervalMs = 150}},
           {{L"btn:ms \t+7", L"btn:ms7:ms:ms-3:msx:ms0"}, L"btn", {.intervalMs = 7}},
@@ -113,7 +111,7 @@ TEST(NameOptions, ApplyWordsFromLeftToRight) {
          &ApplyNameOptions);
 }
 
-TEST(NameOptions, HandleRedWhereverItStands) {
+TEST(NameOptions, SwitchTheRedTestsOnForRedAnywhereInTheName) {
   for (const wchar_t* name : {L"red", L"Bored", L"btn:mode=bgr:red", L"x:shReDder"}) {
     TemplateSpec spec = Named(name);
     spec.chromaMin = 0.5;
@@ -122,21 +120,13 @@ TEST(NameOptions, HandleRedWhereverItStands) {
     EXPECT_EQ(spec.chromaChannel, 1);
     EXPECT_EQ(spec.chromaMin, 0.88);
   }
-  TemplateSpec hinted = Named(L"btn");
-  hinted.redHint = true;
-  ApplyNameOptions(hinted);
-  EXPECT_TRUE(hinted.colorGate);
-  TemplateSpec plain = Named(L"re:d");
-  ApplyNameOptions(plain);
-  EXPECT_FALSE(plain.redHint || plain.colorGate);
-  EXPECT_EQ(plain.chromaChannel, 0);
-}
-
-TEST(NameOptions, LowerOnlyAToZ) {
-  TemplateSpec spec = Named(L"\u0391\u00C4\u0130:MS9:\u212Aelvin");
-  ApplyNameOptions(spec);
-  EXPECT_EQ(spec.name, L"\u0391\u00C4\u0130");
-  EXPECT_EQ(spec.intervalMs, 9);
+  for (const bool redHint : {false, true}) {
+    TemplateSpec spec = Named(L"re:d");
+    spec.redHint = redHint;
+    ApplyNameOptions(spec);
+    EXPECT_EQ(spec.colorGate, redHint);
+    EXPECT_EQ(spec.chromaChannel, redHint ? 1 : 0);
+  }
 }
 
 }  // namespace

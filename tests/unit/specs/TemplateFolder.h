@@ -23,6 +23,10 @@ inline FileBytes Encoded(const cv::Mat& image, const char* extension = ".png") {
   return file;
 }
 
+inline bool SameImage(const cv::Mat& a, const cv::Mat& b) {
+  return a.type() == b.type() && a.size() == b.size() && cv::norm(a, b, cv::NORM_INF) == 0.0;
+}
+
 class TemplateFolder {
  public:
   // Names are UTF-8.
