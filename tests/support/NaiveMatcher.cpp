@@ -39,16 +39,13 @@ Sums SumUp(const Planes& image, const Planes& tpl, cv::Point at) {
   return s;
 }
 
-ScoreMap ScoreEverywhere(const Planes& image, const Planes& tpl,
-                         const std::function<double(const Sums&)>& score) {
-  if (image.empty() || tpl.empty()) return {};
-  const cv::Size positions(image[0].cols - tpl[0].cols + 1, image[0].rows - tpl[0].rows + 1);
-  if (positions.width < 1 || positions.height < 1) return {};
-  ScoreMap map(positions, 0.0);
-  for (int y = 0; y < positions.height; ++y) {
-    for (int x = 0; x < positions.width; ++x) map.At({x, y}) = score(SumUp(image, tpl, {x, y}));
+cv::Mat ScoreEverywhere(const Planes& image, const Planes& tpl,
+                        const std::function<double(const Sums&)>& score) {
+  cv::Mat scores(image[0].rows - tpl[0].rows + 1, image[0].cols - tpl[0].cols + 1, CV_64F);
+  for (int y = 0; y < scores.rows; ++y) {
+    for (int x = 0; x < scores.cols; ++x) scores.at<double>(y, x) = score(SumUp(image, tpl, {x, y}));
   }
-  return map;
+  return scores;
 }
 
 double SquaredDifference(const Sums& s) {
@@ -74,29 +71,18 @@ double Variance(const Planes& plane) {
 
 }  // namespace
 
-cv::Point ScoreMap::First(bool largest) const {
-  cv::Point first;
-  for (int y = 0; y < scores_.rows; ++y) {
-    for (int x = 0; x < scores_.cols; ++x) {
-      const double score = At({x, y});
-      if (largest ? score > At(first) : score < At(first)) first = {x, y};
-    }
-  }
-  return first;
-}
-
-ScoreMap NaiveSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl) {
+cv::Mat NaiveSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl) {
   return ScoreEverywhere(InDouble(image), InDouble(tpl), NormedDifference);
 }
 
-ScoreMap NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl) {
+cv::Mat NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl) {
   if (std::sqrt(Variance(InDouble(tpl))) >= 3.0) return NaiveSqDiffNormed(gray, tpl);
   const double scale = static_cast<double>(tpl.total()) * 255.0 * 255.0;
   return ScoreEverywhere(InDouble(gray), InDouble(tpl),
                          [scale](const Sums& s) { return SquaredDifference(s) / scale; });
 }
 
-ScoreMap NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl) {
+cv::Mat NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl) {
   // The angle is a single-precision number, so the cosine of 90 degrees is tiny but not 0; normalised, a flat
   // ground of that hue counts as much as any other.
   const auto turned = [](const cv::Mat& hues, double (*turn)(double)) {
@@ -106,14 +92,9 @@ ScoreMap NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl) {
     }
     return planes;
   };
-  const ScoreMap cosines = ScoreEverywhere(turned(hue, std::cos), turned(tpl, std::cos), NormedProduct);
-  ScoreMap scores = ScoreEverywhere(turned(hue, std::sin), turned(tpl, std::sin), NormedProduct);
-  for (int y = 0; y < scores.Size().height; ++y) {
-    for (int x = 0; x < scores.Size().width; ++x) {
-      scores.At({x, y}) = 0.5 * (scores.At({x, y}) + cosines.At({x, y}));
-    }
-  }
-  return scores;
+  const cv::Mat cosines = ScoreEverywhere(turned(hue, std::cos), turned(tpl, std::cos), NormedProduct);
+  const cv::Mat sines = ScoreEverywhere(turned(hue, std::sin), turned(tpl, std::sin), NormedProduct);
+  return 1.0 - 0.5 * (cosines + sines);
 }
 
 double NaiveCorrelation(const cv::Mat& a, const cv::Mat& b) {

@@ -53,7 +53,7 @@ TEST_F(RegionCutTest, CopiesWithinAHundredthOfTemplateScaleAndScalesElse) {
   }
 }
 
-TEST_F(RegionCutTest, LeavesAPixelOfWhatIsSmallerThanOne) {
+TEST_F(RegionCutTest, GivesAtLeastAPixel) {
   const ROIUnit unit = CutAt({33, 26, 10, 10}, 3.0, 3.0);
   EXPECT_EQ(unit.gray.size(), cv::Size(1, 1));
   EXPECT_TRUE(unit.clipped);
