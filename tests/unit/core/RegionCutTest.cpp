@@ -12,20 +12,47 @@ namespace {
 class RegionCutTest : public ::testing::Test {
  protected:
   RegionCutTest() {
-    Random random(5);
-    ConvertFrame(Noise(random, {100, 80}, CV_8UC4), true, images);
+    Show(true);
     spec.targetRect = {0, 0, 300, 300};
   }
-  [[nodiscard]] ROIUnit CutAt(const cv::Rect& roi, double sx, double sy) {
+  void Show(bool needsHsv) { ConvertFrame(Noise(random, {100, 80}, CV_8UC4), needsHsv, images); }
+  [[nodiscard]] ROIUnit CutAt(const cv::Rect& roi, double sx = 1.0, double sy = 1.0) {
     spec.roi = roi;
     spec.targetScaleX = sx;
     spec.targetScaleY = sy;
     return CutRegion(spec, PlaceRegion(spec, {0, 0, 100, 80}), images, {0, 0});
   }
 
+  Random random{5};
   FrameImages images;
   TemplateSpec spec;
 };
+
+TEST_F(RegionCutTest, PlacesRegionsInsideTheClientArea) {
+  constexpr int kMax = 2147483647;
+  const struct {
+    cv::Rect roi;
+    double scale;
+    Rect expected;
+  } table[] = {
+      {{10, 20, 100, 50}, 1.5, {55, 60, 205, 130}},
+      {{0, 0, 200, 100}, 1.0, {40, 30, 240, 130}},
+      {{-10, -10, 50, 50}, 1.0, {40, 30, 80, 70}},
+      {{150, 60, 500, 500}, 1.0, {190, 90, 240, 130}},
+      {{200, 0, 50, 50}, 1.0, {240, 30, 240, 80}},
+      {{0, -60, 50, 50}, 1.0, {40, 30, 90, 30}},
+      {{0, 0, 0, 0}, 1.0, {40, 30, 41, 31}},
+      {{kMax, 0, kMax, 50}, 1.0, {240, 30, 240, 80}},
+      {{-kMax - 1, 0, kMax, kMax}, 1.0, {40, 30, 40, 130}},
+      {{-100, 0, kMax, kMax}, 1.0, {40, 30, 240, 130}},
+  };
+  spec.targetRect = {40, 30, 240, 130};
+  for (const auto& c : table) {
+    spec.roi = c.roi;
+    spec.targetScaleX = spec.targetScaleY = c.scale;
+    EXPECT_EQ(PlaceRegion(spec, {0, 0, 320, 240}).region, c.expected) << c.roi;
+  }
+}
 
 TEST_F(RegionCutTest, CopiesWithinAHundredthOfTemplateScaleAndScalesElse) {
   constexpr int kCopy = -1;
@@ -59,12 +86,31 @@ TEST_F(RegionCutTest, GivesAtLeastAPixel) {
   EXPECT_TRUE(unit.clipped);
 }
 
-TEST_F(RegionCutTest, TakesHueAndSaturationFromTheirPlanes) {
-  const ROIUnit unit = CutAt({10, 5, 30, 20}, 1.0, 1.0);
-  cv::Mat planes[3];
+TEST_F(RegionCutTest, CropsKeepTheirPixelsWhenTheNextFrameComes) {
+  const ROIUnit unit = CutAt({10, 5, 30, 20});
+  const cv::Mat bgr = unit.bgr.clone();
+  Show(true);
+  EXPECT_EQ(cv::norm(unit.bgr, bgr, cv::NORM_INF), 0.0);
+  cv::Mat gray, planes[3];
+  cv::cvtColor(unit.bgr, gray, cv::COLOR_BGR2GRAY);
   cv::split(unit.hsv, planes);
+  EXPECT_EQ(cv::norm(unit.gray, gray, cv::NORM_INF), 0.0);
   EXPECT_EQ(cv::norm(unit.hue, planes[0], cv::NORM_INF), 0.0);
   EXPECT_EQ(cv::norm(unit.sat, planes[1], cv::NORM_INF), 0.0);
+  Show(false);
+  EXPECT_TRUE(CutAt({10, 5, 30, 20}).hsv.empty());
+}
+
+TEST_F(RegionCutTest, HsvIsNeededByItsModesAndColourTests) {
+  for (const MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS}) {
+    spec.mode = mode;
+    EXPECT_EQ(NeedsHsv(spec), mode >= MatchMode::S);
+  }
+  for (const auto member : {&TemplateSpec::colorGate, &TemplateSpec::redHint, &TemplateSpec::vividFlat}) {
+    TemplateSpec grey;
+    grey.*member = true;
+    EXPECT_TRUE(NeedsHsv(grey));
+  }
 }
 
 }  // namespace

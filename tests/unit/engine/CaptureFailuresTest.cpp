@@ -1,9 +1,9 @@
 // What a tick does when calls fail and memory runs out.
+#include <functional>
 #include <memory>
 #include <new>
-#include <vector>
 
-#include "CaptureTick.h"
+#include "EngineFixture.h"
 #include "FailingResources.h"
 #include "support/DebugOutputCapture.h"
 
@@ -15,25 +15,42 @@ using test::RectAt;
 
 constexpr std::int64_t afterEveryDelay = 1000;  // ms
 
-class CaptureFailures : public CaptureTickTest {
+class CaptureFailures : public EngineFixture {
  protected:
-  using Contexts = std::vector<std::weak_ptr<DuplicationContext>>;
-
-  static std::ptrdiff_t Gone(const Contexts& contexts) {
-    return std::ranges::count_if(contexts, &Contexts::value_type::expired);
+  // Two monitors, and a region on both.
+  void ShowOneSpecOnTwoMonitors() {
+    AddMonitor(0, 0);
+    AddMonitor(300, 0);
+    OpenWindow(RectAt(250, 10, 100, 100));
+    AddSpec({0, 0, 100, 50});
+  }
+  // Ticks with the first allocation failing, then the second, and so on until a tick needs fewer.
+  void FailEachAllocationOfATick(const std::function<void(int)>& before,
+                                 const std::function<void(const Jobs&, int)>& after) {
+    int failed = 0;
+    for (int n = 1; failed == n - 1; ++n) {
+      before(n);
+      Jobs jobs;
+      test::FailNthAllocation(n);
+      try {
+        jobs = probe.Tick(afterEveryDelay);
+      } catch (const std::bad_alloc&) {  // outside of any monitor's turn
+      }
+      if (test::FailNthAllocation(0) == 0) ++failed;
+      after(jobs, n);
+    }
+    EXPECT_GT(failed, 10);
   }
 };
 
 TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesOn) {
-  const layer::MonitorId first = AddMonitor(0, 0, 300, 200);
-  AddMonitor(300, 0, 300, 200);
-  OpenWindow(RectAt(250, 10, 100, 100));
-  AddSpec({0, 0, 100, 50});
+  ShowOneSpecOnTwoMonitors();
+  const HMONITOR first = test::HandleOf(desktop->Monitors()[0].id);
   test::DebugOutputCapture output;
   EXPECT_EQ(UnitsIn(Tick()), 2u);
   for (int tick = 0; tick < 5; ++tick) {
     desktop->FailNth(Call::Duplicate, 1);
-    engine.DropContext(test::HandleOf(first));
+    engine.DropContext(first);
     EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u) << tick;
   }
   desktop->Heal();
@@ -42,81 +59,59 @@ TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesO
   EXPECT_EQ(output.Count("DuplicateOutput failed"), 1u);
 
   desktop->FailNth(Call::OpenDevice, 1);
-  engine.DropContext(test::HandleOf(first));
+  engine.DropContext(first);
   Tick();
   EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "another text is news";
 }
 
-// Memory that runs out anywhere in a tick ends the turn: the frame is given back, the engine goes on.
 TEST_F(CaptureFailures, ExceptionAnywhereInATickGivesTheFrameBack) {
-  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50}).intervalMs = 1;
-  int failed = 0;
-  for (int n = 1; failed == n - 1; ++n) {
-    engine.DropContext(test::HandleOf(monitor));
-    test::FailNthAllocation(n);
-    try {
-      probe.Tick(afterEveryDelay);
-    } catch (const std::bad_alloc&) {  // outside of any monitor's turn
-    }
-    if (test::FailNthAllocation(0) == 0) ++failed;
-    EXPECT_EQ(desktop->HeldFrames(), 0) << n;
-  }
-  EXPECT_GT(failed, 10);
+  const HMONITOR monitor = ShowOneSpec();
+  Specs().specs[0].intervalMs = 1;
+  FailEachAllocationOfATick([&](int) { engine.DropContext(monitor); },
+                            [&](const Jobs&, int n) { EXPECT_EQ(desktop->HeldFrames(), 0) << n; });
   Specs().specs[0].intervalMs = 0;
   EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u);
 }
 
 TEST_F(CaptureFailures, TurnThatRaisesBeforeItsJobIsQueuedBeginsNoInterval) {
-  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  int failed = 0;
-  for (int n = 1; failed == n - 1; ++n) {
-    Specs().specs.clear();
-    for (const wchar_t* name : {L"first", L"second"}) {
-      AddSpec({0, 0, 50, 50}, {8, 8}, name + std::to_wstring(n)).intervalMs = 3'600'000;
-    }
-    desktop->Refresh(monitor);
-    std::size_t units = 0;
-    test::FailNthAllocation(n);
-    try {
-      units = UnitsIn(probe.Tick(afterEveryDelay));
-    } catch (const std::bad_alloc&) {
-    }
-    if (test::FailNthAllocation(0) == 0) ++failed;
-    EXPECT_GE(units + UnitsIn(Tick(afterEveryDelay)), 2u) << n;
-  }
-  EXPECT_GT(failed, 10);
+  ShowOneSpec();
+  FailEachAllocationOfATick(
+      [&](int n) {
+        Specs().specs.clear();
+        for (const wchar_t* name : {L"first", L"second"}) {
+          AddSpec({0, 0, 50, 50}, name + std::to_wstring(n)).intervalMs = 3'600'000;
+        }
+        RefreshAll();
+      },
+      [&](const Jobs& jobs, int n) { EXPECT_GE(UnitsIn(jobs) + UnitsIn(Tick(afterEveryDelay)), 2u) << n; });
 }
 
 TEST_F(CaptureFailures, FaultyContextIsReplacedAloneAfter200MsAndLoggedOnce) {
-  const HMONITOR monitors[] = {test::HandleOf(AddMonitor(0, 0, 300, 200)),
-                               test::HandleOf(AddMonitor(300, 0, 300, 200))};
-  OpenWindow(RectAt(250, 10, 100, 100));
-  AddSpec({0, 0, 100, 50});
+  ShowOneSpecOnTwoMonitors();
   for (const auto& [call, text] :
        {std::pair{Call::Acquire, "access lost (0x887A0026)"}, {Call::Map, "capture failed (0x8007000E)"}}) {
     test::DebugOutputCapture output;
     EXPECT_EQ(UnitsIn(Tick()), 2u);
-    const Contexts contexts{engine.GetContext(monitors[0]), engine.GetContext(monitors[1])};
+    std::vector<std::weak_ptr<DuplicationContext>> contexts;
+    for (const auto& monitor : desktop->Monitors()) {
+      contexts.push_back(engine.GetContext(test::HandleOf(monitor.id)));
+    }
+    const auto gone = [&] { return contexts[0].expired() + contexts[1].expired(); };
     desktop->FailNth(call, 1);
     EXPECT_EQ(UnitsIn(Tick()), 1u);
-    EXPECT_EQ(UnitsIn(Tick(199)), 2u) << "it was a passing fault, and the context is still there";
-    EXPECT_EQ(Gone(contexts), 0);
+    EXPECT_EQ(UnitsIn(Tick(199)), 2u) << "a passing fault: the context is still there";
+    EXPECT_EQ(gone(), 0);
     EXPECT_EQ(UnitsIn(Tick(1)), 2u);
-    EXPECT_EQ(Gone(contexts), 1);
+    EXPECT_EQ(gone(), 1);
     Tick(1000);
-    EXPECT_EQ(Gone(contexts), 1);
+    EXPECT_EQ(gone(), 1);
     EXPECT_TRUE(output.WaitForLine(text));
     EXPECT_EQ(output.Count("[Capture]"), 1u);
   }
 }
 
 TEST_F(CaptureFailures, ContextThatCannotBeMadeIsTriedLessOftenUntilTheDisplayChanges) {
-  AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
+  ShowOneSpec();
   desktop->FailAlways(Call::Duplicate);
   for (int tick = 0; tick < 250; ++tick) Tick();  // 5 s
   EXPECT_EQ(desktop->UsesOf(Call::Duplicate), 9);
@@ -126,35 +121,29 @@ TEST_F(CaptureFailures, ContextThatCannotBeMadeIsTriedLessOftenUntilTheDisplayCh
   EXPECT_EQ(UnitsIn(Tick()), 1u);
 }
 
-// Each change gives the monitor another handle, and none leaves the time for a rebind.
+// Each change gives the monitor another handle, and none leaves time for a rebind.
 TEST_F(CaptureFailures, StormOfModeChangesLeavesNothingBehind) {
-  layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
+  ShowOneSpec();
   for (int change = 0; change < 300; ++change) {
-    desktop->RemoveMonitor(monitor);
-    monitor = AddMonitor(0, 0, 300 + change % 2, 200);
+    desktop->RemoveMonitor(desktop->Monitors()[0].id);
+    AddMonitor(0, 0, 300 + change % 2);
     EXPECT_EQ(UnitsIn(Tick()), 1u) << change;
     ASSERT_EQ(desktop->OpenDuplications(), 1) << change;
     ASSERT_EQ(probe.RememberedMonitors(), 1u) << change;
   }
 }
 
-// Every platform call on the road of a frame fails once at its n-th use: the tick survives it, nothing stays
-// held, and the next ticks deliver again.
 TEST_F(CaptureFailures, AnyCallMayFailOnceWithoutLastingHarm) {
-  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
+  const HMONITOR monitor = ShowOneSpec();
   for (int call = 0; call < test::callCount; ++call) {
     for (int n = 1; n <= 3; ++n) {
-      engine.DropContext(test::HandleOf(monitor));
+      engine.DropContext(monitor);
       desktop->FailNth(static_cast<Call>(call), n);
       for (int tick = 0; tick < 3; ++tick) Tick();
       desktop->Heal();
       EXPECT_EQ(desktop->HeldFrames(), 0) << call << " use " << n;
       Tick();  // a frame that could not be released is given up with its context here
-      engine.DropContext(test::HandleOf(monitor));
+      engine.DropContext(monitor);
       EXPECT_EQ(UnitsIn(Tick()), 1u) << call << " use " << n;
     }
   }

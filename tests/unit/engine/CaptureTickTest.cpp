@@ -1,12 +1,10 @@
-// Which regions a tick cuts out of which monitor, tick by tick on the test's own thread.
+// Which regions a tick cuts out of which monitor's frame.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <opencv2/imgproc.hpp>
 
-#include "CaptureTick.h"
-#include "support/PrivateSession.h"
+#include "EngineFixture.h"
 #include "support/RawController.h"
 
 namespace quillmark {
@@ -14,174 +12,27 @@ namespace {
 
 using test::RectAt;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
-TEST_F(CaptureTickTest, CutsTheRegionOutOfTheFrame) {
-  AddMonitor(0, 0, 320, 240);
-  OpenWindow(RectAt(40, 30, 200, 100));
-  AddSpec({10, 20, 50, 40});
-  cv::Mat picture(240, 320, CV_8UC3);
-  cv::randu(picture, 0, 256);
-  desktop->Paint(picture);
+class CaptureTickTest : public EngineFixture {};
 
-  const ROIUnit unit = OnlyUnit(probe.Tick());
-  desktop->Paint(cv::Mat::zeros(240, 320, CV_8UC3));
-  EXPECT_EQ(UnitsIn(probe.Tick()), 1u) << "of a frame that must not show in the first one's unit";
-
-  EXPECT_EQ(RegionOf(unit), (Rect{50, 50, 100, 90}));
-  EXPECT_FALSE(unit.clipped);
-  cv::Mat gray;
-  cv::cvtColor(picture, gray, cv::COLOR_BGR2GRAY);
-  const cv::Rect crop(50, 50, 50, 40);
-  EXPECT_EQ(cv::norm(unit.bgr, picture(crop), cv::NORM_INF), 0.0);
-  EXPECT_EQ(cv::norm(unit.gray, gray(crop), cv::NORM_INF), 0.0);
-  EXPECT_TRUE(unit.hsv.empty() && unit.sat.empty() && unit.hue.empty());
-}
-
-TEST_F(CaptureTickTest, ConvertsToHsvOnlyForSpecsThatNeedIt) {
-  const struct {
-    const char* what;
-    void (*need)(TemplateSpec&);
-    bool hsv;
-  } table[] = {
-      {"grey", [](TemplateSpec&) {}, false},
-      {"bgr", [](TemplateSpec& s) { s.mode = MatchMode::Bgr; }, false},
-      {"s", [](TemplateSpec& s) { s.mode = MatchMode::S; }, true},
-      {"h", [](TemplateSpec& s) { s.mode = MatchMode::H; }, true},
-      {"hs", [](TemplateSpec& s) { s.mode = MatchMode::HS; }, true},
-      {"colour gate", [](TemplateSpec& s) { s.colorGate = true; }, true},
-      {"red hint", [](TemplateSpec& s) { s.redHint = true; }, true},
-      {"vivid and flat", [](TemplateSpec& s) { s.vividFlat = true; }, true},
-      {"grey after those", [](TemplateSpec&) {}, false},
-  };
-  AddMonitor(0, 0, 320, 240);
-  OpenWindow(RectAt(40, 30, 200, 100));
-  for (const auto& c : table) {
-    Specs().specs.clear();
-    c.need(AddSpec({0, 0, 30, 20}));
-    const ROIUnit unit = OnlyUnit(Tick());
-    EXPECT_EQ(!unit.hsv.empty(), c.hsv) << c.what;
-    EXPECT_EQ(unit.hue.size(), c.hsv ? cv::Size(30, 20) : cv::Size()) << c.what;
-    EXPECT_EQ(unit.sat.size(), unit.hue.size()) << c.what;
-  }
-}
-
-TEST_F(CaptureTickTest, MapsTheRegionAtTheTargetsScaleAndCutsItAtTemplateScale) {
-  AddMonitor(0, 0, 1920, 1080);
-  OpenWindow(RectAt(100, 200, 1000, 600), 144);
-  AddSpec({10, 20, 100, 50}, {40, 20});
-
-  const ROIUnit unit = OnlyUnit(Tick());
-
-  EXPECT_EQ(RegionOf(unit), (Rect{115, 230, 265, 305}));
-  EXPECT_FALSE(unit.clipped);
-  EXPECT_EQ(unit.gray.size(), cv::Size(100, 50));
-  EXPECT_EQ(unit.scaleX, 1.5);
-}
-
-TEST_F(CaptureTickTest, RegionsAreCutToTheClientArea) {
-  const struct {
-    cv::Rect roi;
-    Rect region;  // empty when nothing is left to schedule
-  } table[] = {
-      {{0, 0, 200, 100}, {40, 30, 240, 130}},
-      {{-10, -10, 50, 50}, {40, 30, 80, 70}},
-      {{150, 60, 500, 500}, {190, 90, 240, 130}},
-      {{200, 0, 50, 50}, {}},
-      {{0, -60, 50, 50}, {}},
-      {{0, 0, 7, 50}, {}},  // narrower than the template
-      {{0, 0, 8, 8}, {40, 30, 48, 38}},
-      {{0, 0, 0, 0}, {}},  // one pixel
-      {{2147483647, 0, 2147483647, 50}, {}},
-      {{-2147483647, 0, 2147483647, 50}, {}},
-      {{-2147483647 - 1, 0, 2147483647, 2147483647}, {}},
-      {{-100, 0, 2147483647, 2147483647}, {40, 30, 240, 130}},
-  };
-  AddMonitor(0, 0, 320, 240);
-  OpenWindow(RectAt(40, 30, 200, 100));
-  for (const auto& c : table) {
-    Specs().specs.clear();
-    AddSpec(c.roi);
-    const Jobs jobs = Tick();
-    if (c.region == Rect{}) {
-      EXPECT_EQ(UnitsIn(jobs), 0u) << c.roi;
-    } else {
-      EXPECT_EQ(RegionOf(OnlyUnit(jobs)), c.region) << c.roi;
-    }
-  }
-}
-
-TEST_F(CaptureTickTest, StraddlingRegionIsCutFromBothMonitors) {
-  AddMonitor(0, 0, 300, 200);
-  AddMonitor(-300, -50, 300, 200);
-  OpenWindow(RectAt(-60, 0, 120, 100));
-  AddSpec({0, 0, 120, 100});
-
+TEST_F(CaptureTickTest, CutsARegionFromEachMonitorItTouchesOrThePinnedOne) {
+  AddMonitor(0, 0);
+  AddMonitor(-300, -50);
+  const layer::WindowId window = OpenWindow(RectAt(-60, 0, 120, 100));
+  TemplateSpec& spec = AddSpec({0, 0, 120, 100});
   const Jobs jobs = Tick();
-
-  std::vector<Rect> regions;
-  for (const auto& job : jobs) {
-    for (const ROIUnit& unit : job->units) {
-      EXPECT_TRUE(unit.clipped);
-      EXPECT_EQ(unit.gray.size(), cv::Size(60, 100));
-      regions.push_back(RegionOf(unit));
-    }
-  }
-  EXPECT_THAT(regions, ::testing::UnorderedElementsAre(Rect{-60, 0, 0, 100}, Rect{0, 0, 60, 100}));
-}
-
-TEST_F(CaptureTickTest, PinChoosesTheMonitor) {
-  // Monitors in enumeration order: primary at 0, left one at -300.
-  const struct {
-    std::int32_t pin;
-    LONG windowLeft;
-    std::vector<int> left;  // left edges of the regions cut
-  } table[] = {
-      {0, 20, {20}},  {1, -280, {}},     {0, -280, {-280}},  {-1, 20, {20}},
-      {-1, -280, {}}, {1, 20, {20}},     {2, -280, {-280}},  {2, 20, {}},
-      {3, 20, {20}},  {3, -280, {-280}}, {-2, -280, {-280}},
-  };
-  AddMonitor(0, 0, 300, 200);
-  AddMonitor(-300, 0, 300, 200);
-  const layer::WindowId window = OpenWindow(RectAt(0, 0, 100, 100));
-  for (const auto& c : table) {
-    Specs().specs.clear();
-    AddSpec({0, 0, 50, 50}).monitorPin = c.pin;
-    desktop->MoveWindow(window, RectAt(c.windowLeft, 10, 100, 100));
-    std::vector<int> left;
-    for (const auto& job : Tick()) {
-      for (const ROIUnit& unit : job->units) left.push_back(unit.x);
-    }
-    EXPECT_EQ(left, c.left) << "pin " << c.pin << " at " << c.windowLeft;
-  }
-}
-
-TEST_F(CaptureTickTest, UnusableTargetsAreNotScheduled) {
-  AddMonitor(0, 0, 300, 200);
-  const layer::WindowId window = OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
-  EXPECT_EQ(UnitsIn(Tick()), 1u);
-  desktop->Minimize(window);
-  EXPECT_EQ(UnitsIn(Tick()), 0u) << "minimised";
-  desktop->Restore(window);
-  EXPECT_EQ(UnitsIn(Tick()), 1u) << "restored";
-  Specs().specs[0].target.clear();
-  EXPECT_EQ(UnitsIn(Tick()), 0u) << "without a target";
-}
-
-TEST_F(CaptureTickTest, DivisorTakesEveryNthFrame) {
-  AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50}).frameDivisor = 3;
-  std::vector<std::size_t> units;
-  for (int tick = 0; tick < 7; ++tick) units.push_back(UnitsIn(Tick()));
-  EXPECT_THAT(units, ElementsAre(1, 0, 0, 1, 0, 0, 1));
-  EXPECT_EQ(probe.FramesCaptured(), 7u);
+  EXPECT_THAT(RegionsIn(jobs), ::testing::UnorderedElementsAre(Rect{-60, 0, 0, 100}, Rect{0, 0, 60, 100}));
+  for (const auto& job : jobs) EXPECT_TRUE(job->units.at(0).clipped);
+  spec.monitorPin = -1;
+  EXPECT_THAT(RegionsIn(Tick()), ElementsAre(Rect{0, 0, 60, 100})) << "on the primary one";
+  spec.monitorPin = 9;
+  desktop->MoveWindow(window, RectAt(-160, 0, 120, 100));
+  EXPECT_THAT(RegionsIn(Tick()), ElementsAre(Rect{-160, 0, -40, 100})) << "on the nearest one";
 }
 
 TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitorsTogether) {
-  AddMonitor(0, 0, 300, 200);
-  AddMonitor(300, 0, 300, 200);
+  AddMonitor(0, 0);
+  AddMonitor(300, 0);
   OpenWindow(RectAt(250, 10, 100, 100));
   AddSpec({0, 0, 100, 50}).frameDivisor = 2;
   // Two frames a tick, one of them with an even number. A count for each monitor would give 2, 0, 2, 0.
@@ -190,15 +41,58 @@ TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitorsTogether) {
   EXPECT_THAT(units, ElementsAre(1, 1, 1, 1));
 }
 
-TEST_F(CaptureTickTest, TickSlowsDownAsJobsPileUp) {
-  std::vector<std::int64_t> intervals;
-  for (const std::size_t waiting : {0, 1, 2, 3, 4, 7, 8, 1000}) {
-    intervals.push_back(Tick::IntervalMs(waiting));
-  }
-  EXPECT_THAT(intervals, ElementsAre(20, 20, 33, 33, 50, 50, 80, 80));
+TEST_F(CaptureTickTest, QueuesAJobBehindThoseThatWaitEvenWithoutARegion) {
+  ShowOneSpec();
+  Specs().specs[0].roi = {0, 0, 4, 4};
+  const auto waiting = std::make_shared<FrameJob>();
+  probe.QueueJob(waiting);
+  const Jobs jobs = Tick();
+  ASSERT_EQ(jobs.size(), 2u);
+  EXPECT_EQ(jobs[0], waiting);
+  EXPECT_TRUE(jobs[1]->units.empty());
 }
 
-// A tick without the engine, one spec and frame at a time.
+TEST_F(CaptureTickTest, QueuesNoJobForAStillScreen) {
+  ShowOneSpec();
+  EXPECT_EQ(probe.Tick().size(), 1u) << "the first frame";
+  EXPECT_EQ(probe.Tick().size(), 0u);
+  EXPECT_EQ(desktop->HeldFrames(), 0);
+}
+
+TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
+  test::RawController controller;
+  AddMonitor(0, 0);
+  OpenWindow(RectAt(10, 10, 100, 100));
+  TemplateSpec& spec = AddSpec({20, 10, 51, 30}, L"T1");
+  spec.intervalMs = 3'600'000;
+  ::setenv("QM_FORCE_T1_ALLOW", "1", 1);
+  EXPECT_EQ(UnitsIn(Tick()), 0u);
+  ::unsetenv("QM_FORCE_T1_ALLOW");
+  probe.Sender().Start();
+  const std::optional<test::RawHit> hit = controller.WaitForHit(L"T1");
+  ASSERT_TRUE(hit);
+  EXPECT_EQ(std::tie(hit->cx, hit->cy, hit->w, hit->sq), std::tuple(45, 25, 8, 0.99f));
+  EXPECT_EQ(ForcedHit(spec, {}, 0).dedupWindowMs, 2'160'000u);
+  EXPECT_EQ(UnitsIn(Tick()), 1u) << "without the permission, and no interval begun";
+  EXPECT_EQ(UnitsIn(Tick()), 0u) << "begun now";
+}
+
+// The window's place is read when the tick begins. On a still screen the move itself brings the frame, so the
+// regions of that one frame lie at the old place.
+TEST_F(CaptureTickTest, WindowThatMovesDuringTheWaitIsCutAtItsOldPlaceOnce) {
+  ShowOneSpec();
+  Tick();
+  desktop->WhileNextWaiting([&] {
+    desktop->MoveWindow(desktop->TopLevelWindows().at(0), RectAt(30, 20, 100, 100));
+    RefreshAll();
+  });
+  const Jobs jobs = probe.Tick();
+  EXPECT_THAT(RegionsIn(jobs), ElementsAre(Rect{10, 10, 60, 60}));
+  EXPECT_EQ(jobs.at(0)->specs.at(0).targetRect, (Rect{10, 10, 110, 110})) << "what the hit is relative to";
+  EXPECT_THAT(RegionsIn(Tick()), ElementsAre(Rect{30, 20, 80, 70}));
+}
+
+// A tick without the engine.
 class TickTest : public ::testing::Test {
  protected:
   static TargetBinding Bound(TemplateSpec& spec) {
@@ -230,7 +124,14 @@ class TickTest : public ::testing::Test {
   Tick tick;
 };
 
-TEST_F(TickTest, IntervalHoldsForEachSpecOnEachMonitor) {
+TEST_F(TickTest, SlowsDownAsJobsPileUp) {
+  for (const auto& [waiting, intervalMs] :
+       {std::pair{0, 20}, {1, 20}, {2, 33}, {3, 33}, {4, 50}, {7, 50}, {8, 80}}) {
+    EXPECT_EQ(Tick::IntervalMs(waiting), intervalMs) << waiting;
+  }
+}
+
+TEST_F(TickTest, IntervalsAreKeptForEachSpecOnEachMonitor) {
   const struct {
     const wchar_t* name;
     layer::MonitorId monitor;
@@ -258,20 +159,27 @@ TEST_F(TickTest, T1IsForcedWhereThePermissionBeginsWithAOne) {
                {L"T1", "", false}, {L"T1", nullptr, false}, {L"T10", "1", false}, {L"t1", "1", false}};
   for (const auto& c : table) {
     if (c.permission != nullptr) ::setenv("QM_FORCE_T1_ALLOW", c.permission, 1);
-    const SpecOutcome turn = Turn(SpecAt({0, 0, 50, 50}, c.name));
-    ::unsetenv("QM_FORCE_T1_ALLOW");
-    EXPECT_EQ(turn, c.forced ? SpecOutcome::Forced : SpecOutcome::Cut)
+    EXPECT_EQ(Turn(SpecAt({0, 0, 50, 50}, c.name)), c.forced ? SpecOutcome::Forced : SpecOutcome::Cut)
         << c.name << " " << (c.permission != nullptr ? c.permission : "unset");
+    ::unsetenv("QM_FORCE_T1_ALLOW");
   }
 }
 
-TEST_F(TickTest, SpecsOfValidTargetsAreGroupedByMonitor) {
-  const MonitorEntry here{test::HandleOf(layer::MonitorId{1}), RectAt(0, 0, 100, 100)};
-  const MonitorEntry there{test::HandleOf(layer::MonitorId{2}), RectAt(100, 0, 100, 100)};
-  tick.Bind({SpecAt({0, 0, 50, 50}), SpecAt({0, 0, 50, 50}, L"unbound"), SpecAt({50, 0, 100, 50})},
+TEST_F(TickTest, GroupsBoundSpecsByTheMonitorsTheyTouchOrArePinnedTo) {
+  const MonitorEntry one{test::HandleOf(layer::MonitorId{1}), RectAt(0, 0, 100, 100)};
+  const MonitorEntry two{test::HandleOf(layer::MonitorId{2}), RectAt(100, 0, 100, 100)};
+  const HMONITOR primary = test::HandleOf(layer::MonitorId{3}), nearest = test::HandleOf(layer::MonitorId{4});
+  std::vector<TemplateSpec> specs{SpecAt({0, 0, 50, 50}, L"unbound"), SpecAt({50, 0, 100, 50})};
+  for (const std::int32_t pin : {0, 1, 2, 3, -1, -2}) {
+    specs.push_back(SpecAt({0, 0, 50, 50}));
+    specs.back().monitorPin = pin;
+  }
+  tick.Bind(specs,
             [](TemplateSpec& spec) { return spec.name == L"unbound" ? TargetBinding{} : Bound(spec); });
-  tick.Group({here, there});
-  EXPECT_EQ(tick.Groups(), (MonitorGroups{{here.monitor, {0, 2}}, {there.monitor, {2}}}));
+  tick.Group({one, two}, {[=] { return primary; }, [=](const Rect&) { return nearest; }});
+  EXPECT_EQ(
+      tick.Groups(),
+      (MonitorGroups{{one.monitor, {1, 2, 3}}, {two.monitor, {1, 4}}, {primary, {6}}, {nearest, {5, 7}}}));
 }
 
 TEST_F(TickTest, RegionBesideTheTargetMonitorOrFrameIsNotCut) {
@@ -288,76 +196,6 @@ TEST_F(TickTest, RegionBesideTheTargetMonitorOrFrameIsNotCut) {
       {{0, -50, 50, 50}, SpecOutcome::OutsideTarget},
   };
   for (const auto& c : table) EXPECT_EQ(Turn(SpecAt(c.roi)), c.expected) << c.roi;
-}
-
-TEST_F(CaptureTickTest, AFrameWithoutDueSpecsStillMakesAJob) {
-  AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 4, 4});
-  const Jobs jobs = Tick();
-  ASSERT_EQ(jobs.size(), 1u);
-  EXPECT_THAT(jobs[0]->units, IsEmpty());
-  EXPECT_EQ(jobs[0]->specs.size(), 1u);
-}
-
-TEST_F(CaptureTickTest, AJobQueuesBehindThoseThatWait) {
-  AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
-  const auto waiting = std::make_shared<FrameJob>();
-  probe.QueueJob(waiting);
-  const Jobs jobs = Tick();
-  ASSERT_EQ(jobs.size(), 2u);
-  EXPECT_EQ(jobs[0], waiting);
-}
-
-TEST_F(CaptureTickTest, StillScreenGivesNoJob) {
-  AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
-  EXPECT_EQ(probe.Tick().size(), 1u) << "the first frame";
-  EXPECT_EQ(probe.Tick().size(), 0u);
-  EXPECT_EQ(desktop->HeldFrames(), 0);
-}
-
-TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
-  const test::PrivateSession session;
-  test::RawController controller;
-  AddMonitor(0, 0, 300, 200);
-  OpenWindow(RectAt(10, 10, 100, 100));
-  TemplateSpec& spec = AddSpec({20, 10, 51, 30}, {8, 8}, L"T1");
-  spec.intervalMs = 3'600'000;
-  ::setenv("QM_FORCE_T1_ALLOW", "1", 1);
-  const Jobs jobs = Tick();
-  ::unsetenv("QM_FORCE_T1_ALLOW");
-  EXPECT_EQ(UnitsIn(jobs), 0u);
-  probe.Sender().Start();
-  const std::optional<test::RawHit> hit = controller.WaitForHit(L"T1");
-  ASSERT_TRUE(hit);
-  EXPECT_EQ(hit->cx, 45);
-  EXPECT_EQ(hit->cy, 25);
-  EXPECT_EQ(hit->w, 8);
-  EXPECT_EQ(hit->sq, 0.99f);
-  EXPECT_EQ(ForcedHit(spec, {}, 0).dedupWindowMs, 2'160'000u);
-  EXPECT_EQ(UnitsIn(Tick()), 1u) << "matched like any other without the permission, its interval untouched";
-  EXPECT_EQ(UnitsIn(Tick()), 0u) << "and begun now";
-}
-
-// The place is read at the beginning of the tick. On a still screen it is the move that brings the frame, so
-// this one frame's regions lie at the old place; the next tick's lie at the new one.
-TEST_F(CaptureTickTest, AWindowThatMovesDuringTheWaitIsCutAtItsOldPlaceOnce) {
-  const layer::MonitorId monitor = AddMonitor(0, 0, 300, 200);
-  const layer::WindowId window = OpenWindow(RectAt(10, 10, 100, 100));
-  AddSpec({0, 0, 50, 50});
-  Tick();
-  desktop->WhileNextWaiting([&] {
-    desktop->MoveWindow(window, RectAt(30, 20, 100, 100));
-    desktop->Refresh(monitor);
-  });
-  const Jobs jobs = probe.Tick();
-  EXPECT_EQ(RegionOf(OnlyUnit(jobs)), (Rect{10, 10, 60, 60}));
-  EXPECT_EQ(jobs.at(0)->specs.at(0).targetRect, (Rect{10, 10, 110, 110})) << "what the hit is relative to";
-  EXPECT_EQ(RegionOf(OnlyUnit(Tick())), (Rect{30, 20, 80, 70}));
 }
 
 }  // namespace

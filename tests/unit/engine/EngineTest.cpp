@@ -1,23 +1,15 @@
-// The whole engine with its threads over the scripted desktop: from painted pixels to records in the ring.
+// The engine with its threads over the scripted desktop: its queue, its contexts, its start and its end.
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
-#include <latch>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <system_error>
 #include <thread>
 
-#include "EngineProbe.h"
+#include "EngineFixture.h"
 #include "FailingResources.h"
-#include "app/OpenCvConfig.h"
-#include "specs/SpecStore.h"
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
-#include "support/PrivateSession.h"
-#include "support/RawController.h"
-#include "support/ScriptedDesktop.h"
 
 namespace quillmark {
 namespace {
@@ -25,135 +17,29 @@ namespace {
 using namespace std::chrono_literals;
 using test::Call;
 using test::Eventually;
-using test::RawHit;
-using test::RectAt;
-using test::ScriptedDesktop;
 using Clock = std::chrono::steady_clock;
 
-cv::Mat Noise(int width, int height, std::uint64_t seed) {
-  cv::Mat image(height, width, CV_8UC3);
-  cv::RNG(seed).fill(image, cv::RNG::UNIFORM, 0, 256);
-  return image;
-}
-
-class EngineTest : public ::testing::Test {
+class EngineTest : public EngineFixture {
  protected:
-  EngineTest() {
-    ConfigureOpenCvOnce();  // before the first image is touched, as the program does
-    Specs().specs.clear();
-    desktop->SetWaiting(test::Waiting::UpToTimeout);
-  }
+  EngineTest() { desktop->SetWaiting(test::Waiting::UpToTimeout); }
 
-  layer::WindowId OpenWindow(const RECT& client) {
-    test::ScriptedWindow window;
-    window.title = L"target";
-    window.client = client;
-    return desktop->OpenWindow(window);
-  }
-  // Adds a spec for a template that fills a region of the client area with some slack around it.
-  void AddSpec(const std::wstring& name, const cv::Mat& image, const cv::Rect& roi) {
-    const std::filesystem::path path = session.Base() / (std::string(name.begin(), name.end()) + ".png");
-    ASSERT_TRUE(cv::imwrite(path.string(), image));
-    LoadSpec(L"target", name, path.wstring(), roi.x, roi.y, roi.width, roi.height, 0.75f, 0.1f);
-    ASSERT_FALSE(Specs().specs.empty());
-  }
-  // Keeps frames coming until a hit of that name is there.
-  std::optional<RawHit> HitWhileRefreshing(const std::wstring& name) {
-    const auto deadline = Clock::now() + 20s;
-    while (Clock::now() < deadline) {
-      for (const layer::MonitorFacts& monitor : desktop->Monitors()) desktop->Refresh(monitor.id);
-      if (auto hit = controller.WaitForHit(name, Clock::now() + 50ms)) return hit;
-    }
-    return std::nullopt;
-  }
   // A job of some regions of one spec.
   static std::shared_ptr<FrameJob> MakeJob(std::size_t units) {
     auto job = std::make_shared<FrameJob>();
     TemplateSpec& spec = job->specs.emplace_back();
     spec.name = L"mark";
-    cv::cvtColor(Noise(40, 20, 7), spec.tmplGray, cv::COLOR_BGR2GRAY);
+    spec.tmplGray.create(20, 40, CV_8UC1);
+    cv::randu(spec.tmplGray, 0, 256);
     ROIUnit unit;
-    cv::cvtColor(Noise(400, 300, 8), unit.gray, cv::COLOR_BGR2GRAY);
+    unit.gray.create(300, 400, CV_8UC1);
+    cv::randu(unit.gray, 0, 256);
     job->units.assign(units, unit);
     return job;
   }
-  test::PrivateSession session;
-  test::RawController controller;
-  std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();
-  std::latch release{1};  // outlives the workers that wait for it
-  AutoRebinder engine;
-  EngineProbe probe{engine};
 };
 
-TEST_F(EngineTest, PaintedTemplateBecomesAHitAtItsExactPlace) {
-  desktop->AddMonitor({RectAt(0, 0, 640, 480)});
-  desktop->AddMonitor({RectAt(-640, -100, 640, 480)});
-  const layer::WindowId window = OpenWindow(RectAt(100, 50, 300, 200));
-  const cv::Mat image = Noise(40, 20, 1);
-  AddSpec(L"mark", image, {0, 0, 300, 200});
-  engine.Start();
-  for (const POINT at : {POINT{120, 80}, POINT{-500, -60}}) {
-    desktop->MoveWindow(window, RectAt(at.x - 20, at.y - 30, 300, 200));
-    desktop->Paint(image, at);
-    const std::optional<RawHit> hit = HitWhileRefreshing(L"mark");
-    ASSERT_TRUE(hit) << "at " << at.x;
-    EXPECT_EQ(hit->cx, 20 + 20);
-    EXPECT_EQ(hit->cy, 30 + 10);
-    EXPECT_EQ(hit->w, 40);
-    EXPECT_EQ(hit->h, 20);
-    EXPECT_GT(hit->sq, 0.99f);
-    desktop->Paint(Noise(40, 20, 2), at);  // gone before the next place
-  }
-}
-
-TEST_F(EngineTest, RotatedOutputsReportDesktopPositions) {
-  const struct {
-    DXGI_MODE_ROTATION rotation;
-    LONG width, height;
-  } table[] = {{DXGI_MODE_ROTATION_ROTATE90, 300, 400},
-               {DXGI_MODE_ROTATION_ROTATE180, 400, 300},
-               {DXGI_MODE_ROTATION_ROTATE270, 300, 400}};
-  LONG left = 0;
-  std::vector<POINT> places;
-  const cv::Mat image = Noise(30, 24, 3);
-  for (const auto& row : table) {
-    test::ScriptedMonitor monitor;
-    monitor.rect = RectAt(left, 0, row.width, row.height);
-    monitor.rotation = row.rotation;
-    desktop->AddMonitor(monitor);
-    places.push_back({left + 57, 211});
-    left += row.width;
-  }
-  const auto around = [](const POINT& place) { return RectAt(place.x - 40, 100, 200, 180); };
-  // Where it is first looked for: a short move would give a hit that is off by it, in the frame of the move.
-  const layer::WindowId window = OpenWindow(around(places.front()));
-  AddSpec(L"turned", image, {0, 0, 200, 180});
-  engine.Start();
-  for (const POINT& place : places) {
-    desktop->MoveWindow(window, around(place));
-    desktop->Paint(image, place);
-    const std::optional<RawHit> hit = HitWhileRefreshing(L"turned");
-    ASSERT_TRUE(hit) << place.x;
-    EXPECT_EQ(hit->cx, 40 + 15);
-    EXPECT_EQ(hit->cy, 111 + 12);
-    desktop->Paint(Noise(30, 24, 4), place);
-  }
-}
-
-TEST_F(EngineTest, HitsResumeAfterAccessWasLostThoughTheDisplayTellsOfNoChange) {
-  desktop->AddMonitor({RectAt(0, 0, 400, 300)});
-  OpenWindow(RectAt(0, 0, 400, 300));
-  const cv::Mat image = Noise(40, 20, 6);
-  AddSpec(L"mark", image, {0, 0, 200, 100});
-  desktop->Paint(image, {10, 10});
-  engine.Start();
-  ASSERT_TRUE(HitWhileRefreshing(L"mark"));
-  desktop->LoseAccess();
-  EXPECT_TRUE(HitWhileRefreshing(L"mark"));
-}
-
 TEST_F(EngineTest, BurstOfDisplayChangesRebindsOnceAfterAQuietPeriod) {
-  const HMONITOR monitor = test::HandleOf(desktop->AddMonitor({RectAt(0, 0, 400, 300)}));
+  const HMONITOR monitor = AddMonitor(0, 0);
   std::weak_ptr<DuplicationContext> context;
   Clock::time_point first, last;
   for (;;) {
@@ -174,14 +60,12 @@ TEST_F(EngineTest, BurstOfDisplayChangesRebindsOnceAfterAQuietPeriod) {
 }
 
 TEST_F(EngineTest, TicksSlowDownWhileJobsWait) {
-  const layer::MonitorId monitor = desktop->AddMonitor({RectAt(0, 0, 400, 300)});
-  OpenWindow(RectAt(0, 0, 400, 300));
-  AddSpec(L"mark", Noise(40, 20, 6), {0, 0, 200, 100});
+  ShowOneSpec();
   const auto start = Clock::now();
   engine.Start();
   probe.OccupyWorkers(release);
   EXPECT_TRUE(Eventually([&] {
-    desktop->Refresh(monitor);
+    RefreshAll();
     return probe.WaitingJobs() >= 12;
   }));
   EXPECT_GE(Clock::now() - start, 2 * 20ms + 2 * 33ms + 4 * 50ms + 3 * 80ms);
@@ -190,7 +74,7 @@ TEST_F(EngineTest, TicksSlowDownWhileJobsWait) {
 }
 
 TEST_F(EngineTest, ContextIsSharedDroppedAndNotKeptWhenItCannotBeMade) {
-  const HMONITOR monitor = test::HandleOf(desktop->AddMonitor({RectAt(0, 0, 400, 300)}));
+  const HMONITOR monitor = AddMonitor(0, 0);
   desktop->FailNth(Call::OpenDevice, 1);
   EXPECT_THROW(engine.GetContext(monitor), std::runtime_error);
   const std::shared_ptr<DuplicationContext> context = engine.GetContext(monitor);
@@ -198,14 +82,6 @@ TEST_F(EngineTest, ContextIsSharedDroppedAndNotKeptWhenItCannotBeMade) {
   engine.DropContext(monitor);
   EXPECT_NE(engine.GetContext(monitor), context);
   EXPECT_THROW(engine.GetContext(test::HandleOf(layer::MonitorId{12345})), std::runtime_error);
-}
-
-TEST_F(EngineTest, EmptyJobIsTakenOffTheQueueAtOnce) {
-  engine.Start();
-  auto job = std::make_shared<FrameJob>();
-  const std::weak_ptr<FrameJob> watch = job;
-  probe.QueueJob(std::move(job));
-  EXPECT_TRUE(Eventually([&] { return watch.expired(); }));
 }
 
 TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
@@ -220,8 +96,7 @@ TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
     for (int i = 0; i < round; ++i) std::this_thread::yield();
     short_lived.Stop();
     short_lived.Stop();
-    // Taken and finished, or never taken: nothing in between.
-    EXPECT_TRUE(watch.expired() || view.WaitingJobs() == 1) << round;
+    EXPECT_TRUE(watch.expired() || view.WaitingJobs() == 1) << "finished or never begun";
     desktop->ChangeDisplay();  // reaches nobody
   }
 }
@@ -233,7 +108,7 @@ TEST_F(EngineTest, JobsWaitInOrderWhileTasksOfTheOneBeforeRun) {
   for (const wchar_t* const name : {L"a", L"b", L"c"}) {
     const std::shared_ptr<FrameJob> job = MakeJob(2);
     job->specs[0].name = name;
-    job->units[0].gray = cv::Mat::zeros(30, 40, CV_32SC1);  // an error, which tells when its job ran
+    job->units[0].gray = cv::Mat::zeros(30, 40, CV_32SC1);  // an error, whose line shows when its job ran
     probe.QueueJob(job);
   }
   EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 2; }));
@@ -297,7 +172,7 @@ TEST_F(EngineTest, StartWithoutEnoughThreadsRaisesAndEndsThoseItStarted) {
 }
 
 TEST_F(EngineTest, DisplayChangeWithoutATimerThreadRebindsAtOnce) {
-  const HMONITOR monitor = test::HandleOf(desktop->AddMonitor({RectAt(0, 0, 400, 300)}));
+  const HMONITOR monitor = AddMonitor(0, 0);
   test::DebugOutputCapture output;
   engine.Start();
   ASSERT_TRUE(Eventually([&] {  // until the sink listens

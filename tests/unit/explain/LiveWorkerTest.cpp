@@ -11,10 +11,10 @@
 #include "explain/Explain.h"
 #include "explain/LiveLook.h"
 #include "specs/SpecStore.h"
+#include "support/EngineProbe.h"
 #include "support/Images.h"
 #include "support/PrivateSession.h"
 #include "support/ScriptedDesktop.h"
-#include "unit/engine/EngineProbe.h"
 
 namespace quillmark::explain {
 namespace {

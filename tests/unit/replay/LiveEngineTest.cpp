@@ -9,10 +9,10 @@
 #include <tuple>
 #include <vector>
 
-#include "EngineProbe.h"
 #include "Scene.h"
 #include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
+#include "support/EngineProbe.h"
 #include "support/Eventually.h"
 #include "support/PrivateSession.h"
 #include "support/RawController.h"

@@ -1,10 +1,13 @@
-// The tests' view into the engine: one tick at a time on the test's own thread, and the jobs it queued.
+// Access to the engine's inside for tests and benchmarks: single ticks on the caller's thread, and the jobs.
+//
+// Threading: one thread, and the engine's own as each method says.
 #pragma once
 
 #include <cstdint>
 #include <deque>
 #include <latch>
 #include <memory>
+#include <thread>
 #include <utility>
 
 #include "core/AutoRebinder.h"
@@ -15,14 +18,20 @@ class EngineProbe {
  public:
   explicit EngineProbe(AutoRebinder& probed) : engine(probed) {}
 
-  // One tick, 20 ms after the last one by the clock of these ticks. Only while the engine's own capture
-  // thread does not run.
+  // Runs one tick, 20 ms after the last by the ticks' own clock, and takes the jobs it queued. Not while the
+  // engine's capture thread runs.
   std::deque<std::shared_ptr<FrameJob>> Tick(std::int64_t afterMs = 20) {
     nowMs += afterMs;
     engine.CaptureTick(nowMs);
     const std::lock_guard lock(engine.jobQueueMutex);
     return std::exchange(engine.jobQueue, {});
   }
+  // Makes the workers without the engine's other threads.
+  void StartPool() {
+    engine.pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
+  }
+  // Runs a job on the workers, from the caller's thread.
+  void RunJob(const FrameJob& job) { engine.RunJob(job); }
   void QueueJob(std::shared_ptr<FrameJob> job) {
     const std::lock_guard lock(engine.jobQueueMutex);
     engine.jobQueue.push_back(std::move(job));
@@ -35,8 +44,6 @@ class EngineProbe {
   void OccupyWorkers(std::latch& release) {
     for (int i = 0; i < 6; ++i) engine.pool->Submit([&release] { release.wait(); });
   }
-  // On the test's own thread, after Start.
-  void RunJob(const FrameJob& job) { engine.RunJob(job); }
   bool StopRequested() const { return engine.stopRequested; }
   std::uint64_t FramesCaptured() const { return engine.frameCounter; }
   void ChangeDisplay() { engine.OnDisplayChange(); }
