@@ -1,43 +1,15 @@
 // A whole tick of the engine with 16 specs over a scripted desktop: find the targets, take the frame, convert
 // it, cut the regions, and match them on the pool until nothing is left.
 #include <opencv2/imgproc.hpp>
-#include <thread>
 
 #include "Measure.h"
-#include "core/AutoRebinder.h"
 #include "specs/SpecStore.h"
+#include "support/EngineProbe.h"
 #include "support/Images.h"
 #include "support/PrivateSession.h"
 #include "support/ScriptedDesktop.h"
 
-namespace quillmark {
-
-// The engine tick by tick on the caller's thread, with its pool but without its other threads. The sender
-// does not run either: what it accepts, a few hits a second, stays in its queue.
-class EngineProbe {
- public:
-  EngineProbe() {
-    engine.pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
-  }
-
-  void Capture() { engine.CaptureTick(nowMs += 20); }
-  // Matches everything queued; the number of regions.
-  std::size_t Match() {
-    std::size_t regions = 0;
-    for (; !engine.jobQueue.empty(); engine.jobQueue.pop_front()) {
-      regions += engine.jobQueue.front()->units.size();
-      engine.RunJob(*engine.jobQueue.front());
-    }
-    return regions;
-  }
-  void DropJobs() { engine.jobQueue.clear(); }
-
- private:
-  AutoRebinder engine;
-  std::int64_t nowMs = 0;
-};
-
-namespace bench {
+namespace quillmark::bench {
 namespace {
 
 constexpr int kSpecs = 16;
@@ -105,37 +77,29 @@ cv::Mat FillStore(cv::Size screen, Specs16 kind) {
   return picture;
 }
 
+// The sender does not run: what it accepts, a few hits a second, stays in its queue.
 void MeasureTick(const std::string& name, cv::Size screen, Specs16 kind) {
-  const auto prepare = [screen, kind] {
-    layer::SetDesktop(std::make_shared<StillDesktop>(FillStore(screen, kind)));
-  };
-  Measure(
-      "tick/whole/" + name,
-      [prepare](benchmark::State& state) {
-        prepare();
-        EngineProbe engine;
-        for (auto _ : state) {
-          engine.Capture();
-          if (engine.Match() != kSpecs) state.SkipWithError("not every region was matched");
+  for (const bool matches : {true, false}) {
+    const auto tick = [=](benchmark::State& state) {
+      layer::SetDesktop(std::make_shared<StillDesktop>(FillStore(screen, kind)));
+      AutoRebinder engine;
+      EngineProbe probe(engine);
+      probe.StartPool();
+      for (auto _ : state) {
+        std::size_t regions = 0;
+        for (const auto& job : probe.Tick()) {
+          regions += job->units.size();
+          if (matches) probe.RunJob(*job);
         }
-      },
-      Counts::Process);
-  Measure(
-      "tick/capture-and-cut/" + name,
-      [prepare](benchmark::State& state) {
-        prepare();
-        EngineProbe engine;
-        for (auto _ : state) {
-          engine.Capture();
-          engine.DropJobs();
-        }
-      },
-      Counts::Process);
+        if (regions != kSpecs) state.SkipWithError("not every region was cut");
+      }
+    };
+    Measure((matches ? "tick/whole/" : "tick/capture-and-cut/") + name, tick, Counts::Process);
+  }
 }
 
 }  // namespace
-}  // namespace bench
-}  // namespace quillmark
+}  // namespace quillmark::bench
 
 int main(int argc, char** argv) {
   using namespace quillmark;

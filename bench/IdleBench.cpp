@@ -4,8 +4,6 @@
 //   bench_idle [SECONDS [WORKER]]
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <thread>
 
 #include "Stage.h"
@@ -46,7 +44,8 @@ void AddSpecs(Stage& stage) {
   stage.Settle();
 }
 
-void Run(std::chrono::seconds span, const std::string& program) {
+int Run(int seconds, const std::string& program) {
+  const std::chrono::seconds span(seconds);
   Stage stage;
   stage.StartWorker(program);
   Observe("no spec:", stage, span);
@@ -55,23 +54,12 @@ void Run(std::chrono::seconds span, const std::string& program) {
   // As on a desktop in use: windows that concern nobody.
   for (int i = 0; i < 20; ++i) stage.client.Show(1400, 20 * i, 200, 150, "other window " + std::to_string(i));
   Observe("the same, 20 more windows:", stage, span);
+  return 0;
 }
 
 }  // namespace
 }  // namespace quillmark::bench
 
 int main(int argc, char** argv) {
-  const int seconds = argc > 1 ? std::atoi(argv[1]) : 30;
-  if (argc > 3 || seconds < 1) {
-    std::fprintf(stderr, "usage: bench_idle [SECONDS [WORKER]]\n");
-    return 2;
-  }
-  try {
-    quillmark::bench::Run(std::chrono::seconds(seconds),
-                          quillmark::bench::WorkerProgram(argc > 2 ? argv[2] : nullptr));
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "bench_idle: %s\n", error.what());
-    return 1;
-  }
+  return quillmark::bench::RunBench(argc, argv, "bench_idle", "SECONDS", 30, quillmark::bench::Run);
 }

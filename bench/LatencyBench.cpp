@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <functional>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
@@ -154,15 +153,5 @@ int Run(int changes, const std::string& program) {
 }  // namespace quillmark::bench
 
 int main(int argc, char** argv) {
-  const int changes = argc > 1 ? std::atoi(argv[1]) : 200;
-  if (argc > 3 || changes < 1) {
-    std::fprintf(stderr, "usage: bench_latency [CHANGES [WORKER]]\n");
-    return 2;
-  }
-  try {
-    return quillmark::bench::Run(changes, quillmark::bench::WorkerProgram(argc > 2 ? argv[2] : nullptr));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "bench_latency: %s\n", error.what());
-    return 1;
-  }
+  return quillmark::bench::RunBench(argc, argv, "bench_latency", "CHANGES", 200, quillmark::bench::Run);
 }

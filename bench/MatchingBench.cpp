@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Measure.h"
-#include "core/Matcher.h"
+#include "core/PrimarySearch.h"
 #include "core/RegionEvaluation.h"
 #include "support/Images.h"
 
@@ -62,29 +62,11 @@ constexpr NamedMode kModes[] = {{"gray", MatchMode::Gray},
                                 {"h", MatchMode::H},
                                 {"hs", MatchMode::HS}};
 
-bool Search(const ROIUnit& unit, const TemplateSpec& spec, cv::Point& loc, double& score) {
-  switch (spec.mode) {
-    case MatchMode::Gray:
-      return MatchGraySqDiff(unit.gray, spec.tmplGray, loc, score);
-    case MatchMode::Bgr:
-      return MatchSqDiffNormed(unit.bgr, spec.tmplBgr, loc, score);
-    case MatchMode::S:
-      return MatchSqDiffNormed(unit.sat, spec.tmplSat, loc, score);
-    case MatchMode::H:
-      return MatchHueVec(unit.hue, spec.tmplHue, loc, score);
-    case MatchMode::HS:
-      return MatchHueSat(unit.hsv, spec.tmplHue, spec.tmplSat, 0.8, loc, score);
-  }
-  return false;
-}
-
 void MeasureSearches(const std::string& name, cv::Size region, cv::Size size) {
   for (const NamedMode& each : kModes) {
     const Shown shown = Show(region, size, each.mode);
     Measure(std::string("search/") + each.name + "/" + name, [shown](benchmark::State& state) {
-      cv::Point loc;
-      double score = 0.0;
-      for (auto _ : state) benchmark::DoNotOptimize(Search(shown.unit, shown.spec, loc, score));
+      for (auto _ : state) benchmark::DoNotOptimize(SearchRegion(shown.unit, shown.spec));
     });
   }
 }

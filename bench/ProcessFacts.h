@@ -1,4 +1,4 @@
-// What the kernel says of a running process.
+// What the kernel knows about a running process.
 //
 // Threading: no shared state.
 #pragma once

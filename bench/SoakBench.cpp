@@ -1,12 +1,11 @@
-// Whether a busy worker grows: windows move, pictures come and go, specs are added, replaced and removed, and
-// the monitors change. Memory, threads and descriptors are printed after each busy minute, once the worker
-// has worked off the frames that wait in its queue; what counts is the last line against the first.
+// Shows whether a busy worker grows: windows move, pictures come and go, specs are added, replaced and
+// removed, and the monitors change. Memory, threads and descriptors are printed after each busy minute, once
+// the worker has worked off the frames that wait in its queue; what counts is the last line against the
+// first.
 //
 //   bench_soak [MINUTES [WORKER]]
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -99,18 +98,14 @@ class Soak {
   }
   // One monitor, then two halves, then one again.
   void ChangeMonitors() {
-    const bool split = !halves;
-    const std::vector<std::vector<std::string>> commands =
-        split ? std::vector<std::vector<std::string>>{{"xrandr", "--setmonitor", "*LEFT",
-                                                       "960/254x1080/285+0+0", "screen"},
-                                                      {"xrandr", "--setmonitor", "RIGHT",
-                                                       "960/254x1080/285+960+0", "none"}}
-              : std::vector<std::vector<std::string>>{{"xrandr", "--delmonitor", "RIGHT"},
-                                                      {"xrandr", "--delmonitor", "LEFT"}};
-    for (const auto& command : commands) {
+    using Commands = std::vector<std::vector<std::string>>;
+    const Commands split{{"xrandr", "--setmonitor", "*LEFT", "960/254x1080/285+0+0", "screen"},
+                         {"xrandr", "--setmonitor", "RIGHT", "960/254x1080/285+960+0", "none"}};
+    const Commands join{{"xrandr", "--delmonitor", "RIGHT"}, {"xrandr", "--delmonitor", "LEFT"}};
+    for (const auto& command : halves ? join : split) {
       if (!test::PrivateDisplay::Run(command)) throw std::runtime_error("xrandr failed");
     }
-    halves = split;
+    halves = !halves;
   }
 
   Stage stage;
@@ -120,7 +115,7 @@ class Soak {
   std::uint64_t hits = 0;
 };
 
-void Run(int minutes, const std::string& program) {
+int Run(int minutes, const std::string& program) {
   Soak soak(program);
   int step = 0;
   for (int minute = 1; minute <= minutes; ++minute) {
@@ -131,22 +126,12 @@ void Run(int minutes, const std::string& program) {
     }
     soak.Print(minute);
   }
+  return 0;
 }
 
 }  // namespace
 }  // namespace quillmark::bench
 
 int main(int argc, char** argv) {
-  const int minutes = argc > 1 ? std::atoi(argv[1]) : 10;
-  if (argc > 3 || minutes < 1) {
-    std::fprintf(stderr, "usage: bench_soak [MINUTES [WORKER]]\n");
-    return 2;
-  }
-  try {
-    quillmark::bench::Run(minutes, quillmark::bench::WorkerProgram(argc > 2 ? argv[2] : nullptr));
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "bench_soak: %s\n", error.what());
-    return 1;
-  }
+  return quillmark::bench::RunBench(argc, argv, "bench_soak", "MINUTES", 10, quillmark::bench::Run);
 }

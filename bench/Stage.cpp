@@ -1,6 +1,9 @@
 #include "Stage.h"
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <opencv2/imgcodecs.hpp>
 #include <stdexcept>
@@ -47,8 +50,19 @@ void Stage::Settle() {
   }
 }
 
-std::string WorkerProgram(const char* argument) {
-  return std::filesystem::absolute(argument != nullptr ? argument : QUILLMARK_WORKER).string();
+int RunBench(int argc, char** argv, const std::string& name, const std::string& unit, int usual,
+             const std::function<int(int count, const std::string& worker)>& run) {
+  const int count = argc > 1 ? std::atoi(argv[1]) : usual;
+  if (argc > 3 || count < 1) {
+    std::fprintf(stderr, "usage: %s [%s [WORKER]]\n", name.c_str(), unit.c_str());
+    return 2;
+  }
+  try {
+    return run(count, std::filesystem::absolute(argc > 2 ? argv[2] : QUILLMARK_WORKER).string());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s: %s\n", name.c_str(), error.what());
+    return 1;
+  }
 }
 
 }  // namespace quillmark::bench

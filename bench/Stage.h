@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <opencv2/core.hpp>
 #include <optional>
 #include <string>
@@ -66,7 +67,9 @@ class Stage {
   std::optional<test::ChildProcess> worker;
 };
 
-// The program given on the command line, else the worker of this build.
-std::string WorkerProgram(const char* argument);
+// The main function of a benchmark over a real worker, "NAME [COUNT [WORKER]]": calls `run` with the count,
+// or `usual`, and the worker's program, by default this build's. Returns the exit code.
+int RunBench(int argc, char** argv, const std::string& name, const std::string& unit, int usual,
+             const std::function<int(int count, const std::string& worker)>& run);
 
 }  // namespace quillmark::bench
