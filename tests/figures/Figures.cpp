@@ -1,14 +1,13 @@
-// Freezes what the matching code computes: seeded cases, many decisions on each, and every figure with all
-// its digits, so that two builds can be held against each other byte for byte (scripts/check-figures.sh).
+// Prints what the matching code computes: many decisions on each of the seeded cases, every figure with all
+// its digits, so that two builds can be compared byte for byte (scripts/check-figures.sh).
 //
 //   quillmark_figures make FOLDER          writes the cases' templates and screens as image files
 //   quillmark_figures print FOLDER FILE    reads them as the worker does and writes the figures to FILE
-//   quillmark_figures check                both, for its own checks only
+//   quillmark_figures check                does both, for its checks only
 //
-// One build makes the files and all builds read them: what may differ is the product and its libraries. The
-// decisions are of every mode, thoroughness and kind of template, as the case has it and twisted. `print`
-// fails when a step decides too few of them, or when the evaluation that goes on to the end comes to another
-// decision or figure.
+// One build makes the files and every build reads them, so only the product and its libraries can differ. The
+// decisions cover every mode, thoroughness and kind of template, as they are and twisted. `print` fails when
+// a step decides too few of them, or when a thorough evaluation differs in a decision or figure.
 #include <array>
 #include <charconv>
 #include <filesystem>
@@ -58,95 +57,70 @@ TemplateSpec MakeSpec(Random& random, const path& file) {
   return spec;
 }
 
-// A line of "name value" pairs. The digits are the fewest that give the same number back.
-class Line {
+// Writes words and values with a blank behind each. Numbers have the fewest digits that give the same number
+// back.
+class Writer {
  public:
-  explicit Line(std::ostream& to) : out(to) {}
-  ~Line() { out << '\n'; }
-  Line(const Line&) = delete;
-  Line& operator=(const Line&) = delete;
+  explicit Writer(std::ostream& to) : out(to) {}
 
+  template <typename... Values>
+  void Add(const Values&... values) {
+    (Put(values), ...);
+  }
+  template <typename... Values>
+  void Line(const Values&... values) {
+    Add(values...);
+    out << '\n';
+  }
+
+ private:
+  void Put(std::string_view text) { out << text << ' '; }
+  void Put(const char* text) { Put(std::string_view(text)); }
+  void Put(bool value) { Put(value ? 1 : 0); }
   template <typename Number>
-  requires std::is_arithmetic_v<Number> Line& Add(const char* name, Number value) {
+  requires std::is_arithmetic_v<Number>
+  void Put(Number value) {
     std::array<char, 64> text;
     const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-    return Add(name, std::string_view(text.data(), end));
+    Put(std::string_view(text.data(), end));
   }
-  Line& Add(const char* name, std::string_view text) {
-    out << name << ' ' << text << ' ';
-    return *this;
-  }
-  Line& Add(const char* name, const char* text) { return Add(name, std::string_view(text)); }
-  Line& Add(const char* name, bool value) { return Add(name, static_cast<int>(value)); }
-  Line& Add(const char* name, const cv::Scalar& values) {
-    for (int i = 0; i < 3; ++i) Add(name, values[i]);
-    return *this;
-  }
-  Line& Add(const char* name, const Rect& rect) {
-    return Add(name, rect.left).Add("", rect.top).Add("", rect.right).Add("", rect.bottom);
-  }
-  Line& Add(const HitRecord& hit) {
-    Add("cx", hit.cx)
-        .Add("cy", hit.cy)
-        .Add("w", hit.w)
-        .Add("h", hit.h)
-        .Add("sq", hit.sq)
-        .Add("edge", hit.edge);
-    return Add("window", hit.dedupWindowMs);
+  void Put(const Rect& rect) { Add(rect.left, "", rect.top, "", rect.right, "", rect.bottom); }
+  void Put(const HitRecord& hit) {
+    Add("cx", hit.cx, "cy", hit.cy, "w", hit.w, "h", hit.h, "sq", hit.sq, "edge", hit.edge, "window",
+        hit.dedupWindowMs);
   }
   // Size, type and a sum over every byte (FNV-1a).
-  Line& Add(const char* name, const cv::Mat& image) {
+  void Put(const cv::Mat& image) {
     std::uint64_t sum = 14695981039346656037u;
     for (int y = 0; y < image.rows; ++y) {
       const unsigned char* const row = image.ptr(y);
       for (std::size_t i = 0; i < image.cols * image.elemSize(); ++i) sum = (sum ^ row[i]) * 1099511628211u;
     }
-    return Add(name, image.cols).Add("x", image.rows).Add("type", image.type()).Add("sum", sum);
+    Add(image.cols, "x", image.rows, "type", image.type(), "sum", sum);
   }
 
- private:
   std::ostream& out;
 };
 
-void PrintTemplate(std::ostream& out, std::uint32_t number, const TemplateSpec& spec) {
-  Line(out)
-      .Add("template", number)
-      .Add("bgr", spec.tmplBgr)
-      .Add("gray", spec.tmplGray)
-      .Add("mask", spec.tmplMask)
-      .Add("hue", spec.tmplHue)
-      .Add("sat", spec.tmplSat)
-      .Add("edge", spec.tmplEdgeZm)
-      .Add("edgeDil", spec.tmplEdgeDilZm)
-      .Add("cr", spec.tmplCr)
-      .Add("cb", spec.tmplCb)
-      .Add("red", spec.tmplRedMask)
-      .Add("density", spec.edgeDensity)
-      .Add("mean", spec.hsvMean)
-      .Add("std", spec.hsvStd)
-      .Add("vividFlat", spec.vividFlat)
-      .Add("redRatio", spec.redRatio)
-      .Add("labA", spec.labAMean);
+void PrintTemplate(Writer& out, std::uint32_t number, const TemplateSpec& s) {
+  const cv::Scalar &mean = s.hsvMean, &std = s.hsvStd;
+  out.Line("template", number, "bgr", s.tmplBgr, "gray", s.tmplGray, "mask", s.tmplMask, "hue", s.tmplHue,
+           "sat", s.tmplSat, "edge", s.tmplEdgeZm, "edgeDil", s.tmplEdgeDilZm, "cr", s.tmplCr, "cb", s.tmplCb,
+           "red", s.tmplRedMask, "density", s.edgeDensity, "mean", mean[0], "mean", mean[1], "mean", mean[2],
+           "std", std[0], "std", std[1], "std", std[2], "vividFlat", s.vividFlat, "redRatio", s.redRatio,
+           "labA", s.labAMean);
 }
 
-void PrintUnit(std::ostream& out, const ROIUnit& unit) {
-  Line(out)
-      .Add("unit", Rect{unit.x, unit.y, unit.right, unit.bottom})
-      .Add("clipped", unit.clipped)
-      .Add("scaleX", unit.scaleX)
-      .Add("scaleY", unit.scaleY)
-      .Add("gray", unit.gray)
-      .Add("bgr", unit.bgr)
-      .Add("hsv", unit.hsv)
-      .Add("sat", unit.sat)
-      .Add("hue", unit.hue);
+void PrintUnit(Writer& out, const ROIUnit& u) {
+  out.Line("unit", Rect{u.x, u.y, u.right, u.bottom}, "clipped", u.clipped, "scaleX", u.scaleX, "scaleY",
+           u.scaleY, "gray", u.gray, "bgr", u.bgr, "hsv", u.hsv, "sat", u.sat, "hue", u.hue);
 }
 
-void PrintSearch(std::ostream& out, const SearchMap& search) {
-  Line line(out);
-  line.Add("map", search.difference);
-  if (!search.second) return;
-  line.Add("x", search.second->loc.x).Add("y", search.second->loc.y).Add("dist", search.second->dist);
+void PrintSearch(Writer& out, const SearchMap& search) {
+  out.Add("map", search.difference);
+  if (const auto& second = search.second)
+    out.Add("x", second->loc.x, "y", second->loc.y, "dist", second->dist);
+  out.Line();
 }
 
 constexpr std::array kSteps = {"inputs",      "search",  "difference", "minScore", "placement",
@@ -158,40 +132,39 @@ std::string StepOf(const Verdict& verdict) {
 }
 
 // The one place that knows how a verdict keeps its figures: names on the left, the product's on the right.
-void PrintVerdict(std::ostream& out, const Verdict& v, const TemplateSpec& spec) {
-  Line line(out);
-  line.Add("step", StepOf(v)).Add("found", v.found).Add("x", v.loc.x).Add("y", v.loc.y).Add("dist", v.dist);
-  line.Add("tw", v.tw).Add("th", v.th).Add("tiny", v.traits.tiny).Add("lowDetail", v.traits.lowDetail);
-  line.Add("flatTemplate", v.traits.flat).Add("colourActive", v.colourActive);
-  const auto add = [&](const char* name, const GateResult& gate) {
+void PrintVerdict(Writer& out, const Verdict& v, const TemplateSpec& spec) {
+  out.Add("step", StepOf(v), "found", v.found, "x", v.loc.x, "y", v.loc.y, "dist", v.dist, "tw", v.tw, "th",
+          v.th, "tiny", v.traits.tiny, "lowDetail", v.traits.lowDetail, "flatTemplate", v.traits.flat,
+          "colourActive", v.colourActive);
+  const std::pair<const char*, const GateResult*> gates[] = {{"difference", &v.difference},
+                                                             {"minScore", &v.minScore},
+                                                             {"flatWhite", &v.flatWhite},
+                                                             {"chroma", &v.chroma},
+                                                             {"ncc", &v.greyCorrelation},
+                                                             {"edge", &v.edgeCorrelation},
+                                                             {"edgeDensity", &v.edgeDensity},
+                                                             {"darkness", &v.darkness},
+                                                             {"hue", &v.hue},
+                                                             {"saturation", &v.saturation},
+                                                             {"value", &v.value},
+                                                             {"red", &v.red},
+                                                             {"labA", &v.labA}};
+  for (const auto& [name, gate] : gates) {
     static constexpr std::array kOutcomes = {"not-measured", "passed", "failed", "waived"};
     // In the hue modes no gate behind the difference has a say, whatever its own outcome.
-    const bool waived = IsHueMode(spec.mode) && gate.Measured();
-    line.Add(name, kOutcomes.at(static_cast<std::size_t>(waived ? Outcome::Waived : gate.outcome)));
-    if (gate.Measured()) line.Add("value", gate.figure).Add("limit", gate.limit.Value());
-  };
-  add("difference", v.difference);
-  add("minScore", v.minScore);
-  add("flatWhite", v.flatWhite);
-  add("chroma", v.chroma);
-  add("ncc", v.greyCorrelation);
-  add("edge", v.edgeCorrelation);
-  add("edgeDensity", v.edgeDensity);
-  add("darkness", v.darkness);
-  add("hue", v.hue);
-  add("saturation", v.saturation);
-  add("value", v.value);
-  add("red", v.red);
-  add("labA", v.labA);
-  line.Add("e1", v.e1).Add("e2", v.e2).Add("density", v.density).Add("mean", v.hsvMean);
-  line.Add("redRatio", v.redRatio).Add("labAMean", v.labAMean);
-  line.Add("desktopX", v.hit.desktopX).Add("desktopY", v.hit.desktopY).Add(HitOf(v, spec, 0));
+    const bool waived = IsHueMode(spec.mode) && gate->Measured();
+    out.Add(name, kOutcomes.at(static_cast<std::size_t>(waived ? Outcome::Waived : gate->outcome)));
+    if (gate->Measured()) out.Add("value", gate->figure, "limit", gate->limit.Value());
+  }
+  out.Line("e1", v.e1, "e2", v.e2, "density", v.density, "mean", v.hsvMean[0], "mean", v.hsvMean[1], "mean",
+           v.hsvMean[2], "redRatio", v.redRatio, "labAMean", v.labAMean, "desktopX", v.hit.desktopX,
+           "desktopY", v.hit.desktopY, HitOf(v, spec, 0));
 }
 
 // How many decisions each step made.
 using Histogram = std::map<std::string, int>;
 
-// The evaluation that goes on to the end must repeat every figure of the worker's.
+// A thorough evaluation must repeat every figure of the worker's.
 void RequireAlike(const Verdict& v, const Verdict& thorough) {
   bool alike = thorough.decidedBy == v.decidedBy && thorough.loc == v.loc && thorough.dist == v.dist;
   if (v.Accepted()) alike = alike && thorough.hit.cx == v.hit.cx && thorough.edgeScore == v.edgeScore;
@@ -203,8 +176,8 @@ void RequireAlike(const Verdict& v, const Verdict& thorough) {
   if (!alike) throw std::runtime_error("the thorough evaluation differs in a decision by " + StepOf(v));
 }
 
-// The worker's decision, and the one that goes on to the end.
-void PrintDecision(std::ostream& out, const ROIUnit& unit, const TemplateSpec& spec, Histogram& decided) {
+// The worker's decision and the thorough one.
+void PrintDecision(Writer& out, const ROIUnit& unit, const TemplateSpec& spec, Histogram& decided) {
   std::optional<Verdict> first;
   for (const Thoroughness thoroughness : {Thoroughness::UpToTheFirstVeto, Thoroughness::EveryStep}) {
     try {
@@ -219,13 +192,13 @@ void PrintDecision(std::ostream& out, const ROIUnit& unit, const TemplateSpec& s
         decided["(thorough beyond a veto)"] += goesOn && first->flatWhite.because == Because::NotReached;
       }
     } catch (const cv::Exception& error) {
-      Line(out).Add("error", error.code);
+      out.Line("error", error.code);
       if (thoroughness == Thoroughness::UpToTheFirstVeto) ++decided["(error)"];
     }
   }
 }
 
-void PrintTwisted(std::ostream& out, Random& random, const ROIUnit& unit, const TemplateSpec& spec,
+void PrintTwisted(Writer& out, Random& random, const ROIUnit& unit, const TemplateSpec& spec,
                   Histogram& decided) {
   for (std::size_t twist = 0; twist < AllTwists().size(); ++twist) {
     Subject subject{random, unit, spec};
@@ -238,32 +211,27 @@ void PrintTwisted(std::ostream& out, Random& random, const ROIUnit& unit, const 
     } catch (const cv::Exception&) {
       continue;  // no figure to put a limit at
     }
-    Line(out).Add("twist", twist).Add("mode", static_cast<int>(subject.spec.mode));
+    out.Line("twist", twist, "mode", static_cast<int>(subject.spec.mode));
     PrintDecision(out, subject.unit, subject.spec, decided);
   }
 }
 
-// Where a region comes to lie on a frame, by a controller that sends any number.
-void PrintPlaces(std::ostream& out, Random& random, TemplateSpec spec, const Rect& frame) {
+// Where a region lies on a frame, with any numbers that a controller may send.
+void PrintPlaces(Writer& out, Random& random, TemplateSpec spec, const Rect& frame) {
   const int reach = random.OneIn(8) ? 1000000000 : 300;
   const auto any = [&] { return random.Between(-reach, reach); };
   spec.roi = {any(), any(), any(), any()};
   spec.targetRect = {frame.left + random.Between(-90, 90), frame.top + random.Between(-90, 90),
                      frame.right + random.Between(-90, 90), frame.bottom + random.Between(-90, 90)};
   const RegionOnFrame place = PlaceRegion(spec, frame);
-  Line(out)
-      .Add("region", place.region)
-      .Add("visible", place.visible)
-      .Add("w", place.tmplSize.width)
-      .Add("h", place.tmplSize.height)
-      .Add("off", place.OffFrame())
-      .Add("holds", place.HoldsTemplate())
-      .Add(ForcedHit(spec, place, 0));
+  out.Line("region", place.region, "visible", place.visible, "w", place.tmplSize.width, "h",
+           place.tmplSize.height, "off", place.OffFrame(), "holds", place.HoldsTemplate(),
+           ForcedHit(spec, place, 0));
 }
 
-// Cut out of the screen as the capture loop does: all of it or, now and then, a part or what is left of a
-// window's client area that reaches beyond the monitor.
-ROIUnit CutUnit(std::ostream& out, Random& random, const cv::Mat& screen, Scale scale, TemplateSpec& spec) {
+// Cuts the screen as the capture loop does: all of it or, now and then, a part, or the visible part of a
+// client area that reaches beyond the monitor.
+ROIUnit CutUnit(Writer& out, Random& random, const cv::Mat& screen, Scale scale, TemplateSpec& spec) {
   cv::Mat bgra;
   cv::cvtColor(screen, bgra, cv::COLOR_BGR2BGRA);
   FrameImages images;
@@ -286,7 +254,7 @@ ROIUnit CutUnit(std::ostream& out, Random& random, const cv::Mat& screen, Scale 
   return unit;
 }
 
-void PrintCase(const path& folder, std::uint32_t number, std::ostream& out, Histogram& decided) {
+void PrintCase(const path& folder, std::uint32_t number, Writer& out, Histogram& decided) {
   Random random(number);
   TemplateSpec spec = MakeSpec(random, TemplateFile(folder, number));
   const cv::Mat screen = ReadImageFile(FromUtf8(ScreenFile(folder, number).string()));
@@ -301,8 +269,9 @@ void PrintCase(const path& folder, std::uint32_t number, std::ostream& out, Hist
   PrintTwisted(out, random, unit, spec, decided);
 }
 
-void PrintFigures(const path& folder, std::ostream& out) {
-  constexpr int kLeast = 10;
+void PrintFigures(const path& folder, std::ostream& to) {
+  Writer out(to);
+  constexpr int kMinimum = 10;
   Histogram decided;
   for (const char* const step : kSteps) decided[step] = 0;
   for (std::uint32_t number = 0; number < kCases; ++number) PrintCase(folder, number, out, decided);
@@ -310,27 +279,22 @@ void PrintFigures(const path& folder, std::ostream& out) {
   for (const auto& [step, count] : decided) std::cout << step << ' ' << count << '\n';
   decided.erase("noEdges");  // the detector gives an image for every placement that lies inside the crop
   for (const auto& [step, count] : decided) {
-    if (count < kLeast) throw std::runtime_error("too few decisions by " + step);
+    if (count < kMinimum) throw std::runtime_error("too few decisions by " + step);
   }
 }
 
-int Run(const std::string& task, const path& folder, const char* file) {
+void Run(const std::string& task, const path& folder, const char* file) {
   ConfigureOpenCvOnce();
-  if (task == "make") {
-    MakeFiles(folder);
-    return 0;
-  }
+  if (task == "make") return MakeFiles(folder);
   if (task == "check") {
-    const test::TempFolder own;
-    MakeFiles(own.Path());
+    const test::TempFolder made;
+    MakeFiles(made.Path());
     std::ostream nowhere(nullptr);
-    PrintFigures(own.Path(), nowhere);
-    return 0;
+    return PrintFigures(made.Path(), nowhere);
   }
   std::ofstream out(file, std::ios::binary);
   PrintFigures(folder, out);
   if (!out.flush()) throw std::runtime_error(std::string("cannot write ") + file);
-  return 0;
 }
 
 }  // namespace
@@ -343,7 +307,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    return quillmark::testing::Run(task, argc > 2 ? argv[2] : "", argc > 3 ? argv[3] : "");
+    quillmark::testing::Run(task, argc > 2 ? argv[2] : "", argc > 3 ? argv[3] : "");
+    return 0;
   } catch (const std::exception& error) {
     std::cerr << "quillmark_figures: " << error.what() << '\n';
     return 1;

@@ -1,5 +1,5 @@
-// Twists of a case of the figures: each changes a copy of the region and the spec, so that one gate decides,
-// by a limit at its figure or one representable number beside it, or so that an image is missing.
+// Twists of a case: each changes a copy of region and spec so that one gate decides, with its limit at the
+// figure or one representable number away, or so that an image is missing.
 //
 // Threading: one thread.
 #pragma once
@@ -11,14 +11,14 @@
 
 namespace quillmark::testing {
 
-// What a decision is made of: copies of the case's, for a twist to change.
+// Copies of a case's region and spec, for a twist to change.
 struct Subject {
   Random& random;
   ROIUnit unit;
   TemplateSpec spec;
 
   [[nodiscard]] Verdict Look() const { return EvaluateRegion(unit, spec, Thoroughness::EveryStep); }
-  // Leaves the decision to the colour tests, of which none agrees until the twist has one agree.
+  // Leaves the decision to the colour tests, none of which agrees until the twist makes one agree.
   void AskForRedOnly() {
     spec.redHint = spec.colorGate = true;
     spec.chromaChannel = 0;
@@ -29,7 +29,7 @@ struct Subject {
   }
 };
 
-// Each begins with a spec that accepts any difference. Raises cv::Exception when the image library does.
+// The spec accepts any difference at first. Raises cv::Exception when the image library does.
 using Twist = void (*)(Subject&);
 std::span<const Twist> AllTwists();
 
