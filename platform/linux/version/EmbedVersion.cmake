@@ -1,4 +1,4 @@
-# quillmark_embed_version(TARGET): gives a program the version block that the version calls read, from the
+# quillmark_embed_version(TARGET): gives a program the version that the version calls report, from the
 # project's version.
 function(quillmark_embed_version TARGET)
   set(numbers ${PROJECT_VERSION_MAJOR} ${PROJECT_VERSION_MINOR} ${PROJECT_VERSION_PATCH}
