@@ -27,7 +27,6 @@ class StillFrames : public layer::Duplication {
     view = {picture.data, static_cast<std::uint32_t>(picture.step)};
     return S_OK;
   }
-  HRESULT ReserveStaging(std::uint32_t, std::uint32_t) override { return S_OK; }
 
  private:
   const cv::Mat picture;

@@ -1,7 +1,7 @@
-// An X server of the test's own, on a display number that was free, with or without a window manager. While
-// it lives, DISPLAY names it, for this process and for the programs it starts.
+// A private X server on a free display number, with or without a window manager. While it exists, DISPLAY
+// names it for this process and the programs it starts.
 //
-// Threading: made, used and destroyed by the test's main thread, before and after the threads under test.
+// Threading: made, used and destroyed on the test's main thread, outside the threads under test.
 #pragma once
 
 #include <memory>
@@ -27,11 +27,11 @@ class PrivateDisplay {
 
   // Starts openbox; returns when it manages windows.
   void StartWindowManager();
-  // SIGKILL leaves its properties behind on the root window, as a crash would.
+  // SIGKILL leaves its properties on the root window, as a crash would.
   void EndWindowManager(int signal);
 
   void EndServer(int signal);
-  // An empty server in its place, on the same number.
+  // Starts a new server with the same number.
   void RestartServer();
 
   // Runs a program to its end, for example {"xrandr", "--setmonitor", ...}; true when it exited with 0.
@@ -46,8 +46,8 @@ class PrivateDisplay {
   std::optional<std::string> outerAuthority;
   std::unique_ptr<ChildProcess> server;
   std::unique_ptr<ChildProcess> windowManager;
-  // Which saw the window manager start. Kept beside it: once it is closed the next program's windows get the
-  // numbers of its own, and a window manager that has yet to take leave of those moves the new ones about.
+  // The client that saw the window manager start. If it were closed, the next client would reuse its window
+  // ids, and a window manager that still knows the old windows would move the new ones.
   std::unique_ptr<XClient> witness;
 };
 

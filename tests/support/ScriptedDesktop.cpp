@@ -15,22 +15,13 @@ cv::Rect AsCvRect(const RECT& rect) {
   return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
 }
 
-// The picture as the output delivers it: what stands upright on the desktop is turned back.
+// The picture as the output delivers it: turned back from the desktop's orientation.
 cv::Mat Unrotated(const cv::Mat& upright, DXGI_MODE_ROTATION rotation) {
+  if (rotation < DXGI_MODE_ROTATION_ROTATE90) return upright;
+  constexpr int turns[] = {cv::ROTATE_90_COUNTERCLOCKWISE, cv::ROTATE_180, cv::ROTATE_90_CLOCKWISE};
   cv::Mat turned;
-  switch (rotation) {
-    case DXGI_MODE_ROTATION_ROTATE90:
-      cv::rotate(upright, turned, cv::ROTATE_90_COUNTERCLOCKWISE);
-      return turned;
-    case DXGI_MODE_ROTATION_ROTATE180:
-      cv::rotate(upright, turned, cv::ROTATE_180);
-      return turned;
-    case DXGI_MODE_ROTATION_ROTATE270:
-      cv::rotate(upright, turned, cv::ROTATE_90_CLOCKWISE);
-      return turned;
-    default:
-      return upright;
-  }
+  cv::rotate(upright, turned, turns[rotation - DXGI_MODE_ROTATION_ROTATE90]);
+  return turned;
 }
 
 }  // namespace
@@ -76,7 +67,11 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     if (desktop->Fails(Call::Acquire)) return DXGI_ERROR_ACCESS_LOST;
     if (held) return DXGI_ERROR_INVALID_CALL;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    if (!HasNewFrame()) desktop->RunWhileWaiting(lock);
+    if (const auto action = HasNewFrame() ? nullptr : std::exchange(desktop->whileWaiting, nullptr)) {
+      lock.unlock();
+      action();
+      lock.lock();
+    }
     while (!Lost() && !HasNewFrame()) {
       if (desktop->waiting == Waiting::Never) return DXGI_ERROR_WAIT_TIMEOUT;
       if (desktop->changed.wait_until(lock, deadline) == std::cv_status::timeout) break;
@@ -92,12 +87,11 @@ class ScriptedDesktop::Frames : public layer::Duplication {
 
   HRESULT Release() override {
     const std::lock_guard lock(desktop->mutex);
-    const bool fails = desktop->Fails(Call::Release);
     if (!held) return DXGI_ERROR_INVALID_CALL;
     held = false;
     --desktop->heldFrames;
     std::memset(frame.data, 0xDB, frame.total() * frame.elemSize());
-    return fails || Lost() ? DXGI_ERROR_ACCESS_LOST : S_OK;
+    return Lost() ? DXGI_ERROR_ACCESS_LOST : S_OK;
   }
 
   HRESULT Map(layer::ImageView& view) override {
@@ -106,11 +100,6 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     if (!held) return DXGI_ERROR_INVALID_CALL;
     view = {frame.data, static_cast<std::uint32_t>(frame.step)};
     return S_OK;
-  }
-
-  HRESULT ReserveStaging(std::uint32_t, std::uint32_t) override {
-    const std::lock_guard lock(desktop->mutex);
-    return desktop->Fails(Call::ReserveStaging) ? E_OUTOFMEMORY : S_OK;
   }
 
  private:
@@ -221,6 +210,26 @@ std::vector<WindowId> ScriptedDesktop::TopLevelWindows() {
   return stacking;
 }
 
+std::optional<layer::WindowFacts> ScriptedDesktop::Window(WindowId id) {
+  const std::lock_guard lock(mutex);
+  const bool fails = Fails(Call::Window);
+  const auto found = windows.find(id);
+  if (fails || found == windows.end()) return std::nullopt;
+  const ScriptedWindow& window = found->second;
+  const RECT& in = window.client;
+  const RECT& frame = window.frame;
+  return layer::WindowFacts{
+      in,
+      {in.left - frame.left, in.top - frame.top, in.right + frame.right, in.bottom + frame.bottom},
+      window.visible,
+      window.iconic,
+      window.root != 0 ? window.root : id,
+      window.processId,
+      window.title,
+      window.awareness,
+      window.dpi};
+}
+
 std::optional<std::wstring> ScriptedDesktop::ProcessImage(std::uint32_t processId) {
   const std::lock_guard lock(mutex);
   const bool fails = Fails(Call::ProcessImage);
@@ -261,42 +270,6 @@ HRESULT ScriptedDesktop::Duplicate(MonitorId monitor, std::unique_ptr<layer::Dup
   if (!screens.contains(monitor)) return DXGI_ERROR_ACCESS_LOST;
   duplication = std::make_unique<Frames>(shared_from_this(), monitor);
   return S_OK;
-}
-
-// -- failing and counting -------------------------------------------------------------------------------
-
-void ScriptedDesktop::FailNth(Call call, int n) {
-  const std::lock_guard lock(mutex);
-  const auto index = static_cast<std::size_t>(call);
-  failing[index] = uses[index] + n;
-}
-
-void ScriptedDesktop::FailAlways(Call call) {
-  const std::lock_guard lock(mutex);
-  failing[static_cast<std::size_t>(call)] = kAlways;
-}
-
-void ScriptedDesktop::WhileNextWaiting(std::function<void()> action) {
-  const std::lock_guard lock(mutex);
-  whileWaiting = std::move(action);
-}
-
-void ScriptedDesktop::RunWhileWaiting(std::unique_lock<std::mutex>& lock) {
-  const auto action = std::exchange(whileWaiting, nullptr);
-  if (!action) return;
-  lock.unlock();
-  action();
-  lock.lock();
-}
-
-void ScriptedDesktop::Heal() {
-  const std::lock_guard lock(mutex);
-  failing.fill(0);
-}
-
-int ScriptedDesktop::UsesOf(Call call) const {
-  const std::lock_guard lock(mutex);
-  return uses[static_cast<std::size_t>(call)];
 }
 
 }  // namespace quillmark::test

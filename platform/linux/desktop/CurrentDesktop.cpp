@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "desktop/Desktop.h"
-#include "desktop/EmptyDesktop.h"
 #include "desktop/X11Desktop.h"
 
 namespace quillmark::layer {
@@ -13,7 +12,7 @@ namespace {
 struct Holder {
   std::mutex mutex;
   std::shared_ptr<Desktop> desktop;
-  const std::shared_ptr<Desktop> empty = std::make_shared<EmptyDesktop>();
+  const std::shared_ptr<Desktop> empty = std::make_shared<Desktop>();  // without a screen
 };
 
 // Never destroyed: threads may ask for the desktop until the process has ended.
@@ -43,8 +42,7 @@ std::shared_ptr<Desktop> CurrentDesktop() {
   try {
     holder.desktop = OpenDesktop();
   } catch (const std::exception&) {
-    // No descriptor, thread or memory is left. Calls of the platform raise nothing: to this one there is no
-    // screen, and the next one tries again.
+    // No descriptor, thread or memory is left. The next call tries again.
     return holder.empty;
   }
   holder.desktop->OnDisplayChange(BroadcastDisplayChange);
@@ -58,7 +56,7 @@ void SetDesktop(std::shared_ptr<Desktop> desktop) {
     const std::lock_guard lock(holder.mutex);
     old = std::exchange(holder.desktop, desktop);
   }
-  // Outside the lock: the old desktop may have a listener under way that asks for the current one.
+  // Outside the lock: a listener of the old desktop may be asking for the current one.
   if (old && old != desktop) old->OnDisplayChange(nullptr);
   if (desktop) desktop->OnDisplayChange(BroadcastDisplayChange);
 }

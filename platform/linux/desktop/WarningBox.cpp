@@ -141,8 +141,8 @@ void Box::Paint() {
   for (std::size_t y = 0; y < picture.height; y += bandRows) {
     const std::size_t rows = std::min<std::size_t>(bandRows, picture.height - y);
     xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, context, picture.width,
-                  static_cast<std::uint16_t>(rows), 0, static_cast<std::int16_t>(y), 0, 24,
-                  static_cast<std::uint32_t>(rows * rowBytes),
+                  static_cast<std::uint16_t>(rows), 0, static_cast<std::int16_t>(y), 0,
+                  connection.RootDepth(), static_cast<std::uint32_t>(rows * rowBytes),
                   reinterpret_cast<const std::uint8_t*>(picture.pixels.data() + y * picture.width));
   }
 }
@@ -165,35 +165,13 @@ bool Box::Closes(xcb_keycode_t key) {
          kClosingKeys.end();
 }
 
-// Whether a picture's pixels can be put as they are: 24 bits deep in 32, red, green and blue from the top
-// down, the least significant byte first.
-bool TakesPictures(const XcbConnection& connection) {
-  const xcb_setup_t* setup = xcb_get_setup(connection);
-  if (setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
-  bool padded = false;
-  for (auto it = xcb_setup_pixmap_formats_iterator(setup); it.rem > 0; xcb_format_next(&it)) {
-    padded = padded || (it.data->depth == 24 && it.data->bits_per_pixel == 32);
-  }
-  for (auto screen = xcb_setup_roots_iterator(setup); padded && screen.rem > 0; xcb_screen_next(&screen)) {
-    if (screen.data->root != connection.Root() || screen.data->root_depth != 24) continue;
-    for (auto depth = xcb_screen_allowed_depths_iterator(screen.data); depth.rem > 0;
-         xcb_depth_next(&depth)) {
-      for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0;
-           xcb_visualtype_next(&visual)) {
-        if (visual.data->visual_id == screen.data->root_visual) return visual.data->red_mask == 0xFF0000;
-      }
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 bool ShowWarningBox(const std::wstring& caption, const std::wstring& text, const std::wstring& fallback) {
   const char* display = std::getenv("DISPLAY");
   if (display == nullptr || *display == '\0') return false;
   const auto connection = XcbConnection::Open(display);
-  if (!connection || !TakesPictures(*connection)) return false;
+  if (!connection || !connection->IsBgrx()) return false;
   const bool randr = SelectMonitorEvents(*connection, 0);
   const auto layout = ReadMonitors(*connection, randr);
   if (!layout || layout->monitors.empty()) return false;

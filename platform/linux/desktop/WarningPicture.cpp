@@ -9,6 +9,8 @@
 #include <memory>
 #include <utility>
 
+#include "host/Text.h"
+
 namespace quillmark::layer {
 namespace {
 
@@ -29,22 +31,6 @@ constexpr std::uint32_t kButton = 0xFDFDFD;
 constexpr std::uint32_t kButtonEdge = 0x2F6FB5;
 constexpr std::uint32_t kSignFill = 0xFFC42E;
 constexpr std::uint32_t kSignInk = 0x2B2100;
-
-// The characters of UTF-16 units; an unpaired surrogate becomes U+FFFD.
-std::u32string Characters(const std::wstring& units) {
-  std::u32string characters;
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    const auto unit = static_cast<char32_t>(units[i]);
-    const char32_t next = i + 1 < units.size() ? static_cast<char32_t>(units[i + 1]) : 0;
-    if (unit >= 0xD800 && unit < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
-      characters += 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
-      ++i;
-    } else {
-      characters += unit >= 0xD800 && unit < 0xE000 ? U'\xFFFD' : unit;
-    }
-  }
-  return characters;
-}
 
 struct FontFile {
   std::string path;

@@ -122,15 +122,6 @@ void X11Desktop::NumberMonitors() {
   numbered = session->layout.monitors;
 }
 
-RECT X11Desktop::ToDesktop(const RECT& r) const {
-  const POINT origin = session->layout.rootOrigin;
-  return {r.left - origin.x, r.top - origin.y, r.right - origin.x, r.bottom - origin.y};
-}
-
-const X11Window* X11Desktop::Find(WindowId window) {
-  return RefreshWindows() ? session->windows.Find(window) : nullptr;
-}
-
 std::vector<MonitorFacts> X11Desktop::Monitors() {
   const std::lock_guard lock(mutex);
   RefreshMonitors();
@@ -155,70 +146,17 @@ void X11Desktop::EndEnumeration() {
   if (enumerating == std::this_thread::get_id()) enumerating = {};
 }
 
-bool X11Desktop::Exists(WindowId window) {
+std::optional<WindowFacts> X11Desktop::Window(WindowId window) {
   const std::lock_guard lock(mutex);
-  return Find(window) != nullptr;
-}
-
-bool X11Desktop::Visible(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  return facts != nullptr && facts->visible;
-}
-
-bool X11Desktop::Iconic(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  return facts != nullptr && facts->iconic;
-}
-
-WindowId X11Desktop::Root(WindowId window) {
-  return Exists(window) ? window : 0;
-}
-
-std::uint32_t X11Desktop::ProcessId(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  return facts != nullptr ? facts->processId : 0;
-}
-
-std::wstring X11Desktop::Title(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  return facts != nullptr ? facts->title : std::wstring();
-}
-
-std::optional<RECT> X11Desktop::OuterRect(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  if (facts == nullptr) return std::nullopt;
-  return ToDesktop(facts->outer);
-}
-
-std::optional<RECT> X11Desktop::ClientRect(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  if (facts == nullptr) return std::nullopt;
-  return RECT{0, 0, facts->client.right - facts->client.left, facts->client.bottom - facts->client.top};
-}
-
-std::optional<POINT> X11Desktop::ClientOrigin(WindowId window) {
-  const std::lock_guard lock(mutex);
-  const X11Window* facts = Find(window);
-  if (facts == nullptr) return std::nullopt;
-  const RECT client = ToDesktop(facts->client);
-  return POINT{client.left, client.top};
-}
-
-// X11 never stretches a window.
-DPI_AWARENESS X11Desktop::Awareness(WindowId window) {
-  return Exists(window) ? DPI_AWARENESS_PER_MONITOR_AWARE : DPI_AWARENESS_INVALID;
-}
-
-std::uint32_t X11Desktop::DpiOfWindow(WindowId window) {
-  const std::lock_guard lock(mutex);
-  if (Find(window) == nullptr || numbered.empty()) return 0;
-  return numbered.front().dpi;  // the server has one for all
+  const WindowFacts* known = RefreshWindows() ? session->windows.Find(window) : nullptr;
+  if (known == nullptr) return std::nullopt;
+  WindowFacts facts = *known;
+  const POINT origin = session->layout.rootOrigin;
+  for (RECT* rect : {&facts.client, &facts.outer}) {
+    *rect = {rect->left - origin.x, rect->top - origin.y, rect->right - origin.x, rect->bottom - origin.y};
+  }
+  facts.dpi = numbered.empty() ? 0 : numbered.front().dpi;  // the server has one for all
+  return facts;
 }
 
 HRESULT X11Desktop::OpenDevice() {

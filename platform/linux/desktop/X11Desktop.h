@@ -28,17 +28,7 @@ class X11Desktop final : public Desktop {
   std::vector<WindowId> TopLevelWindows() override;
   void BeginEnumeration() override;
   void EndEnumeration() override;
-  bool Exists(WindowId window) override;
-  bool Visible(WindowId window) override;
-  bool Iconic(WindowId window) override;
-  WindowId Root(WindowId window) override;
-  std::uint32_t ProcessId(WindowId window) override;
-  std::wstring Title(WindowId window) override;
-  std::optional<RECT> OuterRect(WindowId window) override;
-  std::optional<RECT> ClientRect(WindowId window) override;
-  std::optional<POINT> ClientOrigin(WindowId window) override;
-  DPI_AWARENESS Awareness(WindowId window) override;
-  std::uint32_t DpiOfWindow(WindowId window) override;
+  std::optional<WindowFacts> Window(WindowId window) override;
   HRESULT OpenDevice() override;
   HRESULT Duplicate(MonitorId monitor, std::unique_ptr<Duplication>& duplication) override;
   void OnDisplayChange(std::function<void()> newListener) override;
@@ -53,11 +43,8 @@ class X11Desktop final : public Desktop {
   bool RefreshWindows();
   // Drops a session whose connection is lost, and wakes the watcher to get another.
   bool StillConnected();
-  // Null for what is no window. Brings the tables up to date; with `mutex` held.
-  const X11Window* Find(WindowId window);
   // Gives each monitor the number it had, or a new one if it is new or its rectangle is.
   void NumberMonitors();
-  RECT ToDesktop(const RECT& rootRect) const;
 
   void Watch();
   void WatchServer(XcbConnection& connection);

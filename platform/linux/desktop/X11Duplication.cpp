@@ -2,7 +2,6 @@
 
 #include <poll.h>
 #include <xcb/damage.h>
-#include <xcb/randr.h>
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 #include <xcb/xfixes.h>
@@ -14,6 +13,7 @@
 #include <utility>
 
 #include "desktop/X11FrameImage.h"
+#include "desktop/X11Monitors.h"
 #include "desktop/XcbConnection.h"
 
 namespace quillmark::layer {
@@ -38,7 +38,6 @@ class X11Duplication final : public Duplication {
   HRESULT Acquire(std::uint32_t timeoutMs) override;
   HRESULT Release() override;
   HRESULT Map(ImageView& view) override;
-  HRESULT ReserveStaging(std::uint32_t, std::uint32_t) override { return S_OK; }  // the image is the memory
 
  private:
   HRESULT WaitForFrame(Clock::time_point deadline);
@@ -51,11 +50,12 @@ class X11Duplication final : public Duplication {
 
   const std::unique_ptr<XcbConnection> connection;
   const xcb_rectangle_t area;  // root pixels
-  xcb_screen_t screen{};
+  std::uint16_t rootWidth = 0, rootHeight = 0;
   std::unique_ptr<X11FrameImage> image;
   xcb_damage_damage_t damage = 0;
   xcb_xfixes_region_t wholeArea = 0, damaged = 0;
-  std::uint8_t damageEvent = 0, randrEvent = 0;  // first event numbers; 0 without RandR
+  std::uint8_t damageEvent = 0;  // first event number
+  bool randr = false;
 
   bool started = false;  // the whole area has been fetched
   bool held = false;
@@ -71,33 +71,8 @@ class X11Duplication final : public Duplication {
   std::int16_t pointerX = 0, pointerY = 0;
 };
 
-const xcb_screen_t* ScreenOf(const XcbConnection& connection) {
-  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-  while (screens.rem > 1 && screens.data->root != connection.Root()) xcb_screen_next(&screens);
-  return screens.data;
-}
-
-// 32 bits a pixel in the order blue, green, red, anything.
-bool IsBgrx(const xcb_setup_t& setup, const xcb_screen_t& screen) {
-  if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
-  bool wide = false;
-  for (auto format = xcb_setup_pixmap_formats_iterator(&setup); format.rem > 0; xcb_format_next(&format)) {
-    wide = wide || (format.data->depth == screen.root_depth && format.data->bits_per_pixel == 32);
-  }
-  for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
-    for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0; xcb_visualtype_next(&visual)) {
-      if (visual.data->visual_id != screen.root_visual) continue;
-      return wide && visual.data->red_mask == 0xFF0000 && visual.data->green_mask == 0xFF00 &&
-             visual.data->blue_mask == 0xFF;
-    }
-  }
-  return false;
-}
-
 HRESULT X11Duplication::Start(X11Transport best) {
-  const xcb_screen_t* const preferred = ScreenOf(*connection);  // its list of visuals lies behind it
-  if (!IsBgrx(*xcb_get_setup(*connection), *preferred)) return DXGI_ERROR_UNSUPPORTED;
-  screen = *preferred;
+  if (!connection->IsBgrx()) return DXGI_ERROR_UNSUPPORTED;
   if (!connection->Has(xcb_damage_id) || !connection->Has(xcb_xfixes_id)) return DXGI_ERROR_UNSUPPORTED;
   damageEvent = xcb_get_extension_data(*connection, &xcb_damage_id)->first_event;
   // Both want to be asked for their versions before anything else.
@@ -110,28 +85,16 @@ HRESULT X11Duplication::Start(X11Transport best) {
   if (!gotDamage || !gotFixes || gotFixes->major_version < 2) return DXGI_ERROR_UNSUPPORTED;
 
   // Events first, so that no change is missed between a look at the screen and the next one.
-  const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-  xcb_change_window_attributes(*connection, screen.root, XCB_CW_EVENT_MASK, &structure);
-  if (connection->Has(xcb_randr_id)) {
-    const XcbReply<xcb_randr_query_version_reply_t> version(
-        xcb_randr_query_version_reply(*connection, xcb_randr_query_version(*connection, 1, 5), nullptr));
-    if (version && version->minor_version >= 5) {  // which brought the list of monitors
-      randrEvent = xcb_get_extension_data(*connection, &xcb_randr_id)->first_event;
-      xcb_randr_select_input(*connection, screen.root,
-                             XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                                 XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
-    }
-  }
-  const XcbReply<xcb_get_geometry_reply_t> root(
-      xcb_get_geometry_reply(*connection, xcb_get_geometry(*connection, screen.root), nullptr));
-  if (!root || area.x < 0 || area.y < 0 || area.x + area.width > root->width ||
-      area.y + area.height > root->height) {
+  randr = SelectMonitorEvents(*connection, 0);
+  const auto layout = ReadMonitors(*connection, randr);
+  if (!layout || area.x < 0 || area.y < 0 || area.x + area.width > layout->rootWidth ||
+      area.y + area.height > layout->rootHeight) {
     return DXGI_ERROR_ACCESS_LOST;
   }
-  screen.width_in_pixels = root->width;  // the setup's are those of the server's start
-  screen.height_in_pixels = root->height;
+  rootWidth = layout->rootWidth;
+  rootHeight = layout->rootHeight;
 
-  image = X11FrameImage::Make(*connection, screen, area, best);
+  image = X11FrameImage::Make(*connection, area, best);
   if (!image) return E_OUTOFMEMORY;
   wholeArea = xcb_generate_id(*connection);
   damaged = xcb_generate_id(*connection);
@@ -139,7 +102,7 @@ HRESULT X11Duplication::Start(X11Transport best) {
   xcb_xfixes_create_region(*connection, wholeArea, 1, &area);
   xcb_xfixes_create_region(*connection, damaged, 0, nullptr);
   const auto created =
-      xcb_damage_create_checked(*connection, damage, screen.root, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+      xcb_damage_create_checked(*connection, damage, connection->Root(), XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
   const XcbReply<xcb_generic_error_t> error(xcb_request_check(*connection, created));
   return error || connection->Lost() ? DXGI_ERROR_ACCESS_LOST : S_OK;
 }
@@ -205,16 +168,14 @@ void X11Duplication::TakeEvents(bool fromServer) {
       lost = true;  // an error: the server refuses what it took when the duplication was opened
     } else if (type == damageEvent + XCB_DAMAGE_NOTIFY) {
       damageReported = true;
-    } else if (type == XCB_CONFIGURE_NOTIFY ||
-               (randrEvent != 0 && (type == randrEvent + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
-                                    type == randrEvent + XCB_RANDR_NOTIFY))) {
+    } else if (IsMonitorEvent(*connection, *event)) {
       screenChanged = true;
     }
   }
 }
 
 void X11Duplication::AskForPointer(Clock::time_point now) {
-  pointerQuestion = xcb_query_pointer(*connection, screen.root);
+  pointerQuestion = xcb_query_pointer(*connection, connection->Root());
   pointerAsked = true;
   nextPointerQuestion = now + kPointerInterval;
 }
@@ -241,31 +202,16 @@ bool X11Duplication::Contains(int x, int y) const {
   return x >= area.x && x < area.x + area.width && y >= area.y && y < area.y + area.height;
 }
 
-// Whether the root window still has the size it was opened with and a monitor the same rectangle.
+// Whether the root window still has its size, and a monitor the same rectangle.
 bool X11Duplication::MonitorIsUnchanged() {
   screenChanged = false;
-  const auto geometry = xcb_get_geometry(*connection, screen.root);
-  const bool hasMonitors = randrEvent != 0;
-  const auto list =
-      hasMonitors ? xcb_randr_get_monitors(*connection, screen.root, 1) : xcb_randr_get_monitors_cookie_t{};
-  const XcbReply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(*connection, geometry, nullptr));
-  const XcbReply<xcb_randr_get_monitors_reply_t> monitors(
-      hasMonitors ? xcb_randr_get_monitors_reply(*connection, list, nullptr) : nullptr);
-  if (!root || root->width != screen.width_in_pixels || root->height != screen.height_in_pixels) return false;
-  if (!hasMonitors) return true;
-  if (!monitors) return false;
-  for (auto each = xcb_randr_get_monitors_monitors_iterator(monitors.get()); each.rem > 0;
-       xcb_randr_monitor_info_next(&each)) {
-    // A monitor may reach beyond the root window; what counts is the part that shows something.
-    const auto& found = *each.data;
-    const int right = std::min<int>(found.x + found.width, root->width);
-    const int bottom = std::min<int>(found.y + found.height, root->height);
-    if (found.x == area.x && found.y == area.y && right == area.x + area.width &&
-        bottom == area.y + area.height) {
-      return true;
-    }
-  }
-  return false;
+  const auto layout = ReadMonitors(*connection, randr);
+  return layout && layout->rootWidth == rootWidth && layout->rootHeight == rootHeight &&
+         std::ranges::any_of(layout->monitors, [&](const MonitorFacts& monitor) {
+           const RECT& rect = monitor.rect;
+           return rect.left + layout->rootOrigin.x == area.x && rect.top + layout->rootOrigin.y == area.y &&
+                  rect.right - rect.left == area.width && rect.bottom - rect.top == area.height;
+         });
 }
 
 HRESULT X11Duplication::Release() {

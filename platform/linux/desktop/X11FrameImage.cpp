@@ -1,10 +1,11 @@
 #include "desktop/X11FrameImage.h"
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+
+#include "host/UniqueFd.h"
 
 namespace quillmark::layer {
 namespace {
@@ -30,10 +31,8 @@ std::vector<xcb_rectangle_t> WholeRows(const xcb_rectangle_t* rectangles, int co
 
 }  // namespace
 
-X11FrameImage::X11FrameImage(xcb_connection_t* toServer, const xcb_screen_t& screen,
-                             const xcb_rectangle_t& ofArea)
+X11FrameImage::X11FrameImage(XcbConnection& toServer, const xcb_rectangle_t& ofArea)
     : connection(toServer),
-      root(screen.root),
       area(ofArea),
       pitch(std::size_t{ofArea.width} * 4),
       length(pitch * ofArea.height) {}
@@ -42,13 +41,11 @@ X11FrameImage::~X11FrameImage() {
   if (pixels != nullptr) munmap(pixels, length);
 }
 
-std::unique_ptr<X11FrameImage> X11FrameImage::Make(xcb_connection_t* connection, const xcb_screen_t& screen,
-                                                   const xcb_rectangle_t& area, X11Transport best) {
-  std::unique_ptr<X11FrameImage> image(new X11FrameImage(connection, screen, area));
-  if (best != X11Transport::PlainImage && image->ShareMemory()) {
-    if (best == X11Transport::SharedPixmap) image->SharePixmap(screen.root_depth);
-    return image;
-  }
+std::unique_ptr<X11FrameImage> X11FrameImage::Make(XcbConnection& connection, const xcb_rectangle_t& area,
+                                                   X11Transport best) {
+  std::unique_ptr<X11FrameImage> image(new X11FrameImage(connection, area));
+  if (best != X11Transport::PlainImage) image->ShareMemory(best == X11Transport::SharedPixmap);
+  if (image->pixels != nullptr) return image;
   void* const memory =
       mmap(nullptr, image->length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) return nullptr;
@@ -56,53 +53,42 @@ std::unique_ptr<X11FrameImage> X11FrameImage::Make(xcb_connection_t* connection,
   return image;
 }
 
-// Asks the server for the memory: it works with every local server of the last decade and leaves nothing
-// behind when either side dies.
-bool X11FrameImage::ShareMemory() {
-  const auto* extension = xcb_get_extension_data(connection, &xcb_shm_id);
-  if (extension == nullptr || !extension->present) return false;
+// The server allocates the memory: every local server of the last decade can, and nothing is left behind when
+// either side dies.
+void X11FrameImage::ShareMemory(bool pixmapToo) {
+  if (!connection.Has(xcb_shm_id)) return;
   const XcbReply<xcb_shm_query_version_reply_t> version(
       xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
-  if (!version || version->major_version < 1 || (version->major_version == 1 && version->minor_version < 2)) {
-    return false;
-  }
-  segment = xcb_generate_id(connection);
-  const auto asked =
-      xcb_shm_create_segment(connection, segment, static_cast<std::uint32_t>(length), /*read_only=*/0);
-  const XcbReply<xcb_shm_create_segment_reply_t> made(
-      xcb_shm_create_segment_reply(connection, asked, nullptr));
-  if (!made || made->nfd != 1) {
-    segment = 0;
-    return false;
-  }
-  const int memory = *xcb_shm_create_segment_reply_fds(connection, made.get());
-  void* const mapped = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, memory, 0);
-  close(memory);
+  if (!version || (version->major_version == 1 && version->minor_version < 2)) return;
+  const xcb_shm_seg_t asked = xcb_generate_id(connection);
+  const XcbReply<xcb_shm_create_segment_reply_t> made(xcb_shm_create_segment_reply(
+      connection,
+      xcb_shm_create_segment(connection, asked, static_cast<std::uint32_t>(length), /*read_only=*/0),
+      nullptr));
+  if (!made || made->nfd != 1) return;
+  const UniqueFd memory(*xcb_shm_create_segment_reply_fds(connection, made.get()));
+  void* const mapped = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, memory.Get(), 0);
   if (mapped == MAP_FAILED) {
-    xcb_shm_detach(connection, segment);
-    segment = 0;
-    return false;
+    xcb_shm_detach(connection, asked);
+    return;
   }
+  segment = asked;
   pixels = mapped;
-  return true;
+  if (pixmapToo && version->shared_pixmaps && version->pixmap_format == XCB_IMAGE_FORMAT_Z_PIXMAP) {
+    SharePixmap();
+  }
 }
 
-bool X11FrameImage::SharePixmap(std::uint8_t depth) {
-  const XcbReply<xcb_shm_query_version_reply_t> version(
-      xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
-  if (!version || !version->shared_pixmaps || version->pixmap_format != XCB_IMAGE_FORMAT_Z_PIXMAP) {
-    return false;
-  }
+void X11FrameImage::SharePixmap() {
   const xcb_pixmap_t shared = xcb_generate_id(connection);
-  const auto made =
-      xcb_shm_create_pixmap_checked(connection, shared, root, area.width, area.height, depth, segment, 0);
+  const auto made = xcb_shm_create_pixmap_checked(connection, shared, connection.Root(), area.width,
+                                                  area.height, connection.RootDepth(), segment, 0);
   const XcbReply<xcb_generic_error_t> error(xcb_request_check(connection, made));
-  if (error) return false;
+  if (error) return;
   pixmap = shared;
   copyContext = xcb_generate_id(connection);
   const std::uint32_t values[] = {XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS, /*graphics exposures*/ 0};
   xcb_create_gc(connection, copyContext, pixmap, XCB_GC_SUBWINDOW_MODE | XCB_GC_GRAPHICS_EXPOSURES, values);
-  return true;
 }
 
 ImageView X11FrameImage::View() const {
@@ -114,7 +100,8 @@ HRESULT X11FrameImage::Fetch(xcb_xfixes_region_t region) {
     // The clip is in pixels of the pixmap, the region in those of the root window.
     xcb_xfixes_set_gc_clip_region(connection, copyContext, region, static_cast<std::int16_t>(-area.x),
                                   static_cast<std::int16_t>(-area.y));
-    xcb_copy_area(connection, root, pixmap, copyContext, area.x, area.y, 0, 0, area.width, area.height);
+    xcb_copy_area(connection, connection.Root(), pixmap, copyContext, area.x, area.y, 0, 0, area.width,
+                  area.height);
   }
   // Its reply follows the copy, so that the pixels are here when it is.
   const auto asked = xcb_xfixes_fetch_region(connection, region);
@@ -135,8 +122,8 @@ HRESULT X11FrameImage::FetchRows(const std::vector<xcb_rectangle_t>& bands) {
   if (segment != 0) {
     std::vector<xcb_shm_get_image_cookie_t> asked;
     for (const xcb_rectangle_t& band : bands) {
-      asked.push_back(xcb_shm_get_image(connection, root, band.x, band.y, band.width, band.height, kAllPlanes,
-                                        XCB_IMAGE_FORMAT_Z_PIXMAP, segment,
+      asked.push_back(xcb_shm_get_image(connection, connection.Root(), band.x, band.y, band.width,
+                                        band.height, kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment,
                                         static_cast<std::uint32_t>(offsetOf(band))));
     }
     for (const auto cookie : asked) {
@@ -146,8 +133,8 @@ HRESULT X11FrameImage::FetchRows(const std::vector<xcb_rectangle_t>& bands) {
   } else {
     std::vector<xcb_get_image_cookie_t> asked;
     for (const xcb_rectangle_t& band : bands) {
-      asked.push_back(xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, band.x, band.y, band.width,
-                                    band.height, kAllPlanes));
+      asked.push_back(xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, connection.Root(), band.x, band.y,
+                                    band.width, band.height, kAllPlanes));
     }
     for (std::size_t i = 0; i < bands.size(); ++i) {
       const XcbReply<xcb_get_image_reply_t> got(xcb_get_image_reply(connection, asked[i], nullptr));

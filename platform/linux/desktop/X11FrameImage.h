@@ -22,8 +22,8 @@ namespace quillmark::layer {
 class X11FrameImage {
  public:
   // `area` is in root pixels and lies on the root window. Null when there is no memory.
-  static std::unique_ptr<X11FrameImage> Make(xcb_connection_t* connection, const xcb_screen_t& screen,
-                                             const xcb_rectangle_t& area, X11Transport best);
+  static std::unique_ptr<X11FrameImage> Make(XcbConnection& connection, const xcb_rectangle_t& area,
+                                             X11Transport best);
   ~X11FrameImage();
   X11FrameImage(const X11FrameImage&) = delete;
   X11FrameImage& operator=(const X11FrameImage&) = delete;
@@ -35,13 +35,13 @@ class X11FrameImage {
   HRESULT Fetch(xcb_xfixes_region_t region);
 
  private:
-  X11FrameImage(xcb_connection_t* toServer, const xcb_screen_t& screen, const xcb_rectangle_t& ofArea);
-  bool ShareMemory();
-  bool SharePixmap(std::uint8_t depth);
+  X11FrameImage(XcbConnection& toServer, const xcb_rectangle_t& ofArea);
+  // These two leave things as they are where the server cannot do it.
+  void ShareMemory(bool pixmapToo);
+  void SharePixmap();
   HRESULT FetchRows(const std::vector<xcb_rectangle_t>& bands);
 
-  xcb_connection_t* const connection;
-  const xcb_window_t root;
+  XcbConnection& connection;
   const xcb_rectangle_t area;
   const std::size_t pitch;  // bytes
   const std::size_t length;

@@ -89,6 +89,8 @@ std::optional<MonitorLayout> ReadMonitors(XcbConnection& connection, bool randr)
   const XcbReply<xcb_get_property_reply_t> resources(
       xcb_get_property_reply(connection, resourcesRequest, nullptr));
   if (!root || connection.Lost()) return std::nullopt;
+  layout.rootWidth = root->width;
+  layout.rootHeight = root->height;
   if (!randr) {
     MonitorFacts whole;
     whole.rect = {0, 0, root->width, root->height};

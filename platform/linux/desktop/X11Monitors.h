@@ -16,6 +16,7 @@ namespace quillmark::layer {
 struct MonitorLayout {
   std::vector<MonitorFacts> monitors;  // ids are 0: numbering is the desktop's
   POINT rootOrigin{};                  // root coordinates of the desktop's (0, 0)
+  std::uint16_t rootWidth = 0, rootHeight = 0;
 };
 
 // Asks for the events that tell of changes: RandR's, and ConfigureNotify on the root window, the only one for

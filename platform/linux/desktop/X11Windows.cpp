@@ -88,7 +88,7 @@ void X11Windows::ReadAtoms() {
   }
 }
 
-const X11Window* X11Windows::Find(WindowId window) const {
+const WindowFacts* X11Windows::Find(WindowId window) const {
   const auto found = entries.find(window);
   return found != entries.end() && found->second.listed ? &found->second.facts : nullptr;
 }
@@ -283,7 +283,8 @@ bool X11Windows::Read(Requests& r, Entry& entry) {
   entry.parent = tree->parent;
   entry.listed =
       managed || (attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT && !attributes->override_redirect);
-  X11Window& facts = entry.facts;
+  WindowFacts& facts = entry.facts;
+  facts.root = r.window;
   facts.processId = processId;
   facts.visible = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
   if (managed) {

@@ -19,15 +19,6 @@
 
 namespace quillmark::layer {
 
-struct X11Window {
-  RECT client{};  // root pixels
-  RECT outer{};   // root pixels, frame included
-  bool visible = false;
-  bool iconic = false;
-  std::uint32_t processId = 0;
-  std::wstring title;
-};
-
 class X11Windows {
  public:
   // The events that the caller must select on the root window.
@@ -43,8 +34,8 @@ class X11Windows {
 
   // Topmost first.
   const std::vector<WindowId>& Order() const { return order; }
-  // Null for what is none of them.
-  const X11Window* Find(WindowId window) const;
+  // Null for what is none of them. The rectangles are in root pixels.
+  const WindowFacts* Find(WindowId window) const;
 
  private:
   struct Atoms {
@@ -52,7 +43,7 @@ class X11Windows {
         pid;
   };
   struct Entry {
-    X11Window facts;
+    WindowFacts facts;
     bool outdated = true;
     xcb_window_t parent = 0;
     xcb_window_t frame = 0;  // the root window's child that holds it, itself when it has no frame

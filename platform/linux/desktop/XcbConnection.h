@@ -32,7 +32,7 @@ class XcbConnection {
     if (connection->Lost()) return nullptr;
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle));
     for (; screenNumber > 0 && screens.rem > 1; --screenNumber) xcb_screen_next(&screens);
-    connection->root = screens.data->root;
+    connection->screen = screens.data;
     return connection;
   }
   // A lost connection keeps its descriptor until here.
@@ -41,7 +41,25 @@ class XcbConnection {
   XcbConnection& operator=(const XcbConnection&) = delete;
 
   operator xcb_connection_t*() const { return handle; }
-  xcb_window_t Root() const { return root; }
+  xcb_window_t Root() const { return screen->root; }
+  std::uint8_t RootDepth() const { return screen->root_depth; }
+  // Whether the root window's pixels have 32 bits: blue, green, red and one that means nothing.
+  bool IsBgrx() const {
+    const xcb_setup_t& setup = *xcb_get_setup(handle);
+    if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
+    bool wide = false;
+    for (auto it = xcb_setup_pixmap_formats_iterator(&setup); it.rem > 0; xcb_format_next(&it)) {
+      wide = wide || (it.data->depth == screen->root_depth && it.data->bits_per_pixel == 32);
+    }
+    for (auto depth = xcb_screen_allowed_depths_iterator(screen); depth.rem > 0; xcb_depth_next(&depth)) {
+      for (auto it = xcb_depth_visuals_iterator(depth.data); it.rem > 0; xcb_visualtype_next(&it)) {
+        if (it.data->visual_id != screen->root_visual) continue;
+        return wide && it.data->red_mask == 0xFF0000 && it.data->green_mask == 0xFF00 &&
+               it.data->blue_mask == 0xFF;
+      }
+    }
+    return false;
+  }
   bool Lost() const { return xcb_connection_has_error(handle) != 0; }
   bool Has(xcb_extension_t& extension) const {
     const auto* data = xcb_get_extension_data(handle, &extension);
@@ -60,7 +78,7 @@ class XcbConnection {
   }
 
   xcb_connection_t* handle;
-  xcb_window_t root = 0;
+  const xcb_screen_t* screen = nullptr;  // the preferred one, in the connection's setup data
 };
 
 // The 32-bit items of a property's reply, none when there is no reply or it has another format.

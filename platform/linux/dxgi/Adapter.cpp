@@ -58,13 +58,11 @@ HRESULT Output::GetDesc(DXGI_OUTPUT_DESC* desc) {
 }
 
 HRESULT Output::DuplicateOutput(IUnknown* device, IDXGIOutputDuplication** duplication) {
-  auto* const ours = dynamic_cast<Device*>(device);
-  if (ours == nullptr || duplication == nullptr) return E_INVALIDARG;
+  if (dynamic_cast<Device*>(device) == nullptr || duplication == nullptr) return E_INVALIDARG;
   *duplication = nullptr;
   auto source = std::make_shared<FrameSource>();
   const HRESULT result = desktop->Duplicate(monitor.id, source->duplication);
   if (FAILED(result)) return result;
-  ours->frames = source;
   return Give<OutputDuplication>(duplication, std::move(source), monitor.rotation);
 }
 

@@ -67,10 +67,6 @@ HRESULT Device::CreateTexture2D(const D3D11_TEXTURE2D_DESC* desc, const D3D11_SU
     return E_INVALIDARG;
   }
   *texture = nullptr;
-  if (const auto source = frames.lock()) {
-    const HRESULT reserved = source->duplication->ReserveStaging(desc->Width, desc->Height);
-    if (FAILED(reserved)) return reserved;
-  }
   return Give<StagingTexture>(texture, desc->Width, desc->Height);
 }
 

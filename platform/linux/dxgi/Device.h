@@ -37,9 +37,6 @@ class Device final : public ComObject<ID3D11Device> {
  public:
   HRESULT CreateTexture2D(const D3D11_TEXTURE2D_DESC* desc, const D3D11_SUBRESOURCE_DATA* initial,
                           ID3D11Texture2D** texture) override;
-
-  // The frames duplicated with this device last; staging textures are made for these.
-  std::weak_ptr<FrameSource> frames;
 };
 
 }  // namespace quillmark::layer

@@ -6,13 +6,7 @@ namespace quillmark::layer {
 namespace {
 
 constexpr std::uint32_t replacement = 0xFFFD;
-
-bool IsHighSurrogate(std::uint32_t unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-bool IsLowSurrogate(std::uint32_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
+constexpr std::uint32_t highSurrogates = 0xD800, lowSurrogates = 0xDC00;  // the first of each
 
 void AppendUtf8(std::string& bytes, std::uint32_t code) {
   const auto put = [&](std::uint32_t byte) { bytes.push_back(static_cast<char>(byte)); };
@@ -37,14 +31,14 @@ void AppendUnits(std::wstring& wide, std::uint32_t code) {
   if (code < 0x10000) {
     wide.push_back(static_cast<wchar_t>(code));
   } else {
-    wide.push_back(static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10)));
-    wide.push_back(static_cast<wchar_t>(0xDC00 + ((code - 0x10000) & 0x3FF)));
+    wide.push_back(static_cast<wchar_t>(highSurrogates + ((code - 0x10000) >> 10)));
+    wide.push_back(static_cast<wchar_t>(lowSurrogates + ((code - 0x10000) & 0x3FF)));
   }
 }
 
 struct Decoded {
   std::uint32_t code = replacement;
-  std::size_t length = 1;  // bytes taken; of an ill-formed piece, those that could have begun a character
+  std::size_t length = 1;  // bytes taken; when invalid, those that could have begun a character
   bool valid = false;
 };
 
@@ -57,7 +51,7 @@ Decoded DecodeOne(std::string_view bytes) {
   const std::size_t count = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
   std::uint32_t code = lead & (0x7Fu >> count);
   for (std::size_t i = 1; i < count; ++i) {
-    // The second byte's range leaves out overlong forms, surrogates and what lies beyond U+10FFFF.
+    // The second byte's range excludes overlong forms, surrogates and anything above U+10FFFF.
     std::uint8_t low = 0x80, high = 0xBF;
     if (i == 1 && lead == 0xE0) low = 0xA0;
     if (i == 1 && lead == 0xED) high = 0x9F;
@@ -71,23 +65,31 @@ Decoded DecodeOne(std::string_view bytes) {
 
 }  // namespace
 
-std::string ToUtf8(std::wstring_view wide, bool* valid) {
-  std::string bytes;
-  bytes.reserve(wide.size());
+std::u32string Characters(std::wstring_view wide, bool* valid) {
+  const auto isSurrogate = [&](std::size_t i, std::uint32_t first) {
+    return i < wide.size() && (static_cast<std::uint32_t>(wide[i]) & ~0x3FFu) == first;
+  };
+  std::u32string characters;
   bool good = true;
   for (std::size_t i = 0; i < wide.size(); ++i) {
     auto code = static_cast<std::uint32_t>(wide[i]);
-    const bool paired = IsHighSurrogate(code) && i + 1 < wide.size() &&
-                        IsLowSurrogate(static_cast<std::uint32_t>(wide[i + 1]));
-    if (paired) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (static_cast<std::uint32_t>(wide[++i]) - 0xDC00);
-    } else if (IsHighSurrogate(code) || IsLowSurrogate(code) || code > 0xFFFF) {
+    if (isSurrogate(i, highSurrogates) && isSurrogate(i + 1, lowSurrogates)) {
+      code =
+          0x10000 + ((code - highSurrogates) << 10) + (static_cast<std::uint32_t>(wide[++i]) - lowSurrogates);
+    } else if (isSurrogate(i, highSurrogates) || isSurrogate(i, lowSurrogates) || code > 0xFFFF) {
       code = replacement;
       good = false;
     }
-    AppendUtf8(bytes, code);
+    characters += static_cast<char32_t>(code);
   }
   if (valid) *valid = good;
+  return characters;
+}
+
+std::string ToUtf8(std::wstring_view wide, bool* valid) {
+  std::string bytes;
+  bytes.reserve(wide.size());
+  for (const char32_t code : Characters(wide, valid)) AppendUtf8(bytes, code);
   return bytes;
 }
 

@@ -1,4 +1,4 @@
-// Between the layer's wide text (UTF-16 units, one in each wchar_t) and the host's UTF-8.
+// Converts between the layer's wide text (UTF-16 units, one in each wchar_t) and the host's UTF-8.
 //
 // Threading: pure functions, any thread.
 #pragma once
@@ -8,10 +8,11 @@
 
 namespace quillmark::layer {
 
-// `valid`, where given, tells whether every unit had a meaning; an unpaired surrogate becomes U+FFFD.
+// An unpaired surrogate becomes U+FFFD; `valid`, if given, is then false.
+std::u32string Characters(std::wstring_view wide, bool* valid = nullptr);
 std::string ToUtf8(std::wstring_view wide, bool* valid = nullptr);
 
-// `valid`, where given, tells whether the bytes were UTF-8; each ill-formed piece becomes U+FFFD.
+// Each invalid sequence becomes U+FFFD; `valid`, if given, is then false.
 std::wstring FromUtf8(std::string_view bytes, bool* valid = nullptr);
 
 }  // namespace quillmark::layer

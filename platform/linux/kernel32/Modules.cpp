@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <mutex>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,14 +18,8 @@ namespace {
 
 const Library program = {"", {}};
 
-struct Hidden {
-  std::mutex mutex;
-  std::set<std::pair<std::string, std::string>> entries;  // library, entry; no entry for a whole library
-};
-Hidden& TheHidden() {
-  static auto* hidden = new Hidden;
-  return *hidden;
-}
+std::mutex hiddenMutex;
+std::vector<std::string> hidden;
 
 std::string LowerCase(std::string text) {
   for (char& c : text) {
@@ -34,16 +28,16 @@ std::string LowerCase(std::string text) {
   return text;
 }
 
-bool IsHidden(const char* library, const char* entry) {
-  const std::lock_guard lock(TheHidden().mutex);
-  return TheHidden().entries.contains({library, entry});
+bool IsHidden(std::string_view entry) {
+  const std::lock_guard lock(hiddenMutex);
+  return std::ranges::find(hidden, entry) != hidden.end();
 }
 
 HMODULE HandleOf(const Library& library) {
   return reinterpret_cast<HMODULE>(const_cast<Library*>(&library));
 }
 
-// nullptr with ERROR_INVALID_HANDLE for what is no module.
+// Null, with ERROR_INVALID_HANDLE, for anything but a module's handle.
 const Library* LibraryOf(HMODULE module) {
   for (const Library& library : Libraries()) {
     if (HandleOf(library) == module) return &library;
@@ -62,14 +56,9 @@ HMODULE FindLibrary(LPCWSTR name) {
 
 }  // namespace
 
-void HideEntry(const char* library, const char* entry) {
-  const std::lock_guard lock(TheHidden().mutex);
-  TheHidden().entries.emplace(LowerCase(library), entry);
-}
-
-void ShowAllEntries() {
-  const std::lock_guard lock(TheHidden().mutex);
-  TheHidden().entries.clear();
+void HideEntries(std::vector<std::string> entries) {
+  const std::lock_guard lock(hiddenMutex);
+  hidden = std::move(entries);
 }
 
 }  // namespace quillmark::layer
@@ -94,7 +83,7 @@ extern "C" FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
   constexpr std::uintptr_t ordinals = 0x10000;  // below, a name is a number
   if (reinterpret_cast<std::uintptr_t>(name) < ordinals) return Fail(ERROR_PROC_NOT_FOUND, nullptr);
   for (const Entry& entry : library->entries) {
-    if (std::string_view(name) == entry.name && !IsHidden(library->name, entry.name)) return entry.address;
+    if (std::string_view(name) == entry.name && !IsHidden(name)) return entry.address;
   }
   return Fail(ERROR_PROC_NOT_FOUND, nullptr);
 }

@@ -1,5 +1,4 @@
-// The libraries that a program can load, and a test hook that lets an entry be missing, as on an older
-// system.
+// The libraries that a program can load, and a test hook that hides entries, as if the system were older.
 //
 // Threading: any thread.
 #pragma once
@@ -7,6 +6,8 @@
 #include <windows.h>
 
 #include <span>
+#include <string>
+#include <vector>
 
 namespace quillmark::layer {
 
@@ -19,12 +20,10 @@ struct Library {
   std::span<const Entry> entries;
 };
 
-// Implemented by user32, which has them.
+// Implemented by user32.
 std::span<const Library> Libraries();
 
-// GetProcAddress no longer finds this entry. The library's name is compared without regard to case.
-void HideEntry(const char* library, const char* entry);
-// Ends all hiding.
-void ShowAllEntries();
+// GetProcAddress finds every entry but these.
+void HideEntries(std::vector<std::string> entries);
 
 }  // namespace quillmark::layer

@@ -1,21 +1,20 @@
-#include "user32/Dpi.h"
-
-#include <dxgi1_2.h>
+// The DPI calls of user32 and shcore. No header declares them: the product finds them with GetProcAddress.
+#include <shellscalingapi.h>
+#include <windows.h>
 
 #include <array>
 #include <atomic>
 
+#include "kernel32/Errors.h"
 #include "kernel32/Modules.h"
 #include "user32/Handles.h"
 
-using quillmark::layer::CurrentDesktop;
-using quillmark::layer::ToMonitorId;
-using quillmark::layer::ToWindowId;
+using namespace quillmark::layer;
 
 namespace {
 
 // A context is a pseudo handle that counts down from -1; -4 and -5 are refinements of -3 and -1.
-DPI_AWARENESS AwarenessOf(DPI_AWARENESS_CONTEXT context) {
+DPI_AWARENESS WINAPI GetAwarenessFromDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
   switch (reinterpret_cast<LONG_PTR>(context)) {
     case -1:
     case -5:
@@ -30,24 +29,17 @@ DPI_AWARENESS AwarenessOf(DPI_AWARENESS_CONTEXT context) {
   }
 }
 
-// Succeeds for the first caller in the process.
+// True for the first call in the process. X11 shows every pixel as it is drawn, so nothing else depends on
+// it.
 bool SetAwarenessOnce() {
   static std::atomic<bool> set{false};
   return !set.exchange(true);
 }
 
-}  // namespace
-
 BOOL WINAPI SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
-  if (AwarenessOf(context) == DPI_AWARENESS_INVALID) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
-  if (!SetAwarenessOnce()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
-  return TRUE;
+  if (GetAwarenessFromDpiAwarenessContext(context) == DPI_AWARENESS_INVALID)
+    return Fail(ERROR_INVALID_PARAMETER, FALSE);
+  return SetAwarenessOnce() ? TRUE : Fail(ERROR_ACCESS_DENIED, FALSE);
 }
 
 HRESULT WINAPI SetProcessDpiAwareness(PROCESS_DPI_AWARENESS awareness) {
@@ -56,31 +48,18 @@ HRESULT WINAPI SetProcessDpiAwareness(PROCESS_DPI_AWARENESS awareness) {
 }
 
 BOOL WINAPI SetProcessDPIAware() {
-  if (SetAwarenessOnce()) return TRUE;
-  SetLastError(ERROR_ACCESS_DENIED);
-  return FALSE;
+  return SetAwarenessOnce() ? TRUE : Fail(ERROR_ACCESS_DENIED, FALSE);
 }
 
 DPI_AWARENESS_CONTEXT WINAPI GetWindowDpiAwarenessContext(HWND window) {
-  const auto desktop = CurrentDesktop();
-  if (!desktop->Exists(ToWindowId(window))) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return nullptr;
-  }
-  const DPI_AWARENESS awareness = desktop->Awareness(ToWindowId(window));
-  if (awareness == DPI_AWARENESS_INVALID) return nullptr;
-  return reinterpret_cast<DPI_AWARENESS_CONTEXT>(LONG_PTR{-1} - awareness);
-}
-
-DPI_AWARENESS WINAPI GetAwarenessFromDpiAwarenessContext(DPI_AWARENESS_CONTEXT context) {
-  return AwarenessOf(context);
+  const auto facts = CurrentDesktop()->Window(ToWindowId(window));
+  if (!facts) return Fail(ERROR_INVALID_WINDOW_HANDLE, nullptr);
+  return reinterpret_cast<DPI_AWARENESS_CONTEXT>(LONG_PTR{-1} - facts->awareness);
 }
 
 UINT WINAPI GetDpiForWindow(HWND window) {
-  const auto desktop = CurrentDesktop();
-  if (desktop->Exists(ToWindowId(window))) return desktop->DpiOfWindow(ToWindowId(window));
-  SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-  return 0;
+  const auto facts = CurrentDesktop()->Window(ToWindowId(window));
+  return facts ? facts->dpi : Fail(ERROR_INVALID_WINDOW_HANDLE, UINT{0});
 }
 
 HRESULT WINAPI GetDpiForMonitor(HMONITOR monitor, MONITOR_DPI_TYPE type, UINT* dpiX, UINT* dpiY) {
@@ -93,31 +72,26 @@ HRESULT WINAPI GetDpiForMonitor(HMONITOR monitor, MONITOR_DPI_TYPE type, UINT* d
   return E_INVALIDARG;
 }
 
-namespace quillmark::layer {
-namespace {
-
 template <typename Function>
 FARPROC AddressOf(Function* function) {
   return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
 }
 
 const std::array user32Entries = {
-    Entry{"SetProcessDpiAwarenessContext", AddressOf(&::SetProcessDpiAwarenessContext)},
-    Entry{"SetProcessDPIAware", AddressOf(&::SetProcessDPIAware)},
-    Entry{"GetWindowDpiAwarenessContext", AddressOf(&::GetWindowDpiAwarenessContext)},
-    Entry{"GetAwarenessFromDpiAwarenessContext", AddressOf(&::GetAwarenessFromDpiAwarenessContext)},
-    Entry{"GetDpiForWindow", AddressOf(&::GetDpiForWindow)},
+    Entry{"SetProcessDpiAwarenessContext", AddressOf(&SetProcessDpiAwarenessContext)},
+    Entry{"SetProcessDPIAware", AddressOf(&SetProcessDPIAware)},
+    Entry{"GetWindowDpiAwarenessContext", AddressOf(&GetWindowDpiAwarenessContext)},
+    Entry{"GetAwarenessFromDpiAwarenessContext", AddressOf(&GetAwarenessFromDpiAwarenessContext)},
+    Entry{"GetDpiForWindow", AddressOf(&GetDpiForWindow)},
 };
 const std::array shcoreEntries = {
-    Entry{"SetProcessDpiAwareness", AddressOf(&::SetProcessDpiAwareness)},
-    Entry{"GetDpiForMonitor", AddressOf(&::GetDpiForMonitor)},
+    Entry{"SetProcessDpiAwareness", AddressOf(&SetProcessDpiAwareness)},
+    Entry{"GetDpiForMonitor", AddressOf(&GetDpiForMonitor)},
 };
 const std::array libraries = {Library{"user32.dll", user32Entries}, Library{"shcore.dll", shcoreEntries}};
 
 }  // namespace
 
-std::span<const Library> Libraries() {
+std::span<const Library> quillmark::layer::Libraries() {
   return libraries;
 }
-
-}  // namespace quillmark::layer

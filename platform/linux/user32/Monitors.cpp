@@ -6,13 +6,10 @@
 #include <limits>
 #include <vector>
 
+#include "kernel32/Errors.h"
 #include "user32/Handles.h"
 
-using quillmark::layer::CurrentDesktop;
-using quillmark::layer::MonitorFacts;
-using quillmark::layer::ToMonitorHandle;
-using quillmark::layer::ToMonitorId;
-using quillmark::layer::ToWindowId;
+using namespace quillmark::layer;
 
 namespace {
 
@@ -23,10 +20,7 @@ std::int64_t Overlap(LONG low1, LONG high1, LONG low2, LONG high2) {
 // The monitor that shows most of the rectangle; where none shows any of it, the fallback's. An empty
 // rectangle stands for the pixel at its top-left corner.
 HMONITOR Select(RECT rect, DWORD fallback) {
-  if (fallback > MONITOR_DEFAULTTONEAREST) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return nullptr;
-  }
+  if (fallback > MONITOR_DEFAULTTONEAREST) return Fail(ERROR_INVALID_PARAMETER, nullptr);
   if (rect.left >= rect.right || rect.top >= rect.bottom) {
     rect.right = rect.left + 1;
     rect.bottom = rect.top + 1;
@@ -61,10 +55,7 @@ HMONITOR Select(RECT rect, DWORD fallback) {
 }  // namespace
 
 BOOL WINAPI EnumDisplayMonitors(HDC dc, const RECT* clip, MONITORENUMPROC callback, LPARAM parameter) {
-  if (dc != nullptr || clip != nullptr || callback == nullptr) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
+  if (dc != nullptr || clip != nullptr || callback == nullptr) return Fail(ERROR_INVALID_PARAMETER, FALSE);
   for (MonitorFacts& monitor : CurrentDesktop()->Monitors()) {
     if (!callback(ToMonitorHandle(monitor.id), nullptr, &monitor.rect, parameter)) return FALSE;
   }
@@ -73,8 +64,7 @@ BOOL WINAPI EnumDisplayMonitors(HDC dc, const RECT* clip, MONITORENUMPROC callba
 
 BOOL WINAPI GetMonitorInfoW(HMONITOR handle, MONITORINFO* info) {
   if (info == nullptr || (info->cbSize != sizeof(MONITORINFO) && info->cbSize != sizeof(MONITORINFOEXW))) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
+    return Fail(ERROR_INVALID_PARAMETER, FALSE);
   }
   for (const MonitorFacts& monitor : CurrentDesktop()->Monitors()) {
     if (monitor.id != ToMonitorId(handle)) continue;
@@ -87,14 +77,11 @@ BOOL WINAPI GetMonitorInfoW(HMONITOR handle, MONITORINFO* info) {
     }
     return TRUE;
   }
-  SetLastError(ERROR_INVALID_MONITOR_HANDLE);
-  return FALSE;
+  return Fail(ERROR_INVALID_MONITOR_HANDLE, FALSE);
 }
 
 HMONITOR WINAPI MonitorFromRect(const RECT* rect, DWORD fallback) {
-  if (rect != nullptr) return Select(*rect, fallback);
-  SetLastError(ERROR_INVALID_PARAMETER);
-  return nullptr;
+  return rect != nullptr ? Select(*rect, fallback) : Fail(ERROR_INVALID_PARAMETER, nullptr);
 }
 
 HMONITOR WINAPI MonitorFromPoint(POINT point, DWORD fallback) {
@@ -102,9 +89,8 @@ HMONITOR WINAPI MonitorFromPoint(POINT point, DWORD fallback) {
 }
 
 HMONITOR WINAPI MonitorFromWindow(HWND window, DWORD fallback) {
-  if (const auto outer = CurrentDesktop()->OuterRect(ToWindowId(window))) return Select(*outer, fallback);
-  // The platform places what is no window on the primary monitor unless told to give none.
-  SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-  if (fallback == MONITOR_DEFAULTTONULL) return nullptr;
-  return Select({0, 0, 0, 0}, MONITOR_DEFAULTTOPRIMARY);
+  if (const auto facts = CurrentDesktop()->Window(ToWindowId(window))) return Select(facts->outer, fallback);
+  // For what is no window, the platform answers with the primary monitor unless told to give none.
+  ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+  return fallback == MONITOR_DEFAULTTONULL ? nullptr : Select({0, 0, 0, 0}, MONITOR_DEFAULTTOPRIMARY);
 }

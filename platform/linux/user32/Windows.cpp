@@ -1,27 +1,23 @@
-// The window queries of user32, each answered by one method of the desktop. The process's own message
-// windows, which have no place on the desktop, exist, are hidden, and know their thread.
+// The window queries of user32, answered from the desktop's facts. The process's own message windows are not
+// on the desktop: they exist, are hidden, and have a thread.
 #include <unistd.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "kernel32/Errors.h"
 #include "user32/Handles.h"
 
-using quillmark::layer::CurrentDesktop;
-using quillmark::layer::Desktop;
-using quillmark::layer::Fail;
-using quillmark::layer::FindOwnWindow;
-using quillmark::layer::ToHandle;
-using quillmark::layer::ToWindowId;
-using quillmark::layer::WindowId;
+using namespace quillmark::layer;
 
 namespace {
 
-BOOL NoSuchWindow() {
-  return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
+// Nothing, with ERROR_INVALID_WINDOW_HANDLE, for what is no window of the desktop.
+std::optional<WindowFacts> Facts(HWND window) {
+  auto facts = CurrentDesktop()->Window(ToWindowId(window));
+  return facts ? facts : Fail(ERROR_INVALID_WINDOW_HANDLE, std::nullopt);
 }
 
 // Ends with the call, also by an exception of the callback.
@@ -49,24 +45,25 @@ BOOL WINAPI EnumWindows(WNDENUMPROC callback, LPARAM parameter) {
 
 BOOL WINAPI IsWindow(HWND window) {
   DWORD threadId = 0;
-  if (FindOwnWindow(window, &threadId) || CurrentDesktop()->Exists(ToWindowId(window))) return TRUE;
-  return NoSuchWindow();
+  return FindOwnWindow(window, &threadId) || Facts(window);
 }
 
 BOOL WINAPI IsWindowVisible(HWND window) {
-  return CurrentDesktop()->Visible(ToWindowId(window));
+  const auto facts = Facts(window);
+  return facts && facts->visible;
 }
 
 BOOL WINAPI IsIconic(HWND window) {
-  return CurrentDesktop()->Iconic(ToWindowId(window));
+  const auto facts = Facts(window);
+  return facts && facts->iconic;
 }
 
 HWND WINAPI GetAncestor(HWND window, UINT flags) {
   if (flags != GA_ROOT) return Fail(ERROR_INVALID_PARAMETER, HWND{});
   DWORD threadId = 0;
   if (FindOwnWindow(window, &threadId)) return window;
-  const WindowId root = CurrentDesktop()->Root(ToWindowId(window));
-  return root != 0 ? ToHandle(root) : Fail(ERROR_INVALID_WINDOW_HANDLE, HWND{});
+  const auto facts = Facts(window);
+  return facts ? ToHandle(facts->root) : HWND{};
 }
 
 // X11 knows no threads; a process's main thread has the process's number.
@@ -75,8 +72,8 @@ DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD processId) {
   DWORD process = 0;
   if (FindOwnWindow(window, &threadId)) {
     process = static_cast<DWORD>(getpid());
-  } else {
-    process = threadId = CurrentDesktop()->ProcessId(ToWindowId(window));
+  } else if (const auto facts = Facts(window)) {
+    process = threadId = facts->processId;
   }
   if (process == 0) return Fail(ERROR_INVALID_WINDOW_HANDLE, DWORD{0});
   if (processId != nullptr) *processId = process;
@@ -85,34 +82,33 @@ DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD processId) {
 
 int WINAPI GetWindowTextW(HWND window, LPWSTR text, int capacity) {
   if (text == nullptr || capacity <= 0) return 0;
-  const std::wstring title = CurrentDesktop()->Title(ToWindowId(window));
-  const std::size_t length = std::min(title.size(), static_cast<std::size_t>(capacity) - 1);
-  std::copy_n(title.begin(), length, text);
+  const auto facts = Facts(window);
+  const std::size_t length = facts ? facts->title.copy(text, static_cast<std::size_t>(capacity) - 1) : 0;
   text[length] = L'\0';
   return static_cast<int>(length);
 }
 
 BOOL WINAPI GetWindowRect(HWND window, RECT* rect) {
   if (rect == nullptr) return Fail(ERROR_INVALID_PARAMETER, FALSE);
-  const auto outer = CurrentDesktop()->OuterRect(ToWindowId(window));
-  if (!outer) return NoSuchWindow();
-  *rect = *outer;
-  return TRUE;
+  const auto facts = Facts(window);
+  if (facts) *rect = facts->outer;
+  return facts.has_value();
 }
 
 BOOL WINAPI GetClientRect(HWND window, RECT* rect) {
   if (rect == nullptr) return Fail(ERROR_INVALID_PARAMETER, FALSE);
-  const auto client = CurrentDesktop()->ClientRect(ToWindowId(window));
-  if (!client) return NoSuchWindow();
-  *rect = *client;
+  const auto facts = Facts(window);
+  if (!facts) return FALSE;
+  const RECT& client = facts->client;
+  *rect = {0, 0, client.right - client.left, client.bottom - client.top};
   return TRUE;
 }
 
 BOOL WINAPI ClientToScreen(HWND window, POINT* point) {
   if (point == nullptr) return Fail(ERROR_INVALID_PARAMETER, FALSE);
-  const auto origin = CurrentDesktop()->ClientOrigin(ToWindowId(window));
-  if (!origin) return NoSuchWindow();
-  point->x += origin->x;
-  point->y += origin->y;
+  const auto facts = Facts(window);
+  if (!facts) return FALSE;
+  point->x += facts->client.left;
+  point->y += facts->client.top;
   return TRUE;
 }

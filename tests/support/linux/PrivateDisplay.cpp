@@ -1,7 +1,6 @@
 #include "support/PrivateDisplay.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -18,12 +17,9 @@ namespace quillmark::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kDeadline{60};
-
 constexpr auto kPatience = std::chrono::milliseconds(100);
 
-// Whether a window manager takes care of a window that asks to be mapped now. While it starts it may miss
-// one, whatever its properties say.
+// Whether a window manager manages a window that is mapped now. While it starts it may miss one.
 bool ManagesWindows(XClient& client) {
   const std::uint32_t window = client.Show(0, 0, 10, 10, "");
   bool manages = false;
@@ -48,22 +44,14 @@ void Restore(const char* variable, const std::optional<std::string>& value) {
   }
 }
 
-// What the server writes to the descriptor once it takes connections: its number and a line feed.
+// The server writes its number and a line feed once it takes connections.
 std::string ReadDisplayNumber(int fd) {
-  std::string text;
-  const auto deadline = Clock::now() + kDeadline;
-  while (text.empty() || text.back() != '\n') {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    pollfd ready{fd, POLLIN, 0};
-    char byte = 0;
-    if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) <= 0 ||
-        read(fd, &byte, 1) <= 0) {
-      throw std::runtime_error("Xvfb did not start");
-    }
-    text += byte;
+  std::string number;
+  for (char byte = 0; read(fd, &byte, 1) == 1;) {
+    if (byte == '\n') return number;
+    number += byte;
   }
-  text.pop_back();
-  return text;
+  throw std::runtime_error("Xvfb did not start");
 }
 
 }  // namespace
@@ -74,8 +62,8 @@ PrivateDisplay::PrivateDisplay(int width, int height)
   if (const char* outer = std::getenv("XAUTHORITY")) outerAuthority = outer;
   StartServer();
   setenv("DISPLAY", name.c_str(), 1);
-  // The server asks for no authorisation. Looking for the user's own is not safe in two threads at once, and
-  // the test's connections are not held back by the product's lock.
+  // The server needs no authorisation. Looking for the user's is not safe in two threads at once, and the
+  // test's connections do not take the product's lock.
   setenv("XAUTHORITY", "/dev/null", 1);
 }
 

@@ -1,4 +1,4 @@
-// Which of the system's calls make the process aware of dpi, in their order. The calls are the test's own.
+// Which DPI awareness calls are made, and in which order. The test replaces the calls.
 #include "app/DpiAwareness.h"
 
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ FARPROC AddressOf(Function* function) {
 
 }  // namespace
 
-// In place of the layer's own list.
+// Replaces the layer's list.
 std::span<const layer::Library> layer::Libraries() {
   static const std::array user32 = {Entry{"SetProcessDpiAwarenessContext", AddressOf(&SetContext)},
                                     Entry{"SetProcessDPIAware", AddressOf(&SetAware)}};
@@ -48,9 +48,9 @@ std::span<const layer::Library> layer::Libraries() {
 
 namespace {
 
-TEST(DpiAwareness, IsSetByTheBestCallThatTheSystemHas) {
+TEST(DpiAwareness, IsSetByTheNewestCallThatTheSystemHas) {
   const struct {
-    std::vector<const char*> missing;
+    std::vector<std::string> missing;
     bool contextV2;
     const char* expected;
   } table[] = {
@@ -61,11 +61,7 @@ TEST(DpiAwareness, IsSetByTheBestCallThatTheSystemHas) {
       {{"SetProcessDpiAwarenessContext", "SetProcessDpiAwareness", "SetProcessDPIAware"}, true, ""},
   };
   for (const auto& c : table) {
-    layer::ShowAllEntries();
-    for (const char* const entry : c.missing) {
-      layer::HideEntry("user32.dll", entry);
-      layer::HideEntry("shcore.dll", entry);
-    }
+    layer::HideEntries(c.missing);
     called.clear();
     knowsContextV2 = c.contextV2;
     EnableDpiAwareness();
