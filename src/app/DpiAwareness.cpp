@@ -9,47 +9,34 @@ namespace quillmark {
 
 namespace {
 
-// A library held for the time of its use.
-class Library {
- public:
-  explicit Library(const wchar_t* name) : module(::LoadLibraryW(name)) {}
-  ~Library() {
-    if (module != nullptr) ::FreeLibrary(module);
-  }
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-
-  template <typename Function>
-  Function Entry(const char* name) const {
-    return EntryPoint<Function>(module, name);
-  }
-
- private:
-  HMODULE module;
-};
+// Hands the library's entry to `use`, if there is one, while the library is loaded; false when there is none.
+template <typename Function, typename Use>
+bool WithEntry(LPCWSTR library, LPCSTR name, Use use) {
+  const HMODULE module = ::LoadLibraryW(library);
+  const auto entry = EntryPoint<Function>(module, name);
+  if (entry != nullptr) use(entry);
+  if (module != nullptr) ::FreeLibrary(module);
+  return entry != nullptr;
+}
 
 bool ByAwarenessContext() {
-  const Library user32(L"user32.dll");
-  const auto setContext = user32.Entry<BOOL(WINAPI*)(DPI_AWARENESS_CONTEXT)>("SetProcessDpiAwarenessContext");
-  if (setContext == nullptr) return false;
-  if (!setContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)) {
-    setContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE);
-  }
-  return true;
+  using Function = BOOL(WINAPI*)(DPI_AWARENESS_CONTEXT);
+  return WithEntry<Function>(L"user32.dll", "SetProcessDpiAwarenessContext", [](Function setContext) {
+    if (!setContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2)) {
+      setContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE);
+    }
+  });
 }
 
 bool ByAwarenessValue() {
-  const Library shcore(L"shcore.dll");
-  const auto setAwareness = shcore.Entry<HRESULT(WINAPI*)(PROCESS_DPI_AWARENESS)>("SetProcessDpiAwareness");
-  if (setAwareness == nullptr) return false;
-  setAwareness(PROCESS_PER_MONITOR_DPI_AWARE);
-  return true;
+  using Function = HRESULT(WINAPI*)(PROCESS_DPI_AWARENESS);
+  return WithEntry<Function>(L"shcore.dll", "SetProcessDpiAwareness",
+                             [](Function setAwareness) { setAwareness(PROCESS_PER_MONITOR_DPI_AWARE); });
 }
 
 void BySystemAwareness() {
-  const Library user32(L"user32.dll");
-  const auto setAware = user32.Entry<BOOL(WINAPI*)()>("SetProcessDPIAware");
-  if (setAware != nullptr) setAware();
+  using Function = BOOL(WINAPI*)();
+  WithEntry<Function>(L"user32.dll", "SetProcessDPIAware", [](Function setAware) { setAware(); });
 }
 
 }  // namespace

@@ -9,26 +9,6 @@
 namespace quillmark {
 namespace {
 
-// A system library, taken as it is loaded already or loaded when first found, and kept.
-class SystemLibrary {
- public:
-  explicit SystemLibrary(LPCWSTR fileName) : name(fileName), handle(::GetModuleHandleW(fileName)) {}
-
-  // Null as long as it cannot be loaded.
-  HMODULE Get() {
-    HMODULE module = handle.load();
-    if (module == nullptr) {
-      module = ::LoadLibraryW(name);
-      if (module != nullptr) handle.store(module);
-    }
-    return module;
-  }
-
- private:
-  const LPCWSTR name;
-  std::atomic<HMODULE> handle;
-};
-
 // The DPI calls, none of which older systems have.
 struct DpiEntryPoints {
   DPI_AWARENESS_CONTEXT(WINAPI* getContext)(HWND);
@@ -43,12 +23,18 @@ struct DpiEntryPoints {
         getDpiForMonitor(EntryPoint<decltype(getDpiForMonitor)>(shcore, "GetDpiForMonitor")) {}
 };
 
-// The modules are asked for at each call until they are there, the entries once.
+// The library, kept once it has been found; null as long as it cannot be loaded.
+HMODULE Kept(std::atomic<HMODULE>& library, LPCWSTR name) {
+  if (library == nullptr) library = ::LoadLibraryW(name);
+  return library;
+}
+
+// A missing library is looked for again on each call; the entries are resolved once.
 const DpiEntryPoints& EntryPoints() {
-  static SystemLibrary user32(L"user32.dll");
-  static SystemLibrary shcore(L"shcore.dll");
-  const HMODULE user32Module = user32.Get();
-  const HMODULE shcoreModule = shcore.Get();
+  static std::atomic<HMODULE> user32 = ::GetModuleHandleW(L"user32.dll");
+  static std::atomic<HMODULE> shcore = ::GetModuleHandleW(L"shcore.dll");
+  const HMODULE user32Module = Kept(user32, L"user32.dll");
+  const HMODULE shcoreModule = Kept(shcore, L"shcore.dll");
   static const DpiEntryPoints entries(user32Module, shcoreModule);
   return entries;
 }

@@ -7,11 +7,11 @@
 
 namespace quillmark {
 
-// Desktop pixels per logical pixel of a window on a monitor: above 1 where the system stretches the window
-// because it is not aware of the monitor's dpi, 1.0 when it is or when nothing is known.
+// Desktop pixels per logical pixel of a window on a monitor: not 1.0 where the system stretches a window that
+// is not aware of the monitor's dpi; 1.0 for other windows and when nothing is known.
 [[nodiscard]] double GetDpiScale(HWND window, HMONITOR monitor);
 
-// The monitor's effective dpi, 96 when it cannot be known.
+// The monitor's effective dpi, or 96 when it is unknown.
 [[nodiscard]] UINT GetMonitorDpi(HMONITOR monitor);
 
 }  // namespace quillmark

@@ -54,10 +54,6 @@ void Require(HRESULT result, const char* otherwise) {
 
 }  // namespace
 
-DuplicationContext::~DuplicationContext() {
-  Clear();
-}
-
 // The duplication goes before the device it was made with.
 void DuplicationContext::Clear() {
   dupl.Reset();

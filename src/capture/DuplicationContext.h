@@ -33,7 +33,6 @@ class DuplicationContext {
   DuplicationContext() = default;
   DuplicationContext(const DuplicationContext&) = delete;
   DuplicationContext& operator=(const DuplicationContext&) = delete;
-  ~DuplicationContext();
 
   // (Re)creates everything for the monitor. Always true; raises CaptureError on failure, and may be called
   // again then.

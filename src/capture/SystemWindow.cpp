@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "capture/Dpi.h"
 #include "platform/UniqueHandle.h"
 
 namespace quillmark {
@@ -30,18 +29,6 @@ std::wstring ReadTitle(HWND window) {
 }
 
 }  // namespace
-
-bool SystemWindow::Exists() const {
-  return ::IsWindow(window);
-}
-
-bool SystemWindow::Visible() const {
-  return ::IsWindowVisible(window);
-}
-
-bool SystemWindow::Minimised() const {
-  return ::IsIconic(window);
-}
 
 bool SystemWindow::Shown() {
   if (!shown) shown = Exists() && Visible() && !Minimised() && ::GetAncestor(window, GA_ROOT) == window;
@@ -74,14 +61,6 @@ std::optional<Rect> SystemWindow::ClientArea() const {
   POINT bottomRight{client.right, client.bottom};
   if (!::ClientToScreen(window, &topLeft) || !::ClientToScreen(window, &bottomRight)) return std::nullopt;
   return Rect{topLeft.x, topLeft.y, bottomRight.x, bottomRight.y};
-}
-
-HMONITOR SystemWindow::Monitor() const {
-  return ::MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST);
-}
-
-double SystemWindow::Scale(HMONITOR monitor) const {
-  return GetDpiScale(window, monitor);
 }
 
 std::vector<SystemWindow> ListWindows() {

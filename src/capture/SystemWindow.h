@@ -1,6 +1,5 @@
-// A window as the system answers for it: each answer is asked for when it is wanted, and kept, so that one
-// list of windows serves many specs. A failing call gives the answer of a window that cannot be chosen as a
-// target.
+// A window of the system. Answers are fetched when they are first needed and then kept, so that one list of
+// windows serves many specs. When a call fails, the answer is that of a window which cannot be a target.
 //
 // Threading: callable from any thread, one at a time for each object.
 #pragma once
@@ -12,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "capture/Dpi.h"
 #include "specs/TemplateSpec.h"
 
 namespace quillmark {
@@ -21,9 +21,9 @@ class SystemWindow {
   explicit SystemWindow(HWND handle) : window(handle) {}
 
   [[nodiscard]] HWND Handle() const { return window; }
-  [[nodiscard]] bool Exists() const;
-  [[nodiscard]] bool Visible() const;
-  [[nodiscard]] bool Minimised() const;
+  [[nodiscard]] bool Exists() const { return ::IsWindow(window); }
+  [[nodiscard]] bool Visible() const { return ::IsWindowVisible(window); }
+  [[nodiscard]] bool Minimised() const { return ::IsIconic(window); }
   // Top-level, visible and not minimised.
   [[nodiscard]] bool Shown();
   // File name of its program; empty when that cannot be read.
@@ -32,11 +32,11 @@ class SystemWindow {
   [[nodiscard]] std::wstring_view Title();
   // With its frame, in desktop pixels.
   [[nodiscard]] bool OuterRect(Rect& rect);
-  // In desktop pixels, perhaps empty; none when it cannot be measured. Asked anew each time, as what follows.
+  // In desktop pixels, perhaps empty; none when it cannot be measured. Not kept, nor is what follows.
   [[nodiscard]] std::optional<Rect> ClientArea() const;
-  // The nearest one; null when there is none.
-  [[nodiscard]] HMONITOR Monitor() const;
-  [[nodiscard]] double Scale(HMONITOR monitor) const;
+  // The nearest monitor; null when there is none.
+  [[nodiscard]] HMONITOR Monitor() const { return ::MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST); }
+  [[nodiscard]] double Scale(HMONITOR monitor) const { return GetDpiScale(window, monitor); }
 
  private:
   HWND window;

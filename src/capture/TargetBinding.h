@@ -1,13 +1,13 @@
-// Which window a spec's target is bound to, where its client area lies, or why there is none: one rule,
-// whoever answers for the windows. The largest window that is shown and meant by the text is taken; among
-// equal areas the first one asked about.
+// Binds a spec's target to a window: which one, where its client area lies, or why there is none. The rule is
+// the same for windows of the system and of a recording. The largest window that is shown and matches the
+// text is taken; among equal areas the first one asked about.
 //
-// A Window has, and is asked in this order and for nothing once it is out of the question:
+// A Window has these members, asked in this order until one rules it out:
 //   bool Shown()                        top-level, visible and not minimised
 //   std::wstring_view ImageFile()       file name of its program; empty when that cannot be read
 //   std::wstring_view Title()           empty when it has none
 //   bool OuterRect(Rect&)               desktop pixels; false when it cannot be measured
-// and, once it has been chosen, or to say why none was:
+// and these, asked once it has been chosen, or to say why none was:
 //   HWND Handle(), bool Exists(), bool Minimised()
 //   std::optional<Rect> ClientArea()    desktop pixels; none when it cannot be measured
 //   HMONITOR Monitor()                  the nearest one; null when there is none
@@ -27,12 +27,12 @@
 
 namespace quillmark {
 
-// In the order in which it is asked.
+// In the order of the checks.
 enum class BindingOutcome : std::int32_t {
   NoTarget,    // the spec names none
-  NotFound,    // no window is meant by the text
-  Hidden,      // those that are, are not visible,
-  Minimised,   // or minimised
+  NotFound,    // no window matches the text
+  Hidden,      // those that match are not visible
+  Minimised,   // one that matches is minimised
   Unmeasured,  // the system did not give its client area
   EmptyClientArea,
   NoMonitor,
@@ -49,7 +49,7 @@ struct [[nodiscard]] TargetBinding {
   [[nodiscard]] bool IsBound() const { return outcome == BindingOutcome::Bound; }
 };
 
-// Of a window that has been chosen.
+// Measures a window that has been chosen.
 template <typename Window>
 TargetBinding MeasureTarget(Window& window) {
   TargetBinding binding;
@@ -70,13 +70,19 @@ TargetBinding MeasureTarget(Window& window) {
   return ended(BindingOutcome::Bound);
 }
 
-// The window chosen for the text, in a range of windows, topmost first; null when there is none.
+// The window chosen for the text from a range of windows, topmost first; null when there is none.
 template <typename Windows>
 auto ChooseTarget(const std::wstring& target, Windows& windows) {
-  TargetChoice choice(target);
+  const TargetText text(target);
   decltype(&*windows.begin()) chosen = nullptr;
+  std::int32_t largest = 0;
   for (auto& window : windows) {
-    if (choice.Takes(window)) chosen = &window;
+    Rect rect;
+    if (!window.Shown() || !text.Means(window) || !window.OuterRect(rect)) continue;
+    const std::int32_t area = WrappingArea(rect);
+    if (chosen != nullptr && area <= largest) continue;
+    chosen = &window;
+    largest = area;
   }
   return chosen;
 }
@@ -103,7 +109,7 @@ TargetBinding FindBinding(const std::wstring& target, Windows& windows) {
   return binding;
 }
 
-// Sets the spec's target fields. Those that the binding did not come to stay as they are.
+// Sets the spec's target fields. Fields that the binding did not get to stay as they are.
 void SetTarget(TemplateSpec& spec, const TargetBinding& binding);
 
 }  // namespace quillmark

@@ -30,8 +30,7 @@ bool TargetText::IsPartOf(std::wstring_view title) const {
          std::search(title.begin(), title.end(), name.begin(), name.end(), SameLetters) != title.end();
 }
 
-// In 32 bits, wrapping around: other programs choose these numbers.
-std::int32_t TargetChoice::AreaOf(const Rect& rect) {
+std::int32_t WrappingArea(const Rect& rect) {
   const auto height = static_cast<std::uint32_t>(rect.bottom) - static_cast<std::uint32_t>(rect.top);
   const auto width = static_cast<std::uint32_t>(rect.right) - static_cast<std::uint32_t>(rect.left);
   return static_cast<std::int32_t>(height * width);

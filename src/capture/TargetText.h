@@ -1,4 +1,4 @@
-// The text by which a spec names its window, and which of two windows that it means is taken.
+// The text by which a spec names its window.
 //
 // Threading: no shared state.
 #pragma once
@@ -34,28 +34,7 @@ class TargetText {
   bool byImageName;
 };
 
-class TargetChoice {
- public:
-  explicit TargetChoice(const std::wstring& target) : text(target) {}
-
-  // Whether the window takes the place of the best one so far.
-  template <typename Window>
-  [[nodiscard]] bool Takes(Window& window) {
-    if (!window.Shown() || !text.Means(window)) return false;
-    Rect rect;
-    if (!window.OuterRect(rect)) return false;
-    if (hasBest && AreaOf(rect) <= AreaOf(best)) return false;
-    hasBest = true;
-    best = rect;
-    return true;
-  }
-
- private:
-  static std::int32_t AreaOf(const Rect& rect);
-
-  TargetText text;
-  bool hasBest = false;
-  Rect best;
-};
+// In 32 bits, wrapping around: other programs choose these numbers.
+[[nodiscard]] std::int32_t WrappingArea(const Rect& rect);
 
 }  // namespace quillmark

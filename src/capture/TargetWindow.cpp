@@ -1,11 +1,6 @@
 #include "capture/TargetWindow.h"
 
 namespace quillmark {
-HWND FindTargetWindow(const std::wstring& target) {
-  std::vector<SystemWindow> windows = ListWindows();
-  const SystemWindow* const found = ChooseTarget(target, windows);
-  return found == nullptr ? nullptr : found->Handle();
-}
 
 void SetTarget(TemplateSpec& spec, const TargetBinding& binding) {
   spec.targetValid = binding.IsBound();

@@ -21,10 +21,6 @@ struct MonitorEntry {
   RECT rcMonitor{};  // full rectangle, desktop pixels
 };
 
-// The largest window meant by the text that is visible and not minimised, among equal areas the topmost; null
-// when there is none.
-[[nodiscard]] HWND FindTargetWindow(const std::wstring& target);
-
 // Binds the spec to its target window, sets the spec's target fields and returns the binding. A window that
 // the spec already has is kept as long as it exists; otherwise one is searched for. The worker's copies of
 // the store have none, so it searches in every tick. `windows` is listed when it is first needed, and serves

@@ -9,51 +9,39 @@
 
 namespace quillmark {
 
-class UniqueHandle {
+inline void CloseObject(void* handle) {
+  ::CloseHandle(handle);
+}
+inline void UnmapView(void* view) {
+  ::UnmapViewOfFile(view);
+}
+
+template <void (*End)(void*)>
+class UniqueResource {
  public:
-  UniqueHandle() = default;
-  // Takes the handle over; null owns nothing.
-  explicit UniqueHandle(HANDLE owned) : handle(owned) {}
-  UniqueHandle(UniqueHandle&& other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
-  UniqueHandle& operator=(UniqueHandle&& other) noexcept {
-    if (this != &other) Reset(std::exchange(other.handle, nullptr));
+  UniqueResource() = default;
+  // Takes it over; null owns nothing.
+  explicit UniqueResource(void* owned) : resource(owned) {}
+  UniqueResource(UniqueResource&& other) noexcept : resource(std::exchange(other.resource, nullptr)) {}
+  UniqueResource& operator=(UniqueResource&& other) noexcept {
+    if (this != &other) Reset(std::exchange(other.resource, nullptr));
     return *this;
   }
-  ~UniqueHandle() { Reset(); }
+  ~UniqueResource() { Reset(); }
 
-  [[nodiscard]] HANDLE Get() const { return handle; }
-  explicit operator bool() const { return handle != nullptr; }
-
-  void Reset(HANDLE owned = nullptr) {
-    if (handle != nullptr) ::CloseHandle(handle);
-    handle = owned;
-  }
-
- private:
-  HANDLE handle = nullptr;
-};
-
-class UniqueView {
- public:
-  UniqueView() = default;
-  explicit UniqueView(void* owned) : view(owned) {}
-  UniqueView(UniqueView&& other) noexcept : view(std::exchange(other.view, nullptr)) {}
-  UniqueView& operator=(UniqueView&& other) noexcept {
-    if (this != &other) Reset(std::exchange(other.view, nullptr));
-    return *this;
-  }
-  ~UniqueView() { Reset(); }
-
-  [[nodiscard]] void* Get() const { return view; }
-  explicit operator bool() const { return view != nullptr; }
+  [[nodiscard]] void* Get() const { return resource; }
+  explicit operator bool() const { return resource != nullptr; }
 
   void Reset(void* owned = nullptr) {
-    if (view != nullptr) ::UnmapViewOfFile(view);
-    view = owned;
+    if (resource != nullptr) End(resource);
+    resource = owned;
   }
 
  private:
-  void* view = nullptr;
+  void* resource = nullptr;
 };
+
+using UniqueHandle = UniqueResource<&CloseObject>;
+using UniqueView = UniqueResource<&UnmapView>;
 
 }  // namespace quillmark
