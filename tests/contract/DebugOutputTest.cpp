@@ -1,4 +1,4 @@
-// What the product expects of the debugger output: whoever reads it sees each call by itself.
+// The debugger output: its reader sees each call by itself.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -12,42 +12,38 @@
 namespace quillmark::test {
 namespace {
 
-TEST(DebugOutput, EachCallIsALineWithAndWithoutItsEnd) {
+TEST(DebugOutput, EachCallIsALineWithOrWithoutItsLineEnd) {
   const DebugOutputCapture output;
   ::OutputDebugStringW(L"wide\n");
   ::OutputDebugStringA("narrow\n");
-  ::OutputDebugStringW(L"wide, without its end");
-  ::OutputDebugStringA("narrow, without its end");
+  ::OutputDebugStringW(L"wide, no line end");
+  ::OutputDebugStringA("narrow, no line end");
   ::OutputDebugStringW(L"last\n");
   ASSERT_TRUE(output.WaitForLine("last"));
-  EXPECT_THAT(output.Lines(), testing::ElementsAre("wide", "narrow", "wide, without its end",
-                                                   "narrow, without its end", "last"));
+  EXPECT_THAT(output.Lines(),
+              testing::ElementsAre("wide", "narrow", "wide, no line end", "narrow, no line end", "last"));
 }
 
-TEST(DebugOutput, LongLinesOfThreadsThatWriteAtOnceStayWholeAndInOrder) {
-  constexpr std::size_t Threads = 4, Lines = 3;
-  const auto line = [](std::size_t thread, std::size_t number) {
-    return "thread " + std::to_string(thread) + " line " + std::to_string(number) + ' ' +
+TEST(DebugOutput, LongLinesOfSeveralThreadsStayWholeAndInOrder) {
+  constexpr int Threads = 4, Lines = 3;
+  const auto line = [](int thread, int number) {
+    return std::to_string(thread) + " line " + std::to_string(number) +
            std::string(3900, static_cast<char>('a' + thread));
   };
   const DebugOutputCapture output;
   std::vector<std::thread> writers;
-  for (std::size_t thread = 0; thread < Threads; ++thread) {
+  for (int thread = 0; thread < Threads; ++thread) {
     writers.emplace_back([&, thread] {
-      for (std::size_t number = 0; number < Lines; ++number) {
-        const std::string text = line(thread, number);
-        ::OutputDebugStringW((std::wstring(text.begin(), text.end()) + L'\n').c_str());
-      }
+      for (int number = 0; number < Lines; ++number) ::OutputDebugStringA(line(thread, number).c_str());
     });
   }
   for (std::thread& writer : writers) writer.join();
-  ASSERT_TRUE(output.WaitForCount("thread ", Threads * Lines));
-
-  std::vector<std::size_t> next(Threads);
+  ASSERT_TRUE(output.WaitForCount(" line ", Threads * Lines));
+  std::vector<int> next(Threads);
   for (const std::string& seen : output.Lines()) {
-    const std::size_t thread = static_cast<std::size_t>(seen.at(std::string("thread ").size()) - '0');
-    ASSERT_LT(thread, Threads);
-    EXPECT_EQ(seen, line(thread, next[thread]++));
+    const int thread = seen.at(0) - '0';
+    ASSERT_TRUE(thread >= 0 && thread < Threads);
+    EXPECT_EQ(seen, line(thread, next[static_cast<std::size_t>(thread)]++));
   }
 }
 

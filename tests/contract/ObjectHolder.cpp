@@ -1,12 +1,14 @@
-// The other process of the named-object tests. It obeys one line of standard input at a time and answers each
-// with one line: "new", "existing", "error CODE", or a number. It holds what it made until it ends, which it
-// does when its input ends.
+// The other process of the named-object tests. It executes one line of standard input at a time and answers
+// each with one line: "new", "existing", "error CODE", or a number. It keeps its objects until its input
+// ends.
 #include <windows.h>
 
 #include <cstdint>
 #include <iostream>
 #include <sstream>
 #include <string>
+
+#include "platform/UniqueHandle.h"
 
 namespace {
 
@@ -21,37 +23,30 @@ std::string Outcome(HANDLE created) {
 }
 
 struct Section {
-  HANDLE handle = nullptr;
-  volatile std::uint32_t* words = nullptr;
-  bool made = false;
+  explicit Section(const std::wstring& name)
+      : handle(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, name.c_str())),
+        made(::GetLastError() != ERROR_ALREADY_EXISTS),
+        view(::MapViewOfFile(handle.Get(), FILE_MAP_ALL_ACCESS, 0, 0, 0)),
+        words(static_cast<volatile std::uint32_t*>(view.Get())) {}
 
-  explicit Section(const std::wstring& name) {
-    handle = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, name.c_str());
-    made = ::GetLastError() != ERROR_ALREADY_EXISTS;
-    if (handle) {
-      words = static_cast<std::uint32_t*>(::MapViewOfFile(handle, FILE_MAP_ALL_ACCESS, 0, 0, 0));
-    }
-  }
-  ~Section() {
-    if (words) ::UnmapViewOfFile(const_cast<std::uint32_t*>(words));
-    if (handle) ::CloseHandle(handle);
-  }
-  Section(const Section&) = delete;
-  Section& operator=(const Section&) = delete;
+  const quillmark::UniqueHandle handle;
+  const bool made;
+  const quillmark::UniqueView view;
+  volatile std::uint32_t* const words;
 };
 
-// Opens and closes a section that others open, close and die with. A new one must be zeroed, and as long as
-// it is held here its name must lead to it. Only this process writes the word at `index`.
+// Keeps opening and closing a section that other processes open, close and are killed with. A new one must be
+// zeroed, and while it is held its name must lead to it. Only this process writes the word at `index`.
 std::string Churn(const std::wstring& name, std::uint32_t index, std::uint32_t rounds) {
   for (std::uint32_t round = 1; round <= rounds; ++round) {
     const Section first(name);
-    if (!first.words) return "bad: cannot be opened, error " + std::to_string(::GetLastError());
-    if (first.made && first.words[index] != 0) return "bad: new but not zeroed";
+    if (!first.words) return "cannot be opened, error " + std::to_string(::GetLastError());
+    if (first.made && first.words[index] != 0) return "new but not zeroed";
     first.words[index] = round;
     const Section second(name);
-    if (!second.words) return "bad: cannot be opened again, error " + std::to_string(::GetLastError());
-    if (second.made) return "bad: held but made anew";
-    if (second.words[index] != round || first.words[index] != round) return "bad: two objects of one name";
+    if (!second.words) return "cannot be opened again, error " + std::to_string(::GetLastError());
+    if (second.made) return "held, but new";
+    if (second.words[index] != round || first.words[index] != round) return "two objects of one name";
   }
   return "ok";
 }

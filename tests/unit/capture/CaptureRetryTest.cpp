@@ -12,9 +12,9 @@ namespace {
 
 using Times = std::vector<std::int64_t>;
 
-// What becomes of each capture in turn: 'x' it cannot be opened, 'l' it is lost before its first frame, 'f'
-// it gives one frame and is lost then. The last one counts for all further ones.
-TEST(CaptureRetry, OpensLessAndLessOftenUntilAFrameOrADisplayChange) {
+// The fate of each capture in turn: 'x' it cannot be opened, 'l' it is lost before its first frame, 'f' it is
+// lost after one frame. The last letter counts for all later ones.
+TEST(CaptureRetry, BacksOffUntilAFrameOrADisplayChange) {
   const struct {
     std::string fates;
     std::int64_t displayChangeMs;

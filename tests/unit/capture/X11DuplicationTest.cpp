@@ -1,11 +1,10 @@
-// The capture of a real server: what the frames show is held against what the server shows.
+// Captures of a real server, compared with what the server shows.
 #include "desktop/X11Duplication.h"
 
 #include <gtest/gtest.h>
 #include <xcb/xcb.h>
 
 #include <chrono>
-#include <csignal>
 #include <opencv2/core.hpp>
 #include <random>
 #include <string>
@@ -28,7 +27,7 @@ class Painter : public test::XClient {
     xcb_create_gc(connection, context, root, XCB_GC_SUBWINDOW_MODE, &inferiors);
   }
 
-  // The colour's top byte is rubbish, as programs leave it.
+  // The colour's top byte is garbage, as programs leave it.
   void Fill(xcb_rectangle_t where, std::uint32_t rgb, bool inWindow = false) {
     const std::uint32_t colour = 0xA5000000u | rgb;
     xcb_change_gc(connection, context, XCB_GC_FOREGROUND, &colour);
@@ -54,8 +53,6 @@ class Painter : public test::XClient {
 
 class X11DuplicationTest : public testing::Test {
  protected:
-  X11DuplicationTest() { std::signal(SIGPIPE, SIG_IGN); }  // as the program does
-
   HRESULT Open(const RECT& rect, X11Transport best = X11Transport::SharedPixmap, POINT origin = {0, 0}) {
     MonitorFacts monitor;
     monitor.id = 1;
@@ -77,7 +74,7 @@ class X11DuplicationTest : public testing::Test {
     frames->Release();
     return picture;
   }
-  // Until nothing is left of what was drawn, and the pointer's place is known.
+  // Takes frames until all that was drawn has arrived and the pointer's position is known.
   void Settle() {
     while (frames->Acquire(50) == S_OK) frames->Release();
   }
@@ -116,7 +113,7 @@ TEST_P(EachTransport, FollowsTheScreenExactlyThroughRandomChanges) {
     painter.Sync();
     cv::Mat next = NextPicture(0);
     if (next.empty())
-      ++unchanged;  // all of it was elsewhere
+      ++unchanged;  // everything was drawn elsewhere
     else
       seen = next;
     ASSERT_TRUE(SamePixels(seen, painter.Screen(onRoot))) << "round " << round;
@@ -128,37 +125,31 @@ INSTANTIATE_TEST_SUITE_P(OfPixels, EachTransport,
                          testing::Values(X11Transport::SharedPixmap, X11Transport::SharedImage,
                                          X11Transport::PlainImage));
 
-TEST_F(X11DuplicationTest, TimesOutOnAStillScreen) {
-  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
+TEST_F(X11DuplicationTest, TimesOutWhileItsPartOfTheScreenIsStill) {
+  ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
   Settle();
+  painter.Fill({0, 0, 200, 300}, 0xFFFFFF);
+  painter.Sync();
   const auto start = Clock::now();
   EXPECT_EQ(frames->Acquire(33), DXGI_ERROR_WAIT_TIMEOUT);
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(33));
   EXPECT_EQ(frames->Acquire(0), DXGI_ERROR_WAIT_TIMEOUT);
 }
 
-TEST_F(X11DuplicationTest, TimesOutWhileOnlyTheRestOfTheScreenChanges) {
-  ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
-  Settle();
-  painter.Fill({0, 0, 200, 300}, 0xFFFFFF);
-  painter.Sync();
-  EXPECT_EQ(frames->Acquire(33), DXGI_ERROR_WAIT_TIMEOUT);
-}
-
-TEST_F(X11DuplicationTest, GivesAFrameWhenThePointerMovesOnItsMonitor) {
+TEST_F(X11DuplicationTest, DeliversAFrameWhenThePointerMovesOnItsMonitor) {
   painter.MovePointer(10, 10);
   ASSERT_EQ(Open({200, 0, 400, 300}), S_OK);
   Settle();
   painter.MovePointer(20, 20);
-  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT) << "it moved on the other one";
+  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT) << "it moved on the other monitor";
   painter.MovePointer(300, 20);
   EXPECT_TRUE(SamePixels(NextPicture(), painter.Screen({200, 0, 400, 300})));
   painter.MovePointer(10, 10);
-  EXPECT_FALSE(NextPicture().empty()) << "leaving is motion as well";
+  EXPECT_FALSE(NextPicture().empty()) << "leaving counts as motion";
   EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT);
 }
 
-TEST_F(X11DuplicationTest, KeepsAHeldFrameStill) {
+TEST_F(X11DuplicationTest, AHeldFrameDoesNotChange) {
   ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
   painter.Fill({0, 0, 400, 300}, 0x0000FF);
   painter.Sync();
@@ -170,21 +161,7 @@ TEST_F(X11DuplicationTest, KeepsAHeldFrameStill) {
   EXPECT_TRUE(SamePixels(Picture(), before));
   EXPECT_EQ(frames->Release(), S_OK);
   EXPECT_EQ(frames->Release(), DXGI_ERROR_INVALID_CALL);
-  ImageView view;
-  EXPECT_EQ(frames->Map(view), DXGI_ERROR_INVALID_CALL);
   EXPECT_TRUE(SamePixels(NextPicture(), painter.Screen({0, 0, 400, 300})));
-}
-
-TEST_F(X11DuplicationTest, LosesAccessWhenTheServerGoes) {
-  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
-  Settle();
-  display.EndServer(SIGKILL);
-  EXPECT_EQ(frames->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
-  EXPECT_EQ(frames->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
-  std::unique_ptr<Duplication> another;
-  MonitorFacts monitor;
-  monitor.rect = {0, 0, 400, 300};
-  EXPECT_EQ(OpenX11Duplication(monitor, {0, 0}, another), DXGI_ERROR_ACCESS_LOST);
 }
 
 TEST_F(X11DuplicationTest, LosesAccessOnlyWhenItsOwnMonitorChanges) {
@@ -200,17 +177,6 @@ TEST_F(X11DuplicationTest, LosesAccessOnlyWhenItsOwnMonitorChanges) {
   painter.Fill({0, 0, 10, 10}, 0xFFFFFF);
   painter.Sync();
   EXPECT_FALSE(NextPicture().empty());
-}
-
-TEST_F(X11DuplicationTest, LosesAccessOnAChangeOfMode) {
-  ASSERT_EQ(Open({0, 0, 400, 300}), S_OK);
-  Settle();
-  ASSERT_TRUE(
-      display.Run({"xrandr", "--newmode", "small", "0", "320", "0", "0", "320", "240", "0", "0", "240"}));
-  ASSERT_TRUE(display.Run({"xrandr", "--addmode", "screen", "small"}));
-  EXPECT_EQ(frames->Acquire(60), DXGI_ERROR_WAIT_TIMEOUT) << "a mode more is no change";
-  ASSERT_TRUE(display.Run({"xrandr", "--output", "screen", "--mode", "small"}));
-  EXPECT_EQ(frames->Acquire(soon), DXGI_ERROR_ACCESS_LOST);
 }
 
 TEST_F(X11DuplicationTest, RefusesAMonitorThatLeavesTheRootWindow) {

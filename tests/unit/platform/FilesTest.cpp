@@ -1,4 +1,3 @@
-// Files under the platform's calls.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,6 +7,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/Text.h"
 #include "support/TempFolder.h"
@@ -32,16 +32,13 @@ class Files : public testing::Test {
     ::SetLastError(outcome);
     return file;
   }
-  static DWORD ErrorOfReading(const std::wstring& path) {
-    return OpenToRead(path) == INVALID_HANDLE_VALUE ? ::GetLastError() : ERROR_SUCCESS;
-  }
   static void Write(const std::string& name, std::string_view content) {
     std::ofstream(name, std::ios::binary) << content;
   }
   test::TempFolder folder;
 };
 
-TEST_F(Files, AppendingStartsMakesTheFileThenGrowsIt) {
+TEST_F(Files, AppendingCreatesTheFileThenExtendsIt) {
   for (const DWORD outcome : {ERROR_SUCCESS, ERROR_ALREADY_EXISTS}) {
     const HANDLE file = OpenToAppend(L".\\probe_log.txt");
     EXPECT_EQ(::GetLastError(), outcome);
@@ -53,7 +50,7 @@ TEST_F(Files, AppendingStartsMakesTheFileThenGrowsIt) {
   EXPECT_EQ(test::ContentOf("probe_log.txt"), "alivealive");
 }
 
-TEST_F(Files, ReadsARegularFileByItsUtf16Path) {
+TEST_F(Files, RegularFilesAreReadByTheirUtf16Path) {
   std::filesystem::create_directory("\xEC\xA2\x85");
   Write("\xEC\xA2\x85/image", "pixels");
   const HANDLE file = OpenToRead(L"\xC885\\image");
@@ -62,34 +59,29 @@ TEST_F(Files, ReadsARegularFileByItsUtf16Path) {
   EXPECT_EQ(::GetFileType(file), FILE_TYPE_DISK);
   EXPECT_TRUE(::GetFileSizeEx(file, &size));
   EXPECT_EQ(size.QuadPart, 6);
-  char bytes[16] = {};
-  DWORD count = 0;
-  EXPECT_TRUE(::ReadFile(file, bytes, sizeof(bytes), &count, nullptr));
-  EXPECT_EQ(std::string(bytes, count), "pixels");
-  EXPECT_TRUE(::ReadFile(file, bytes, sizeof(bytes), &count, nullptr));
-  EXPECT_EQ(count, 0u) << "at the end";
+  for (const std::string expected : {"pixels", ""}) {
+    char bytes[16] = {};
+    DWORD count = 0;
+    EXPECT_TRUE(::ReadFile(file, bytes, sizeof(bytes), &count, nullptr));
+    EXPECT_EQ(std::string(bytes, count), expected);
+  }
   EXPECT_TRUE(::CloseHandle(file));
 }
 
-TEST_F(Files, PipesAndDevicesOpenWithoutBlockingAndTellWhatTheyAre) {
+TEST_F(Files, PipesAndDevicesOpenWithoutBlocking) {
   ASSERT_EQ(::mkfifo("pipe", 0600), 0);
-  const struct {
-    std::wstring path;
-    DWORD type;
-  } cases[] = {{L"pipe", FILE_TYPE_PIPE}, {L"/dev/zero", FILE_TYPE_CHAR}};
-  for (const auto& [path, type] : cases) {
+  for (const auto& [path, type] :
+       {std::pair{L"pipe", FILE_TYPE_PIPE}, std::pair{L"/dev/zero", FILE_TYPE_CHAR}}) {
     const HANDLE file = OpenToRead(path);
     EXPECT_EQ(::GetFileType(file), type);
     EXPECT_TRUE(::CloseHandle(file));
   }
 }
 
-TEST_F(Files, WhatCannotBeOpenedSaysWhy) {
+TEST_F(Files, FailuresHaveThePlatformsErrorCodes) {
   Write("file", "");
-  const struct {
-    std::wstring path;
-    DWORD error;
-  } cases[] = {
+  std::filesystem::create_symlink("nowhere/file", "link");
+  const std::pair<std::wstring, DWORD> cases[] = {
       {L"", ERROR_PATH_NOT_FOUND},
       {L"missing", ERROR_FILE_NOT_FOUND},
       {L"file\\below", ERROR_PATH_NOT_FOUND},
@@ -97,30 +89,24 @@ TEST_F(Files, WhatCannotBeOpenedSaysWhy) {
       {L"a\xD800", ERROR_INVALID_NAME},
       {std::wstring(300, L'x'), ERROR_FILENAME_EXCED_RANGE},
   };
-  for (const auto& [path, error] : cases) EXPECT_EQ(ErrorOfReading(path), error) << ToUtf8(path);
-}
-
-TEST_F(Files, DanglingLinkIsNotOpenedForEver) {
-  std::filesystem::create_symlink("nowhere/file", "link");
-  EXPECT_EQ(OpenToAppend(L"link"), INVALID_HANDLE_VALUE);
-}
-
-TEST_F(Files, ArgumentsThatAreNotHonouredAreRefused) {
+  for (const auto& [path, error] : cases) {
+    EXPECT_EQ(OpenToRead(path), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(::GetLastError(), error) << ToUtf8(path);
+  }
+  EXPECT_EQ(OpenToAppend(L"link"), INVALID_HANDLE_VALUE) << "a dangling link";
   constexpr DWORD deleteOnClose = 0x04000000, createNew = 1;
-  EXPECT_EQ(::CreateFileW(L"f", GENERIC_WRITE, 0, nullptr, createNew, 0, nullptr), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
-  EXPECT_EQ(::CreateFileW(L"f", GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, deleteOnClose, nullptr),
-            INVALID_HANDLE_VALUE);
-  EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
-  EXPECT_FALSE(std::filesystem::exists("f"));
-}
-
-TEST_F(Files, AFullDeviceFailsTheWrite) {
-  const HANDLE file = OpenToAppend(L"/dev/full");
+  for (const auto& [disposition, flags] :
+       {std::pair{createNew, DWORD{0}}, {DWORD{OPEN_ALWAYS}, deleteOnClose}}) {
+    EXPECT_EQ(::CreateFileW(L"f", GENERIC_WRITE, 0, nullptr, disposition, flags, nullptr),
+              INVALID_HANDLE_VALUE);
+    EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
+    EXPECT_FALSE(std::filesystem::exists("f"));
+  }
+  const HANDLE full = OpenToAppend(L"/dev/full");
   DWORD written = 0;
-  EXPECT_FALSE(::WriteFile(file, "x", 1, &written, nullptr));
+  EXPECT_FALSE(::WriteFile(full, "x", 1, &written, nullptr));
   EXPECT_EQ(::GetLastError(), ERROR_DISK_FULL);
-  EXPECT_TRUE(::CloseHandle(file));
+  EXPECT_TRUE(::CloseHandle(full));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Life and death of named objects among processes that are killed at any moment.
+// Named objects while processes and threads that hold them are killed.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -17,14 +17,21 @@ namespace {
 
 using test::LineProcess;
 
-// Four processes open and close one section without a pause; one after the other is killed, or left to
-// finish its rounds.
-TEST(ObjectLife, KillsAtAnyMomentNeitherSplitNorSoilNorBlockAName) {
+class ObjectLife : public testing::Test {
+ protected:
+  static HANDLE MakeSection() {
+    return ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\Section");
+  }
   const test::PrivateSession session;
+};
+
+// Four processes keep opening and closing one section; each is killed at random, or left to finish its
+// rounds.
+TEST_F(ObjectLife, SurvivesHoldersKilledAtAnyMoment) {
   std::array<std::unique_ptr<LineProcess>, 4> churners;
   const auto start = [&](std::size_t index) {
     churners[index] = std::make_unique<LineProcess>(OBJECT_HOLDER);
-    churners[index]->Say("churn Local\\Churned " + std::to_string(index) + " 200");
+    churners[index]->Say("churn Local\\Section " + std::to_string(index) + " 200");
   };
   for (std::size_t i = 0; i < churners.size(); ++i) start(i);
 
@@ -37,7 +44,7 @@ TEST(ObjectLife, KillsAtAnyMomentNeitherSplitNorSoilNorBlockAName) {
       ASSERT_EQ(churners[index]->Hear(), "ok");
       ++finished;
     } else {
-      std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));  // a random moment, no waiting
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));  // any moment will do
       churners[index]->Kill();
       const std::string last = churners[index]->Hear();
       ASSERT_TRUE(last.empty() || last == "ok") << last;
@@ -49,14 +56,11 @@ TEST(ObjectLife, KillsAtAnyMomentNeitherSplitNorSoilNorBlockAName) {
   EXPECT_GT(kills, 20);
   EXPECT_GT(finished, 0);
 
-  const HANDLE section =
-      ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\Churned");
+  ::CloseHandle(MakeSection());
   EXPECT_EQ(::GetLastError(), ERROR_SUCCESS) << "nobody holds it any more";
-  ::CloseHandle(section);
 }
 
-TEST(ObjectLife, KilledWaiterTakesNoSignalWithIt) {
-  const test::PrivateSession session;
+TEST_F(ObjectLife, AKilledWaiterConsumesNoSignal) {
   const HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, L"Local\\Event");
   for (int round = 0; round < 50; ++round) {
     LineProcess first(OBJECT_HOLDER), second(OBJECT_HOLDER);
@@ -71,19 +75,15 @@ TEST(ObjectLife, KilledWaiterTakesNoSignalWithIt) {
   ::CloseHandle(event);
 }
 
-TEST(ObjectLife, StartedProgramDoesNotKeepItsParentsObjects) {
-  const test::PrivateSession session;
-  HANDLE section =
-      ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\Section");
-  const LineProcess child(OBJECT_HOLDER);  // started while the object is held
+TEST_F(ObjectLife, AStartedProgramDoesNotHoldItsParentsObjects) {
+  const HANDLE section = MakeSection();
+  const LineProcess child(OBJECT_HOLDER);
   ::CloseHandle(section);
-  section = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\Section");
+  ::CloseHandle(MakeSection());
   EXPECT_EQ(::GetLastError(), ERROR_SUCCESS);
-  ::CloseHandle(section);
 }
 
-TEST(ObjectLife, MutexOfAnEndedThreadIsAbandoned) {
-  const test::PrivateSession session;
+TEST_F(ObjectLife, TheMutexOfAnEndedThreadIsAbandoned) {
   HANDLE mutex = nullptr;
   std::thread([&] { mutex = ::CreateMutexW(nullptr, TRUE, L"KXTest"); }).join();
   EXPECT_EQ(::WaitForSingleObject(mutex, 5000), WAIT_ABANDONED);

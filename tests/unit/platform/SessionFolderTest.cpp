@@ -1,4 +1,4 @@
-// Where named objects lie on this host, byte for byte: what a controller in another language relies on.
+// The files of named objects, byte for byte: controllers in other languages rely on them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -7,7 +7,6 @@
 #include <unistd.h>
 #include <windows.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -15,6 +14,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,7 +32,7 @@ class SessionFolder : public testing::Test {
   void SetUp() override { ::setenv("DISPLAY", ":99", 1); }
   fs::path Folder() const { return session.Base() / "quillmark" / "_99"; }
 
-  // The outcome of making an object: its last error. The object stays for the test.
+  // These return the last error. The objects stay until CloseAll.
   DWORD MakeSection(LPCWSTR name = L"Local\\Ring", DWORD size = 8208) {
     return Keep(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name));
   }
@@ -63,28 +63,20 @@ class SessionFolder : public testing::Test {
   std::vector<HANDLE> handles;
 };
 
-TEST_F(SessionFolder, SectionIsItsBytesAndNothingElse) {
+TEST_F(SessionFolder, FilesHoldTheObjectAndNothingElse) {
   ASSERT_EQ(MakeSection(), ERROR_SUCCESS);
+  ASSERT_EQ(MakeEvent(L"Local\\Auto", FALSE), ERROR_SUCCESS);
+  ASSERT_EQ(MakeEvent(L"Local\\Manual", TRUE), ERROR_SUCCESS);
   const fs::path file = Folder() / "Ring.section";
   EXPECT_EQ(ContentOf(file), std::string(8208, '\0'));
+  EXPECT_EQ(ContentOf(Folder() / "Auto.event"), std::string("\1\0\0\0\0\0\0\0", 8));
+  EXPECT_EQ(ContentOf(Folder() / "Manual.event"), std::string("\1\0\0\0\1\0\0\0", 8));
   EXPECT_EQ(ModeOf(file), 0600u);
   EXPECT_EQ(ModeOf(Folder()), 0700u);
   EXPECT_EQ(ModeOf(Folder().parent_path()), 0700u);
-  CloseAll();
-  EXPECT_EQ(Names(Folder()), std::vector<std::string>{}) << "the last holder takes the file with it";
-}
 
-TEST_F(SessionFolder, EventIsItsStateThenItsKind) {
-  ASSERT_EQ(MakeEvent(L"Local\\Auto", FALSE), ERROR_SUCCESS);
-  ASSERT_EQ(MakeEvent(L"Local\\Manual", TRUE), ERROR_SUCCESS);
-  EXPECT_EQ(ContentOf(Folder() / "Auto.event"), std::string("\1\0\0\0\0\0\0\0", 8));
-  EXPECT_EQ(ContentOf(Folder() / "Manual.event"), std::string("\1\0\0\0\1\0\0\0", 8));
-}
-
-TEST_F(SessionFolder, HolderKeepsAReadLockOnTheLifeByteOnly) {
-  ASSERT_EQ(MakeSection(), ERROR_SUCCESS);
-  const int fd = ::open((Folder() / "Ring.section").c_str(), O_RDWR | O_CLOEXEC);
-  const auto holder = [&](std::int64_t byte) {
+  const int fd = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+  const auto lockOf = [&](std::int64_t byte) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_start = byte;
@@ -92,12 +84,14 @@ TEST_F(SessionFolder, HolderKeepsAReadLockOnTheLifeByteOnly) {
     ::fcntl(fd, F_OFD_GETLK, &lock);
     return lock.l_type;
   };
-  EXPECT_EQ(holder(1099511627776), F_UNLCK) << "the gate, 2^40";
-  EXPECT_EQ(holder(1099511627777), F_RDLCK) << "the life";
+  EXPECT_EQ(lockOf(1099511627776), F_UNLCK) << "the gate, 2^40";
+  EXPECT_EQ(lockOf(1099511627777), F_RDLCK) << "the life byte";
   ::close(fd);
+  CloseAll();
+  EXPECT_EQ(Names(Folder()), std::vector<std::string>{}) << "the last holder removes the file";
 }
 
-TEST_F(SessionFolder, DisplayNamesTheFolder) {
+TEST_F(SessionFolder, IsNamedAfterTheDisplay) {
   const struct {
     const char* display;
     const char* folder;
@@ -105,14 +99,14 @@ TEST_F(SessionFolder, DisplayNamesTheFolder) {
       {":0", "_0"}, {"host.a-b:1.0", "host.a-b_1.0"}, {"../x/y", ".._x_y"}, {"..", "__"}, {"", "none"}};
   for (const auto& [display, folder] : cases) {
     ::setenv("DISPLAY", display, 1);
-    EXPECT_EQ(MakeSection(), ERROR_SUCCESS) << display << ": a session of its own";
+    EXPECT_EQ(MakeSection(), ERROR_SUCCESS) << display;
     EXPECT_TRUE(fs::exists(session.Base() / "quillmark" / folder / "Ring.section")) << display;
   }
   ::unsetenv("DISPLAY");
-  EXPECT_EQ(MakeSection(), ERROR_ALREADY_EXISTS) << "unset is as empty";
+  EXPECT_EQ(MakeSection(), ERROR_ALREADY_EXISTS) << "unset counts as empty";
 }
 
-TEST_F(SessionFolder, WithoutARuntimeFolderTheUsersSharedMemoryFolderIsUsed) {
+TEST_F(SessionFolder, IsInSharedMemoryWithoutARuntimeFolder) {
   const std::string display = "test-" + std::to_string(::getpid());
   ::setenv("DISPLAY", display.c_str(), 1);
   ::unsetenv("XDG_RUNTIME_DIR");
@@ -123,75 +117,58 @@ TEST_F(SessionFolder, WithoutARuntimeFolderTheUsersSharedMemoryFolderIsUsed) {
   EXPECT_TRUE(fs::remove(folder)) << "empty again";
 }
 
-TEST_F(SessionFolder, FolderThatIsNotPrivateIsRefused) {
+TEST_F(SessionFolder, IsRefusedUnlessPrivate) {
   const fs::path product = session.Base() / "quillmark";
   const fs::path elsewhere = session.Base() / "elsewhere";
-  fs::create_directory(elsewhere);
-  fs::permissions(elsewhere, fs::perms::owner_all);
-
-  fs::create_directory(product);
-  fs::permissions(product, fs::perms(0750));
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "open to the group";
-  fs::remove(product);
-
-  fs::create_directory_symlink(elsewhere, product);
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a link";
-  fs::remove(product);
-
-  std::ofstream(product) << "file";
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a file";
-  fs::remove(product);
-
+  const auto makeFolder = [](const fs::path& path, unsigned mode) {
+    fs::create_directory(path);
+    fs::permissions(path, fs::perms(mode));
+  };
+  makeFolder(elsewhere, 0700);
+  const struct {
+    const char* what;
+    std::function<void()> make;
+  } cases[] = {{"open to the group", [&] { makeFolder(product, 0750); }},
+               {"a link", [&] { fs::create_directory_symlink(elsewhere, product); }},
+               {"a file", [&] { std::ofstream(product) << "file"; }},
+               {"another user's", [&] {
+                  makeFolder(product, 0700);
+                  if (::chown(product.c_str(), 65534, 65534) != 0) fs::permissions(product, fs::perms(0701));
+                }}};
+  for (const auto& c : cases) {
+    c.make();
+    EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << c.what;
+    fs::remove(product);
+  }
   EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
   EXPECT_EQ(Names(elsewhere), std::vector<std::string>{});
-}
-
-TEST_F(SessionFolder, FolderOfAnotherUserIsRefused) {
-  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a folder away";
-  const fs::path product = session.Base() / "quillmark";
-  fs::create_directory(product);
-  fs::permissions(product, fs::perms::owner_all);
-  ASSERT_EQ(::chown(product.c_str(), 65534, 65534), 0);
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
-}
-
-TEST_F(SessionFolder, MissingRuntimeFolderIsNotReplacedByAnother) {
   ::setenv("XDG_RUNTIME_DIR", (session.Base() / "missing").c_str(), 1);
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a missing runtime folder";
 }
 
-TEST_F(SessionFolder, NameTooLongForAFileIsRefused) {
+TEST_F(SessionFolder, NamesThatAreNoFileNamesAreRefused) {
   EXPECT_EQ(MakeSection(std::wstring(200, L'x').c_str()), ERROR_SUCCESS);
   EXPECT_EQ(MakeSection(std::wstring(201, L'x').c_str()), ERROR_FILENAME_EXCED_RANGE);
-}
-
-TEST_F(SessionFolder, LinkInPlaceOfAnObjectIsRefused) {
-  ASSERT_EQ(MakeSection(L"Local\\First"), ERROR_SUCCESS);
   std::ofstream(session.Base() / "precious") << "data";
   fs::create_symlink(session.Base() / "precious", Folder() / "Ring.section");
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a link in place of the object";
   EXPECT_EQ(ContentOf(session.Base() / "precious"), "data");
 }
 
-TEST_F(SessionFolder, FileWithoutAHolderIsMadeAnew) {
-  ASSERT_EQ(MakeSection(L"Local\\First"), ERROR_SUCCESS);
-  std::ofstream(Folder() / "Ring.section") << std::string(20000, 'x');
-  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
-  EXPECT_EQ(ContentOf(Folder() / "Ring.section"), std::string(8208, '\0'));
-}
-
-TEST_F(SessionFolder, DeadObjectsAreSweptWhenANewOneIsMade) {
+TEST_F(SessionFolder, DeadObjectsAreReplacedOrRemoved) {
   ASSERT_EQ(MakeSection(L"Local\\Living"), ERROR_SUCCESS);
+  std::ofstream(Folder() / "Ring.section") << std::string(20000, 'x');
   std::ofstream(Folder() / "Dead.event") << "left behind";
   std::ofstream(Folder() / "foreign") << "not an object";
-  ASSERT_EQ(MakeEvent(L"Local\\New", FALSE), ERROR_SUCCESS);
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
+  EXPECT_EQ(ContentOf(Folder() / "Ring.section"), std::string(8208, '\0'));
   EXPECT_FALSE(fs::exists(Folder() / "Dead.event"));
   EXPECT_TRUE(fs::exists(Folder() / "Living.section"));
   EXPECT_TRUE(fs::exists(Folder() / "foreign"));
 }
 
-TEST_F(SessionFolder, FullFileSystemFailsTheMakerAndLeavesNothing) {
-  // A mount that only this process sees and that goes with it.
+TEST_F(SessionFolder, AFullFileSystemFailsTheCreatorAndKeepsNoFile) {
+  // Only this process sees the mount, which ends with it.
   if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
       ::mount("tmpfs", session.Base().c_str(), "tmpfs", 0, "size=64k,mode=0700") != 0) {
     GTEST_SKIP() << "cannot mount a small file system: " << std::strerror(errno);
@@ -203,7 +180,7 @@ TEST_F(SessionFolder, FullFileSystemFailsTheMakerAndLeavesNothing) {
   ::umount2(session.Base().c_str(), MNT_DETACH);
 }
 
-TEST_F(SessionFolder, WaitForAnEventWithADamagedStateEndsInTime) {
+TEST_F(SessionFolder, AWaitForADamagedEventTimesOut) {
   for (const BOOL manual : {FALSE, TRUE}) {
     const HANDLE event = ::CreateEventW(nullptr, manual, FALSE, L"Local\\Damaged");
     const std::uint32_t damaged = 7;
@@ -211,7 +188,7 @@ TEST_F(SessionFolder, WaitForAnEventWithADamagedStateEndsInTime) {
         .write(reinterpret_cast<const char*>(&damaged), sizeof damaged);
     const std::clock_t worked = std::clock();
     EXPECT_EQ(::WaitForSingleObject(event, 500), WAIT_TIMEOUT);
-    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "it slept";
+    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "it must sleep";
     EXPECT_TRUE(::SetEvent(event));
     EXPECT_EQ(::WaitForSingleObject(event, 0), WAIT_OBJECT_0);
     ::CloseHandle(event);

@@ -1,4 +1,4 @@
-// What is printed while nobody reads it.
+// Output while nobody reads it.
 #include "host/StandardStream.h"
 
 #include <fcntl.h>
@@ -13,15 +13,12 @@
 #include <string>
 #include <system_error>
 
-#include "ipc/RingSender.h"
-#include "unit/ipc/RingFixture.h"
-
 namespace quillmark::layer {
 namespace {
 
 enum class Kind { Pipe, Socket, Terminal };
 
-// In the place of standard error while it lives, and full.
+// Replaces standard error with a full stream.
 class FullStream {
  public:
   explicit FullStream(Kind how) : kind(how), saved(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
@@ -51,7 +48,7 @@ class FullStream {
     ::close(readEnd);
   }
 
-  // What waits to be read; makes room for more.
+  // Everything written so far.
   std::string Read() {
     if (kind == Kind::Terminal) ::tcflow(STDERR_FILENO, TCOON);
     ::fcntl(readEnd, F_SETFL, O_NONBLOCK);
@@ -63,7 +60,7 @@ class FullStream {
     return all;
   }
 
-  // Whether the act ends by itself. Where it does not, what it waits for is read.
+  // Whether the act ends before anything is read.
   template <typename Act>
   bool LetsEnd(Act act) {
     std::future<void> ended = std::async(std::launch::async, act);
@@ -78,7 +75,7 @@ class FullStream {
   int readEnd = -1;
 };
 
-TEST(StandardStream, LosesLinesInsteadOfWaitingAndTakesTheNextWhole) {
+TEST(StandardStream, LosesLinesInsteadOfWaitingAndWritesTheNextWhole) {
   for (const Kind kind : {Kind::Pipe, Kind::Socket, Kind::Terminal}) {
     SCOPED_TRACE(static_cast<int>(kind));
     FullStream stream(kind);
@@ -105,23 +102,6 @@ TEST(StandardStream, EndsATornLineBeforeTheNext) {
     ::OutputDebugStringW(L"found");
     EXPECT_EQ(stream.Read(), "\nfound\n");
   }
-}
-
-TEST(StandardStream, ThatIsFullStopsNoHits) {
-  const test::PrivateSession& session = test::ProgramSession();
-  (void)session;
-  test::RawController controller;
-  FullStream stream(Kind::Pipe);
-  RingSender sender;
-  sender.Start();
-  HitRecord hit;
-  hit.name = L"same";
-  EXPECT_TRUE(stream.LetsEnd([&] {
-    for (int i = 0; i < 2; ++i) sender.Enqueue(hit);  // the second is reported as a repetition
-    hit.name = L"other";
-    sender.Enqueue(hit);
-  }));
-  EXPECT_TRUE(controller.WaitForHit(L"other"));
 }
 
 }  // namespace
