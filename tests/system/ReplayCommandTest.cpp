@@ -60,7 +60,7 @@ TEST_F(ReplayCommand, EndsWithOneWithoutAHitAndWithTwoForErrors) {
   scene->Write("f4.png", "no picture");
   const Outcome fault = Play();
   EXPECT_EQ(fault.code, 2);
-  EXPECT_THAT(fault.out, HasSubstr("f4.png: is missing, too large or no picture"));
+  EXPECT_THAT(fault.out, HasSubstr("f4.png: is not an image of a known format"));
   EXPECT_THAT(fault.out, HasSubstr("hits, 10 of 10 frames taken"));
 
   scene->recording.specs.clear();

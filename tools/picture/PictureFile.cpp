@@ -3,43 +3,31 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <system_error>
 
 #include "specs/ImageFile.h"
 #include "specs/Utf8.h"
+#include "text/Printable.h"
 
 namespace quillmark {
 namespace {
 
 namespace fs = std::filesystem;
 
-const char* TextOf(ImageFault fault) {
-  switch (fault) {
-    case ImageFault::NotOpened:
-      return "cannot be opened";
-    case ImageFault::NoRegularFile:
-      return "is no regular file";
-    case ImageFault::Empty:
-      return "has no bytes";
-    case ImageFault::Unreadable:
-      return "cannot be read";
-    case ImageFault::TooManyBytes:
-      return "has more than 64 MiB";
-    case ImageFault::UnknownFormat:
-      return "is no image of a known format";
-    case ImageFault::TooManyPixels:
-      return "has more than 2^26 pixels";
-    default:
-      return "is damaged";
-  }
-}
-
-std::string TextOf(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
+// Indexed by ImageFault.
+constexpr const char* kFaults[] = {"",
+                                   "cannot be opened",
+                                   "is not a regular file",
+                                   "is empty",
+                                   "cannot be read",
+                                   "is larger than 64 MiB",
+                                   "is not an image of a known format",
+                                   "has more than 2^26 pixels",
+                                   "is damaged"};
+static_assert(std::size(kFaults) == static_cast<std::size_t>(ImageFault::Damaged) + 1);
 
 }  // namespace
 
@@ -49,26 +37,26 @@ PictureFile ReadPicture(const std::wstring& path) {
     ImageFault fault = ImageFault::None;
     const cv::Mat image = ReadImageFile(path, &fault);
     if (image.empty()) {
-      file.fault = TextOf(fault);
+      file.fault = kFaults[static_cast<std::size_t>(fault)];
       file.isImage = fault != ImageFault::UnknownFormat;
       return file;
     }
     const int channels = image.channels();
     if (image.depth() != CV_8U || channels == 2) {
-      file.fault = "is no picture of 8 bits a channel, grey or colour";
+      file.fault = "must be grey or colour with 8 bits per channel";
     } else if (channels == 4) {
       file.bgra = image;
     } else {
       cv::cvtColor(image, file.bgra, channels == 3 ? cv::COLOR_BGR2BGRA : cv::COLOR_GRAY2BGRA);
     }
   } catch (const std::exception& error) {
-    file.fault = "is refused: " + ToUtf8(CauseOf(error));
+    file.fault = "is rejected by the image library: " + ToUtf8(CauseOf(error));
   }
   return file;
 }
 
 std::vector<std::string> FilesIn(const std::string& path) {
-  const fs::path given(std::u8string(path.begin(), path.end()));
+  const fs::path given = PathOf(path);
   std::error_code error;
   const fs::file_status status = fs::status(given, error);
   if (!fs::exists(status)) throw std::runtime_error("'" + path + "' does not exist");
@@ -77,7 +65,7 @@ std::vector<std::string> FilesIn(const std::string& path) {
   fs::directory_iterator entry(given, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     std::error_code unknown;
-    if (entry->is_regular_file(unknown)) files.push_back(TextOf(entry->path()));
+    if (entry->is_regular_file(unknown)) files.push_back(Utf8Of(entry->path()));
   }
   if (error) throw std::runtime_error("'" + path + "' cannot be listed: " + error.message());
   std::ranges::sort(files);

@@ -9,15 +9,6 @@ namespace quillmark::control {
 
 namespace fs = std::filesystem;
 
-fs::path PathOf(const std::string& utf8) {
-  return fs::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
-std::string Utf8Of(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
-
 std::optional<std::string> ContentOf(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) return std::nullopt;

@@ -1,4 +1,4 @@
-// Files by UTF-8 names, read and written whole.
+// Reads and writes whole files.
 //
 // Threading: free functions without state.
 #pragma once
@@ -7,10 +7,9 @@
 #include <optional>
 #include <string>
 
-namespace quillmark::control {
+#include "text/Printable.h"
 
-[[nodiscard]] std::filesystem::path PathOf(const std::string& utf8);
-[[nodiscard]] std::string Utf8Of(const std::filesystem::path& path);
+namespace quillmark::control {
 
 // Nothing when it cannot be read.
 [[nodiscard]] std::optional<std::string> ContentOf(const std::filesystem::path& file);

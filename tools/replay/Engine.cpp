@@ -20,7 +20,28 @@ HMONITOR HandleOf(std::size_t monitor) {
   return reinterpret_cast<HMONITOR>(static_cast<std::uintptr_t>(monitor + 1));
 }
 
-// A recorded window as it answers for itself.
+// The monitor that shows most of the rectangle, or else the nearest one.
+HMONITOR NearestMonitor(const std::vector<MonitorEntry>& monitors, const Rect& rect) {
+  HMONITOR best = nullptr;
+  std::int64_t maxArea = 0, minGap = std::numeric_limits<std::int64_t>::max();
+  for (const MonitorEntry& entry : monitors) {
+    const RECT& monitor = entry.rcMonitor;
+    const std::int64_t w = std::int64_t{std::min<std::int32_t>(rect.right, monitor.right)} -
+                           std::max<std::int32_t>(rect.left, monitor.left);
+    const std::int64_t h = std::int64_t{std::min<std::int32_t>(rect.bottom, monitor.bottom)} -
+                           std::max<std::int32_t>(rect.top, monitor.top);
+    const std::int64_t area = w > 0 && h > 0 ? w * h : 0;
+    // A negative overlap is the gap between the two.
+    const std::int64_t gapX = std::max<std::int64_t>(-w, 0), gapY = std::max<std::int64_t>(-h, 0);
+    const std::int64_t gap = gapX * gapX + gapY * gapY;
+    if (area > maxArea || (maxArea == 0 && area == 0 && gap < minGap)) best = entry.monitor;
+    maxArea = std::max(maxArea, area);
+    minGap = std::min(minGap, gap);
+  }
+  return best;
+}
+
+// A recorded window, with the answers of a system window.
 class WindowAnswers {
  public:
   WindowAnswers(const RecordedWindow& recorded, const std::vector<MonitorEntry>& entries)
@@ -63,35 +84,14 @@ Reason ReasonOf(const SpecTurn& turn) {
 
 }  // namespace
 
-HMONITOR NearestMonitor(const std::vector<MonitorEntry>& monitors, const Rect& rect) {
-  HMONITOR best = nullptr;
-  std::int64_t mostArea = 0;
-  std::int64_t leastGap = std::numeric_limits<std::int64_t>::max();
-  for (const MonitorEntry& entry : monitors) {
-    const RECT& monitor = entry.rcMonitor;
-    const std::int64_t w = std::int64_t{std::min<std::int32_t>(rect.right, monitor.right)} -
-                           std::max<std::int32_t>(rect.left, monitor.left);
-    const std::int64_t h = std::int64_t{std::min<std::int32_t>(rect.bottom, monitor.bottom)} -
-                           std::max<std::int32_t>(rect.top, monitor.top);
-    const std::int64_t area = w > 0 && h > 0 ? w * h : 0;
-    // A negative overlap is the gap between the two.
-    const std::int64_t gapX = std::max<std::int64_t>(-w, 0), gapY = std::max<std::int64_t>(-h, 0);
-    const std::int64_t gap = gapX * gapX + gapY * gapY;
-    if (area > mostArea || (mostArea == 0 && area == 0 && gap < leastGap)) best = entry.monitor;
-    mostArea = std::max(mostArea, area);
-    leastGap = std::min(leastGap, gap);
-  }
-  return best;
-}
-
 Engine::Engine(std::vector<TemplateSpec> prepared, const std::vector<RecordedMonitor>& monitors,
-               Observer& hearing)
-    : specs(std::move(prepared)), observer(hearing) {
+               Observer& toTell)
+    : specs(std::move(prepared)), observer(toTell) {
   for (std::size_t i = 0; i < monitors.size(); ++i) {
     const Rect& rect = monitors[i].rect;
     entries.push_back({HandleOf(i), RECT{rect.left, rect.top, rect.right, rect.bottom}});
   }
-  // The primary monitor holds the desktop's origin.
+  // The desktop's origin is on the primary monitor.
   answers.primary = [this] { return NearestMonitor(entries, {0, 0, 1, 1}); };
   answers.nearest = [this](const Rect& region) { return NearestMonitor(entries, region); };
 }
@@ -126,45 +126,42 @@ void Engine::TakeTurn(std::size_t monitor, std::int64_t tMs, const cv::Mat& bgra
   const cv::Point origin(static_cast<int>(entry.rcMonitor.left), static_cast<int>(entry.rcMonitor.top));
   const auto job = tick.Cut({entry.monitor, origin, frameCount, bgra}, tMs, [&](const SpecTurn& turn) {
     if (turn.outcome == SpecOutcome::Forced) {
-      Report(turn.index, monitor, ForcedHit(tick.Specs()[turn.index], turn.place, wallMs), nullptr);
+      Report(turn.index, ForcedHit(tick.Specs()[turn.index], turn.place, wallMs), nullptr);
     } else if (turn.outcome != SpecOutcome::Cut) {
       observer.OnSilence(turn.index, ReasonOf(turn), nullptr);
     }
   });
   ++frameCount;
   tick.Commit(entry.monitor, *job);
-  for (const ROIUnit& unit : job->units) Evaluate(unit, *job, monitor, wallMs);
+  for (const ROIUnit& unit : job->units) Evaluate(unit, *job, wallMs);
 }
 
-void Engine::Evaluate(const ROIUnit& unit, const FrameJob& job, std::size_t monitor, std::uint64_t wallMs) {
+void Engine::Evaluate(const ROIUnit& unit, const FrameJob& job, std::uint64_t wallMs) {
   const std::size_t index = static_cast<std::size_t>(unit.specIndex);
   const TemplateSpec& spec = job.specs[index];
   std::optional<Verdict> verdict;
   try {
     verdict = EvaluateRegion(unit, spec);
   } catch (const std::exception&) {
-    // Of the image library: the worker goes on as well.
+    // Raised by the image library; the worker continues, too.
     observer.OnSilence(index, Reason::EvaluationFailed, nullptr);
     return;
   }
   if (verdict->Accepted()) {
-    Report(index, monitor, HitOf(*verdict, spec, wallMs), &*verdict);
+    Report(index, HitOf(*verdict, spec, wallMs), &*verdict);
   } else {
     observer.OnSilence(index, *explain::ReasonOf(verdict->decidedBy), &*verdict);
   }
 }
 
-void Engine::Report(std::size_t spec, std::size_t monitor, const HitRecord& hit, const Verdict* verdict) {
+void Engine::Report(std::size_t spec, const HitRecord& hit, const Verdict* verdict) {
   switch (duplicates.Admit(hit)) {
     case Repetition::None:
-      observer.OnHit(spec, monitor, hit, verdict);
-      return;
+      return observer.OnHit(spec, hit);
     case Repetition::SamePlace:
-      observer.OnSilence(spec, Reason::DuplicateNear, verdict);
-      return;
+      return observer.OnSilence(spec, Reason::DuplicateNear, verdict);
     case Repetition::Weaker:
-      observer.OnSilence(spec, Reason::DuplicateWeaker, verdict);
-      return;
+      return observer.OnSilence(spec, Reason::DuplicateWeaker, verdict);
   }
 }
 

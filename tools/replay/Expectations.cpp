@@ -13,13 +13,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t MostHits = 1'000'000;
+constexpr std::size_t MaxHits = 1'000'000;
 constexpr std::size_t NameBytes = 256;
 
-std::optional<std::int64_t> Whole(const JsonField& field, const char* name, std::int64_t least) {
+std::optional<std::int64_t> Whole(const JsonField& field, const char* name, std::int64_t min) {
   const auto found = field.Find(name);
   if (!found) return std::nullopt;
-  return found->Integer(least, std::numeric_limits<std::int32_t>::max());
+  return found->Integer(min, std::numeric_limits<std::int32_t>::max());
 }
 
 std::optional<double> Real(const JsonField& field, const char* name) {
@@ -30,12 +30,12 @@ std::optional<double> Real(const JsonField& field, const char* name) {
 
 ExpectedHit ReadHit(const JsonField& field) {
   field.Only({"name", "t", "cx", "cy", "w", "h", "score", "edge"});
-  constexpr std::int64_t anything = std::numeric_limits<std::int32_t>::min();
+  constexpr std::int64_t any = std::numeric_limits<std::int32_t>::min();
   ExpectedHit hit;
   hit.name = field.At("name").Text(NameBytes);
   hit.tMs = Whole(field, "t", 0);
-  hit.cx = Whole(field, "cx", anything);
-  hit.cy = Whole(field, "cy", anything);
+  hit.cx = Whole(field, "cx", any);
+  hit.cy = Whole(field, "cy", any);
   hit.w = Whole(field, "w", 1);
   hit.h = Whole(field, "h", 1);
   hit.score = Real(field, "score");
@@ -87,7 +87,7 @@ bool Meets(const ReplayedHit& replayed, const ExpectedHit& expected) {
          same(expected.h, hit.h) && closeTo(expected.score, hit.sq) && closeTo(expected.edge, hit.edge);
 }
 
-// Walks both lists; a hit that fits an expectation further on shows that those before it are missing.
+// Walks both lists in step; hits before the next expected one are unexpected.
 void CompareHits(const Expectations& expected, const ReplayResult& result, std::vector<std::string>& lines) {
   auto hit = result.hits.begin();
   for (const ExpectedHit& wanted : expected.hits) {
@@ -107,17 +107,16 @@ void CompareSilences(const Expectations& expected, const ReplayResult& result,
                      std::vector<std::string>& lines) {
   for (const auto& [name, reason] : expected.silent) {
     const std::string head =
-        "spec '" + name + "': expected silence for " + std::string(explain::CodeOf(reason)) + ", but ";
-    const auto spec = std::find_if(result.specs.begin(), result.specs.end(), [&](const SpecResult& other) {
-      return client::ToUtf8(other.name) == name;
-    });
+        "spec '" + name + "': expected no hits (" + std::string(explain::CodeOf(reason)) + "), but ";
+    const auto nameOf = [](const SpecResult& other) { return client::ToUtf8(other.name); };
+    const auto spec = std::ranges::find(result.specs, name, nameOf);
     if (spec == result.specs.end()) {
       lines.push_back(head + "there is no such spec");
     } else if (spec->hits != 0) {
       lines.push_back(head + "it has hits");
     } else if (const auto silence = spec->Silence(); silence != reason) {
-      lines.push_back(head + "it is " +
-                      (silence ? std::string(explain::CodeOf(*silence)) : "never looked for"));
+      lines.push_back(head + (silence ? "the reason is " + std::string(explain::CodeOf(*silence))
+                                      : "it was never searched for"));
     }
   }
 }
@@ -128,14 +127,14 @@ Expectations ReadExpectations(const std::filesystem::path& folder) {
   const JsonField file = JsonField::OfFile(folder / ExpectationsFile);
   file.Only({"hits", "silent"});
   Expectations expected;
-  for (const JsonField& hit : file.At("hits").Elements(MostHits)) expected.hits.push_back(ReadHit(hit));
+  for (const JsonField& hit : file.At("hits").Elements(MaxHits)) expected.hits.push_back(ReadHit(hit));
   if (const auto silent = file.Find("silent")) {
-    for (const auto& [name, field] : silent->Members(MostSpecs)) {
+    for (const auto& [name, field] : silent->Members(MaxSpecs)) {
       if (name.size() > NameBytes)
         field.Refuse("has a name of more than " + std::to_string(NameBytes) + " bytes");
       const std::string code = field.Text(NameBytes);
       const auto reason = explain::ReasonOfCode(code);
-      if (!reason) field.Refuse("'" + code + "' is no reason for silence");
+      if (!reason) field.Refuse("'" + code + "' is not a reason code");
       expected.silent.emplace_back(name, *reason);
     }
   }

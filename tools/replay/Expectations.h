@@ -1,5 +1,5 @@
-// What a recording is expected to give, as the file expected.json beside it, which makes a regression test of
-// the recording. docs/replay.md describes the file.
+// The expected result of a replay, in the file expected.json of the recording: a regression test.
+// docs/replay.md describes the file.
 //
 // Threading: plain values and free functions.
 #pragma once
@@ -17,7 +17,7 @@
 
 namespace quillmark::replay {
 
-// What is not given may be anything.
+// A field without a value matches anything.
 struct ExpectedHit {
   std::string name;
   std::optional<std::int64_t> tMs;
@@ -26,21 +26,21 @@ struct ExpectedHit {
 };
 
 struct Expectations {
-  std::vector<ExpectedHit> hits;                                // these and no others, in this order
+  std::vector<ExpectedHit> hits;                                // exactly these, in this order
   std::vector<std::pair<std::string, explain::Reason>> silent;  // specs without a hit, and why
 };
 
-// Builds of other compilers and processors may round a score differently.
+// Compilers and processors may round a score differently.
 inline constexpr double ScoreTolerance = 0.001;
 inline constexpr char ExpectationsFile[] = "expected.json";
 
-// Reads expected.json of the folder. Raises FormatError as ReadRecording does.
+// Reads the folder's expected.json. Raises FormatError as ReadRecording does.
 [[nodiscard]] Expectations ReadExpectations(const std::filesystem::path& folder);
 
-// The text of an expected.json that this result meets.
+// The text of an expected.json that matches this result.
 [[nodiscard]] std::string ExpectationsText(const ReplayResult& result);
 
-// Each difference between the two as a line; none when the result is as expected.
+// One line per difference; none when the result is as expected.
 [[nodiscard]] std::vector<std::string> Differences(const Expectations& expected, const ReplayResult& result);
 
 }  // namespace quillmark::replay

@@ -1,45 +1,28 @@
 #include "replay/FrameFiles.h"
 
+#include <exception>
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
-#include "specs/ImageFile.h"
+#include "picture/PictureFile.h"
 #include "specs/Utf8.h"
+#include "text/Places.h"
+#include "text/Printable.h"
 
 namespace quillmark::replay {
 
-std::filesystem::path PathIn(const std::filesystem::path& folder, const std::string& file) {
-  return folder / std::filesystem::path(std::u8string(file.begin(), file.end()));
-}
-
-std::wstring WidePath(const std::filesystem::path& path) {
-  const std::u8string bytes = path.u8string();
-  return FromUtf8(std::string(bytes.begin(), bytes.end()));
-}
-
 cv::Mat LoadFrame(const std::filesystem::path& path, const Rect& monitor) {
-  cv::Mat picture;
-  try {
-    picture = ReadImageFile(WidePath(path));
-  } catch (const cv::Exception& error) {
-    throw std::runtime_error("the image library refuses it: " + error.err);
+  const PictureFile file = ReadPicture(FromUtf8(Utf8Of(path)));
+  if (file.bgra.empty()) throw std::runtime_error(file.fault);
+  if (const cv::Size size = ToCv(monitor).size(); file.bgra.size() != size) {
+    throw std::runtime_error("is " + SizeText(file.bgra.size()) + " pixels, but its monitor is " +
+                             SizeText(size));
   }
-  if (picture.empty()) throw std::runtime_error("is missing, too large or no picture");
-  if (picture.depth() != CV_8U) throw std::runtime_error("has another depth than 8 bits a channel");
-  const cv::Size size(monitor.right - monitor.left, monitor.bottom - monitor.top);
-  if (picture.size() != size) {
-    throw std::runtime_error("is " + std::to_string(picture.cols) + " x " + std::to_string(picture.rows) +
-                             " pixels large, its monitor " + std::to_string(size.width) + " x " +
-                             std::to_string(size.height));
-  }
-  if (picture.channels() == 4) return picture;
-  if (picture.channels() == 2) throw std::runtime_error("has two channels, grey with alpha");
-  cv::Mat bgra;
-  cv::cvtColor(picture, bgra, picture.channels() == 1 ? cv::COLOR_GRAY2BGRA : cv::COLOR_BGR2BGRA);
-  return bgra;
+  return file.bgra;
 }
 
 void SaveFrame(const std::filesystem::path& path, const cv::Mat& bgra) {
@@ -48,13 +31,59 @@ void SaveFrame(const std::filesystem::path& path, const cv::Mat& bgra) {
   std::vector<unsigned char> bytes;
   // Screens compress well even at the fastest level.
   if (!cv::imencode(".png", bgr, bytes, {cv::IMWRITE_PNG_COMPRESSION, 1})) {
-    throw std::runtime_error("a picture cannot be encoded");
+    throw std::runtime_error("a frame cannot be encoded as PNG");
   }
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  if (!file.flush()) {
-    const std::u8string name = path.u8string();
-    throw std::runtime_error(std::string(name.begin(), name.end()) + " cannot be written");
+  if (!file.flush()) throw std::runtime_error(Utf8Of(path) + " cannot be written");
+}
+
+FrameWriter::FrameWriter(std::filesystem::path where) : folder(std::move(where)), thread([this] { Run(); }) {}
+
+FrameWriter::~FrameWriter() {
+  Stop();
+}
+
+void FrameWriter::Write(const std::string& file, const cv::Mat& bgra) {
+  constexpr std::size_t maxWaiting = 16;
+  std::unique_lock lock(mutex);
+  changed.wait(lock, [this] { return waiting.size() < maxWaiting || !error.empty(); });
+  if (!error.empty()) throw std::runtime_error(error);
+  waiting.push_back({file, bgra});
+  changed.notify_all();
+}
+
+void FrameWriter::Finish() {
+  Stop();
+  if (!error.empty()) throw std::runtime_error(error);
+}
+
+void FrameWriter::Stop() {
+  {
+    const std::lock_guard lock(mutex);
+    ending = true;
+  }
+  changed.notify_all();
+  if (thread.joinable()) thread.join();
+}
+
+void FrameWriter::Run() {
+  std::unique_lock lock(mutex);
+  while (error.empty()) {
+    changed.wait(lock, [this] { return ending || !waiting.empty(); });
+    if (waiting.empty()) return;
+    const Frame frame = std::move(waiting.front());
+    waiting.pop_front();
+    lock.unlock();
+    std::string failure;
+    try {
+      SaveFrame(folder / PathOf(frame.file), frame.bgra);
+    } catch (const std::exception& raised) {
+      failure = raised.what();
+    }
+    lock.lock();
+    error = failure;
+    changed.notify_all();
   }
 }
 

@@ -12,82 +12,78 @@
 #include <utility>
 
 #include "specs/Utf8.h"
+#include "text/Printable.h"
 
 namespace quillmark::replay {
 namespace {
 
-// Sums of such coordinates and sides stay within 32 bits.
-constexpr std::int32_t MostCoordinate = 1'000'000'000;
+// Sums of coordinates and sides stay within 32 bits.
+constexpr std::int32_t MaxCoordinate = 1'000'000'000;
 
 bool IsControl(char unit) {
   return (unit >= 0 && unit < ' ') || unit == '\x7F';
 }
 
-std::string Display(const std::filesystem::path& path) {
-  const std::u8string name = path.u8string();
-  return {name.begin(), name.end()};
-}
-
-// A name out of the file, which may have any length there.
+// A name from the file, shortened.
 std::string Shown(const std::string& name) {
-  constexpr std::size_t most = 80;
-  if (name.size() <= most) return name;
-  std::size_t end = most;
+  constexpr std::size_t maxBytes = 80;
+  if (name.size() <= maxBytes) return name;
+  std::size_t end = maxBytes;
   while ((name[end] & 0xC0) == 0x80) --end;
   return name.substr(0, end) + "...";
 }
 
-// What the parser says without what it quotes of the file, which need not be text.
+// The parser's message without its quotation from the file, which need not be text.
 std::string WithoutQuotation(const std::string& error) {
   return error.substr(0, std::min(error.find("; last read: '"), error.find(" parsing '")));
 }
 
-// Sees to what the parser would let pass: of a name twice in one object it keeps the last, and lists within
-// lists become many times as large as their text.
-class Watchful {
+// Rejects what the parser accepts: of a name given twice it keeps the last, and nested lists take many times
+// the memory of their text.
+class Guard {
  public:
-  explicit Watchful(const std::string& fileName) : file(fileName) {}
+  explicit Guard(const std::string& fileName) : file(fileName) {}
 
-  // `depth` is 0 for the whole, 1 for its elements and names.
+  // `depth` is 0 for the root, 1 for its elements and names.
   bool operator()(int depth, nlohmann::json::parse_event_t event, const nlohmann::json& parsed) {
     using Event = nlohmann::json::parse_event_t;
-    if (depth == MostDepth) throw FormatError(file + ": has too many lists and objects within each other");
+    if (depth == kMaxDepth) throw FormatError(file + ": nests lists and objects too deeply");
     if (event == Event::object_start) names[depth + 1].clear();
     if (event == Event::key && !names[depth].insert(parsed.get<std::string>()).second) {
       throw FormatError(
-          OneLine(file + ": '" + Shown(parsed.get<std::string>()) + "' is there twice in one object"));
+          OneLine(file + ": '" + Shown(parsed.get<std::string>()) + "' is given twice in one object"));
     }
     return true;
   }
 
  private:
-  static constexpr int MostDepth = 16;
+  static constexpr int kMaxDepth = 16;
 
   const std::string& file;
-  std::set<std::string> names[MostDepth + 1];  // of the open object at each depth
+  std::set<std::string> names[kMaxDepth + 1];  // of the open object at each depth
 };
 
 }  // namespace
 
 JsonField::JsonField(const std::string& fileName, const std::string& text) : file(fileName) {
   try {
-    Watchful watchful(file);
-    root = std::make_shared<const Json>(Json::parse(text, std::ref(watchful)));
+    Guard guard(file);
+    root = std::make_shared<const Json>(Json::parse(text, std::ref(guard)));
   } catch (const Json::exception& error) {
-    throw FormatError(file + ": is no JSON: " + WithoutQuotation(error.what()));
+    throw FormatError(file + ": is not JSON: " + WithoutQuotation(error.what()));
   }
   value = root.get();
 }
 
 JsonField JsonField::OfFile(const std::filesystem::path& path) {
-  const std::string name = Display(path.filename());
+  const std::string name = Utf8Of(path.filename());
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) {
-    throw FormatError(Display(path) + ": there is no such file");
+    throw FormatError(Utf8Of(path) + ": no such file");
   }
   const std::uintmax_t size = std::filesystem::file_size(path, error);
-  if (error || size > MostFileBytes) {
-    throw FormatError(name + ": is larger than " + std::to_string(MostFileBytes) + " bytes");
+  if (error || size > MaxFileBytes) {
+    throw FormatError(name + ": is larger than " + std::to_string(MaxFileBytes) + " bytes");
   }
   std::ifstream stream(path, std::ios::binary);
   const std::string text{std::istreambuf_iterator<char>(stream), {}};
@@ -103,8 +99,7 @@ void JsonField::Only(std::initializer_list<const char*> names) const {
   if (!value->is_object()) Refuse("must be an object");
   for (const auto& [name, child] : value->items()) {
     if (std::find(names.begin(), names.end(), name) == names.end()) {
-      JsonField(*this, child, field.empty() ? Shown(name) : field + "." + Shown(name))
-          .Refuse("is no field of this format");
+      Child(Shown(name), child).Refuse("is no field of this format");
     }
   }
 }
@@ -113,17 +108,17 @@ std::optional<JsonField> JsonField::Find(const char* name) const {
   if (!value->is_object()) Refuse("must be an object");
   const auto found = value->find(name);
   if (found == value->end()) return std::nullopt;
-  return JsonField(*this, *found, field.empty() ? name : field + "." + name);
+  return Child(name, *found);
 }
 
 JsonField JsonField::At(const char* name) const {
   if (auto found = Find(name)) return *found;
-  JsonField(*this, *value, field.empty() ? name : field + "." + name).Refuse("is missing");
+  Child(name, *value).Refuse("is missing");
 }
 
-std::vector<JsonField> JsonField::Elements(std::size_t most) const {
+std::vector<JsonField> JsonField::Elements(std::size_t max) const {
   if (!value->is_array()) Refuse("must be a list");
-  if (value->size() > most) Refuse("has more than " + std::to_string(most) + " elements");
+  if (value->size() > max) Refuse("has more than " + std::to_string(max) + " elements");
   std::vector<JsonField> elements;
   for (const Json& child : *value) {
     elements.push_back(JsonField(*this, child, field + "[" + std::to_string(elements.size()) + "]"));
@@ -131,32 +126,30 @@ std::vector<JsonField> JsonField::Elements(std::size_t most) const {
   return elements;
 }
 
-std::vector<std::pair<std::string, JsonField>> JsonField::Members(std::size_t most) const {
+std::vector<std::pair<std::string, JsonField>> JsonField::Members(std::size_t max) const {
   if (!value->is_object()) Refuse("must be an object");
-  if (value->size() > most) Refuse("has more than " + std::to_string(most) + " fields");
+  if (value->size() > max) Refuse("has more than " + std::to_string(max) + " fields");
   std::vector<std::pair<std::string, JsonField>> members;
   for (const auto& [name, child] : value->items()) {
-    members.emplace_back(name, JsonField(*this, child, field + "." + Shown(name)));
+    members.emplace_back(name, Child(Shown(name), child));
   }
   return members;
 }
 
-std::int64_t JsonField::Integer(std::int64_t least, std::int64_t most) const {
-  // A number above the signed range is held as an unsigned one.
-  const bool fits =
-      value->is_number_unsigned()
-          ? value->get<std::uint64_t>() <= static_cast<std::uint64_t>(std::max<std::int64_t>(most, 0))
-          : value->is_number_integer();
-  if (!fits || value->get<std::int64_t>() < least || value->get<std::int64_t>() > most) {
-    Refuse("must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+std::int64_t JsonField::Integer(std::int64_t min, std::int64_t max) const {
+  const bool huge = value->is_number_unsigned() &&
+                    value->get<std::uint64_t>() > std::uint64_t{std::numeric_limits<std::int64_t>::max()};
+  const std::int64_t number = value->is_number_integer() && !huge ? value->get<std::int64_t>() : min - 1;
+  if (number < min || number > max) {
+    Refuse("must be a whole number from " + std::to_string(min) + " to " + std::to_string(max));
   }
-  return value->get<std::int64_t>();
+  return number;
 }
 
-double JsonField::Number(double least, double most) const {
+double JsonField::Number(double min, double max) const {
   const double number = value->is_number() ? value->get<double>() : std::numeric_limits<double>::quiet_NaN();
-  if (!(number >= least && number <= most)) {
-    Refuse("must be a number from " + Json(least).dump() + " to " + Json(most).dump());
+  if (!(number >= min && number <= max)) {
+    Refuse("must be a number from " + Json(min).dump() + " to " + Json(max).dump());
   }
   return number;
 }
@@ -166,41 +159,40 @@ bool JsonField::Boolean() const {
   return value->get<bool>();
 }
 
-std::string JsonField::Text(std::size_t mostBytes) const {
-  if (!value->is_string()) Refuse("must be a text");
+std::string JsonField::Text(std::size_t maxBytes) const {
+  if (!value->is_string()) Refuse("must be a string");
   const std::string& text = value->get_ref<const std::string&>();
-  if (text.size() > mostBytes) Refuse("is longer than " + std::to_string(mostBytes) + " bytes");
+  if (text.size() > maxBytes) Refuse("is longer than " + std::to_string(maxBytes) + " bytes");
   return text;
 }
 
-std::string JsonField::Name(std::size_t mostBytes) const {
-  std::string text = Text(mostBytes);
+std::string JsonField::Name(std::size_t maxBytes) const {
+  std::string text = Text(maxBytes);
   if (text.empty()) Refuse("must not be empty");
-  if (std::any_of(text.begin(), text.end(), IsControl)) Refuse("holds a control character");
+  if (std::any_of(text.begin(), text.end(), IsControl)) Refuse("contains a control character");
   return text;
 }
 
-std::wstring JsonField::Name16(std::size_t mostUnits) const {
-  (void)Name(4 * mostUnits);
-  return Text16(mostUnits);
+std::wstring JsonField::Name16(std::size_t maxUnits) const {
+  (void)Name(4 * maxUnits);
+  return Text16(maxUnits);
 }
 
-std::wstring JsonField::Text16(std::size_t mostUnits) const {
-  std::wstring text = FromUtf8(Text(4 * mostUnits));
-  if (text.size() > mostUnits) {
-    Refuse("is " + std::to_string(text.size()) + " UTF-16 units long; at most " + std::to_string(mostUnits) +
-           " are possible");
+std::wstring JsonField::Text16(std::size_t maxUnits) const {
+  std::wstring text = FromUtf8(Text(4 * maxUnits));
+  if (text.size() > maxUnits) {
+    Refuse("has " + std::to_string(text.size()) + " UTF-16 units, of at most " + std::to_string(maxUnits));
   }
   return text;
 }
 
-Rect JsonField::Rectangle(std::int32_t leastSide) const {
+Rect JsonField::Rectangle(std::int32_t minSide) const {
   if (!value->is_array() || value->size() != 4) Refuse("must be [x, y, width, height]");
   const std::vector<JsonField> parts = Elements(4);
-  const auto x = static_cast<std::int32_t>(parts[0].Integer(-MostCoordinate, MostCoordinate));
-  const auto y = static_cast<std::int32_t>(parts[1].Integer(-MostCoordinate, MostCoordinate));
-  const auto width = static_cast<std::int32_t>(parts[2].Integer(leastSide, MostCoordinate));
-  const auto height = static_cast<std::int32_t>(parts[3].Integer(leastSide, MostCoordinate));
+  const auto x = static_cast<std::int32_t>(parts[0].Integer(-MaxCoordinate, MaxCoordinate));
+  const auto y = static_cast<std::int32_t>(parts[1].Integer(-MaxCoordinate, MaxCoordinate));
+  const auto width = static_cast<std::int32_t>(parts[2].Integer(minSide, MaxCoordinate));
+  const auto height = static_cast<std::int32_t>(parts[3].Integer(minSide, MaxCoordinate));
   return {x, y, x + width, y + height};
 }
 

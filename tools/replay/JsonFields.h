@@ -1,5 +1,5 @@
-// A JSON value together with its place in its file, so that whatever is wrong with it is said with the file
-// and the field: "recording.json: windows[3].client: must be [x, y, width, height]".
+// A JSON value that knows its file and field, so that errors name them:
+// "recording.json: windows[3].client: must be [x, y, width, height]".
 //
 // Threading: one thread at a time.
 #pragma once
@@ -20,33 +20,31 @@ namespace quillmark::replay {
 
 class JsonField {
  public:
-  // Of a whole file's text. Raises FormatError when it is no JSON or gives a name twice; so does everything
-  // below for a value that is not what is asked for.
+  // The root of a file with this text. Raises FormatError when it is not JSON or gives a name twice; so do
+  // the operations below when the value is not what they return.
   JsonField(const std::string& file, const std::string& text);
-  // Of the file at that path, which holds at most MostFileBytes.
+  // Reads the file at this path, of at most MaxFileBytes.
   [[nodiscard]] static JsonField OfFile(const std::filesystem::path& path);
 
-  // This is an object with no other fields than these.
+  // Checks that this is an object with no other fields than these.
   void Only(std::initializer_list<const char*> names) const;
   [[nodiscard]] JsonField At(const char* name) const;
   [[nodiscard]] std::optional<JsonField> Find(const char* name) const;
-  // The elements of a list.
-  [[nodiscard]] std::vector<JsonField> Elements(std::size_t most) const;
-  // The names and values of an object.
-  [[nodiscard]] std::vector<std::pair<std::string, JsonField>> Members(std::size_t most) const;
+  [[nodiscard]] std::vector<JsonField> Elements(std::size_t max) const;
+  [[nodiscard]] std::vector<std::pair<std::string, JsonField>> Members(std::size_t max) const;
 
-  [[nodiscard]] std::int64_t Integer(std::int64_t least, std::int64_t most) const;
-  [[nodiscard]] double Number(double least, double most) const;
+  [[nodiscard]] std::int64_t Integer(std::int64_t min, std::int64_t max) const;
+  [[nodiscard]] double Number(double min, double max) const;
   [[nodiscard]] bool Boolean() const;
-  [[nodiscard]] std::string Text(std::size_t mostBytes) const;
-  [[nodiscard]] std::wstring Text16(std::size_t mostUnits) const;
-  // A text of at least one character and without control characters.
-  [[nodiscard]] std::string Name(std::size_t mostBytes) const;
-  [[nodiscard]] std::wstring Name16(std::size_t mostUnits) const;
-  // [x, y, width, height]; sides from `leastSide` on.
-  [[nodiscard]] Rect Rectangle(std::int32_t leastSide) const;
+  [[nodiscard]] std::string Text(std::size_t maxBytes) const;
+  [[nodiscard]] std::wstring Text16(std::size_t maxUnits) const;
+  // Text that is not empty and has no control characters.
+  [[nodiscard]] std::string Name(std::size_t maxBytes) const;
+  [[nodiscard]] std::wstring Name16(std::size_t maxUnits) const;
+  // [x, y, width, height]; sides of at least `minSide`.
+  [[nodiscard]] Rect Rectangle(std::int32_t minSide) const;
 
-  // Raises FormatError: file, field and what is wrong.
+  // Raises FormatError for this field.
   [[noreturn]] void Refuse(const std::string& what) const;
 
  private:
@@ -54,6 +52,9 @@ class JsonField {
 
   JsonField(const JsonField& parent, const Json& child, std::string childField)
       : file(parent.file), root(parent.root), value(&child), field(std::move(childField)) {}
+  [[nodiscard]] JsonField Child(const std::string& name, const Json& child) const {
+    return {*this, child, field.empty() ? name : field + "." + name};
+  }
 
   std::string file;
   std::shared_ptr<const Json> root;
@@ -61,10 +62,10 @@ class JsonField {
   std::string field;
 };
 
-// Text, part of which comes out of a file, with its control characters as '?'.
+// The text with control characters as '?'.
 [[nodiscard]] std::string OneLine(std::string text);
 
-// A float's shortest decimals, from which the same float is read back, as a double that prints so.
+// The double with the shortest decimals from which the same float is read back.
 [[nodiscard]] double Shortest(float value);
 
 }  // namespace quillmark::replay

@@ -48,7 +48,7 @@ std::vector<RecordedWindow> LiveDesktop::Windows() {
   std::vector<RecordedWindow> windows;
   for (SystemWindow& window : ListWindows()) {
     RecordedWindow recorded;
-    if (!window.OuterRect(recorded.outer)) continue;  // it could not be chosen
+    if (!window.OuterRect(recorded.outer)) continue;  // it cannot be chosen
     recorded.title = window.Title();
     recorded.program = window.ImageFile();
     recorded.visible = window.Visible();

@@ -1,5 +1,4 @@
-// The desktop as the worker sees it, by the worker's own calls: its monitors, its windows, and the pictures
-// that the capture hands out.
+// The desktop as the worker sees it: monitors, windows and captured frames.
 //
 // Threading: one thread.
 #pragma once
@@ -17,16 +16,16 @@ namespace quillmark::replay {
 
 class LiveDesktop {
  public:
-  // With the monitors of this moment. Raises std::runtime_error when there is none.
+  // With the current monitors. Raises std::runtime_error when there are none.
   LiveDesktop();
 
   [[nodiscard]] const std::vector<RecordedMonitor>& Monitors() const { return monitors; }
-  // What interfered with the capture of monitors: a line for each, about the first fault.
+  // A line for each monitor with a capture fault, about its first one.
   [[nodiscard]] const std::vector<std::string>& Faults() const { return faults; }
-  // Whether monitors have come, gone or moved since; not while the whole display is away.
+  // Whether monitors were added, removed or moved; false while the display is gone.
   [[nodiscard]] bool HasChanged();
 
-  // All top-level windows, the topmost first.
+  // All top-level windows, topmost first.
   [[nodiscard]] static std::vector<RecordedWindow> Windows();
 
   // The monitor's next frame within 33 ms; `bgra` becomes a copy of it, 8UC4.

@@ -14,52 +14,46 @@
 #include "ipc/WallClock.h"
 #include "replay/Engine.h"
 #include "replay/FrameFiles.h"
-#include "replay/FrameWriter.h"
 #include "replay/LiveDesktop.h"
 #include "replay/SpecTable.h"
+#include "text/Printable.h"
 
 namespace quillmark::replay {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// So that recording.json stays within its limit.
-constexpr std::size_t MostWindowsInAll = 200'000;
+// Keeps recording.json below its limit.
+constexpr std::size_t MaxWindowsInAll = 200'000;
 
-std::string Utf8(const std::filesystem::path& path) {
-  const std::u8string bytes = path.u8string();
-  return {bytes.begin(), bytes.end()};
-}
-
-// A frame in memory.
 struct HeldFrame {
   std::int64_t tMs = 0;
   std::size_t monitor = 0;
   cv::Mat bgra;
 };
 
-// The frames around a trigger: the last ones before it, and of each monitor the one that is older than those.
+// The frames around a trigger, and for each monitor the last frame before those.
 class Bundle {
  public:
-  Bundle(std::size_t before, std::size_t after) : mostBefore(before), missingAfter(after) {}
+  Bundle(std::size_t before, std::size_t after) : maxBefore(before), moreAfter(after) {}
 
   void Add(HeldFrame frame) {
     frames.push_back(std::move(frame));
     if (triggered) {
-      if (missingAfter > 0) --missingAfter;
-    } else if (frames.size() > mostBefore + 1) {
-      grounds[frames.front().monitor] = frames.front();
+      if (moreAfter > 0) --moreAfter;
+    } else if (frames.size() > maxBefore + 1) {
+      older[frames.front().monitor] = frames.front();
       frames.pop_front();
     }
   }
   void Trigger() { triggered = true; }
   [[nodiscard]] bool Triggered() const { return triggered; }
-  [[nodiscard]] bool IsComplete() const { return triggered && missingAfter == 0; }
+  [[nodiscard]] bool IsComplete() const { return triggered && moreAfter == 0; }
 
-  // All, oldest first; the older ones have the time of the first.
+  // Oldest first. Those before the bundle get the time of its first frame.
   [[nodiscard]] std::vector<HeldFrame> Frames() const {
     std::vector<HeldFrame> all;
-    for (auto [monitor, frame] : grounds) {
+    for (auto [monitor, frame] : older) {
       if (monitor == frames.front().monitor) continue;
       frame.tMs = frames.front().tMs;
       all.push_back(frame);
@@ -69,22 +63,27 @@ class Bundle {
   }
 
  private:
-  const std::size_t mostBefore;
-  std::size_t missingAfter;
+  const std::size_t maxBefore;
+  std::size_t moreAfter;
   bool triggered = false;
   std::deque<HeldFrame> frames;
-  std::map<std::size_t, HeldFrame> grounds;  // by monitor
+  std::map<std::size_t, HeldFrame> older;  // by monitor
 };
 
 void MakeFolder(const std::filesystem::path& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (!std::filesystem::is_directory(folder, error)) {
-    throw std::runtime_error(Utf8(folder) + ": cannot be made");
+    throw std::runtime_error(Utf8Of(folder) + ": cannot be created");
   }
   if (!std::filesystem::is_empty(folder, error) || error) {
-    throw std::runtime_error(Utf8(folder) + ": is not empty; a recording needs a folder of its own");
+    throw std::runtime_error(Utf8Of(folder) + ": is not empty; a recording needs an empty folder");
   }
+}
+
+// Rejected, but at a difference within the limit or above it by at most half of it.
+bool IsNearMiss(const Verdict& verdict) {
+  return !verdict.Accepted() && verdict.found && verdict.dist <= 1.5 * verdict.difference.limit.Value();
 }
 
 class Recorder : public Observer {
@@ -95,7 +94,7 @@ class Recorder : public Observer {
         engine(specs.Prepared(), desktop.Monitors(), *this),
         bundle(chosen.framesBefore, chosen.framesAfter) {
     for (std::size_t i = 0; i < options.specs.size(); ++i) {
-      if (const auto reason = specs.Refused(i)) {
+      if (const auto reason = specs.Rejected(i)) {
         throw std::runtime_error(options.specs[i].path + ": " +
                                  std::string(explain::EntryOf(*reason).meaning));
       }
@@ -111,7 +110,7 @@ class Recorder : public Observer {
     if (options.trigger == Trigger::None) writer.emplace(options.folder);
     recording.startMs = WallClockMs();
     start = Clock::now();
-    for (std::int64_t begin = 0; begin < options.mostMs && goOn(begin) && !IsFull();) {
+    for (std::int64_t begin = 0; begin < options.mostMs && goOn(begin) && !MustEnd();) {
       Tick();
       if (bundle.IsComplete()) break;
       begin = std::max(begin + Tick::IntervalMs(0), Now());
@@ -130,21 +129,21 @@ class Recorder : public Observer {
   }
   [[nodiscard]] bool Bundles() const { return options.trigger != Trigger::None; }
 
-  bool IsFull() {
-    std::string why;
-    if (recording.frames.size() + desktop.Monitors().size() > MostFrames || windowsInAll > MostWindowsInAll ||
-        recording.windows.size() >= MostChanges) {
-      why = "ended early: a recording holds no more";
+  bool MustEnd() {
+    if (recording.frames.size() + desktop.Monitors().size() > MaxFrames || windowsInAll > MaxWindowsInAll ||
+        recording.windows.size() >= MaxChanges) {
+      result.notes.emplace_back("ended early: the recording has reached its maximum size");
     } else if (desktop.HasChanged()) {
-      why = "ended early: the monitors have changed";
+      result.notes.emplace_back("ended early: the monitors have changed");
+    } else {
+      return false;
     }
-    if (!why.empty()) result.notes.push_back(why);
-    return !why.empty();
+    return true;
   }
 
   void Tick() {
     std::vector<RecordedWindow> windows = LiveDesktop::Windows();
-    if (windows.size() > MostWindows) windows.resize(MostWindows);
+    if (windows.size() > MaxWindows) windows.resize(MaxWindows);
     if (Bundles()) engine.BeginTick(windows);
     if (recording.windows.empty() || recording.windows.back().windows != windows) {
       windowsInAll += windows.size();
@@ -173,7 +172,7 @@ class Recorder : public Observer {
     recording.frames.push_back({frame.tMs, frame.monitor, file});
   }
 
-  void OnHit(std::size_t, std::size_t, const HitRecord&, const Verdict*) override {
+  void OnHit(std::size_t, const HitRecord&) override {
     if (options.trigger == Trigger::Hit) bundle.Trigger();
   }
   void OnSilence(std::size_t, explain::Reason, const Verdict* verdict) override {
@@ -188,11 +187,11 @@ class Recorder : public Observer {
     const std::filesystem::path path = options.folder / RecordingFile;
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file << TextOf(recording);
-    if (!file.flush()) throw std::runtime_error(Utf8(path) + ": cannot be written");
+    if (!file.flush()) throw std::runtime_error(Utf8Of(path) + ": cannot be written");
     result.frames = recording.frames.size();
   }
 
-  // Lets the recording begin with the bundle's first frame.
+  // Makes the recording begin with the bundle's first frame.
   void TakeBundle() {
     const std::vector<HeldFrame> frames = bundle.Frames();
     const std::int64_t zero = frames.front().tMs;
@@ -203,7 +202,7 @@ class Recorder : public Observer {
     }
     std::vector<RecordedWindows> changes;
     for (RecordedWindows& change : recording.windows) {
-      if (change.tMs <= zero) changes.clear();  // the newest of those holds at the beginning
+      if (change.tMs <= zero) changes.clear();  // the newest of those is the first state
       change.tMs = std::max<std::int64_t>(change.tMs - zero, 0);
       changes.push_back(std::move(change));
     }
@@ -214,10 +213,10 @@ class Recorder : public Observer {
   void CopyTemplates() {
     for (const RecordedSpec& spec : options.specs) {
       RecordedSpec copied = spec;
-      const std::filesystem::path source = PathIn({}, spec.path);
-      copied.path = "template-" + std::to_string(recording.specs.size()) + Utf8(source.extension());
+      const std::filesystem::path source = PathOf(spec.path);
+      copied.path = "template-" + std::to_string(recording.specs.size()) + Utf8Of(source.extension());
       std::error_code error;
-      if (!std::filesystem::copy_file(source, PathIn(options.folder, copied.path), error)) {
+      if (!std::filesystem::copy_file(source, options.folder / PathOf(copied.path), error)) {
         throw std::runtime_error(spec.path + ": cannot be copied into the recording");
       }
       recording.specs.push_back(std::move(copied));
@@ -237,10 +236,6 @@ class Recorder : public Observer {
 };
 
 }  // namespace
-
-bool IsNearMiss(const Verdict& verdict) {
-  return !verdict.Accepted() && verdict.found && verdict.dist <= 1.5 * verdict.difference.limit.Value();
-}
 
 RecorderResult Record(const RecorderOptions& options, const std::function<bool(std::int64_t tMs)>& goOn) {
   ConfigureOpenCvOnce();

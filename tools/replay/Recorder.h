@@ -1,7 +1,7 @@
-// Writes what is on the desktop, in the worker's rhythm, as a recording: everything for some time, or only
-// the frames around the first hit or near miss, which the recorder finds with the worker's engine itself.
+// Records the desktop with the worker's timing: everything for some time, or only the frames around the first
+// hit or near miss, which it finds with the worker's engine.
 //
-// Threading: one thread; the pictures are written by another one.
+// Threading: one thread; another one writes the frames.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "core/RegionEvaluation.h"
 #include "replay/Recording.h"
 
 namespace quillmark::replay {
@@ -18,30 +17,27 @@ namespace quillmark::replay {
 enum class Trigger : std::int32_t {
   None,      // everything is kept
   Hit,       // frames around the first hit of any spec
-  NearMiss,  // frames around the first refused comparison that IsNearMiss
+  NearMiss,  // frames around the first comparison rejected at a small difference
 };
-
-// Refused though the place differed little: within its limit, or beyond it by at most half of it.
-[[nodiscard]] bool IsNearMiss(const Verdict& verdict);
 
 struct RecorderOptions {
   std::filesystem::path folder;     // new or empty
-  std::int64_t mostMs = 10'000;     // its end, or until when the trigger is waited for
-  std::vector<RecordedSpec> specs;  // paths as this process sees them; the images are copied into the folder
+  std::int64_t mostMs = 10'000;     // recording time, or how long to wait for the trigger
+  std::vector<RecordedSpec> specs;  // the images are copied into the folder
   Trigger trigger = Trigger::None;
   std::size_t framesBefore = 10, framesAfter = 10;
 };
 
 struct RecorderResult {
   std::size_t frames = 0;  // written
-  std::int64_t tMs = 0;    // how long it looked
+  std::int64_t tMs = 0;    // recording time
   bool triggered = false;
-  std::vector<std::string> notes;  // what happened beside
+  std::vector<std::string> notes;  // faults, and why it ended early
 };
 
-// Ends early when `goOn`, which hears the milliseconds so far, says no. Raises std::runtime_error when a
-// spec's image cannot be used, no monitor can be captured or the folder cannot be written; FormatError for
-// two specs of one name. A trigger that did not come leaves no recording.
+// Ends early when `goOn`, called with the milliseconds so far, returns false. Without its trigger it leaves
+// no recording. Raises std::runtime_error when a spec's image cannot be used, no monitor can be captured or
+// the folder cannot be written; FormatError for two specs of one name.
 [[nodiscard]] RecorderResult Record(const RecorderOptions& options,
                                     const std::function<bool(std::int64_t tMs)>& goOn);
 

@@ -8,6 +8,7 @@
 #include "client/Text.h"
 #include "ipc/WireFormat.h"
 #include "replay/JsonFields.h"
+#include "text/Places.h"
 
 namespace quillmark::replay {
 namespace {
@@ -23,17 +24,14 @@ constexpr std::size_t TitleUnits = 511;    // what the worker reads of a title
 constexpr std::size_t ProgramUnits = 259;  // and of a path
 constexpr std::size_t FileBytes = 1024;
 
-// Of a region at template scale: beyond what real desktops need, and within the memory that machines have.
-constexpr double MostPixelsScaled = 1 << 28;
-
-// -- reading ----------------------------------------------------------------------------------------------
+// Of a monitor at template scale: more than real desktops need, but not more than memory holds.
+constexpr double MaxPixelsScaled = 1 << 28;
 
 RecordedMonitor ReadMonitor(const JsonField& field) {
   field.Only({"id", "rect"});
   RecordedMonitor monitor{field.At("id").Name(64), field.At("rect").Rectangle(1)};
-  if (monitor.rect.right - monitor.rect.left > MostPixelsASide ||
-      monitor.rect.bottom - monitor.rect.top > MostPixelsASide) {
-    field.At("rect").Refuse("has a side of more than " + std::to_string(MostPixelsASide) + " pixels");
+  if (const cv::Size size = ToCv(monitor.rect).size(); std::max(size.width, size.height) > MaxPixelsASide) {
+    field.At("rect").Refuse("has a side of more than " + std::to_string(MaxPixelsASide) + " pixels");
   }
   return monitor;
 }
@@ -41,16 +39,15 @@ RecordedMonitor ReadMonitor(const JsonField& field) {
 std::vector<RecordedMonitor> ReadMonitors(const JsonField& field) {
   std::vector<RecordedMonitor> monitors;
   int primaries = 0;
-  for (const JsonField& element : field.Elements(MostMonitors)) {
+  for (const JsonField& element : field.Elements(MaxMonitors)) {
     RecordedMonitor monitor = ReadMonitor(element);
-    const auto sameId = [&](const RecordedMonitor& other) { return other.id == monitor.id; };
-    if (std::any_of(monitors.begin(), monitors.end(), sameId)) {
-      element.At("id").Refuse("is the id of another monitor, too");
+    if (std::ranges::count(monitors, monitor.id, &RecordedMonitor::id) != 0) {
+      element.At("id").Refuse("is the id of another monitor");
     }
     primaries += monitor.rect.left == 0 && monitor.rect.top == 0;
     monitors.push_back(std::move(monitor));
   }
-  if (primaries != 1) field.Refuse("one of them, the primary one, must lie at 0, 0");
+  if (primaries != 1) field.Refuse("exactly one of them, the primary, must be at 0, 0");
   return monitors;
 }
 
@@ -66,19 +63,19 @@ RecordedWindow ReadWindow(const JsonField& field, double largestMonitor) {
   if (const auto minimised = field.Find("minimised")) window.minimised = minimised->Boolean();
   if (const auto scale = field.Find("scale")) {
     window.scale = scale->Number(0.1, 10.0);
-    if (largestMonitor / (window.scale * window.scale) > MostPixelsScaled) {
-      scale->Refuse("makes more than 2^28 pixels of a monitor");
+    if (largestMonitor / (window.scale * window.scale) > MaxPixelsScaled) {
+      scale->Refuse("gives a monitor more than 2^28 pixels");
     }
   }
   return window;
 }
 
-// Reads `t`, which goes up from element to element; `least` is moved on to the next possible one.
-std::int64_t ReadTime(const JsonField& field, std::int64_t& least, std::int64_t step) {
+// Reads `t`, which must be at least `min`; the next one must be later by `step`.
+std::int64_t ReadTime(const JsonField& field, std::int64_t& min, std::int64_t step) {
   const JsonField time = field.At("t");
-  const std::int64_t tMs = time.Integer(0, MostMilliseconds);
-  if (tMs < least) time.Refuse("comes before the element in front of it");
-  least = tMs + step;
+  const std::int64_t tMs = time.Integer(0, MaxMilliseconds);
+  if (tMs < min) time.Refuse("is not after the element before it");
+  min = tMs + step;
   return tMs;
 }
 
@@ -89,11 +86,11 @@ std::vector<RecordedWindows> ReadWindows(const JsonField& field,
     largest = std::max(largest, 1.0 * (rect.right - rect.left) * (rect.bottom - rect.top));
   }
   std::vector<RecordedWindows> changes;
-  std::int64_t least = 0;
-  for (const JsonField& element : field.Elements(MostChanges)) {
+  std::int64_t min = 0;
+  for (const JsonField& element : field.Elements(MaxChanges)) {
     element.Only({"t", "windows"});
-    RecordedWindows change{ReadTime(element, least, 1), {}};
-    for (const JsonField& window : element.At("windows").Elements(MostWindows)) {
+    RecordedWindows change{ReadTime(element, min, 1), {}};
+    for (const JsonField& window : element.At("windows").Elements(MaxWindows)) {
       change.windows.push_back(ReadWindow(window, largest));
     }
     changes.push_back(std::move(change));
@@ -103,15 +100,14 @@ std::vector<RecordedWindows> ReadWindows(const JsonField& field,
 
 std::vector<RecordedFrame> ReadFrames(const JsonField& field, const std::vector<RecordedMonitor>& monitors) {
   std::vector<RecordedFrame> frames;
-  std::int64_t least = 0;
-  for (const JsonField& element : field.Elements(MostFrames)) {
+  std::int64_t min = 0;
+  for (const JsonField& element : field.Elements(MaxFrames)) {
     element.Only({"t", "monitor", "file"});
     RecordedFrame frame;
-    frame.tMs = ReadTime(element, least, 0);
+    frame.tMs = ReadTime(element, min, 0);
     const std::string id = element.At("monitor").Text(64);
-    const auto monitor =
-        std::find_if(monitors.begin(), monitors.end(), [&](const auto& known) { return known.id == id; });
-    if (monitor == monitors.end()) element.At("monitor").Refuse("'" + id + "' is no monitor's id");
+    const auto monitor = std::ranges::find(monitors, id, &RecordedMonitor::id);
+    if (monitor == monitors.end()) element.At("monitor").Refuse("no monitor has the id '" + id + "'");
     frame.monitor = static_cast<std::size_t>(monitor - monitors.begin());
     frame.file = element.At("file").Name(FileBytes);
     frames.push_back(std::move(frame));
@@ -125,18 +121,11 @@ RecordedSpec ReadSpec(const JsonField& field) {
   spec.target = field.At("target").Text16(std::size(CmdSlot{}.target));
   spec.name = field.At("name").Name16(std::size(CmdSlot{}.name));
   spec.path = field.At("path").Name(FileBytes);
-  const JsonField roi = field.At("roi");
-  const Rect region = roi.Rectangle(1);
-  spec.x = region.left;
-  spec.y = region.top;
-  spec.width = region.right - region.left;
-  spec.height = region.bottom - region.top;
+  spec.roi = ToCv(field.At("roi").Rectangle(1));
   if (const auto edge = field.Find("edge-min")) spec.edgeMin = static_cast<float>(edge->Number(-1e6, 1e6));
   if (const auto limit = field.Find("threshold")) spec.threshold = static_cast<float>(limit->Number(0, 1));
   return spec;
 }
-
-// -- writing ----------------------------------------------------------------------------------------------
 
 Json ToJson(const Rect& rect) {
   return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
@@ -157,13 +146,13 @@ Json ToJson(const RecordedSpec& spec) {
   Json json{{"target", client::ToUtf8(spec.target)},
             {"name", client::ToUtf8(spec.name)},
             {"path", spec.path},
-            {"roi", {spec.x, spec.y, spec.width, spec.height}},
+            {"roi", {spec.roi.x, spec.roi.y, spec.roi.width, spec.roi.height}},
             {"edge-min", Shortest(spec.edgeMin)}};
   if (spec.threshold >= 0.0f) json["threshold"] = Shortest(spec.threshold);
   return json;
 }
 
-// One element a line: such a file can be read, and changed by hand.
+// One element per line, so that people can read and edit the file.
 void AppendList(std::string& text, const char* name, const std::vector<Json>& elements) {
   text += ",\n  \"" + std::string(name) + "\": [";
   const char* separator = "\n    ";
@@ -186,7 +175,7 @@ Recording ReadRecording(const std::filesystem::path& folder) {
   recording.monitors = ReadMonitors(file.At("monitors"));
   recording.windows = ReadWindows(file.At("windows"), recording.monitors);
   recording.frames = ReadFrames(file.At("frames"), recording.monitors);
-  for (const JsonField& spec : file.At("specs").Elements(MostSpecs)) {
+  for (const JsonField& spec : file.At("specs").Elements(MaxSpecs)) {
     recording.specs.push_back(ReadSpec(spec));
   }
   return recording;

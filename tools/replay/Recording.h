@@ -1,8 +1,8 @@
-// A recording: what was on a desktop over some time, and the specs that were looked for, as a folder of
-// pictures beside one file, recording.json. docs/replay.md describes the file.
+// A recording of a desktop: a folder with frames as image files and recording.json, which also has the
+// windows and the specs. docs/replay.md describes the file.
 //
-// Times are milliseconds from the recording's beginning, rectangles lie in desktop pixels, where the primary
-// monitor's top-left corner is (0, 0).
+// Times are milliseconds from the recording's start; rectangles are in desktop pixels, with the primary
+// monitor's top-left corner at (0, 0).
 //
 // Threading: plain values and free functions.
 #pragma once
@@ -35,13 +35,13 @@ struct RecordedWindow {
   friend bool operator==(const RecordedWindow&, const RecordedWindow&) = default;
 };
 
-// The top-level windows from a time on, the topmost first.
+// The top-level windows from a time on, topmost first.
 struct RecordedWindows {
   std::int64_t tMs = 0;
   std::vector<RecordedWindow> windows;
 };
 
-// A picture of a monitor, in desktop orientation.
+// A frame of a monitor, upright.
 struct RecordedFrame {
   std::int64_t tMs = 0;
   std::size_t monitor = 0;  // into Recording::monitors
@@ -51,41 +51,40 @@ struct RecordedFrame {
 // The values of a spec command.
 struct RecordedSpec {
   std::wstring target, name;
-  std::string path;  // UTF-8; a relative one starts at the folder
-  std::int32_t x = 0, y = 0, width = 0, height = 0;
+  std::string path;  // UTF-8, relative to the folder
+  cv::Rect roi;
   float edgeMin = 0.75f;
   float threshold = -1.0f;
 };
 
 struct Recording {
-  std::uint64_t startMs = 0;              // of time 0, UTC milliseconds since 1970-01-01
+  std::uint64_t startMs = 0;              // at time 0, UTC milliseconds since 1970-01-01
   std::vector<RecordedMonitor> monitors;  // in the system's order
   std::vector<RecordedWindows> windows;   // by time
   std::vector<RecordedFrame> frames;      // by time
-  std::vector<RecordedSpec> specs;        // in the order in which they were added
+  std::vector<RecordedSpec> specs;        // in the order they were added
 };
 
-// What a file of a recording may hold at most.
-inline constexpr std::uintmax_t MostFileBytes = std::uintmax_t{64} << 20;
-inline constexpr std::int64_t MostMilliseconds = 24 * 3'600'000;
-inline constexpr std::size_t MostMonitors = 16, MostWindows = 1024, MostChanges = 100'000,
-                             MostFrames = 100'000, MostSpecs = 256;
-inline constexpr std::int32_t MostPixelsASide = 16384;  // of a monitor
+// Limits of a recording.
+inline constexpr std::uintmax_t MaxFileBytes = std::uintmax_t{64} << 20;
+inline constexpr std::int64_t MaxMilliseconds = 24 * 3'600'000;
+inline constexpr std::size_t MaxMonitors = 16, MaxWindows = 1024, MaxChanges = 100'000, MaxFrames = 100'000,
+                             MaxSpecs = 256;
+inline constexpr std::int32_t MaxPixelsASide = 16384;  // of a monitor
 
 inline constexpr char RecordingFile[] = "recording.json";
 
-// The text of a file that cannot be used: the file's name, the field's and what is wrong with it.
+// A file that cannot be used. The text names the file, the field and the error.
 class FormatError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Reads recording.json of the folder. Raises FormatError for a file that is missing, too large or no JSON,
-// and for a field that is missing, unknown, of the wrong kind or out of its range. The pictures are not
-// looked at.
+// Reads the folder's recording.json, not the frames. Raises FormatError for a file that is missing, too large
+// or not JSON, and for a field that is missing, unknown, of the wrong type or out of range.
 [[nodiscard]] Recording ReadRecording(const std::filesystem::path& folder);
 
-// The text of recording.json, from which ReadRecording makes the same recording.
+// The text of a recording.json from which ReadRecording reads the same recording.
 [[nodiscard]] std::string TextOf(const Recording& recording);
 
 }  // namespace quillmark::replay

@@ -9,23 +9,24 @@
 #include "replay/Engine.h"
 #include "replay/FrameFiles.h"
 #include "replay/SpecTable.h"
+#include "text/Printable.h"
 
 namespace quillmark::replay {
 namespace {
 
 using explain::Reason;
 
-// The frames of one monitor, as its duplication hands them out: only the newest unseen one.
+// The frames of one monitor, delivered like its duplication does: only the newest unseen one.
 class FrameQueue {
  public:
   void Add(std::size_t frame, std::int64_t tMs) { frames.push_back({frame, tMs}); }
 
   struct Taken {
     std::size_t frame;
-    std::int64_t tMs;    // now, or when the waiting ended
-    std::size_t passed;  // frames that were overtaken by it
+    std::int64_t tMs;    // now, or when the wait ended
+    std::size_t passed;  // older frames that were never taken
   };
-  // The newest frame there is at `now`, else the first one that comes until `deadline`.
+  // The newest frame at `now`, or else the first one until `deadline`.
   std::optional<Taken> Take(std::int64_t now, std::int64_t deadline) {
     if (next == frames.size() || frames[next].tMs > deadline) return std::nullopt;
     const std::int64_t at = std::max(now, frames[next].tMs);
@@ -56,7 +57,7 @@ class Player : public Observer {
     for (std::size_t i = 0; i < specs.Names().size(); ++i) {
       SpecResult& of = result.specs.emplace_back();
       of.name = specs.Names()[i];
-      if (const auto refused = specs.Refused(i)) ++of.silences[*refused];
+      if (const auto reason = specs.Rejected(i)) ++of.silences[*reason];
     }
     for (std::size_t i = 0; i < recording.frames.size(); ++i) {
       queues[recording.frames[i].monitor].Add(i, recording.frames[i].tMs);
@@ -65,7 +66,7 @@ class Player : public Observer {
 
   ReplayResult Run(const std::function<void(std::int64_t)>& progress) {
     const std::int64_t end = recording.frames.empty() ? 0 : recording.frames.back().tMs;
-    // The last tick begins behind the last frame, so that every monitor has its turn after it.
+    // The last tick begins after the last frame, so that every monitor gets a turn after it.
     for (std::int64_t begin = 0;;) {
       now = begin;
       Tick();
@@ -106,7 +107,7 @@ class Player : public Observer {
     const std::string& file = recording.frames[frame].file;
     cv::Mat picture;
     try {
-      picture = LoadFrame(PathIn(folder, file), recording.monitors[monitor].rect);
+      picture = LoadFrame(folder / PathOf(file), recording.monitors[monitor].rect);
     } catch (const std::exception& error) {
       result.faults.push_back(file + ": " + error.what());
       engine.PassTurn(monitor, Reason::CaptureFailed);
@@ -115,7 +116,7 @@ class Player : public Observer {
     engine.TakeTurn(monitor, begin, picture, recording.startMs + static_cast<std::uint64_t>(now));
   }
 
-  void OnHit(std::size_t spec, std::size_t, const HitRecord& hit, const Verdict*) override {
+  void OnHit(std::size_t spec, const HitRecord& hit) override {
     ++ResultOf(spec).hits;
     result.hits.push_back({frame, now, hit});
   }
@@ -124,12 +125,10 @@ class Player : public Observer {
     SpecResult& of = ResultOf(spec);
     ++of.silences[reason];
     if (verdict == nullptr || verdict->Accepted()) return;
-    auto& nearest = of.nearestMiss;
-    if (nearest &&
-        (nearest->reason > reason || (nearest->reason == reason && nearest->difference <= verdict->dist))) {
+    const auto& nearest = of.nearestMiss;
+    if (nearest && std::pair(nearest->reason, -nearest->difference) >= std::pair(reason, -verdict->dist))
       return;
-    }
-    nearest = NearestMiss{frame, now, reason, verdict->dist, verdict->difference.limit.Value()};
+    of.nearestMiss = {frame, now, reason, verdict->dist, verdict->difference.limit.Value()};
   }
 
   SpecResult& ResultOf(std::size_t prepared) { return result.specs[specs.RecordedIndex(prepared)]; }
@@ -143,10 +142,10 @@ class Player : public Observer {
 
   std::int64_t now = 0;
   std::size_t nextChange = 0;  // into Recording::windows
-  std::size_t frame = 0;       // the one taken last
+  std::size_t frame = 0;       // taken last
 };
 
-// The turns that had nothing to look at say less than any other.
+// A turn without anything to compare says less than any other.
 bool IsPause(Reason reason) {
   return reason == Reason::NoNewFrame || reason == Reason::BetweenFrames || reason == Reason::FrameDivisor ||
          reason == Reason::Interval;
@@ -156,9 +155,10 @@ bool IsPause(Reason reason) {
 
 std::optional<Reason> SpecResult::Silence() const {
   if (hits != 0 || silences.empty()) return std::nullopt;
-  const auto judged = std::find_if(silences.rbegin(), silences.rend(),
-                                   [](const auto& silence) { return !IsPause(silence.first); });
-  return judged != silences.rend() ? judged->first : silences.rbegin()->first;
+  for (auto silence = silences.rbegin(); silence != silences.rend(); ++silence) {
+    if (!IsPause(silence->first)) return silence->first;
+  }
+  return silences.rbegin()->first;
 }
 
 ReplayResult Replay(const Recording& recording, const std::filesystem::path& folder,

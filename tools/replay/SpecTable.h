@@ -1,4 +1,4 @@
-// The specs of a recording as the worker would hold them: prepared, or refused with the reason.
+// The specs of a recording as the worker would have them: prepared, or rejected with a reason.
 //
 // Threading: constant once made.
 #pragma once
@@ -16,25 +16,25 @@ namespace quillmark::replay {
 
 class SpecTable {
  public:
-  // Relative paths of images start at the folder. Raises FormatError for two specs of one name.
+  // Image paths are relative to the folder. Raises FormatError for two specs of one name.
   SpecTable(const std::vector<RecordedSpec>& recorded, const std::filesystem::path& folder);
 
-  // Those that were not refused, in their order.
+  // Those that were not rejected.
   [[nodiscard]] const std::vector<TemplateSpec>& Prepared() const { return prepared; }
   // The index of a prepared spec among all.
   [[nodiscard]] std::size_t RecordedIndex(std::size_t ofPrepared) const { return recordedIndex[ofPrepared]; }
 
-  // Of all, without suffix and options.
+  // Of all specs, without suffix and options.
   [[nodiscard]] const std::vector<std::wstring>& Names() const { return names; }
-  [[nodiscard]] std::optional<explain::Reason> Refused(std::size_t recorded) const {
-    return refused[recorded];
+  [[nodiscard]] std::optional<explain::Reason> Rejected(std::size_t recorded) const {
+    return rejected[recorded];
   }
 
  private:
   std::vector<TemplateSpec> prepared;
   std::vector<std::size_t> recordedIndex;
   std::vector<std::wstring> names;
-  std::vector<std::optional<explain::Reason>> refused;
+  std::vector<std::optional<explain::Reason>> rejected;
 };
 
 }  // namespace quillmark::replay

@@ -1,10 +1,8 @@
-// A recording gives what the running engine gives on the same pictures and windows: every hit, bit for bit.
+// A replay reports the hits of the running engine on the same frames and windows, bit for bit.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
-#include <cstdint>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -12,6 +10,7 @@
 #include "Scene.h"
 #include "app/OpenCvConfig.h"
 #include "specs/SpecStore.h"
+#include "specs/Utf8.h"
 #include "support/EngineProbe.h"
 #include "support/Eventually.h"
 #include "support/PrivateSession.h"
@@ -21,25 +20,19 @@
 namespace quillmark::replay {
 namespace {
 
-// Everything that the controller sees of a hit but its time, in comparable form.
-using Figures = std::tuple<std::wstring, int, int, int, int, std::uint32_t, std::uint32_t>;
+// What the controller sees of a hit, but for its time.
+using Figures = std::tuple<std::wstring, int, int, int, int, float, float>;
 
 template <typename Hit>
 Figures FiguresOf(const Hit& hit) {
-  return {hit.name,
-          hit.cx,
-          hit.cy,
-          hit.w,
-          hit.h,
-          std::bit_cast<std::uint32_t>(hit.sq),
-          std::bit_cast<std::uint32_t>(hit.edge)};
+  return {hit.name, hit.cx, hit.cy, hit.w, hit.h, hit.sq, hit.edge};
 }
 
 RECT ToRECT(const Rect& rect) {
   return {rect.left, rect.top, rect.right, rect.bottom};
 }
 
-// The recording's desktop as the worker's platform, and the whole engine upon it.
+// The whole engine on a scripted desktop that shows the recording.
 class LiveEngine {
  public:
   LiveEngine(const Recording& shown, const std::filesystem::path& itsFolder)
@@ -47,17 +40,23 @@ class LiveEngine {
     ConfigureOpenCvOnce();
     desktop->SetWaiting(test::Waiting::UpToTimeout);
     for (const RecordedMonitor& monitor : recording.monitors) desktop->AddMonitor({ToRECT(monitor.rect)});
-    for (const RecordedWindow& window : recording.windows.at(0).windows) Open(window);
+    for (const RecordedWindow& window : recording.windows.at(0).windows) {
+      desktop->OpenWindow({.title = window.title,
+                           .client = ToRECT(window.client),
+                           .frame = {},
+                           .awareness = DPI_AWARENESS_UNAWARE,
+                           .dpi = static_cast<std::uint32_t>(96 * window.scale)});
+    }
     for (const RecordedSpec& spec : recording.specs) {
-      LoadSpec(spec.target, spec.name, WidePath(PathIn(folder, spec.path)), spec.x, spec.y, spec.width,
-               spec.height, spec.edgeMin, spec.threshold);
+      LoadSpec(spec.target, spec.name, FromUtf8((folder / spec.path).string()), spec.roi.x, spec.roi.y,
+               spec.roi.width, spec.roi.height, spec.edgeMin, spec.threshold);
     }
   }
 
   void Show(std::size_t frame) {
     const Rect& monitor = recording.monitors[recording.frames[frame].monitor].rect;
     cv::Mat bgr;
-    cv::cvtColor(LoadFrame(PathIn(folder, recording.frames[frame].file), monitor), bgr, cv::COLOR_BGRA2BGR);
+    cv::cvtColor(LoadFrame(folder / recording.frames[frame].file, monitor), bgr, cv::COLOR_BGRA2BGR);
     desktop->Paint(bgr, {monitor.left, monitor.top});
   }
   void Start() { engine.Start(); }
@@ -75,16 +74,6 @@ class LiveEngine {
   }
 
  private:
-  void Open(const RecordedWindow& window) {
-    test::ScriptedWindow scripted;
-    scripted.title = window.title;
-    scripted.client = ToRECT(window.client);
-    scripted.frame = {};
-    if (window.scale != 1.0) scripted.awareness = DPI_AWARENESS_UNAWARE;
-    scripted.dpi = static_cast<std::uint32_t>(96 * window.scale);
-    desktop->OpenWindow(scripted);
-  }
-
   const Recording& recording;
   const std::filesystem::path folder;
   const test::PrivateSession session;

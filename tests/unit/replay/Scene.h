@@ -1,10 +1,10 @@
-// A recording that a test makes: monitors, a window or two, painted frames and specs, in a folder of its own.
+// A recording made by a test: monitors, windows, painted frames and specs, in a temporary folder.
 #pragma once
 
 #include <cstdint>
 #include <fstream>
 #include <memory>
-#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>
 #include <utility>
@@ -40,26 +40,22 @@ class Scene {
   void Windows(std::int64_t tMs, std::vector<RecordedWindow> windows) {
     recording.windows.push_back({tMs, std::move(windows)});
   }
-  // Paints on the monitor, in its own pixels.
+  // `at` is in the monitor's pixels.
   void Paint(const cv::Mat& bgr, cv::Point at, std::size_t monitor = 0) {
     testing::Plant(screens[monitor], bgr, at);
   }
   void Clear(std::size_t monitor = 0) { screens[monitor].setTo(cv::Scalar::all(0)); }
-  // A frame of what is painted.
+  // Adds a frame with what is painted.
   void Frame(std::int64_t tMs, std::size_t monitor = 0) {
     const std::string file = "f" + std::to_string(recording.frames.size()) + ".png";
-    cv::Mat bgra;
-    cv::cvtColor(screens[monitor], bgra, cv::COLOR_BGR2BGRA);
-    SaveFrame(folder.Path() / file, bgra);
+    cv::imwrite((folder.Path() / file).string(), screens[monitor]);
     recording.frames.push_back({tMs, monitor, file});
   }
   RecordedSpec& Spec(const std::wstring& name, const cv::Mat& image, const cv::Rect& roi,
                      const std::wstring& target = L"target") {
     const std::string file = "t" + std::to_string(recording.specs.size()) + ".png";
-    cv::Mat bgra;
-    cv::cvtColor(image, bgra, cv::COLOR_BGR2BGRA);
-    SaveFrame(folder.Path() / file, bgra);
-    recording.specs.push_back({target, name, file, roi.x, roi.y, roi.width, roi.height});
+    cv::imwrite((folder.Path() / file).string(), image);
+    recording.specs.push_back({target, name, file, roi});
     return recording.specs.back();
   }
   void Write(const std::string& file, const std::string& text) const {
@@ -68,8 +64,6 @@ class Scene {
 
   [[nodiscard]] ReplayResult Play() const { return Replay(recording, folder.Path()); }
   [[nodiscard]] const std::filesystem::path& Folder() const { return folder.Path(); }
-  // As the layer's desktop paints it.
-  [[nodiscard]] const cv::Mat& Screen(std::size_t monitor) const { return screens[monitor]; }
 
   Recording recording;
 
@@ -78,7 +72,7 @@ class Scene {
   std::vector<cv::Mat> screens;  // 8UC3
 };
 
-// A little of everything: two monitors, a scaled window, a region across both monitors, all kinds of modes.
+// Two monitors, a scaled window, a region across both monitors, several modes.
 // The first frame of each monitor has no hit.
 inline std::unique_ptr<Scene> GoldenScene() {
   auto scene = std::make_unique<Scene>(std::vector{RectAt(0, 0, 320, 240), RectAt(-320, 0, 320, 240)});

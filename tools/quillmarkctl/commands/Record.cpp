@@ -6,8 +6,8 @@
 #include "client/Text.h"
 #include "commandline/CommandLine.h"
 #include "commandline/SpecArguments.h"
-#include "replay/FrameFiles.h"
 #include "replay/Recorder.h"
+#include "text/Printable.h"
 #include "text/Wording.h"
 
 namespace quillmark::control {
@@ -33,15 +33,16 @@ struct RecordOptions {
 
 replay::RecorderOptions RecorderOptionsOf(const RecordOptions& options) {
   replay::RecorderOptions recorder;
-  recorder.folder = replay::PathIn({}, options.out);
+  recorder.folder = PathOf(options.out);
   recorder.mostMs = static_cast<std::int64_t>(options.seconds * 1000.0);
   recorder.framesBefore = options.before;
   recorder.framesAfter = options.after;
   if (options.onHit) recorder.trigger = replay::Trigger::Hit;
   if (options.onNearMiss) recorder.trigger = replay::Trigger::NearMiss;
   for (const Command& command : SpecCommands(options.spec)) {
-    recorder.specs.push_back({command.target, command.name, client::ToUtf8(command.path), command.roiX,
-                              command.roiY, command.roiW, command.roiH, command.edgeMin, command.threshold});
+    recorder.specs.push_back({command.target, command.name, client::ToUtf8(command.path),
+                              cv::Rect(command.roiX, command.roiY, command.roiW, command.roiH),
+                              command.edgeMin, command.threshold});
   }
   if (recorder.specs.empty() && recorder.trigger != replay::Trigger::None) {
     throw std::invalid_argument("--on-hit and --on-near-miss need a spec");

@@ -11,7 +11,6 @@
 #include "commandline/CommandLine.h"
 #include "reasons/Reasons.h"
 #include "replay/Expectations.h"
-#include "replay/FrameFiles.h"
 #include "replay/JsonFields.h"
 #include "replay/Recording.h"
 #include "text/Printable.h"
@@ -118,7 +117,7 @@ struct ReplayOptions {
 };
 
 ExitCode RunReplay(const ReplayOptions& options, Output& output) {
-  const std::filesystem::path folder = replay::PathIn({}, options.folder);
+  const std::filesystem::path folder = PathOf(options.folder);
   const Recording recording = replay::ReadRecording(folder);
   std::optional<replay::Expectations> expected;
   if (options.check) expected = replay::ReadExpectations(folder);
