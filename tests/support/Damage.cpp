@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <opencv2/imgcodecs.hpp>
 #include <string_view>
 
-#include "specs/ImageFile.h"
-#include "specs/ImageHeader.h"
 #include "specs/Utf8.h"
 
 namespace quillmark::testing {
@@ -14,9 +11,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::uint64_t kSlowPixels = 1u << 18;
-
-// What a reader may stumble over: brackets, bytes that are no text, odd numbers, sizes.
+// Input that readers may get wrong: brackets, invalid text, odd numbers, sizes.
 constexpr std::string_view kTokens[] = {"["sv,
                                         "]"sv,
                                         "{"sv,
@@ -60,7 +55,7 @@ bool IsOneLine(const std::string& text) {
 
 std::string Damaged(Random& random, std::string bytes) {
   for (int changes = random.Between(1, 3); changes > 0 && !bytes.empty(); --changes) {
-    // In every other case where most formats have their header.
+    // Half of the time in the header.
     const std::size_t at =
         Below(random, random.OneIn(2) ? std::min<std::size_t>(bytes.size(), 64) : bytes.size());
     const std::string_view token = kTokens[Below(random, std::size(kTokens))];
@@ -89,24 +84,6 @@ std::string Damaged(Random& random, std::string bytes) {
     }
   }
   return bytes;
-}
-
-PictureFiles::PictureFiles(const cv::Mat& bgr) {
-  for (const char* extension : {".png", ".jpg", ".bmp", ".ppm"}) {
-    std::vector<unsigned char> bytes;
-    cv::imencode(extension, bgr, bytes);
-    files.emplace_back(bytes.begin(), bytes.end());
-  }
-}
-
-std::string PictureFiles::Damaged(Random& random) const {
-  for (;;) {
-    std::string bytes = testing::Damaged(random, files[Below(random, files.size())]);
-    const auto size = ReadImageSize({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-    if (!size || size->height <= kSlowPixels / size->width || size->height > kMaxImagePixels / size->width) {
-      return bytes;
-    }
-  }
 }
 
 }  // namespace quillmark::testing

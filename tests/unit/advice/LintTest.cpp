@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <opencv2/imgproc.hpp>
 #include <string>
 #include <utility>
@@ -255,26 +254,6 @@ TEST_F(LintTest, SpecsThatMeetInOneWindow) {
   EXPECT_EQ(found({a, b}), Ids{}) << "they look at other windows";
   b.hasTarget = b.hasRegion = b.hasName = false;
   EXPECT_EQ(found({a, b}), (Ids{"matches-other", "matches-other"}));
-}
-
-// The rows of the page's tables, with the heading each stands under.
-TEST(FindingCodes, PageHasARowForEachInOrderAndNoOther) {
-  std::vector<std::string> expected, rows;
-  for (const FindingEntry& entry : AllFindings()) {
-    std::string row(TitleOf(entry.topic));
-    row += ": | `" + std::string(entry.id) + "` | " + std::string(WordOf(entry.severity));
-    for (const std::string_view cell : {entry.meaning, entry.consequence, entry.remedy})
-      row += " | " + std::string(cell);
-    expected.push_back(row + " |");
-    EXPECT_EQ(FindingOfId(entry.id), entry.code);
-  }
-  std::ifstream page(QUILLMARK_DOCS "/lint.md");
-  std::string heading;
-  for (std::string line; std::getline(page, line);) {
-    if (line.starts_with("## ")) heading = line.substr(3);
-    if (line.starts_with("| `")) rows.push_back(heading + ": " + line);
-  }
-  EXPECT_EQ(rows, expected);
 }
 
 }  // namespace

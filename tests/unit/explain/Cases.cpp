@@ -36,17 +36,9 @@ cv::Mat Button(const std::string& text, const cv::Scalar& ground, const cv::Scal
   return button;
 }
 
-cv::Mat Faint(const std::string& text) {
-  return testing::Label(kButton, text, cv::Scalar::all(225), cv::Scalar::all(190));
-}
-
-cv::Mat SaveButton() {
-  return Button("Save", cv::Scalar(180, 120, 40), cv::Scalar(255, 255, 255));
-}
-
-cv::Mat Showing(const cv::Mat& image) {
+cv::Mat Showing(const cv::Mat& image, cv::Point at = kPlace) {
   cv::Mat window = Window();
-  testing::Plant(window, image, kPlace);
+  testing::Plant(window, image, at);
   return window;
 }
 
@@ -85,32 +77,12 @@ cv::Mat TinyIcon(cv::Size size = {16, 16}) {
   return testing::Icon(random, size, "Q");
 }
 
-cv::Mat Enlarged(const cv::Mat& image, double factor) {
-  cv::Mat enlarged;
-  cv::resize(image, enlarged, {}, factor, factor, cv::INTER_NEAREST);
-  return enlarged;
-}
-
 cv::Mat Noisy(const cv::Mat& image, int amount) {
   Random random(7);
   return testing::WithNoise(random, image, amount);
 }
 
-cv::Mat GreyLabel(const std::string& text) {
-  return testing::Label(kButton, text, cv::Scalar::all(170), cv::Scalar::all(70));
-}
-
-cv::Mat UniformRed() {
-  return {28, 46, CV_8UC3, cv::Scalar(40, 40, 210)};
-}
-
-cv::Mat WindowWith(const cv::Mat& image, cv::Point at) {
-  cv::Mat window = Window();
-  testing::Plant(window, image, at);
-  return window;
-}
-
-// A disc; around it nothing, which is black where someone looks at the colour.
+// A disc on a transparent ground, which is black where the colour is read.
 cv::Mat RoundIcon() {
   cv::Mat icon(28, 28, CV_8UC4, cv::Scalar::all(0));
   cv::circle(icon, {14, 14}, 11, cv::Scalar(60, 160, 40, 255), cv::FILLED);
@@ -127,85 +99,77 @@ cv::Mat OnWindow(const cv::Mat& bgra) {
   return shown;
 }
 
+struct CaseList {
+  std::vector<Case> cases;
+
+  Case& Add(std::string name, std::optional<Reason> expected, const cv::Mat& tmpl, const cv::Mat& screen,
+            std::wstring specName = L"button") {
+    return cases.emplace_back(Case{std::move(name), expected, tmpl, screen, std::move(specName)});
+  }
+};
+
 }  // namespace
 
-std::vector<Case> AllCases() {
-  const cv::Scalar red(40, 40, 210), blue(120, 120, 60), pale = cv::Scalar::all(225),
-                                                         faded = cv::Scalar::all(190);
-  std::vector<Case> cases;
-  const auto add = [&](std::string name, std::optional<Reason> expected, const cv::Mat& tmpl,
-                       const cv::Mat& screen) -> Case& {
-    return cases.emplace_back(Case{std::move(name), expected, tmpl, screen});
+std::vector<Case> TuningCases() {
+  const cv::Scalar white = cv::Scalar::all(255), blue(180, 120, 40);
+  const cv::Mat save = Button("Save", blue, white), load = Button("Load", blue, white),
+                stop = Button("Stop", cv::Scalar(180, 60, 90), white),
+                pale = Button("Save", cv::Scalar::all(225), cv::Scalar::all(190)),
+                paleLoad = Button("Load", cv::Scalar::all(225), cv::Scalar::all(190)),
+                red(28, 46, CV_8UC3, cv::Scalar(40, 40, 210));
+  const auto grey = [](const char* text) {
+    return testing::Label(kButton, text, cv::Scalar::all(170), cv::Scalar::all(70));
   };
-  const cv::Mat save = SaveButton(), shown = Showing(save);
-  add("hit", {}, save, shown);
-  add("hit-noisy", {}, save, Showing(Noisy(save, 12)));
-  add("hit-clipped", {}, save, shown).client = {-40, 0, 180, 100};
-  add("hit-scaled", {}, save, Enlarged(shown, 1.5)).scale = 1.5;
-  add("hit-hue-of-another-button", {}, save,
-      Showing(Button("Stop", cv::Scalar(180, 60, 90), cv::Scalar(255, 255, 255))))
-      .specName = L"button:HS";
-  add("difference", Reason::Difference, save, Window());
-  add("difference-darker", Reason::Difference, save, Showing(save * 0.7));
-  add("difference-tiny", Reason::Difference, TinyIcon(), Showing(Noisy(TinyIcon(), 110)));
-  add("difference-region-misses", Reason::Difference, save, shown).roi = {0, 0, 90, 60};
-  add("min-score", Reason::MinScore, save, Showing(save * 0.87)).threshold = 0.99f;
-  add("flat-white", Reason::FlatWhite, Uniform(cv::Scalar::all(250)),
-      Showing(Halves(cv::Scalar::all(240), cv::Scalar::all(250))))
-      .roi = {70, 40, 48, 28};
-  add("darkness", Reason::Darkness, Uniform(cv::Scalar(20, 200, 200)),
-      Showing(Uniform(cv::Scalar(20, 160, 160))));
-  add("grey-correlation", Reason::GreyCorrelation, Faint("Save"), Showing(Faint("Load")));
-  add("hit-other-letters", {}, Button("Save", pale, faded), Showing(Button("Load", pale, faded)));
-  add("edge-correlation", Reason::EdgeCorrelation, Shaded(true), Showing(Shaded(false)));
-  add("edge-correlation-asked-high", Reason::EdgeCorrelation, save, Showing(Noisy(save, 8))).edgeMin = 0.99f;
-  add("edge-density", Reason::EdgeDensity, save, Showing(WithMoreLines(save)));
-  add("chroma", Reason::Chroma, Halves(red, blue), Showing(Halves(blue, red))).specName = L"redlamp";
-  add("colour", Reason::Colour, Halves(red, cv::Scalar(70, 70, 120)),
-      Showing(Halves(cv::Scalar(20, 85, 135), cv::Scalar(60, 80, 95))))
-      .specName = L"lamp:RED";
-  add("region-outside-target", Reason::RegionOutsideTarget, save, shown).roi = {300, 0, 50, 50};
-  Case& off = add("region-off-monitor", Reason::RegionOffMonitor, save, shown);
-  off.roi = {0, 0, 60, 60};
-  off.client = {-100, 0, 80, 100};
-  add("region-too-small", Reason::RegionTooSmall, save, shown).roi = {70, 40, 40, 40};
-  Case& rounded = add("no-placement", Reason::NoPlacement, TinyIcon({22, 16}), shown);
-  rounded.roi = {70, 40, 22, 22};
-  rounded.scale = 0.7;
-  return cases;
+  const cv::Rect place(kPlace, kButton);
+  CaseList list;
+  list.Add("threshold", Reason::Difference, save, Showing(save * 0.7)).threshold = 0.8f;
+  list.Add("letters", {}, pale, Showing(paleLoad));
+  list.Add("edge-floor", Reason::EdgeCorrelation, Shaded(true), Showing(Shaded(false))).edgeMin = 0.3f;
+  list.Add("tiny", Reason::Difference, TinyIcon(), Showing(Noisy(TinyIcon(), 110)), L"button:sq=0.2");
+  list.Add("clipped", {}, save, Showing(save * 0.75), L"button:sq=0.05").client = {-40, 0, 180, 100};
+  list.Add("flat", {}, Uniform(cv::Scalar::all(200)), Showing(Uniform(cv::Scalar::all(140)))).roi = place;
+  list.Add("alpha", Reason::Difference, RoundIcon(), Showing(OnWindow(RoundIcon())));
+  list.Add("hue-alone", {}, save, Showing(stop), L"button:HS");
+  list.Add("hue-uniform", {}, Uniform({20, 130, 230}), Showing(Uniform({60, 200, 60})), L"lamp:H").roi =
+      place;
+  list.Add("hue-zero", Reason::Difference, pale, Showing(pale), L"button:HS");
+  list.Add("strict", {}, save, Showing(load), L"button:mode=bgr:strict");
+  list.Add("red-in-name", {}, grey("Save"), Showing(grey("Load")), L"Credits");
+  list.Add("red-uniform", Reason::Chroma, red, Showing(red), L"lamp:RED");
+  list.Add("suffix-and-words", Reason::GreyCorrelation, save, Showing(load), L"button:HS:ms100");
+  list.Add("right-edge", {}, save, Showing(save, {132, 40})).threshold = 0.98f;
+  return list.cases;
 }
 
-std::vector<Case> TuningCases() {
-  const cv::Scalar white = cv::Scalar::all(255), pale = cv::Scalar::all(225), faded = cv::Scalar::all(190);
-  const cv::Mat save = SaveButton();
-  const cv::Mat load = Button("Load", cv::Scalar(180, 120, 40), white);
-  const cv::Mat paleSave = Button("Save", pale, faded), paleLoad = Button("Load", pale, faded);
-  std::vector<Case> cases;
-  const auto add = [&](std::string name, std::optional<Reason> expected, const cv::Mat& tmpl,
-                       const cv::Mat& screen, std::wstring specName = L"button") -> Case& {
-    return cases.emplace_back(Case{std::move(name), expected, tmpl, screen, std::move(specName)});
-  };
-  add("threshold", Reason::Difference, save, Showing(save * 0.7)).threshold = 0.8f;
-  add("letters", {}, paleSave, Showing(paleLoad));
-  add("edge-floor", Reason::EdgeCorrelation, Shaded(true), Showing(Shaded(false))).edgeMin = 0.3f;
-  add("tiny", Reason::Difference, TinyIcon(), Showing(Noisy(TinyIcon(), 110)), L"button:sq=0.2");
-  Case& clipped = add("clipped", {}, save, Showing(save * 0.75), L"button:sq=0.05");
-  clipped.client = {-40, 0, 180, 100};
-  add("flat", {}, Uniform(cv::Scalar::all(200)), Showing(Uniform(cv::Scalar::all(140)))).roi = {70, 40, 48,
-                                                                                                28};
-  add("alpha", Reason::Difference, RoundIcon(), Showing(OnWindow(RoundIcon())));
-  add("hue-alone", {}, save, Showing(Button("Stop", cv::Scalar(180, 60, 90), white)), L"button:HS");
-  add("hue-uniform", {}, Uniform(cv::Scalar(20, 130, 230)), Showing(Uniform(cv::Scalar(60, 200, 60))),
-      L"lamp:H")
-      .roi = {70, 40, 48, 28};
-  add("hue-zero", Reason::Difference, paleSave, Showing(paleSave), L"button:HS");
-  add("strict", {}, save, Showing(load), L"button:mode=bgr:strict");
-  add("red-in-name", {}, GreyLabel("Save"), Showing(GreyLabel("Load")), L"Credits");
-  add("red-uniform", Reason::Chroma, UniformRed(), Showing(UniformRed()), L"lamp:RED");
-  add("suffix-and-words", Reason::GreyCorrelation, save, Showing(load), L"button:HS:ms100");
-  Case& edge = add("right-edge", {}, save, WindowWith(save, {132, 40}));
-  edge.threshold = 0.98f;
-  return cases;
+std::vector<Case> AllCases() {
+  const cv::Scalar red(40, 40, 210), dull(120, 120, 60);
+  const cv::Mat save = Button("Save", cv::Scalar(180, 120, 40), cv::Scalar::all(255)), shown = Showing(save);
+  cv::Mat enlarged;
+  cv::resize(shown, enlarged, {}, 1.5, 1.5, cv::INTER_NEAREST);
+  CaseList list{TuningCases()};
+  list.Add("hit", {}, save, shown);
+  list.Add("hit-scaled", {}, save, enlarged).scale = 1.5;
+  list.Add("difference", Reason::Difference, save, Window());
+  list.Add("region-misses", Reason::Difference, save, shown).roi = {0, 0, 90, 60};
+  list.Add("min-score", Reason::MinScore, save, Showing(save * 0.87)).threshold = 0.99f;
+  list.Add("flat-white", Reason::FlatWhite, Uniform(cv::Scalar::all(250)),
+           Showing(Halves(cv::Scalar::all(240), cv::Scalar::all(250))))
+      .roi = {kPlace, kButton};
+  list.Add("darkness", Reason::Darkness, Uniform({20, 200, 200}), Showing(Uniform({20, 160, 160})));
+  list.Add("edge-min", Reason::EdgeCorrelation, save, Showing(Noisy(save, 8))).edgeMin = 0.99f;
+  list.Add("edge-density", Reason::EdgeDensity, save, Showing(WithMoreLines(save)));
+  list.Add("chroma", Reason::Chroma, Halves(red, dull), Showing(Halves(dull, red)), L"redlamp");
+  list.Add("colour", Reason::Colour, Halves(red, {70, 70, 120}), Showing(Halves({20, 85, 135}, {60, 80, 95})),
+           L"lamp:RED");
+  list.Add("outside-target", Reason::RegionOutsideTarget, save, shown).roi = {300, 0, 50, 50};
+  Case& off = list.Add("off-monitor", Reason::RegionOffMonitor, save, shown);
+  off.roi = {0, 0, 60, 60};
+  off.client = {-100, 0, 80, 100};
+  list.Add("too-small", Reason::RegionTooSmall, save, shown).roi = {70, 40, 40, 40};
+  Case& rounded = list.Add("no-placement", Reason::NoPlacement, TinyIcon({22, 16}), shown);
+  rounded.roi = {70, 40, 22, 22};
+  rounded.scale = 0.7;
+  return list.cases;
 }
 
 Explanation Explained(const Case& c, const std::string& folder) {

@@ -1,5 +1,4 @@
-// A small set of drawn pictures, each with the spec that looks for something in it: every way in which a
-// comparison can end, and the rules that surprise.
+// Drawn screenshots, each with a spec: every way in which a comparison can end, and the matching pitfalls.
 //
 // Threading: constant data.
 #pragma once
@@ -14,22 +13,23 @@
 namespace quillmark::explain {
 
 struct Case {
-  std::string name;                // of its files
+  std::string name;                // of its image file
   std::optional<Reason> expected;  // none for a hit
   cv::Mat tmpl, screen;            // BGR; the template may have an alpha channel
   std::wstring specName = L"button";
-  cv::Rect roi{0, 0, 4096, 4096};  // as a rule all of the client area
-  Rect client{};                   // as a rule all of the screen
+  cv::Rect roi{0, 0, 4096, 4096};  // all of the client area
+  Rect client{};                   // empty: all of the screen
   float edgeMin = 0.75f;
   float threshold = -1.0f;
   double scale = 1.0;
 };
 
-[[nodiscard]] std::vector<Case> AllCases();
-// The pictures of docs/tuning.md, in its order.
+// Those of docs/tuning.md, in its order.
 [[nodiscard]] std::vector<Case> TuningCases();
+// Those, and one for each other reason that a screenshot can show.
+[[nodiscard]] std::vector<Case> AllCases();
 
-// Explains the case by way of a template file in `folder`.
+// Explains the case, with the template in a file in `folder`.
 [[nodiscard]] Explanation Explained(const Case& c, const std::string& folder);
 
 }  // namespace quillmark::explain

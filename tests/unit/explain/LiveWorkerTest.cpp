@@ -1,4 +1,4 @@
-// Explanations against the engine itself over the scripted desktop: on the same pixels the same bits.
+// explain gives the same bits as the running engine on the same pixels of a scripted desktop.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -39,28 +39,18 @@ class LiveWorker : public ::testing::Test {
     window.dpi = dpi;
     return desktop->OpenWindow(window);
   }
-  // The request of the case, its template in a file of its own.
   SpecRequest RequestOf(const Case& c) {
     const std::filesystem::path file = session.Base() / (c.name + ".png");
     EXPECT_TRUE(cv::imwrite(file.string(), c.tmpl));
     return {L"window", c.specName, file.wstring(), c.roi, c.edgeMin, c.threshold};
   }
-  // Noise, and the picture at a place of it.
+  // The picture on noise.
   cv::Mat ScreenWith(const cv::Mat& picture, cv::Point at) {
     cv::Mat screen = testing::Noise(random, {640, 480});
     const cv::Rect shown = cv::Rect(at, picture.size()) & cv::Rect(cv::Point(), screen.size());
     picture(cv::Rect(cv::Point(), shown.size())).copyTo(screen(shown));
     return screen;
   }
-  // What is on the screen, by way of a file.
-  Picture Saved(const cv::Mat& screen) {
-    const std::string file = (session.Base() / "screen.png").string();
-    EXPECT_TRUE(cv::imwrite(file, screen));
-    cv::Mat bgra;
-    cv::cvtColor(cv::imread(file), bgra, cv::COLOR_BGR2BGRA);
-    return {bgra, {0, 0}};
-  }
-
   const test::PrivateSession session;
   std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();
   AutoRebinder engine;
@@ -89,50 +79,46 @@ void ExpectSameBits(const Explanation& e, const ROIUnit& unit, const Verdict& v)
   EXPECT_EQ(mine.hit.cy, v.hit.cy);
 }
 
-TEST_F(LiveWorker, SavedFrameAndLiveDesktopGiveTheBitsOfTheEnginesVerdict) {
-  const struct {
-    RECT client;
-    std::uint32_t dpi;
-  } places[] = {
+TEST_F(LiveWorker, ScreenshotAndLiveDesktopGiveTheBitsOfTheEnginesVerdict) {
+  const std::pair<RECT, std::uint32_t> places[] = {
       {RectAt(33, 57, 180, 100), 96}, {RectAt(510, 20, 180, 100), 96}, {RectAt(10, 11, 270, 150), 144}};
   const wchar_t* const options[] = {L"", L":mode=bgr", L":mode=hs", L":red:mode=s"};
-  int compared = 0, number = 0;
-  for (const auto& place : places) {
-    const layer::WindowId window = OpenWindow(place.client, place.dpi);
-    for (Case c : AllCases()) {
-      SCOPED_TRACE(c.name);
-      // A name of its own: an earlier one's interval may not have passed.
-      ++number;
-      c.specName = std::to_wstring(number) + options[number % 4];
-      const SpecRequest request = RequestOf(c);
-      Specs().specs.clear();
-      LoadSpec(request.target, request.name, request.path, c.roi.x, c.roi.y, c.roi.width, c.roi.height,
-               request.edgeMin, request.threshold);
-      const cv::Mat screen = ScreenWith(c.screen, {place.client.left, place.client.top});
-      desktop->Paint(screen);
+  std::size_t compared = 0, number = 0;
+  for (Case c : AllCases()) {
+    SCOPED_TRACE(c.name);
+    const auto& [client, dpi] = places[++number % 3];
+    const layer::WindowId window = OpenWindow(client, dpi);
+    c.specName = std::to_wstring(number) + options[number % 4];  // a new name is always due
+    const SpecRequest request = RequestOf(c);
+    Specs().specs.clear();
+    LoadSpec(request.target, request.name, request.path, c.roi.x, c.roi.y, c.roi.width, c.roi.height,
+             request.edgeMin, request.threshold);
+    const cv::Mat screen = ScreenWith(c.screen, {client.left, client.top});
+    desktop->Paint(screen);
 
-      const auto jobs = probe.Tick();
-      ASSERT_LE(jobs.size(), 1u);
-      Explanation saved = PrepareExplanation(request);
-      const std::vector<Explanation> live = ExplainLive(saved);
-      ASSERT_EQ(live.size(), 1u);
-      if (jobs.empty() || jobs[0]->units.empty()) {
-        EXPECT_FALSE(live[0].sight);
-        continue;
-      }
-      const ROIUnit& unit = jobs[0]->units[0];
-      const TemplateSpec& spec = jobs[0]->specs[0];
-      const Verdict verdict = EvaluateRegion(unit, spec);
-      saved.spec.targetRect = spec.targetRect;
-      saved.spec.targetScaleX = saved.spec.targetScaleY = spec.targetScaleX;
-      ExplainOn(saved, Saved(screen));
-      ExpectSameBits(saved, unit, verdict);
-      ExpectSameBits(live[0], unit, verdict);
-      ++compared;
-    }
+    const auto jobs = probe.Tick();
+    ASSERT_LE(jobs.size(), 1u);
+    Explanation saved = PrepareExplanation(request);
+    const std::vector<Explanation> live = ExplainLive(saved);
+    ASSERT_EQ(live.size(), 1u);
     desktop->CloseWindow(window);
+    if (jobs.empty() || jobs[0]->units.empty()) {
+      EXPECT_FALSE(live[0].sight);
+      continue;
+    }
+    const ROIUnit& unit = jobs[0]->units[0];
+    const TemplateSpec& spec = jobs[0]->specs[0];
+    const Verdict verdict = EvaluateRegion(unit, spec);
+    saved.spec.targetRect = spec.targetRect;
+    saved.spec.targetScaleX = saved.spec.targetScaleY = spec.targetScaleX;
+    cv::Mat bgra;
+    cv::cvtColor(screen, bgra, cv::COLOR_BGR2BGRA);
+    ExplainOn(saved, {bgra, {0, 0}});
+    ExpectSameBits(saved, unit, verdict);
+    ExpectSameBits(live[0], unit, verdict);
+    ++compared;
   }
-  EXPECT_GT(compared, 50);
+  EXPECT_GT(compared, 20u);
 }
 
 TEST_F(LiveWorker, RegionOnTwoMonitorsIsExplainedOnEach) {
@@ -144,7 +130,7 @@ TEST_F(LiveWorker, RegionOnTwoMonitorsIsExplainedOnEach) {
   EXPECT_EQ(both[1].sight->place.visible, (Rect{640, 20, 740, 120}));
 }
 
-TEST_F(LiveWorker, TargetThatCannotBeUsedIsToldApart) {
+TEST_F(LiveWorker, NamesWhatIsWrongWithTheTarget) {
   const SpecRequest request = RequestOf(AllCases().front());
   const auto reason = [&] { return ExplainLive(PrepareExplanation(request))[0].reason; };
   EXPECT_EQ(reason(), Reason::WindowNotFound);
@@ -164,14 +150,11 @@ TEST_F(LiveWorker, TargetThatCannotBeUsedIsToldApart) {
   desktop->MoveWindow(window, RectAt(0, 0, 180, 100));
   desktop->CloseWindow(window);
 
-  test::ScriptedWindow hidden;
-  hidden.title = L"a hidden window";
-  hidden.visible = false;
-  desktop->OpenWindow(hidden);
+  desktop->OpenWindow({.title = L"a hidden window", .visible = false});
   EXPECT_EQ(reason(), Reason::WindowHidden);
 }
 
-TEST_F(LiveWorker, CaptureRecoversOrSaysWhatIsInItsWay) {
+TEST_F(LiveWorker, CaptureRecoversOrNamesTheFault) {
   const SpecRequest request = RequestOf(AllCases().front());
   OpenWindow(RectAt(0, 0, 180, 100));
   const struct {
