@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "advice/Tune.h"
-#include "explain/TextReport.h"
+#include "explain/Reports.h"
 
 namespace quillmark::advice {
 

@@ -1,12 +1,12 @@
 #include "explain/Explain.h"
 
-#include <opencv2/imgproc.hpp>
+#include <algorithm>
+#include <cctype>
 #include <system_error>
 #include <utility>
 
 #include "app/OpenCvConfig.h"
 #include "explain/Remedies.h"
-#include "explain/Sentence.h"
 #include "explain/Steps.h"
 #include "specs/ImageFile.h"
 #include "specs/SpecOptions.h"
@@ -14,31 +14,10 @@
 #include "specs/TemplatePreparation.h"
 #include "specs/Utf8.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 
 namespace quillmark::explain {
 namespace {
-
-std::string SizeText(int width, int height) {
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-
-std::string PointText(cv::Point point) {
-  return std::to_string(point.x) + "," + std::to_string(point.y);
-}
-
-std::string RectText(const Rect& rect) {
-  return SizeText(rect.right - rect.left, rect.bottom - rect.top) + " at " + PointText({rect.left, rect.top});
-}
-
-Step Plain(std::string id, std::string title, std::string measures, StepOutcome outcome, std::string remark) {
-  Step step;
-  step.id = std::move(id);
-  step.title = std::move(title);
-  step.measures = std::move(measures);
-  step.outcome = outcome;
-  step.remark = std::move(remark);
-  return step;
-}
 
 Step VetoOf(Step step, Reason reason) {
   step.outcome = StepOutcome::Vetoed;
@@ -46,31 +25,7 @@ Step VetoOf(Step step, Reason reason) {
   return step;
 }
 
-Reason ReasonOf(ImageFault fault) {
-  switch (fault) {
-    case ImageFault::NotOpened:
-      return Reason::ImageMissing;
-    case ImageFault::NoRegularFile:
-      return Reason::ImageNotAFile;
-    case ImageFault::Empty:
-      return Reason::ImageEmpty;
-    case ImageFault::Unreadable:
-      return Reason::ImageUnreadable;
-    case ImageFault::TooManyBytes:
-      return Reason::ImageTooLarge;
-    case ImageFault::UnknownFormat:
-      return Reason::ImageFormat;
-    case ImageFault::TooManyPixels:
-      return Reason::ImageTooManyPixels;
-    case ImageFault::Damaged:
-      return Reason::ImageDamaged;
-    case ImageFault::None:
-      break;
-  }
-  return Reason::ImageRefused;
-}
-
-// Why a file that the preparation refused is of no use.
+// Why the preparation rejected an image file.
 Reason ReasonOfImage(const std::wstring& path) {
   ImageFault fault = ImageFault::None;
   try {
@@ -85,9 +40,9 @@ Reason ReasonOfImage(const std::wstring& path) {
   return ReasonOf(fault);
 }
 
-// The outcome of the preparation as a step; with a reason when it was refused.
+// Prepares the template; the step has a reason when it was rejected.
 Step PrepareStep(TemplateSpec& spec) {
-  Step step = Plain("template", "Template", "image file of the template", StepOutcome::Passed, {});
+  Step step{"template", "Template", "image file of the template", StepOutcome::Passed};
   try {
     if (!PrepareTemplate(spec)) {
       step.remark = ToUtf8(DisplayPath(spec.path));
@@ -99,15 +54,14 @@ Step PrepareStep(TemplateSpec& spec) {
     if (reason == Reason::ImageRefused) step.remark += ": " + ToUtf8(CauseOf(error));
     return VetoOf(std::move(step), reason);
   }
-  step.remark =
-      SizeText(spec.tmplGray.cols, spec.tmplGray.rows) + " pixels, edge density " + Digits(spec.edgeDensity);
+  step.remark = SizeText(spec.tmplGray.size()) + " pixels, edge density " + Digits(spec.edgeDensity);
   return step;
 }
 
-// Region, monitor and size; false when one of them ends it.
+// Adds region, monitor and size; false when one of them ends the explanation.
 bool AddPlaceSteps(Explanation& e, const RegionOnFrame& place, const Rect& frame) {
-  Step region = Plain("region", "Region", "region inside the target's client area", StepOutcome::Passed,
-                      RectText(place.region) + " on the desktop");
+  Step region{"region", "Region", "region inside the target's client area", StepOutcome::Passed,
+              RectText(place.region) + " on the desktop"};
   if (IsEmpty(place.region)) {
     region.remark = "client area " + RectText(e.spec.targetRect) + " on the desktop";
     EndWith(e, VetoOf(std::move(region), Reason::RegionOutsideTarget));
@@ -115,22 +69,20 @@ bool AddPlaceSteps(Explanation& e, const RegionOnFrame& place, const Rect& frame
   }
   e.steps.push_back(std::move(region));
 
-  Step monitor = Plain("monitor", "Monitor", "part of the region that the picture shows", StepOutcome::Passed,
-                       place.visible == place.region
-                           ? "all of it"
-                           : RectText(place.visible) + "; the edge cuts it, which relaxes several limits");
+  Step monitor{"monitor", "Monitor", "part of the region that is on the monitor", StepOutcome::Passed,
+               place.visible == place.region
+                   ? "all of it"
+                   : RectText(place.visible) + "; clipped at the edge, which relaxes several limits"};
   if (place.OffFrame()) {
     monitor.remark = IsEmpty(frame) ? "the region is " + RectText(place.region)
-                                    : "the picture shows " + RectText(frame) + " only";
+                                    : "the screenshot shows only " + RectText(frame);
     EndWith(e, VetoOf(std::move(monitor), Reason::RegionOffMonitor));
     return false;
   }
   e.steps.push_back(std::move(monitor));
 
-  Step size =
-      Plain("size", "Size", "room for the template at the target's scale", StepOutcome::Passed,
-            SizeText(place.tmplSize.width, place.tmplSize.height) + " on the desktop, in " +
-                SizeText(place.visible.right - place.visible.left, place.visible.bottom - place.visible.top));
+  Step size{"size", "Size", "room for the template at the target's scale", StepOutcome::Passed,
+            SizeText(place.tmplSize) + " on the desktop, in " + SizeText(ToCv(place.visible).size())};
   if (!place.HoldsTemplate()) {
     EndWith(e, VetoOf(std::move(size), Reason::RegionTooSmall));
     return false;
@@ -139,30 +91,28 @@ bool AddPlaceSteps(Explanation& e, const RegionOnFrame& place, const Rect& frame
   return true;
 }
 
-// What decides over time and so cannot be seen in one picture.
+// What depends on time, which one screenshot cannot show.
 void AddPacing(Explanation& e) {
   const TemplateSpec& spec = e.spec;
-  e.steps.push_back(Plain("pacing", "Pacing", "whether the spec is due in this frame",
-                          StepOutcome::NotMeasured, "one picture only; "));
-  std::string& remark = e.steps.back().remark;
+  std::string due = "in every frame";
   if (spec.frameDivisor > 1) {
-    remark += "due in one of " + std::to_string(spec.frameDivisor) + " frames";
+    due = "in one of " + std::to_string(spec.frameDivisor) + " frames";
   } else if (spec.intervalMs > 0) {
-    remark += "due once in " + std::to_string(spec.intervalMs) + " ms";
-  } else {
-    remark += "due in every frame";
+    due = "once in " + std::to_string(spec.intervalMs) + " ms";
   }
+  e.steps.push_back({"pacing", "Pacing", "whether the spec is due in this frame", StepOutcome::NotMeasured,
+                     "depends on time; due " + due});
 }
 
-// A hit near the right or lower edge of the client area is reported beside its place.
+// A hit near the right or bottom edge of the client area is reported shifted.
 void AddPosition(Explanation& e) {
   const HitGeometry& hit = e.sight->verdict.hit;
   const cv::Point centre(hit.desktopX - e.spec.targetRect.left, hit.desktopY - e.spec.targetRect.top);
-  Step step = Plain("position", "Position", "centre of the hit in the client area", StepOutcome::Passed,
-                    PointText(centre));
+  Step step{"position", "Position", "centre of the hit in the client area", StepOutcome::Passed,
+            PointText(centre)};
   if (centre != cv::Point(hit.cx, hit.cy)) {
     step.remark += " is reported as " + PointText({hit.cx, hit.cy}) +
-                   ": it is kept within the client area less the hit's size";
+                   ": it is clamped to the client area minus the hit's size";
   }
   e.steps.push_back(std::move(step));
 }
@@ -171,19 +121,71 @@ void AddDelivery(Explanation& e) {
   AddPosition(e);
   const std::uint64_t window = e.sight->verdict.dedupWindowMs;
   const int shownWindow = window != 0 ? static_cast<int>(window) : e.spec.name == L"T1" ? 30 : 150;
-  e.steps.push_back(Plain(
-      "duplicate", "Repetition", "whether it repeats the last hit of the name", StepOutcome::NotMeasured,
-      "one picture only; repetitions are held back for " + std::to_string(shownWindow) + " ms"));
-  e.steps.push_back(Plain("ring", "Hit ring", "room for the hit", StepOutcome::NotMeasured,
-                          "one picture only; with 64 unread records a hit is refused"));
+  e.steps.push_back({"duplicate", "Repetition", "whether it repeats the last hit of the name",
+                     StepOutcome::NotMeasured,
+                     "depends on time; repeats are suppressed for " + std::to_string(shownWindow) + " ms"});
+  e.steps.push_back({"ring", "Hit ring", "room for the hit", StepOutcome::NotMeasured,
+                     "depends on the controller; a hit is dropped when 64 are unread"});
 }
 
-// A second place that passes the difference, too, is worth knowing: the template is not unique in its region.
+// Mentions a second place within the maximum difference: the template is not unique in its region.
 void AddSecond(Step& search, const Sight& sight) {
   if (!sight.map || !sight.map->second) return;
   const double second = sight.map->second->dist;
   if (second > sight.verdict.difference.limit.Value()) return;
-  search.remark += "; the next one elsewhere passes the difference too, at " + Digits(second);
+  search.remark += "; the next one elsewhere also passes, at " + Digits(second);
+}
+
+std::string LowerFirst(std::string text) {
+  if (!text.empty()) text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+  return text;
+}
+
+// A step's figure and limit.
+std::string Against(const Step& step, const Explanation& e) {
+  if (step.id == CodeOf(Reason::EdgeDensity) && e.sight) {
+    // The two densities say more than their difference.
+    const Verdict& v = e.sight->verdict;
+    const TwoNumbers shown = DigitsOf(v.density, e.spec.edgeDensity);
+    return shown.first + " against " + shown.second + " +- " + Digits(step.gate->limit.Value());
+  }
+  if (!step.gate) return step.remark;
+  const TwoNumbers shown = DigitsOf(step.gate->figure, step.gate->limit.Value());
+  const bool atMost = step.gate->bound == Bound::AtMost;
+  return shown.first + (atMost ? ", at most " : ", at least ") + shown.second;
+}
+
+std::string HitSentence(const Explanation& e) {
+  const Verdict& v = e.sight->verdict;
+  return "A hit: " + SizeText({v.hit.w, v.hit.h}) + " pixels around " + PointText({v.hit.cx, v.hit.cy}) +
+         " of the client area, score " + Digits(v.sq) + ", edge score " + Digits(v.edgeScore) + ".";
+}
+
+// Such as "Rejected by edge density: 0.091 against 0.042 +- 0.04; everything else passes."
+std::string SentenceOf(const Explanation& e) {
+  if (e.IsHit()) return HitSentence(e);
+  std::vector<const Step*> vetoes;
+  for (const Step& step : e.steps) {
+    if (step.outcome == StepOutcome::Vetoed) vetoes.push_back(&step);
+  }
+  if (!e.sight) {
+    std::string meaning(EntryOf(*e.reason).meaning);
+    meaning.pop_back();
+    const std::string& remark = vetoes.back()->remark;
+    return "Not compared: " + LowerFirst(meaning) + (remark.empty() ? "." : " (" + remark + ").");
+  }
+  const auto decisive = std::ranges::find(vetoes, e.reason, &Step::reason);
+  std::string text = "Rejected by " + LowerFirst((*decisive)->title) + ": " + Against(**decisive, e);
+  vetoes.erase(decisive);
+  const Verdict& v = e.sight->verdict;
+  if (!v.found || v.decidedBy == DecidingStep::Placement) return text + ".";  // nothing else was measured
+  if (vetoes.empty()) return text + "; everything else passes.";
+  text += "; ";
+  for (std::size_t i = 0; i < vetoes.size(); ++i) {
+    if (i > 0) text += i + 1 == vetoes.size() ? " and " : ", ";
+    text += LowerFirst(vetoes[i]->title) + " (" + Against(*vetoes[i], e) + ")";
+  }
+  return text + " would reject it too.";
 }
 
 }  // namespace
@@ -211,12 +213,11 @@ void EndWith(Explanation& explanation, Step step) {
 }
 
 void ExplainOn(Explanation& e, const Picture& picture, const Progress& progress) {
-  const auto tell = [&](std::size_t done) {
+  const auto report = [&](std::size_t done) {
     if (progress) progress(done);
   };
   const TemplateSpec& spec = e.spec;
-  const Rect frame{picture.origin.x, picture.origin.y, picture.origin.x + picture.bgra.cols,
-                   picture.origin.y + picture.bgra.rows};
+  const Rect frame = picture.Area();
   const RegionOnFrame place = PlaceRegion(spec, frame);
   if (!AddPlaceSteps(e, place, frame)) return;
   AddPacing(e);
@@ -227,11 +228,11 @@ void ExplainOn(Explanation& e, const Picture& picture, const Progress& progress)
     FrameImages images;
     ConvertFrame(picture.bgra, NeedsHsv(spec), images);
     sight.unit = CutRegion(spec, place, images, picture.origin);
-    tell(1);
+    report(1);
     sight.verdict = ThoroughVerdict(sight.unit, spec);
-    tell(2);
+    report(2);
     if (sight.verdict.found) sight.map = MapRegion(sight.unit, spec);
-    tell(kLongSteps);
+    report(kLongSteps);
     for (Step& step : ComparisonSteps(spec, sight.unit, sight.verdict)) {
       if (step.id == CodeOf(Reason::NoPlacement)) AddSecond(step, sight);
       e.steps.push_back(std::move(step));
@@ -239,10 +240,8 @@ void ExplainOn(Explanation& e, const Picture& picture, const Progress& progress)
     e.reason = ReasonOf(sight.verdict.decidedBy);
     e.sight = std::move(sight);
   } catch (const cv::Exception& error) {
-    EndWith(e, VetoOf(Plain("evaluation-failed", "Comparison", "the comparison itself", StepOutcome::Vetoed,
-                            ToUtf8(CauseOf(error))),
-                      Reason::EvaluationFailed));
-    return;
+    return EndWith(e, {"evaluation-failed", "Comparison", "the comparison itself", StepOutcome::Vetoed,
+                       ToUtf8(CauseOf(error)), Reason::EvaluationFailed});
   }
   if (e.IsHit()) AddDelivery(e);
   e.sentence = SentenceOf(e);

@@ -1,7 +1,7 @@
-// Explains one spec on one picture with the worker's own code: its preparation of templates, its cutting of
-// regions and its evaluation give every figure.
+// Explains a spec on a screenshot. The worker's own code prepares the template, cuts the region and evaluates
+// it.
 //
-// Threading: callable from any thread; one explanation at a time by each.
+// Threading: callable from any thread.
 #pragma once
 
 #include <cstddef>
@@ -11,19 +11,19 @@
 
 namespace quillmark::explain {
 
-// Begins an explanation: makes of the request what the worker makes of it, which may already be refused.
+// Begins an explanation: prepares the spec as the worker does, which may already reject it.
 [[nodiscard]] Explanation PrepareExplanation(const SpecRequest& request);
 
-// Ends one before the comparison, for a reason found elsewhere. `step` tells of it, its reason set.
+// Ends one before the comparison; `step` has the reason.
 void EndWith(Explanation& explanation, Step step);
 
-// What takes long of an explanation: to convert the picture, to evaluate the region, to map the differences.
+// The long steps: converting the screenshot, evaluating the region, mapping the differences.
 inline constexpr std::size_t kLongSteps = 3;
-// Hears how many of them are done; an explanation may end before them.
+// Called with the number of long steps done; an explanation may end before the last.
 using Progress = std::function<void(std::size_t done)>;
 
-// Goes on to the end on a picture of the desktop. The spec was not refused and its target is bound:
-// targetRect, scales and targetValid are set.
+// Completes the explanation on a screenshot. The spec was not rejected and its target is bound: targetRect,
+// scales and targetValid are set.
 void ExplainOn(Explanation& explanation, const Picture& picture, const Progress& progress = {});
 
 }  // namespace quillmark::explain

@@ -1,5 +1,5 @@
-// Why one spec would be reported on one picture, or not: the steps in the order of the decision, each with
-// its figure beside the limit that was really used, the reason, and what would change the answer.
+// Why a spec would be reported on a screenshot, or not: the steps in the order of the decision, each with its
+// figure and the limit in force, the reason, and changes that would make it a hit.
 //
 // Threading: plain values.
 #pragma once
@@ -21,9 +21,9 @@ namespace quillmark::explain {
 enum class StepOutcome : std::int32_t {
   Passed,
   Vetoed,
-  Missed,       // beyond its limit, but no veto: another test of the same kind agrees
-  Waived,       // measured, but without a say for this spec or region
-  NotMeasured,  // not asked for here, or cannot be told from one picture
+  Missed,       // beyond its limit, but no veto, since another colour check may pass
+  Waived,       // measured, but does not count for this spec or region
+  NotMeasured,  // not used by this spec, or cannot be seen in one screenshot
 };
 
 struct Step {
@@ -31,12 +31,12 @@ struct Step {
   std::string title;     // for people
   std::string measures;  // what the figure is
   StepOutcome outcome = StepOutcome::NotMeasured;
-  std::optional<Reason> reason;    // of a veto
-  std::optional<GateResult> gate;  // measured
-  std::string remark;              // why there is no figure or no say, or what else was seen
+  std::string remark{};              // why it was not measured or does not count, or details
+  std::optional<Reason> reason{};    // of a veto
+  std::optional<GateResult> gate{};  // measured
 };
 
-// A change with which the same picture would be a hit; each was tried on it.
+// A change to the spec that makes the screenshot a hit, tried on it.
 struct Remedy {
   std::string change;  // "sq=0.22"
   std::string text;    // a sentence about it
@@ -50,29 +50,30 @@ struct SpecRequest {
   float threshold = -1.0f;  // outside 0 to 1: the worker's own limits
 };
 
-// A picture of the screen or of a part of it.
 struct Picture {
   cv::Mat bgra;      // 8UC4, the fourth byte means nothing
   cv::Point origin;  // of its top-left corner, in desktop pixels
+
+  [[nodiscard]] Rect Area() const { return {origin.x, origin.y, origin.x + bgra.cols, origin.y + bgra.rows}; }
 };
 
-// What the evaluation looked at and saw.
+// What was evaluated, and the result.
 struct Sight {
   Picture picture;
   RegionOnFrame place;
   ROIUnit unit;
   Verdict verdict;               // of every step
-  std::optional<SearchMap> map;  // none when the region cannot hold the template
+  std::optional<SearchMap> map;  // none when the template does not fit into the region
 };
 
 struct Explanation {
   SpecRequest request;
-  TemplateSpec spec;             // what the worker makes of it, as far as it was prepared and bound
+  TemplateSpec spec;             // what the worker makes of it, as far as prepared and bound
   std::optional<Reason> reason;  // none: a hit
   std::vector<Step> steps;
   std::string sentence;
   std::vector<Remedy> remedies;
-  std::optional<Sight> sight;  // none when it ended before the comparison
+  std::optional<Sight> sight;  // none when the comparison never began
 
   [[nodiscard]] bool IsHit() const { return !reason; }
 };

@@ -1,5 +1,3 @@
-#include "explain/HtmlReport.h"
-
 #include <algorithm>
 #include <cmath>
 #include <sstream>
@@ -7,40 +5,18 @@
 
 #include "explain/HtmlStyle.h"
 #include "explain/Illustrations.h"
-#include "explain/TextReport.h"
+#include "explain/Reports.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 
 namespace quillmark::explain {
 namespace {
 
 constexpr int kOverviewPixels = 1400;
-// The most that a picture takes on the page.
+// The maximum size of a picture on the page.
 const cv::Size2d kWide(1040.0, 680.0), kHalf(500.0, 620.0);
-constexpr double kMostEnlarged = 5.0;
-
-std::string Escaped(const std::string& text) {
-  std::string escaped;
-  for (const char letter : text) {
-    switch (letter) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += letter;
-    }
-  }
-  return escaped;
-}
+constexpr double kMaxEnlargement = 5.0;
 
 std::string Replaced(std::string text, const std::string& what, const std::string& with) {
   for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
@@ -49,11 +25,18 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
   return text;
 }
 
-// Plain text as a page sets it.
+std::string Escaped(std::string text) {
+  for (const auto& [plain, escape] :
+       {std::pair{"&", "&amp;"}, {"<", "&lt;"}, {">", "&gt;"}, {"\"", "&quot;"}}) {
+    text = Replaced(std::move(text), plain, escape);
+  }
+  return text;
+}
+
+// Plain text as HTML.
 std::string Set(const std::string& text) {
   std::string set = Replaced(Escaped(text), " +- ", " \u00B1 ");
   set = Replaced(set, " x ", " \u00D7 ");
-  // `code` as in the documents.
   for (bool opens = true; set.find('`') != std::string::npos; opens = !opens) {
     set.replace(set.find('`'), 1, opens ? "<code>" : "</code>");
   }
@@ -65,35 +48,32 @@ std::string Capital(std::string word) {
   return word;
 }
 
-std::string Joined(std::string words) {
-  std::replace(words.begin(), words.end(), ' ', '-');
-  return words;
+// A mark in a picture, with a light outline so that it is visible on any ground.
+std::string Outlined(const std::string& kind, const std::string& element, const std::string& attributes) {
+  std::string mark;
+  for (const std::string& name : {std::string("halo"), kind}) {
+    mark += "<" + element + " class=\"" + name + "\"" + attributes + "/>";
+  }
+  return mark;
 }
 
-// A box in a picture, with a light border around its line so that it shows on any ground.
 std::string Box(const std::string& kind, const cv::Rect2d& rect) {
   std::ostringstream box;
-  for (const std::string& name : {std::string("halo"), kind}) {
-    box << "<rect class=\"" << name << "\" x=\"" << rect.x << "\" y=\"" << rect.y << "\" width=\""
-        << rect.width << "\" height=\"" << rect.height << "\"/>";
-  }
-  return box.str();
+  box << " x=\"" << rect.x << "\" y=\"" << rect.y << "\" width=\"" << rect.width << "\" height=\""
+      << rect.height << "\"";
+  return Outlined(kind, "rect", box.str());
 }
 
-// A ring around a point, likewise.
 std::string Ring(const std::string& kind, const cv::Point& centre, double radius) {
   std::ostringstream ring;
-  for (const std::string& name : {std::string("halo"), kind}) {
-    ring << "<circle class=\"" << name << "\" cx=\"" << centre.x + 0.5 << "\" cy=\"" << centre.y + 0.5
-         << "\" r=\"" << radius << "\"/>";
-  }
-  return ring.str();
+  ring << " cx=\"" << centre.x + 0.5 << "\" cy=\"" << centre.y + 0.5 << "\" r=\"" << radius << "\"";
+  return Outlined(kind, "circle", ring.str());
 }
 
-// A picture with marks over it, in the units of `size`, as large as `room` lets it be.
+// A picture with marks on it, in the units of `size`, scaled to fit `room`.
 std::string Shot(const cv::Mat& image, cv::Size size, const cv::Size2d& room, const std::string& marks,
                  const std::string& label) {
-  const double scale = std::min({room.width / size.width, room.height / size.height, kMostEnlarged});
+  const double scale = std::min({room.width / size.width, room.height / size.height, kMaxEnlargement});
   std::ostringstream svg;
   svg << "<svg class=\"shot" << (scale > 1.5 ? " large" : "")
       << "\" style=\"max-width:" << static_cast<int>(size.width * scale) << "px\" viewBox=\"0 0 "
@@ -108,7 +88,7 @@ std::string Key(const std::string& kind, const std::string& text) {
          "\" x1=\"1\" y1=\"6\" x2=\"25\" y2=\"6\"/></svg>" + Set(text) + "</span>";
 }
 
-// Where a figure lies beside its limit: the good side is shaded.
+// The figure against its limit, with the good side shaded.
 std::string Bar(const GateResult& gate) {
   const bool atMost = gate.bound == Bound::AtMost, good = gate.Margin() >= 0.0;
   const double low = atMost ? 0.0 : std::min(0.0, gate.figure);
@@ -160,7 +140,7 @@ class Article {
          << Escaped(Printable(e.request.name)) << "</code></p><h1 class=\"" << kind << "\">" << verdict
          << "</h1><p class=\"lead\">" << Set(sentence) << "</p>";
     if (e.reason) {
-      // Without a comparison the sentence has the reason's own words.
+      // Without a comparison the sentence already has the reason's meaning.
       page << "<p class=\"why\"><code>" << CodeOf(*e.reason) << "</code> &nbsp;"
            << (e.sight ? Set(std::string(EntryOf(*e.reason).meaning)) : "") << "</p>";
     }
@@ -169,7 +149,7 @@ class Article {
 
   void Section(const std::string& title) { page << "<h2>" << Set(title) << "</h2>\n"; }
 
-  // Of a placement, in pixels of the picture.
+  // In pixels of the picture.
   [[nodiscard]] cv::Rect2d OnPicture(const Placement& placement) const {
     const ROIUnit& unit = e.sight->unit;
     const cv::Point origin = e.sight->picture.origin;
@@ -177,11 +157,7 @@ class Article {
             unit.y - origin.y + placement.loc.y * unit.scaleY, e.sight->verdict.tw * unit.scaleX,
             e.sight->verdict.th * unit.scaleY};
   }
-  [[nodiscard]] cv::Rect2d OnPicture(const Rect& rect) const {
-    const cv::Point origin = e.sight->picture.origin;
-    return {static_cast<double>(rect.left - origin.x), static_cast<double>(rect.top - origin.y),
-            static_cast<double>(rect.right - rect.left), static_cast<double>(rect.bottom - rect.top)};
-  }
+  [[nodiscard]] cv::Rect2d OnPicture(const Rect& rect) const { return ToCv(rect) - e.sight->picture.origin; }
   [[nodiscard]] const char* BestKind() const { return e.IsHit() ? "best ok" : "best no"; }
 
   void AddScreen() {
@@ -212,23 +188,22 @@ class Article {
     };
     if (sight.map->second) mark("next", *sight.map->second);
     mark(BestKind(), sight.map->best);
-    double least = 0.0, largest = 0.0;
-    cv::minMaxLoc(sight.map->difference, &least, &largest);
-    Section("What the search saw");
+    double min = 0.0, max = 0.0;
+    cv::minMaxLoc(sight.map->difference, &min, &max);
+    Section("Search");
     page << "<div class=\"card pair\"><figure>" << Shot(sight.unit.bgr, size, kHalf, boxes, "the region")
-         << "<figcaption>The region at the template's scale, " << size.width << " \u00D7 " << size.height
+         << "<figcaption>The region at template scale, " << size.width << " \u00D7 " << size.height
          << " pixels</figcaption></figure><figure>"
-         << Shot(HeatMap(sight), size, kHalf, rings, "the search's map")
-         << "<div class=\"scale\"></div><div class=\"ends\"><span>closest, " << Digits(least)
-         << "</span><span>farthest, " << Digits(largest)
-         << "</span></div><figcaption>Difference at every place"
-         << (e.spec.mode == MatchMode::HS ? ", of the hue alone" : "")
-         << ", drawn where the template's centre would lie; at most "
-         << Digits(sight.verdict.difference.limit.Value()) << " passes</figcaption></figure></div>\n";
+         << Shot(HeatMap(sight), size, kHalf, rings, "the score map")
+         << "<div class=\"scale\"></div><div class=\"ends\"><span>closest, " << Digits(min)
+         << "</span><span>farthest, " << Digits(max) << "</span></div><figcaption>Difference at every place"
+         << (e.spec.mode == MatchMode::HS ? ", of the hue only" : "")
+         << ", drawn at the template's centre; at most " << Digits(sight.verdict.difference.limit.Value())
+         << " passes</figcaption></figure></div>\n";
   }
 
   void AddTiles() {
-    Section("Template and place");
+    Section("Template and best place");
     page << "<div class=\"card\">";
     const cv::Size size = e.spec.tmplGray.size();
     const int scale = std::clamp(240 / std::max(size.width, size.height), 1, 12);
@@ -260,7 +235,6 @@ class Article {
   }
 
   void AddStep(const Step& step) {
-    const std::string word = WordOf(step.outcome);
     page << "<tr class=\"" << RowKind(step.outcome) << "\"><td class=\"step\"><b>" << Set(step.title)
          << "</b><small>" << Set(step.measures) << "</small></td>";
     if (step.gate) {
@@ -272,8 +246,8 @@ class Article {
     } else {
       page << "<td></td><td></td><td></td><td></td>";
     }
-    page << "<td><span class=\"word " << Joined(word) << "\">" << word << "</span></td><td class=\"remark\">"
-         << Set(RemarkOf(step)) << "</td></tr>\n";
+    page << "<td><span class=\"word " << IdOf(step.outcome) << "\">" << WordOf(step.outcome)
+         << "</span></td><td class=\"remark\">" << Set(RemarkOf(step)) << "</td></tr>\n";
   }
 
   void AddRemedies() {
@@ -302,15 +276,14 @@ class Article {
     Term("Name", Printable(e.request.name));
     Term("Target", Printable(e.request.target));
     Term("Image", Printable(e.request.path));
-    Term("Template", std::to_string(spec.tmplGray.cols) + " x " + std::to_string(spec.tmplGray.rows));
-    Term("Region", std::to_string(spec.roi.width) + " x " + std::to_string(spec.roi.height) + " at " +
-                       std::to_string(spec.roi.x) + "," + std::to_string(spec.roi.y));
+    Term("Template", SizeText(spec.tmplGray.size()));
+    Term("Region", RectText(spec.roi));
     Term("Mode", WordOf(spec.mode));
-    Term("Largest difference", Digits(spec.maxDiff));
-    if (spec.minScore > 0.0) Term("Least score", Digits(spec.minScore));
-    Term("Least edge correlation", Digits(spec.edgeMin));
-    if (spec.redHint) Term("Red", "the name makes a red spec of it");
-    if (spec.colorGate) Term("Colour", "colour decides in place of grey values and edges");
+    Term("Maximum difference", Digits(spec.maxDiff));
+    if (spec.minScore > 0.0) Term("Minimum score", Digits(spec.minScore));
+    Term("Minimum edge correlation", Digits(spec.edgeMin));
+    if (spec.redHint) Term("Red", "the name makes the spec red");
+    if (spec.colorGate) Term("Colour", "colour decides instead of grey values and edges");
     page << "</dl></div>\n";
   }
 

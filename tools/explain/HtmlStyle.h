@@ -1,4 +1,4 @@
-// The style of the page that HtmlReport makes.
+// The style of the page of HtmlReport.
 //
 // Threading: constant data.
 #pragma once

@@ -28,7 +28,7 @@ std::string Base64(const std::vector<std::uint8_t>& bytes) {
   return text;
 }
 
-// Hues as the colours that they stand for.
+// Hues as colours.
 cv::Mat HueShown(const cv::Mat& hue) {
   const cv::Mat full(hue.size(), CV_8U, cv::Scalar(255));
   cv::Mat hsv, bgr;
@@ -47,38 +47,22 @@ cv::Mat DifferenceShown(const cv::Mat& a, const cv::Mat& b, double gain) {
 // What the mode compares.
 TileRow Compared(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& place) {
   const std::string title = "As the mode compares them: ";
-  const std::string gained = "Difference, x" + Digits(kDifferenceGain);
-  switch (spec.mode) {
-    case MatchMode::Bgr: {
-      const cv::Mat seen = unit.bgr(place);
-      return {title + "colour",
-              {{"Template", spec.tmplBgr},
-               {"Best place", seen},
-               {gained, DifferenceShown(spec.tmplBgr, seen, kDifferenceGain)}}};
-    }
-    case MatchMode::S: {
-      const cv::Mat seen = unit.sat(place);
-      return {title + "saturation",
-              {{"Template", spec.tmplSat},
-               {"Best place", seen},
-               {gained, DifferenceShown(spec.tmplSat, seen, kDifferenceGain)}}};
-    }
-    case MatchMode::H:
-    case MatchMode::HS: {
-      const cv::Mat seen = unit.hue(place);
-      return {title + (spec.mode == MatchMode::H ? "hue" : "hue, then saturation"),
-              {{"Template", HueShown(spec.tmplHue)},
-               {"Best place", HueShown(seen)},
-               {"Distance of the hues", DifferenceShown(spec.tmplHue, seen, 255.0 / 179.0)}}};
-    }
-    case MatchMode::Gray:
-      break;
+  if (IsHueMode(spec.mode)) {
+    const cv::Mat seen = unit.hue(place);
+    return {title + (spec.mode == MatchMode::H ? "hue" : "hue, then saturation"),
+            {{"Template", HueShown(spec.tmplHue)},
+             {"Best place", HueShown(seen)},
+             {"Difference of the hues", DifferenceShown(spec.tmplHue, seen, 255.0 / 179.0)}}};
   }
-  const cv::Mat seen = unit.gray(place);
-  return {title + "grey",
-          {{"Template", spec.tmplGray},
-           {"Best place", seen},
-           {gained, DifferenceShown(spec.tmplGray, seen, kDifferenceGain)}}};
+  const auto row = [&](const char* plane, const cv::Mat& tmpl, const cv::Mat& region) -> TileRow {
+    const cv::Mat seen = region(place), difference = DifferenceShown(tmpl, seen, kDifferenceGain);
+    return {
+        title + plane,
+        {{"Template", tmpl}, {"Best place", seen}, {"Difference, x" + Digits(kDifferenceGain), difference}}};
+  };
+  if (spec.mode == MatchMode::Bgr) return row("colour", spec.tmplBgr, unit.bgr);
+  if (spec.mode == MatchMode::S) return row("saturation", spec.tmplSat, unit.sat);
+  return row("grey", spec.tmplGray, unit.gray);
 }
 
 TileRow Edges(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& place) {
@@ -92,32 +76,32 @@ TileRow Edges(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& pla
   return {"Edges",
           {{"Template", ~wanted},
            {"Best place", ~seen},
-           {"Both: black shared, red the template's only, blue the place's only", both}}};
+           {"Both: black shared, red only in the template, blue only at the place", both}}};
 }
 
 }  // namespace
 
 std::string DataUri(const cv::Mat& image) {
   std::vector<std::uint8_t> png;
-  if (!cv::imencode(".png", image, png)) throw std::runtime_error("a picture cannot be written as PNG");
+  if (!cv::imencode(".png", image, png)) throw std::runtime_error("a picture cannot be encoded as PNG");
   return "data:image/png;base64," + Base64(png);
 }
 
-cv::Mat Overview(const Picture& picture, int most) {
+cv::Mat Overview(const Picture& picture, int maxPixels) {
   cv::Mat bgr;
   cv::cvtColor(picture.bgra, bgr, cv::COLOR_BGRA2BGR);
-  const double scale = static_cast<double>(most) / std::max({bgr.cols, bgr.rows, 1});
+  const double scale = static_cast<double>(maxPixels) / std::max({bgr.cols, bgr.rows, 1});
   if (scale < 1.0) cv::resize(bgr, bgr, {}, scale, scale, cv::INTER_AREA);
   return bgr;
 }
 
 cv::Mat HeatMap(const Sight& sight) {
   const cv::Mat& difference = sight.map->difference;
-  double least = 0.0, largest = 0.0;
-  cv::minMaxLoc(difference, &least, &largest);
-  const double span = std::max(largest - least, 1e-9);
+  double min = 0.0, max = 0.0;
+  cv::minMaxLoc(difference, &min, &max);
+  const double span = std::max(max - min, 1e-9);
   cv::Mat closeness, colours;
-  difference.convertTo(closeness, CV_8U, -255.0 / span, 255.0 * largest / span);
+  difference.convertTo(closeness, CV_8U, -255.0 / span, 255.0 * max / span);
   cv::applyColorMap(closeness, colours, cv::COLORMAP_VIRIDIS);
   cv::Mat heat(sight.unit.gray.size(), CV_8UC3, cv::Scalar::all(225));
   const cv::Point centre(sight.verdict.tw / 2, sight.verdict.th / 2);

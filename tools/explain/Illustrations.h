@@ -1,4 +1,4 @@
-// The pictures of an explanation, made for looking at: nothing is decided by them.
+// The pictures of an explanation, for people only: nothing is decided by them.
 //
 // Threading: pure functions.
 #pragma once
@@ -14,11 +14,11 @@ namespace quillmark::explain {
 // A PNG in a data URI.
 [[nodiscard]] std::string DataUri(const cv::Mat& image);
 
-// The whole picture as BGR, at most `most` pixels wide and high.
-[[nodiscard]] cv::Mat Overview(const Picture& picture, int most);
+// The screenshot as BGR, at most `maxPixels` wide and high.
+[[nodiscard]] cv::Mat Overview(const Picture& picture, int maxPixels);
 
-// The search's map over the region, BGR, of the region's size: each place is coloured at its centre, the
-// closer the brighter. The border, where no centre can lie, is grey.
+// The score map, BGR, of the region's size: each place is coloured at its centre, brighter where it is
+// closer. The border, where no centre can be, is grey.
 [[nodiscard]] cv::Mat HeatMap(const Sight& sight);
 
 struct Tile {
@@ -29,8 +29,8 @@ struct TileRow {
   std::string title;
   std::vector<Tile> tiles;
 };
-// Template and places side by side: in colour, as the mode compares them with their difference, and their
-// edges where they were compared. The sight has a map and its placement lies in the region.
+// Template and places side by side: in colour, as the mode compares them, with their difference, and their
+// edges if compared. The sight has a map, and its placement is inside the region.
 [[nodiscard]] std::vector<TileRow> SideBySide(const TemplateSpec& spec, const Sight& sight);
 
 }  // namespace quillmark::explain

@@ -1,7 +1,6 @@
-#include "explain/JsonReport.h"
-
+#include "explain/Reports.h"
 #include "explain/Steps.h"
-#include "explain/TextReport.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 
 namespace quillmark::explain {
@@ -9,23 +8,18 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json JsonOf(const Rect& rect) {
-  return {{"x", rect.left}, {"y", rect.top}, {"w", rect.right - rect.left}, {"h", rect.bottom - rect.top}};
+Json JsonOf(const cv::Rect& rect) {
+  return {{"x", rect.x}, {"y", rect.y}, {"w", rect.width}, {"h", rect.height}};
 }
 
-// A word instead of its two or more.
-std::string Joined(std::string words) {
-  for (char& letter : words) letter = letter == ' ' ? '-' : letter;
-  return words;
-}
-
-Json JsonOf(const Explanation& e, const SpecRequest& request) {
+Json SpecOf(const Explanation& e) {
   const TemplateSpec& spec = e.spec;
+  const SpecRequest& request = e.request;
   return {{"name", WellFormed(spec.name)},
           {"fullName", WellFormed(request.name)},
           {"target", WellFormed(request.target)},
           {"path", WellFormed(request.path)},
-          {"roi", {{"x", spec.roi.x}, {"y", spec.roi.y}, {"w", spec.roi.width}, {"h", spec.roi.height}}},
+          {"roi", JsonOf(spec.roi)},
           {"template", {{"w", spec.tmplGray.cols}, {"h", spec.tmplGray.rows}}},
           {"mode", WordOf(spec.mode)},
           {"maxDiff", spec.maxDiff},
@@ -39,10 +33,8 @@ Json JsonOf(const Explanation& e, const SpecRequest& request) {
 }
 
 Json JsonOf(const Step& step) {
-  Json json{{"id", step.id},
-            {"title", step.title},
-            {"measures", step.measures},
-            {"outcome", Joined(WordOf(step.outcome))}};
+  Json json{
+      {"id", step.id}, {"title", step.title}, {"measures", step.measures}, {"outcome", IdOf(step.outcome)}};
   if (step.gate) {
     const GateResult& gate = *step.gate;
     json["figure"] = gate.figure;
@@ -65,12 +57,10 @@ Json JsonOf(const Explanation& e, const Placement& placement) {
 
 void AddSight(const Explanation& e, Json& json) {
   const Sight& sight = *e.sight;
-  const cv::Mat& image = sight.picture.bgra;
-  const cv::Point origin = sight.picture.origin;
-  json["picture"] = JsonOf(Rect{origin.x, origin.y, origin.x + image.cols, origin.y + image.rows});
-  json["client"] = JsonOf(e.spec.targetRect);
+  json["picture"] = JsonOf(ToCv(sight.picture.Area()));
+  json["client"] = JsonOf(ToCv(e.spec.targetRect));
   json["client"]["scale"] = EffectiveScale(e.spec.targetScaleX);
-  json["region"] = JsonOf(sight.place.visible);
+  json["region"] = JsonOf(ToCv(sight.place.visible));
   json["region"]["clipped"] = sight.unit.clipped;
   if (!sight.map) return;
   const Verdict& v = sight.verdict;
@@ -85,7 +75,7 @@ void AddSight(const Explanation& e, Json& json) {
 Json JsonReport(const Explanation& e) {
   Json json{{"type", "explanation"}, {"hit", e.IsHit()}, {"reason", Json()}, {"sentence", e.sentence}};
   if (e.reason) json["reason"] = CodeOf(*e.reason);
-  json["spec"] = JsonOf(e, e.request);
+  json["spec"] = SpecOf(e);
   if (e.sight) AddSight(e, json);
   json["steps"] = Json::array();
   for (const Step& step : e.steps) json["steps"].push_back(JsonOf(step));

@@ -15,56 +15,32 @@
 #include "explain/Steps.h"
 #include "live/MonitorCapture.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 
 namespace quillmark::explain {
 namespace {
 
-std::string PlaceText(const Rect& rect) {
-  return std::to_string(rect.right - rect.left) + " x " + std::to_string(rect.bottom - rect.top) + " at " +
-         std::to_string(rect.left) + "," + std::to_string(rect.top);
-}
-
-// A step that ends the explanation.
-Step Ending(std::string id, std::string title, std::string measures, Reason reason, std::string remark) {
-  Step step;
-  step.id = std::move(id);
-  step.title = std::move(title);
-  step.measures = std::move(measures);
-  step.outcome = StepOutcome::Vetoed;
-  step.reason = reason;
-  step.remark = std::move(remark);
-  return step;
-}
-
-Step TargetEnding(Reason reason, std::string remark = {}) {
-  return Ending("target", "Target", "window that the target means", reason, std::move(remark));
-}
-
-// False when it ended with the target.
+// False when the explanation ends with the target.
 bool BindTarget(Explanation& e) {
+  constexpr char Measures[] = "window that matches the target";
   EnableDpiAwareness();
   TemplateSpec& spec = e.spec;
   std::vector<SystemWindow> windows = ListWindows();
   TargetBinding binding = FindBinding(spec.target, windows);
-  if (binding.outcome == BindingOutcome::NotFound) {  // nor is there a window where the display is away
+  if (binding.outcome == BindingOutcome::NotFound) {  // a lost display has no windows either
     binding.outcome =
         ListMonitors().empty() ? BindingOutcome::NoMonitor : WhyNoneChosen(spec.target, windows);
   }
   SetTarget(spec, binding);
   if (const std::optional<Reason> reason = ReasonOf(binding.outcome)) {
-    EndWith(e, TargetEnding(*reason, Printable(spec.target)));
+    EndWith(e, {"target", "Target", Measures, StepOutcome::Vetoed, Printable(spec.target), reason});
     return false;
   }
-  Step step;
-  step.id = "target";
-  step.title = "Target";
-  step.measures = "window that the target means";
-  step.outcome = StepOutcome::Passed;
   const std::wstring title(SystemWindow(binding.window).Title());
-  step.remark = "'" + Printable(title) + "', client area " + PlaceText(spec.targetRect) + ", scale " +
-                Digits(spec.targetScaleX);
-  e.steps.push_back(std::move(step));
+  e.steps.push_back({"target", "Target", Measures, StepOutcome::Passed,
+                     "'" + Printable(title) + "', client area " + RectText(spec.targetRect) + ", scale " +
+                         Digits(spec.targetScaleX)});
   return true;
 }
 
@@ -79,11 +55,12 @@ Reason ReasonFor(CaptureOutcome::Kind kind) {
   }
 }
 
-// Ends the explanation when there is no picture.
+// Ends the explanation when there is no frame.
 std::optional<Picture> Capture(HMONITOR monitor, Explanation& e) {
   const live::MonitorPicture taken = live::TakePicture(monitor);
   if (!taken.bgra.empty()) return Picture{taken.bgra, taken.origin};
-  EndWith(e, Ending("frame", "Frame", "picture of the monitor", ReasonFor(taken.outcome.kind), taken.fault));
+  EndWith(e, {"frame", "Frame", "frame of the monitor", StepOutcome::Vetoed, taken.fault,
+              ReasonFor(taken.outcome.kind)});
   return std::nullopt;
 }
 

@@ -1,7 +1,7 @@
-// Explains a spec on the desktop as it is now: finds the target window, chooses the monitors and captures
-// them with the worker's own code.
+// Explains a spec on the current desktop: finds the target window, chooses the monitors and captures them
+// with the worker's own code.
 //
-// Threading: one thread at a time; blocks for up to two seconds a monitor.
+// Threading: one thread at a time; blocks for up to two seconds per monitor.
 #pragma once
 
 #include <vector>
@@ -10,8 +10,8 @@
 
 namespace quillmark::explain {
 
-// Goes on with a prepared explanation to its end: one for each monitor that the region is looked for on, in
-// the system's order, or a single one when it ended before that.
+// Completes a prepared explanation: one for each monitor that shows the region, in the system's order, or a
+// single one when it ended before that.
 [[nodiscard]] std::vector<Explanation> ExplainLive(const Explanation& prepared);
 
 }  // namespace quillmark::explain

@@ -9,14 +9,15 @@
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 
 namespace quillmark::explain {
 namespace {
 
-// Room around a place when a region is proposed for it, in logical pixels.
+// Space around a place in a proposed region, in logical pixels.
 constexpr int kMargin = 10;
 
-// With two decimals; at least, or at most, as large as the value.
+// To two decimals.
 double RoundedUp(double value) {
   return std::ceil(value * 100.0) / 100.0;
 }
@@ -24,7 +25,7 @@ double RoundedDown(double value) {
   return std::floor(value * 100.0) / 100.0;
 }
 
-// A number on its way through the command's single-precision field.
+// A number after passing through the command's single-precision field.
 double OnTheWire(double value) {
   return static_cast<float>(value);
 }
@@ -52,12 +53,12 @@ class Trials {
       Verdict verdict = EvaluateRegion(region, spec);
       if (verdict.Accepted()) return verdict;
     } catch (const cv::Exception&) {
-      // A change that cannot be evaluated is none to propose.
+      // Not worth proposing.
     }
     return std::nullopt;
   }
 
-  // The spec's own limits, moved as far as the figures need.
+  // The spec's limits, moved just far enough.
   void TryLimits() {
     TemplateSpec spec = e.spec;
     std::string change;
@@ -73,20 +74,20 @@ class Trials {
       add(score > 0.5 ? "--threshold " + Digits(score, 2) : "no --threshold above 0.5");
     }
     if (v.edgeCorrelation.Vetoes()) {
-      const double least = RoundedDown(v.edgeCorrelation.figure);
-      spec.edgeMin = OnTheWire(least);
-      add("--edge-min " + Digits(least, 2));
+      const double edgeMin = RoundedDown(v.edgeCorrelation.figure);
+      spec.edgeMin = OnTheWire(edgeMin);
+      add("--edge-min " + Digits(edgeMin, 2));
     }
     if (change.empty() || !Hit(unit, spec)) return;
     const std::optional<Placement>& second = e.sight->map->second;
     const bool loose = second && second->dist <= spec.maxDiff && 1.0 - second->dist >= spec.minScore;
-    remedies.push_back(
-        {change, loose ? "But the next best place, at a difference of " + Digits(second->dist) +
-                             ", then lies inside the limits too: it may be reported in its stead."
-                       : "The spec's own limits, moved as far as this picture needs."});
+    remedies.push_back({change, loose ? "But the next best place, with a difference of " +
+                                            Digits(second->dist) +
+                                            ", is then within the limits too and may be reported instead."
+                                      : "The spec's limits, moved just far enough for this screenshot."});
   }
 
-  // The whole client area: perhaps the region misses the place.
+  // Searches the whole client area: the region may miss the place.
   void TryRegion() {
     TemplateSpec spec = e.spec;
     const double sx = EffectiveScale(spec.targetScaleX), sy = EffectiveScale(spec.targetScaleY);
@@ -104,18 +105,14 @@ class Trials {
                         cv::Point(left + found->tw + kMargin, top + found->th + kMargin));
     const std::optional<ROIUnit> around = Cut(spec);
     if (!around || !Hit(*around, spec)) return;
-    remedies.push_back({"--roi " + std::to_string(spec.roi.x) + "," + std::to_string(spec.roi.y) + "," +
-                            std::to_string(spec.roi.width) + "," + std::to_string(spec.roi.height),
-                        "The region misses it: the template is found at " + std::to_string(left) + "," +
-                            std::to_string(top) + " of the client area, difference " + Digits(found->dist) +
-                            "."});
+    remedies.push_back({"--roi " + PointText(spec.roi.tl()) + "," + PointText(cv::Point(spec.roi.size())),
+                        "The region misses it: the template is at " + PointText({left, top}) +
+                            " of the client area, difference " + Digits(found->dist) + "."});
   }
 
-  // The region of another spec on the same picture; none when it cannot be evaluated.
+  // The region of another spec on the same screenshot; none when it cannot be evaluated.
   [[nodiscard]] std::optional<ROIUnit> Cut(const TemplateSpec& spec) const {
-    const RegionOnFrame place =
-        PlaceRegion(spec, {picture.origin.x, picture.origin.y, picture.origin.x + picture.bgra.cols,
-                           picture.origin.y + picture.bgra.rows});
+    const RegionOnFrame place = PlaceRegion(spec, picture.Area());
     if (place.OffFrame() || !place.HoldsTemplate()) return std::nullopt;
     return CutRegion(spec, place, images, picture.origin);
   }
@@ -135,7 +132,7 @@ class Trials {
     spec.chromaChannel = plain.chromaChannel;
     if (!Hit(unit, spec)) return;
     remedies.push_back(
-        {"a name without 'red'", "Any 'red' in the name, also inside a word, makes a red spec of it."});
+        {"a name without 'red'", "Any 'red' in the name, even inside a word, makes the spec red."});
   }
 
   void TryModes() {
@@ -149,7 +146,7 @@ class Trials {
       spec.mode = mode;
       if (mode == e.spec.mode || !Hit(unit, spec)) continue;
       remedies.push_back({word, IsHueMode(mode)
-                                    ? "A loose mode: the hue's difference alone decides, and large "
+                                    ? "A loose mode: only the difference in hue decides, and large "
                                       "differences are accepted."
                                     : "In this mode it is a hit."});
     }

@@ -1,5 +1,5 @@
-// What would have made a hit of a refused picture. Nothing is supposed: each change is made to the spec and
-// decided on the same picture by the worker's evaluation, and only those that give a hit are told.
+// Changes to the spec that would have made a hit. Each is tried on the same screenshot with the worker's
+// evaluation, and only those that give a hit are returned.
 //
 // Threading: pure function.
 #pragma once
@@ -10,7 +10,7 @@
 
 namespace quillmark::explain {
 
-// Of an explanation that came to the comparison and was refused there. The surest come first.
+// For an explanation rejected by the comparison. Best first.
 [[nodiscard]] std::vector<Remedy> RemediesFor(const Explanation& explanation);
 
 }  // namespace quillmark::explain

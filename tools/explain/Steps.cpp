@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "text/Numbers.h"
+#include "text/Places.h"
 
 namespace quillmark::explain {
 namespace {
@@ -14,18 +15,19 @@ struct GateWords {
 };
 constexpr GateWords kWords[] = {
     {"difference", "Difference", "difference from the template at the best place"},
-    {"min-score", "Minimum score", "similarity, 1 less the difference"},
+    {"min-score", "Minimum score", "score, 1 minus the difference"},
     {"flat-white", "Blank white", "spread of the place's grey levels"},
-    {"darkness", "Darkness", "levels by which the place is darker than the template"},
+    {"darkness", "Darkness", "how many levels the place is darker than the template"},
     {"grey-correlation", "Grey correlation", "correlation of the grey levels with the template's"},
-    {"edge-correlation", "Edge correlation", "the larger correlation of the plain and of the dilated edges"},
-    {"edge-density", "Edge density", "distance of the place's share of edge pixels from the template's"},
+    {"edge-correlation", "Edge correlation",
+     "correlation of the edges, plain or dilated, whichever is larger"},
+    {"edge-density", "Edge density", "difference in the share of edge pixels"},
     {"chroma", "Chroma", "correlation of the red-difference plane (Cr)"},
-    {"hue", "Mean hue", "distance of the mean hues, around a circle of 180"},
-    {"saturation", "Mean saturation", "distance of the mean saturations"},
-    {"value", "Mean brightness", "distance of the mean brightnesses"},
-    {"red", "Share of red", "distance of the shares of red pixels"},
-    {"lab-a", "Mean a*", "distance of the means of a*, green to red"},
+    {"hue", "Mean hue", "difference of the mean hues, on a circle of 180"},
+    {"saturation", "Mean saturation", "difference of the mean saturations"},
+    {"value", "Mean brightness", "difference of the mean brightnesses"},
+    {"red", "Share of red", "difference in the share of red pixels"},
+    {"lab-a", "Mean a*", "difference of the means of a*, green to red"},
 };
 
 std::string Explained(Because because, const TemplateSpec& spec) {
@@ -48,9 +50,9 @@ std::string Explained(Because because, const TemplateSpec& spec) {
     case Because::NoChroma:
       return "the spec does not look for red";
     case Because::NoColourTest:
-      return "the spec asks for no colour tests";
+      return "the spec uses no colour checks";
     case Because::HueMode:
-      return "modes h and hs decide by the difference alone";
+      return "in modes h and hs only the difference decides";
     case Because::RedSpec:
       return "a red spec: colour decides instead of structure";
     case Because::StrictSpec:
@@ -58,9 +60,9 @@ std::string Explained(Because because, const TemplateSpec& spec) {
     case Because::Clipped:
       return TextOf(Rule::Clipped);
     case Because::NoRedHint:
-      return "without a red hint it counts as agreed";
+      return "counts as agreed: the spec is not red";
     case Because::Colourless:
-      return "the template has no colour: counts as agreed";
+      return "counts as agreed: the template has no colour";
     case Because::None:
       break;
   }
@@ -71,7 +73,7 @@ StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
   switch (result.outcome) {
     case Outcome::Passed:
       return StepOutcome::Passed;
-    case Outcome::Failed:  // one colour test is no veto by itself
+    case Outcome::Failed:  // one colour check alone is no veto
       return step == DecidingStep::Colour ? StepOutcome::Missed : StepOutcome::Vetoed;
     case Outcome::Waived:
       return StepOutcome::Waived;
@@ -81,7 +83,7 @@ StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
   return StepOutcome::NotMeasured;
 }
 
-// Reasons that stand in the order of what they are for.
+// Maps an enumeration to the reasons that are in the same order.
 template <typename Enum>
 class InTheOrderOf {
  public:
@@ -98,7 +100,6 @@ class InTheOrderOf {
   Enum lastOf;
 };
 
-// Makes the steps of one verdict.
 class Comparison {
  public:
   Comparison(const TemplateSpec& spec_, const ROIUnit& unit_, const Verdict& verdict_)
@@ -109,7 +110,7 @@ class Comparison {
     if (!v.found) return std::move(steps);
     for (const GateEntry& gate : AllGates()) {
       if (gate.step == DecidingStep::FlatWhite && v.decidedBy == DecidingStep::Placement) {
-        Add(DecidingStep::Placement, "Placement", "place of the match in the grey image",
+        Add(DecidingStep::Placement, "Placement", "whether the place lies in the grey image",
             StepOutcome::Vetoed);
         return std::move(steps);
       }
@@ -125,13 +126,9 @@ class Comparison {
  private:
   Step& Add(DecidingStep deciding, std::string_view title, std::string_view measures, StepOutcome outcome) {
     const Reason reason = *ReasonOf(deciding);
-    Step& step = steps.emplace_back();
-    step.id = CodeOf(reason);
-    step.title = title;
-    step.measures = measures;
-    step.outcome = outcome;
-    if (outcome == StepOutcome::Vetoed) step.reason = reason;
-    return step;
+    steps.push_back({std::string(CodeOf(reason)), std::string(title), std::string(measures), outcome});
+    if (outcome == StepOutcome::Vetoed) steps.back().reason = reason;
+    return steps.back();
   }
 
   void AddSearch() {
@@ -141,11 +138,10 @@ class Comparison {
     }
     Step& search = Add(DecidingStep::Search, "Search", "room for the template in the region",
                        v.found ? StepOutcome::Passed : StepOutcome::Vetoed);
-    const int across = unit.gray.cols - v.tw + 1, down = unit.gray.rows - v.th + 1;
-    search.remark = v.found ? "the best of " + std::to_string(std::int64_t{across} * down) + " places"
-                            : std::to_string(v.tw) + " x " + std::to_string(v.th) +
-                                  " pixels, in a region of " + std::to_string(unit.gray.cols) + " x " +
-                                  std::to_string(unit.gray.rows) + " at the template's scale";
+    const std::int64_t across = unit.gray.cols - v.tw + 1, down = unit.gray.rows - v.th + 1;
+    search.remark = v.found ? "the best of " + std::to_string(across * down) + " places"
+                            : SizeText({v.tw, v.th}) + " pixels, in a region of " +
+                                  SizeText(unit.gray.size()) + " at the template's scale";
   }
 
   void AddGate(const GateEntry& gate) {
@@ -157,7 +153,7 @@ class Comparison {
     step.remark = result.because == Because::None ? PartsOf(gate.name) : Explained(result.because, spec);
   }
 
-  // What the figure was made of.
+  // What the figure was computed from.
   [[nodiscard]] std::string PartsOf(std::string_view gate) const {
     const auto means = [&](int channel) { return Parts(v.hsvMean[channel], spec.hsvMean[channel]); };
     if (gate == "edge-correlation") return "plain " + Digits(v.e1) + ", dilated " + Digits(v.e2);
@@ -182,7 +178,7 @@ class Comparison {
                                 : agreed.Any()  ? StepOutcome::Passed
                                                 : StepOutcome::Vetoed;
     Step& colour =
-        Add(DecidingStep::Colour, "Colour", "one of three must agree: the HSV means, red, a*", outcome);
+        Add(DecidingStep::Colour, "Colour", "one of three must agree: HSV means, red, a*", outcome);
     if (!v.colourActive || waived) {
       colour.remark = Explained(v.value.because, spec);
       return;
@@ -191,7 +187,7 @@ class Comparison {
       colour.remark += (colour.remark.empty() ? "agree: " : ", ") + std::string(test);
       if (result != nullptr && !result->HasSay()) colour.remark += " (counts as agreed)";
     };
-    if (agreed.hsv) add("the HSV means", nullptr);
+    if (agreed.hsv) add("HSV means", nullptr);
     if (agreed.red) add("red", &v.red);
     if (agreed.labA) add("a*", &v.labA);
     if (!agreed.Any()) colour.remark = "none of the three agrees";
@@ -222,6 +218,11 @@ std::optional<Reason> ReasonOf(DecidingStep step) {
   return reasons.At(step);
 }
 
+Reason ReasonOf(ImageFault fault) {
+  constexpr auto reasons = InTheOrderOf(Reason::ImagePath, Reason::ImageDamaged, ImageFault::Damaged);
+  return fault == ImageFault::None ? Reason::ImageRefused : *reasons.At(fault);
+}
+
 std::optional<Reason> ReasonOf(BindingOutcome outcome) {
   constexpr auto reasons = InTheOrderOf(Reason::TargetEmpty, Reason::NoMonitor, BindingOutcome::NoMonitor);
   return reasons.At(outcome);
@@ -242,9 +243,9 @@ std::string TextOf(Rule rule) {
     case Rule::Tiny:
       return "a template of at most " + std::to_string(kTinyPixels) + " pixels";
     case Rule::LowDetail:
-      return "a template of little detail";
+      return "a template with little detail";
     case Rule::LowDetailRed:
-      return "a red template of little detail";
+      return "a red template with little detail";
     case Rule::Relaxed:
       return "the difference is small";
     case Rule::Floor:

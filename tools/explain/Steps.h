@@ -1,5 +1,4 @@
-// The evaluation of a region as the list of its steps, taken from the verdict alone: nothing is computed a
-// second time.
+// The evaluation of a region as a list of steps, read from the verdict: nothing is computed again.
 //
 // Threading: pure functions.
 #pragma once
@@ -11,24 +10,26 @@
 #include "capture/TargetBinding.h"
 #include "core/RegionEvaluation.h"
 #include "explain/Explanation.h"
+#include "specs/ImageFile.h"
 
 namespace quillmark::explain {
 
-// The verdict of every step or, should one behind the first veto raise an error, of the steps up to that
-// veto. Raises cv::Exception as EvaluateRegion does.
+// The verdict of every step or, if a step after the first veto raises an error, of those up to the veto.
+// Raises cv::Exception as EvaluateRegion does.
 [[nodiscard]] Verdict ThoroughVerdict(const ROIUnit& unit, const TemplateSpec& spec);
 
-// In the order of the vetoes; `verdict` is of every step.
+// In the order of the decision; `verdict` has every step.
 [[nodiscard]] std::vector<Step> ComparisonSteps(const TemplateSpec& spec, const ROIUnit& unit,
                                                 const Verdict& verdict);
 
+// Why an image file is rejected.
+[[nodiscard]] Reason ReasonOf(ImageFault fault);
 // None for an accepted verdict.
 [[nodiscard]] std::optional<Reason> ReasonOf(DecidingStep step);
-
-// None for a target that is bound.
+// None for a bound target.
 [[nodiscard]] std::optional<Reason> ReasonOf(BindingOutcome outcome);
 
-// What moved a limit, without its figure.
+// What moved a limit.
 [[nodiscard]] std::string TextOf(Rule rule);
 
 }  // namespace quillmark::explain

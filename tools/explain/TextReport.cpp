@@ -1,12 +1,12 @@
-#include "explain/TextReport.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
 
+#include "explain/Reports.h"
 #include "explain/Steps.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 #include "text/Wrapping.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 // The last column of the table.
 constexpr std::size_t kRemark = 5;
-constexpr std::size_t kRemarkWidth = 40;  // the least that is worth a column
+constexpr std::size_t kRemarkWidth = 40;  // a narrower column goes below the row
 constexpr std::size_t kBelowIndent = 4;
 using Row = std::array<std::string, kRemark + 1>;
 
@@ -42,33 +42,24 @@ class Report {
     Line(name + std::string(10 - name.size(), ' ') + Wrapped(fact, 10, width));
   }
 
-  static std::string At(cv::Point point) { return std::to_string(point.x) + "," + std::to_string(point.y); }
-  static std::string Extent(int width, int height) {
-    return std::to_string(width) + " x " + std::to_string(height);
-  }
-  static std::string Place(const Rect& rect) {
-    return Extent(rect.right - rect.left, rect.bottom - rect.top) + " at " + At({rect.left, rect.top});
-  }
-
   void AddFacts() {
     const TemplateSpec& spec = e.spec;
     std::string facts = Printable(e.request.name) + ": mode " + WordOf(spec.mode);
     if (spec.redHint) facts += ", red";
     if (spec.colorGate) facts += ", colour gate";
-    Fact("Spec", facts + ", region " + Extent(spec.roi.width, spec.roi.height) + " at " + At(spec.roi.tl()));
+    Fact("Spec", facts + ", region " + RectText(spec.roi));
     if (!e.sight) return;
     const Sight& sight = *e.sight;
-    Fact("Picture", Extent(sight.picture.bgra.cols, sight.picture.bgra.rows) + " at " +
-                        At(sight.picture.origin) + ", client area " + Place(spec.targetRect) + ", scale " +
-                        Digits(EffectiveScale(spec.targetScaleX)));
+    Fact("Picture", RectText(sight.picture.Area()) + ", client area " + RectText(spec.targetRect) +
+                        ", scale " + Digits(EffectiveScale(spec.targetScaleX)));
     if (!sight.map) return;
     Fact("Best", PlacementText(sight.map->best));
     if (sight.map->second) Fact("Next", PlacementText(*sight.map->second));
   }
 
   [[nodiscard]] std::string PlacementText(const Placement& placement) const {
-    return "difference " + Digits(placement.dist, 4) + ", top left at " + At(InClientArea(e, placement.loc)) +
-           " of the client area";
+    return "difference " + Digits(placement.dist, 4) + ", top left at " +
+           PointText(InClientArea(e, placement.loc)) + " of the client area";
   }
 
   void AddTable() {
@@ -137,35 +128,19 @@ std::string TextReport(const Explanation& explanation, const Painter& painted, s
 }
 
 std::string WordOf(StepOutcome outcome) {
-  switch (outcome) {
-    case StepOutcome::Passed:
-      return "pass";
-    case StepOutcome::Vetoed:
-      return "veto";
-    case StepOutcome::Missed:
-      return "missed";
-    case StepOutcome::Waived:
-      return "waived";
-    case StepOutcome::NotMeasured:
-      break;
-  }
-  return "not measured";
+  constexpr const char* words[] = {"pass", "veto", "missed", "waived", "not measured"};
+  return words[static_cast<std::size_t>(outcome)];
+}
+
+std::string IdOf(StepOutcome outcome) {
+  std::string id = WordOf(outcome);
+  std::ranges::replace(id, ' ', '-');
+  return id;
 }
 
 std::string WordOf(MatchMode mode) {
-  switch (mode) {
-    case MatchMode::Bgr:
-      return "bgr";
-    case MatchMode::S:
-      return "s";
-    case MatchMode::H:
-      return "h";
-    case MatchMode::HS:
-      return "hs";
-    case MatchMode::Gray:
-      break;
-  }
-  return "gray";
+  constexpr const char* words[] = {"gray", "bgr", "s", "h", "hs"};
+  return words[static_cast<std::size_t>(mode)];
 }
 
 cv::Point InClientArea(const Explanation& explanation, const cv::Point& placement) {

@@ -16,9 +16,7 @@
 #include <string>
 
 #include "Cases.h"
-#include "explain/HtmlReport.h"
-#include "explain/JsonReport.h"
-#include "explain/TextReport.h"
+#include "explain/Reports.h"
 #include "specs/Utf8.h"
 #include "support/Damage.h"
 #include "support/Images.h"

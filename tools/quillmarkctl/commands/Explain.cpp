@@ -9,7 +9,6 @@
 #include "Files.h"
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
-#include "explain/HtmlReport.h"
 #include "explain/LiveLook.h"
 #include "output/Reports.h"
 

@@ -5,7 +5,6 @@
 #include <variant>
 
 #include "commandline/PartialSpec.h"
-#include "explain/JsonReport.h"
 #include "text/Wording.h"
 
 namespace quillmark::control {

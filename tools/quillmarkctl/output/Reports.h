@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "advice/Lint.h"
-#include "explain/TextReport.h"
+#include "explain/Reports.h"
 #include "output/Output.h"
 
 namespace quillmark::control {
