@@ -113,7 +113,7 @@ TEST_F(Advice, TuneDecidesFoldersOfPictures) {
   const Outcome text = Control(tune);
   EXPECT_EQ(text.code, 0) << text.err;
   EXPECT_THAT(text.out,
-              AllOf(HasSubstr("Positives  1 of 1 are hits\n"), HasSubstr("Every picture is decided right.")));
+              AllOf(HasSubstr("Positives  1 of 1 are hits\n"), HasSubstr("Every picture is decided correctly.")));
   EXPECT_THAT(text.err,
               AllOf(HasSubstr("cut.png' is damaged; it is left out\n"), Not(HasSubstr("notes.txt"))));
 

@@ -1,6 +1,6 @@
-// The single checks of lint. Each adds what it finds.
+// The checks of lint. Each adds its findings to a list.
 //
-// Threading: callable from any thread; one set of findings by one thread at a time.
+// Threading: callable from any thread; a list by one thread at a time.
 #pragma once
 
 #include <optional>
@@ -14,19 +14,19 @@
 
 namespace quillmark::advice {
 
-// One spec under examination.
+// A spec under examination.
 struct Subject {
   const LintSpec& given;
-  TemplateSpec spec;                       // what the worker makes of it
-  std::optional<explain::Reason> refused;  // why its image is of no use
-  std::string remark;                      // to that
+  TemplateSpec spec;                        // what the worker makes of it
+  std::optional<explain::Reason> rejected;  // why its image cannot be used
+  std::string remark;                       // details of that
 
-  [[nodiscard]] bool Usable() const { return given.fault.empty() && !refused; }
+  [[nodiscard]] bool Usable() const { return given.fault.empty() && !rejected; }
 };
 
 class FindingList {
  public:
-  // Findings are about this spec from now on.
+  // The following findings are about this spec.
   void About(std::size_t spec) { about = spec; }
   void Add(FindingCode code, std::string text, std::vector<Fact> facts = {}, std::string remedy = {}) {
     findings.push_back({code, about, std::nullopt, std::move(text), std::move(facts), std::move(remedy)});
@@ -44,14 +44,11 @@ class FindingList {
 // Lengths, name, options, target.
 void CheckTexts(const Subject& subject, FindingList& list);
 
-// What follows is for a spec whose image was not refused.
-// The image file.
+// The others need an image that was not rejected. `own` is a probe on the template itself.
 void CheckFile(const Subject& subject, FindingList& list);
-// The template and the limits; `own` is a probe on the template's own picture.
 void CheckTemplate(const Subject& subject, const Probe& own, FindingList& list);
 void CheckLimits(const Subject& subject, const Probe& own, FindingList& list);
-void CheckHue(const Subject& subject, const Probe& own, FindingList& list);
-// The region, and what the window, unless it is null, shows in it: in as many long steps as an explanation.
+// The region and, unless it is null, what the window shows there; reports the long steps of an explanation.
 void CheckRegion(const Subject& subject, const WindowPicture* window, const explain::Progress& progress,
                  FindingList& list);
 

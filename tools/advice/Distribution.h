@@ -1,4 +1,4 @@
-// What many values of one figure look like, and which limit tells two such sets apart.
+// How the values of a figure are distributed, and which limit separates two sets of them.
 //
 // Threading: pure functions.
 #pragma once
@@ -11,22 +11,21 @@
 
 namespace quillmark::advice {
 
-// Quartiles as by linear interpolation between neighbouring values.
+// Quartiles are interpolated linearly between neighbouring values.
 struct Distribution {
   std::size_t count = 0;
   double min = 0.0, q1 = 0.0, median = 0.0, q3 = 0.0, max = 0.0;
 };
-// The value below which this share of at least one sorted value lies, likewise.
+// The value below which this share of the sorted values lies, interpolated. Needs at least one value.
 [[nodiscard]] double Quantile(const std::vector<double>& sorted, double share);
-// Of at least one value, in any order.
+// Needs at least one value; any order.
 [[nodiscard]] Distribution DistributionOf(std::vector<double> values);
 
-// How many of the values lie in each of `bins` equal parts from `low` to `high`; the ends belong to the first
-// and the last part.
+// The number of values in each of `bins` equal parts from `low` to `high`, both ends included.
 [[nodiscard]] std::vector<std::size_t> Histogram(const std::vector<double>& values, double low, double high,
                                                  std::size_t bins);
 
-// The limits that accept all of one set and none of the other: those above `low` and below `high`.
+// The limits that separate two sets: those above `low` and below `high`.
 struct Separation {
   double low = 0.0, high = 0.0;
 
@@ -38,7 +37,7 @@ struct Separation {
 [[nodiscard]] std::optional<Separation> Separate(const std::vector<double>& positives,
                                                  const std::vector<double>& negatives, Bound bound);
 
-// A limit with few decimals, in the middle half of the separation.
+// A limit with few decimals in the middle half of the separation.
 [[nodiscard]] double RoundLimit(const Separation& separation);
 
 }  // namespace quillmark::advice

@@ -165,7 +165,7 @@ constexpr bool InOrder() {
   }
   return static_cast<std::size_t>(MatchesOther) + 1 == std::size(kFindings);
 }
-static_assert(InOrder(), "one entry a code, in the enumeration's order");
+static_assert(InOrder(), "one entry per code, in the enumeration's order");
 
 }  // namespace
 

@@ -1,5 +1,4 @@
-// The closed list of what lint may find in a spec, with codes that stay as they are from version to version.
-// docs/lint.md is the list for readers.
+// The closed list of findings. Codes never change. docs/lint.md is the list for users.
 //
 // Threading: constant data.
 #pragma once
@@ -50,7 +49,7 @@ enum class FindingCode : std::int32_t {
   RegionTooSmall,
   RegionCut,
   RegionTight,
-  // On a picture of the window
+  // On a screenshot
   NotOnPicture,
   SecondAccepted,
   SecondClose,
@@ -62,9 +61,9 @@ enum class FindingCode : std::int32_t {
 enum class Topic : std::int32_t { Texts, File, Template, Limits, Region, Picture, Several };
 
 enum class Severity : std::int32_t {
-  Note,     // right for some purposes, but surprising
-  Warning,  // hits where there should be none, or none where there should be some
-  Error,    // no hit at all
+  Note,     // fine for some purposes, but easy to get wrong
+  Warning,  // false hits or missed ones
+  Error,    // no hits at all
 };
 
 struct FindingEntry {
@@ -72,16 +71,16 @@ struct FindingEntry {
   Topic topic;
   Severity severity;
   std::string_view id;       // lower case, words joined by '-'
-  std::string_view meaning;  // what was found; one sentence each
+  std::string_view meaning;  // one sentence each
   std::string_view consequence;
   std::string_view remedy;
 };
 
-// The whole list, in the order of the enumeration.
+// In the order of the enumeration.
 [[nodiscard]] std::span<const FindingEntry> AllFindings();
 [[nodiscard]] const FindingEntry& EntryOf(FindingCode code);
 [[nodiscard]] std::optional<FindingCode> FindingOfId(std::string_view id);
-// As the headings of docs/lint.md have it.
+// The heading in docs/lint.md.
 [[nodiscard]] std::string_view TitleOf(Topic topic);
 // "note", "warning", "error".
 [[nodiscard]] std::string_view WordOf(Severity severity);

@@ -8,6 +8,7 @@
 #include "advice/Probe.h"
 #include "explain/Steps.h"
 #include "text/Numbers.h"
+#include "text/Wording.h"
 
 namespace quillmark::advice {
 namespace {
@@ -16,13 +17,13 @@ using explain::Reason;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// What matters of one sample.
+// What the search needs of a sample.
 struct Case {
   bool positive;
-  std::optional<Reason> fixed;  // a veto that no setting lifts
-  bool compared;                // whether it came to a difference
+  std::optional<Reason> fixed;  // a veto that no setting removes
+  bool compared;                // whether it has a difference
   double dist;
-  double edgeKey;  // the largest edgeMin that accepts it; infinite where edges have no say
+  double edgeKey;  // the largest edgeMin that accepts it; infinite if edges are ignored
 };
 
 double EdgeKey(const Verdict& v, const TemplateSpec& spec) {
@@ -48,10 +49,6 @@ Case CaseOf(const Sample& sample, const TemplateSpec& spec) {
   return result;
 }
 
-std::string CountText(std::size_t count, const char* noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 class Search {
  public:
   Search(const Samples& samples, const TemplateSpec& spec_) : spec(spec_) {
@@ -66,13 +63,13 @@ class Search {
     for (const Case& one : cases) {
       if (!one.positive) continue;
       farthest = std::max(farthest, one.dist);
-      leastKey = std::min(leastKey, one.edgeKey);
+      minKey = std::min(minKey, one.edgeKey);
     }
   }
 
   LimitSearch Run() const {
     if (std::string obstacle = FixedObstacle(); !obstacle.empty()) return {{}, std::move(obstacle)};
-    if (leastKey >= spec.edgeMin) {
+    if (minKey >= spec.edgeMin) {
       if (const double nearest = NearestNegative(spec.edgeMin); nearest > farthest) {
         return {RangesFor(nearest, {}), {}};
       }
@@ -81,28 +78,28 @@ class Search {
   }
 
  private:
-  // What no setting changes about the positives.
+  // Why no setting can accept all positives; empty if some can.
   [[nodiscard]] std::string FixedObstacle() const {
     const auto blocked =
         std::ranges::find_if(cases, [](const Case& one) { return one.positive && one.fixed.has_value(); });
     if (blocked != cases.end()) {
       const auto count = std::ranges::count_if(
           cases, [&](const Case& one) { return one.positive && one.fixed == blocked->fixed; });
-      return CountText(static_cast<std::size_t>(count), "positive") + " rejected by " +
+      return Counted(static_cast<std::size_t>(count), "positive") + " rejected by " +
              std::string(explain::CodeOf(*blocked->fixed)) + ", which has no setting";
     }
-    if (leastKey == -kInfinity) {
-      return "a positive's edge correlation lies below " + Digits(spec.edgeMinFloor) +
+    if (minKey == -kInfinity) {
+      return "a positive's edge correlation is below " + Digits(spec.edgeMinFloor) +
              ", the lowest limit that can be set";
     }
     if (farthest > ceiling) {
-      return "the positives reach a difference of " + Digits(farthest) + ", and " +
-             explain::TextOf(Rule::Tiny) + " accepts at most " + Digits(ceiling);
+      return "the positives differ by up to " + Digits(farthest) + ", but " + explain::TextOf(Rule::Tiny) +
+             " accepts at most " + Digits(ceiling);
     }
     return {};
   }
 
-  // The smallest difference of a negative that this edgeMin does not refuse, nor a fixed veto.
+  // The smallest difference of a negative that neither this edgeMin nor a fixed veto rejects.
   [[nodiscard]] double NearestNegative(double edgeMin) const {
     double nearest = kInfinity;
     for (const Case& one : cases) {
@@ -112,35 +109,35 @@ class Search {
   }
 
   [[nodiscard]] LimitRanges RangesFor(double nearest, std::optional<Separation> edgeMin) const {
-    // What is rejected anyway had better be rejected by its difference, too.
+    // Prefer a difference that also rejects what other steps reject.
     double nearestOfAll = kInfinity;
     for (const Case& one : cases) {
       if (!one.positive && one.compared) nearestOfAll = std::min(nearestOfAll, one.dist);
     }
     if (nearestOfAll > farthest) nearest = std::min(nearest, nearestOfAll);
     const bool bounded = nearest != kInfinity;
-    // Where nothing bounds the limit it stays as it is, or leaves the positives some room.
+    // Without a bound, keep the limit or leave the positives some room.
     if (!bounded) nearest = std::max(2.0 * inForce - farthest, 1.5 * farthest + 0.01);
     return {{farthest, std::min(nearest, ceiling)}, bounded, inForce, edgeMin};
   }
 
   [[nodiscard]] LimitSearch WithOtherEdgeMin() const {
-    // Negatives as near as the positives are for the edges to refuse.
-    double largestKey = -kInfinity;
+    // Edges must reject the negatives that are as near as the positives.
+    double maxKey = -kInfinity;
     std::size_t nearby = 0;
     for (const Case& one : cases) {
       if (one.positive || one.fixed || one.dist > farthest) continue;
-      largestKey = std::max(largestKey, one.edgeKey);
+      maxKey = std::max(maxKey, one.edgeKey);
       ++nearby;
     }
-    if (!(largestKey < leastKey)) {
+    if (!(maxKey < minKey)) {
       return {{},
-              CountText(nearby, "negative") + (nearby == 1 ? " differs" : " differ") +
+              Counted(nearby, "negative") + (nearby == 1 ? " differs" : " differ") +
                   " no more than the farthest positive (" + Digits(farthest) +
-                  "), and edges do not tell them apart"};
+                  "), and edges do not separate them"};
     }
-    const Separation edgeMin{std::max(largestKey, spec.edgeMinFloor), leastKey};
-    if (leastKey == kInfinity || !(edgeMin.low < edgeMin.high)) {
+    const Separation edgeMin{std::max(maxKey, spec.edgeMinFloor), minKey};
+    if (minKey == kInfinity || !(edgeMin.low < edgeMin.high)) {
       return {{},
               "the positives' edges leave no room above " + Digits(spec.edgeMinFloor) +
                   ", the lowest limit that can be set"};
@@ -151,9 +148,9 @@ class Search {
 
   const TemplateSpec& spec;
   std::vector<Case> cases;
-  double ceiling = kInfinity;                   // no setting accepts a larger difference
-  double inForce = 0.0;                         // the largest difference
-  double farthest = 0.0, leastKey = kInfinity;  // of the positives
+  double ceiling = kInfinity;                 // no setting accepts a larger difference
+  double inForce = 0.0;                       // the current maximum difference
+  double farthest = 0.0, minKey = kInfinity;  // of the positives
 };
 
 }  // namespace

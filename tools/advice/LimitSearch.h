@@ -1,5 +1,4 @@
-// From pictures that were decided to the limits that tell them apart: which ones a controller could set so
-// that one spec accepts all positives and none of the negatives.
+// Searches limits that a controller can set so that a spec accepts all positives and no negatives.
 //
 // Threading: pure functions.
 #pragma once
@@ -13,20 +12,19 @@
 
 namespace quillmark::advice {
 
-// Limits of one spec that accept all positives and none of the negatives.
 struct LimitRanges {
-  Separation difference;              // of the largest difference, by threshold, score or sq=
+  Separation difference;              // of the maximum difference, set by threshold, score or sq=
   bool bounded = true;                // whether a negative bounds it from above
-  double inForce = 0.0;               // the spec's own
-  std::optional<Separation> edgeMin;  // of the least edge correlation; none: as it is
+  double inForce = 0.0;               // the spec's current one
+  std::optional<Separation> edgeMin;  // of the minimum edge correlation; none: keep it
 };
 
-// Either ranges, or in one sentence why no limits tell the pictures apart.
+// Either ranges, or why no limits separate the screenshots.
 struct LimitSearch {
   std::optional<LimitRanges> ranges;
   std::string obstacle;
 };
-// `samples` are of `spec`, some of them positive and some not.
+// `samples` were decided with `spec`; some are positive, some not.
 [[nodiscard]] LimitSearch FindLimits(const Samples& samples, const TemplateSpec& spec);
 
 // Whether a spec can set the gate's limit.

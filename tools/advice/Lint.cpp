@@ -13,7 +13,7 @@
 namespace quillmark::advice {
 namespace {
 
-// Of plain ground around a template when it is tried on its own picture.
+// Plain margin around a template when the spec is tried on it.
 constexpr int kMargin = 8;
 
 Subject Examine(const LintSpec& given) {
@@ -24,8 +24,8 @@ Subject Examine(const LintSpec& given) {
   return subject;
 }
 
-void ReportRefusal(const Subject& subject, FindingList& list) {
-  const explain::ReasonEntry& reason = explain::EntryOf(*subject.refused);
+void ReportRejection(const Subject& subject, FindingList& list) {
+  const explain::ReasonEntry& reason = explain::EntryOf(*subject.rejected);
   std::string text(reason.meaning);
   if (!subject.remark.empty()) text += " (" + subject.remark + ")";
   list.Add(FindingCode::ImageRefused, text, {{"reason", std::string(reason.code)}},
@@ -39,8 +39,8 @@ void CheckOne(const Subject& subject, const WindowPicture* window, const explain
     return;
   }
   CheckTexts(subject, list);
-  if (subject.refused) {
-    ReportRefusal(subject, list);
+  if (subject.rejected) {
+    ReportRejection(subject, list);
     return;
   }
   cv::Mat framed;
@@ -49,11 +49,10 @@ void CheckOne(const Subject& subject, const WindowPicture* window, const explain
   CheckFile(subject, list);
   CheckTemplate(subject, own, list);
   CheckLimits(subject, own, list);
-  CheckHue(subject, own, list);
   CheckRegion(subject, own.verdict.Accepted() ? window : nullptr, progress, list);
 }
 
-// Whether both can be looked for at one place: in the same window, in regions that have a pixel in common.
+// Whether both may search the same place: the same window, in regions that overlap.
 bool MayMeet(const LintSpec& a, const LintSpec& b) {
   if (a.hasTarget && b.hasTarget && Lowered(a.request.target) != Lowered(b.request.target)) return false;
   return !a.hasRegion || !b.hasRegion || !(a.request.roi & b.request.roi).empty();
@@ -64,7 +63,7 @@ bool SameName(const Subject& a, const Subject& b) {
   return a.given.hasName && b.given.hasName && a.spec.name == b.spec.name;
 }
 
-// Tries `one` on the template of the other.
+// Tries `one` on the other's template.
 void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex, FindingList& list) {
   if (!one.Usable() || !other.Usable() || !MayMeet(one.given, other.given)) return;
   const cv::Mat& shown = other.spec.tmplBgr;
@@ -72,7 +71,7 @@ void CheckPair(const Subject& one, const Subject& other, std::size_t otherIndex,
   const Probe probe = ProbeOn(shown, one.spec);
   if (!probe.verdict.Accepted()) return;
   list.AddPair(FindingCode::MatchesOther, otherIndex,
-               "with a difference of " + Digits(probe.verdict.dist) + " at most " +
+               "with a difference of " + Digits(probe.verdict.dist) + ", at most " +
                    Digits(AcceptedDifference(probe.verdict, one.spec)),
                {{"difference", probe.verdict.dist}});
 }
@@ -88,7 +87,7 @@ std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPictur
   const std::size_t count = specs.size(), steps = window == nullptr ? 1 : explain::kLongSteps;
   const std::size_t total = count * steps + count * (count - std::min<std::size_t>(count, 1));
   std::size_t done = 0;
-  const auto tell = [&](std::size_t more) {
+  const auto report = [&](std::size_t more) {
     if (progress) progress(done + more, total);
   };
   FindingList list;
@@ -96,9 +95,9 @@ std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPictur
   for (std::size_t i = 0; i < count; ++i) {
     list.About(i);
     subjects.push_back(Examine(specs[i]));
-    CheckOne(subjects.back(), window, tell, list);
+    CheckOne(subjects.back(), window, report, list);
     done += steps;
-    tell(0);
+    report(0);
   }
   for (std::size_t i = 0; i < count; ++i) {
     list.About(i);
@@ -107,10 +106,10 @@ std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPictur
       if (!SameName(subjects[i], subjects[j])) {
         CheckPair(subjects[i], subjects[j], j, list);
       } else if (i < j) {
-        list.AddPair(FindingCode::SameName, j, "both are called '" + Printable(subjects[i].spec.name) + "'");
+        list.AddPair(FindingCode::SameName, j, "both are named '" + Printable(subjects[i].spec.name) + "'");
       }
       ++done;
-      tell(0);
+      report(0);
     }
   }
   return list.Take();

@@ -1,5 +1,5 @@
-// Looks over specs before anything is watched: what in their texts, images, limits and regions will surprise.
-// Whatever can be tried is tried, with the worker's own preparation and evaluation.
+// Checks the texts, images, limits and regions of specs for problems, where possible by trying them with the
+// worker's own preparation and evaluation.
 //
 // Threading: callable from any thread.
 #pragma once
@@ -9,6 +9,7 @@
 #include <opencv2/core.hpp>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -18,36 +19,44 @@
 
 namespace quillmark::advice {
 
-// A spec, or a part of one: what is not given is not looked at.
+// A spec, or part of one: what is not given is not checked.
 struct LintSpec {
   explain::SpecRequest request;
   bool hasName = true, hasTarget = true, hasRegion = true;
-  std::string fault{};  // why what declares it cannot be read; then there is nothing of it but the name
+  std::string fault{};  // why its declaration is invalid; then only the name is set
 };
-// What people call it: its name, or else its image file.
+// Its name, or else its image file.
 [[nodiscard]] std::string LabelOf(const LintSpec& spec);
 
-// A screenshot of the client area of the specs' window.
+// A screenshot of the client area.
 struct WindowPicture {
   cv::Mat bgra;        // 8UC4, the fourth byte means nothing
-  double scale = 1.0;  // pixels of it for one of the template
+  double scale = 1.0;  // its pixels per template pixel
 };
 
-using Fact = std::pair<std::string, std::variant<double, std::string>>;
+struct Fact {
+  std::string name;
+  std::variant<double, std::string> value;
+
+  Fact(std::string what, std::string text) : name(std::move(what)), value(std::move(text)) {}
+  template <typename Number>
+  requires std::is_arithmetic_v<Number> Fact(std::string what, Number number)
+      : name(std::move(what)), value(static_cast<double>(number)) {}
+};
 
 struct Finding {
   FindingCode code;
-  std::size_t spec = 0;              // index of the spec concerned
-  std::optional<std::size_t> other;  // index of the second one, where there is one
-  std::string text;                  // what was found here, in figures; UTF-8
+  std::size_t spec = 0;              // its index
+  std::optional<std::size_t> other;  // index of the second spec, if any
+  std::string text;                  // the finding in figures; UTF-8
   std::vector<Fact> facts;           // the figures of the text
-  std::string remedy{};              // in place of the code's
+  std::string remedy{};              // replaces the code's
 };
 
-// Hears how many of how many steps are done.
+// Called with the number of steps done.
 using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
-// In the order of the specs, those about two specs last. `window` may be null.
+// In the order of the specs; findings about two specs come last. `window` may be null.
 [[nodiscard]] std::vector<Finding> Lint(const std::vector<LintSpec>& specs,
                                         const WindowPicture* window = nullptr, const Progress& progress = {});
 

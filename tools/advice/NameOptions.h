@@ -1,4 +1,4 @@
-// What follows the first ':' of a spec's name, as the worker will read it.
+// The options after the first ':' of a spec's name, as the worker reads them.
 //
 // Threading: pure functions.
 #pragma once
@@ -9,15 +9,15 @@
 namespace quillmark::advice {
 
 struct NameOptions {
-  std::wstring base;                // the name before them
-  std::vector<std::wstring> words;  // each as it was written
-  bool suffix = false;              // one upper-case suffix that the worker knows, its only word
+  std::wstring base;                // the name before the options
+  std::vector<std::wstring> words;  // as written
+  bool suffix = false;              // its only word is an upper-case suffix that the worker knows
 };
 
 [[nodiscard]] NameOptions ReadNameOptions(const std::wstring& name);
 [[nodiscard]] std::wstring Joined(const std::wstring& base, const std::vector<std::wstring>& words);
 
-// A to Z made small, as the worker does before it compares words.
+// A to Z in lower case, as the worker compares words.
 [[nodiscard]] std::wstring Lowered(std::wstring text);
 
 }  // namespace quillmark::advice

@@ -12,10 +12,16 @@
 
 namespace quillmark::advice {
 
+TemplateSpec BoundTo(cv::Size screenshot, TemplateSpec spec, double scale, bool hasRegion) {
+  spec.targetRect = {0, 0, screenshot.width, screenshot.height};
+  spec.targetScaleX = spec.targetScaleY = scale;
+  spec.targetValid = true;
+  if (!hasRegion) spec.roi = cv::Rect(0, 0, kAnySize, kAnySize);
+  return spec;
+}
+
 Probe ProbeOn(const cv::Mat& bgr, const TemplateSpec& spec) {
-  TemplateSpec bound = spec;
-  bound.targetRect = {0, 0, bgr.cols, bgr.rows};
-  bound.roi = cv::Rect(cv::Point(), bgr.size());
+  const TemplateSpec bound = BoundTo(bgr.size(), spec, 1.0, false);
   cv::Mat bgra;
   cv::cvtColor(bgr, bgra, cv::COLOR_BGR2BGRA);
   FrameImages images;
@@ -24,10 +30,8 @@ Probe ProbeOn(const cv::Mat& bgr, const TemplateSpec& spec) {
 }
 
 Probe ProbeOn(ROIUnit unit, const TemplateSpec& spec) {
-  Probe probe;
-  probe.unit = std::move(unit);
-  probe.verdict = explain::ThoroughVerdict(probe.unit, spec);
-  return probe;
+  Verdict verdict = explain::ThoroughVerdict(unit, spec);
+  return {std::move(unit), std::move(verdict)};
 }
 
 std::string RefusalText(const Probe& probe, const TemplateSpec& spec) {

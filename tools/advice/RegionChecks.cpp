@@ -5,53 +5,39 @@
 #include "core/PrimarySearch.h"
 #include "core/RegionCut.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 
 namespace quillmark::advice {
 namespace {
 
-// As large as any client area may become.
-constexpr std::int32_t kAnySize = 1 << 20;
-
-std::string SizeText(int width, int height) {
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-std::string SizeText(const Rect& rect) {
-  return SizeText(rect.right - rect.left, rect.bottom - rect.top);
-}
-std::string PointText(const cv::Point& point) {
-  return std::to_string(point.x) + "," + std::to_string(point.y);
-}
-
-std::vector<Fact> SizeFacts(const Rect& region, const cv::Size& tmpl) {
-  return {{"width", static_cast<double>(region.right - region.left)},
-          {"height", static_cast<double>(region.bottom - region.top)},
-          {"templateWidth", static_cast<double>(tmpl.width)},
-          {"templateHeight", static_cast<double>(tmpl.height)}};
+std::vector<Fact> SizeFacts(const cv::Size& region, const cv::Size& tmpl) {
+  return {{"width", region.width},
+          {"height", region.height},
+          {"templateWidth", tmpl.width},
+          {"templateHeight", tmpl.height}};
 }
 
 // False when nothing can be compared.
 bool CheckPlace(const RegionOnFrame& place, const TemplateSpec& spec, FindingList& list) {
   const cv::Size& tmpl = place.tmplSize;
   if (IsEmpty(place.region)) {
-    list.Add(FindingCode::RegionOutside, "nothing of it lies inside");
+    list.Add(FindingCode::RegionOutside, "no part of it is inside");
     return false;
   }
-  const std::string sizes =
-      "region " + SizeText(place.region) + ", template " + SizeText(tmpl.width, tmpl.height);
+  const cv::Size left = ToCv(place.region).size();
+  const std::string sizes = "region " + SizeText(left) + ", template " + SizeText(tmpl);
   if (!place.HoldsTemplate()) {
-    list.Add(FindingCode::RegionTooSmall, sizes, SizeFacts(place.region, tmpl));
+    list.Add(FindingCode::RegionTooSmall, sizes, SizeFacts(left, tmpl));
     return false;
   }
   const cv::Size whole =
       SizeOnDesktop(spec.roi.size(), EffectiveScale(spec.targetScaleX), EffectiveScale(spec.targetScaleY));
-  const cv::Size left(place.region.right - place.region.left, place.region.bottom - place.region.top);
   if (left != whole) {
-    list.Add(FindingCode::RegionCut,
-             SizeText(place.region) + " is left of " + SizeText(whole.width, whole.height),
-             SizeFacts(place.region, tmpl));
+    list.Add(FindingCode::RegionCut, SizeText(left) + " remains of " + SizeText(whole),
+             SizeFacts(left, tmpl));
   }
   if (left.width == tmpl.width || left.height == tmpl.height) {
-    list.Add(FindingCode::RegionTight, sizes, SizeFacts(place.region, tmpl));
+    list.Add(FindingCode::RegionTight, sizes, SizeFacts(left, tmpl));
   }
   return true;
 }
@@ -72,15 +58,11 @@ void CheckSecond(const ROIUnit& unit, const TemplateSpec& spec, const Verdict& b
   const Placement& second = *map->second;
   if (second.dist > AcceptedDifference(best, spec)) return;
   const Probe probe = ProbeOn(PartOf(unit, cv::Rect(second.loc, spec.tmplGray.size())), spec);
-  const cv::Point first = best.loc;
   std::string text = "difference " + Digits(second.dist) + " at " + PointText(second.loc) +
-                     " of the region, " + Digits(best.dist) + " at " + PointText(first);
-  std::vector<Fact> facts{{"difference", best.dist},
-                          {"x", static_cast<double>(first.x)},
-                          {"y", static_cast<double>(first.y)},
-                          {"secondDifference", second.dist},
-                          {"secondX", static_cast<double>(second.loc.x)},
-                          {"secondY", static_cast<double>(second.loc.y)}};
+                     " of the region, " + Digits(best.dist) + " at " + PointText(best.loc);
+  std::vector<Fact> facts{{"difference", best.dist}, {"x", best.loc.x},
+                          {"y", best.loc.y},         {"secondDifference", second.dist},
+                          {"secondX", second.loc.x}, {"secondY", second.loc.y}};
   if (probe.verdict.Accepted()) {
     list.Add(FindingCode::SecondAccepted, std::move(text), std::move(facts));
     return;
@@ -90,8 +72,8 @@ void CheckSecond(const ROIUnit& unit, const TemplateSpec& spec, const Verdict& b
   list.Add(FindingCode::SecondClose, text + "; rejected by " + refusal, std::move(facts));
 }
 
-void CheckSight(const WindowPicture& window, const RegionOnFrame& place, const TemplateSpec& spec,
-                const explain::Progress& progress, FindingList& list) {
+void CheckOnWindow(const WindowPicture& window, const RegionOnFrame& place, const TemplateSpec& spec,
+                   const explain::Progress& progress, FindingList& list) {
   FrameImages images;
   ConvertFrame(window.bgra, NeedsHsv(spec), images);
   progress(1);
@@ -109,21 +91,14 @@ void CheckSight(const WindowPicture& window, const RegionOnFrame& place, const T
 
 void CheckRegion(const Subject& subject, const WindowPicture* window, const explain::Progress& progress,
                  FindingList& list) {
-  TemplateSpec spec = subject.spec;
-  spec.targetRect = {0, 0, kAnySize, kAnySize};
-  if (window != nullptr) {
-    spec.targetRect = {0, 0, window->bgra.cols, window->bgra.rows};
-    spec.targetScaleX = spec.targetScaleY = window->scale;
-    if (!subject.given.hasRegion) spec.roi = cv::Rect(0, 0, kAnySize, kAnySize);
-  }
-  if (window == nullptr && !subject.given.hasRegion) return;
+  const bool hasRegion = subject.given.hasRegion;
+  if (window == nullptr && !hasRegion) return;
+  const TemplateSpec spec = window == nullptr
+                                ? BoundTo({kAnySize, kAnySize}, subject.spec, 1.0, hasRegion)
+                                : BoundTo(window->bgra.size(), subject.spec, window->scale, hasRegion);
   const RegionOnFrame place = PlaceRegion(spec, spec.targetRect);
-  if (subject.given.hasRegion) {
-    if (!CheckPlace(place, spec, list)) return;
-  } else if (!place.HoldsTemplate()) {
-    return;
-  }
-  if (window != nullptr) CheckSight(*window, place, spec, progress, list);
+  if (hasRegion ? !CheckPlace(place, spec, list) : !place.HoldsTemplate()) return;
+  if (window != nullptr) CheckOnWindow(*window, place, spec, progress, list);
 }
 
 }  // namespace quillmark::advice

@@ -11,17 +11,6 @@
 namespace quillmark::advice {
 namespace {
 
-// As large as any picture.
-constexpr std::int32_t kAnySize = 1 << 20;
-
-TemplateSpec BoundTo(const cv::Mat& picture, TemplateSpec spec, const TuneInput& input) {
-  spec.targetRect = {0, 0, picture.cols, picture.rows};
-  spec.targetScaleX = spec.targetScaleY = input.scale;
-  spec.targetValid = true;
-  if (!input.hasRegion) spec.roi = cv::Rect(0, 0, kAnySize, kAnySize);
-  return spec;
-}
-
 Sample SampleOf(const FrameImages& images, const TemplateSpec& spec) {
   Sample sample;
   const RegionOnFrame place = PlaceRegion(spec, spec.targetRect);
@@ -44,8 +33,8 @@ Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs,
   Decisions decisions;
   decisions.bySpec.resize(specs.size());
   const bool needsHsv = std::ranges::any_of(specs, NeedsHsv);
-  const std::size_t steps = specs.size() + 1;  // of one picture
-  const auto tell = [&](std::size_t picture, std::size_t done) {
+  const std::size_t steps = specs.size() + 1;  // per picture
+  const auto report = [&](std::size_t picture, std::size_t done) {
     if (progress) progress(picture * steps + done, input.pictures.size() * steps);
   };
   FrameImages images;
@@ -56,16 +45,16 @@ Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs,
       decisions.unused.push_back({i, std::move(file.fault), file.isImage});
     } else {
       ConvertFrame(file.bgra, needsHsv, images);
-      tell(i, 1);
+      report(i, 1);
       for (std::size_t j = 0; j < specs.size(); ++j) {
-        Sample sample = SampleOf(images, BoundTo(file.bgra, specs[j], input));
+        Sample sample = SampleOf(images, BoundTo(file.bgra.size(), specs[j], input.scale, input.hasRegion));
         sample.picture = i;
         sample.positive = picture.positive;
         decisions.bySpec[j].push_back(std::move(sample));
-        tell(i, j + 2);
+        report(i, j + 2);
       }
     }
-    tell(i, steps);
+    report(i, steps);
   }
   return decisions;
 }

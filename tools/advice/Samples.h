@@ -1,4 +1,4 @@
-// The pictures of a tuning, each decided for one or more specs by the worker's evaluation.
+// Screenshots decided for one or more specs by the worker's evaluation.
 //
 // Threading: callable from any thread.
 #pragma once
@@ -16,23 +16,22 @@ namespace quillmark::advice {
 
 struct TunePicture {
   std::wstring path;
-  bool positive = false;  // shows what the spec looks for
+  bool positive = false;  // shows the object
 };
 
 struct TuneInput {
   explain::SpecRequest spec;
-  bool hasRegion = false;  // the pictures show the client area, else the region alone
-  double scale = 1.0;      // pixels of them for one of the template
+  bool hasRegion = false;  // the pictures show the client area, otherwise only the region
+  double scale = 1.0;      // their pixels per template pixel
   std::vector<TunePicture> pictures;
 };
 
-// One picture's decision for one spec.
 struct Sample {
   std::size_t picture = 0;
   bool positive = false;
   std::optional<explain::Reason> reason;  // none: a hit
   Verdict verdict;                        // of every step
-  std::vector<explain::Step> steps;       // of the comparison; none when it did not come to that
+  std::vector<explain::Step> steps;       // of the comparison; empty if there was none
 
   [[nodiscard]] bool IsHit() const { return !reason; }
   [[nodiscard]] bool IsRight() const { return IsHit() == positive; }
@@ -50,7 +49,7 @@ struct Decisions {
   std::vector<UnusedPicture> unused;
 };
 
-// Reads each picture once. The specs are prepared.
+// Reads each picture once. `specs` are prepared.
 [[nodiscard]] Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs,
                                const Progress& progress);
 

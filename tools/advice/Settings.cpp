@@ -16,9 +16,9 @@
 namespace quillmark::advice {
 namespace {
 
-// Differences and scores change places in the threshold here.
+// A threshold above this is a minimum score.
 constexpr double kHalf = 0.5;
-// Smaller differences have to be asked for by a minimum score.
+// Smaller differences need a minimum score.
 double SmallestDifferenceLimit(const TemplateSpec& spec) {
   TemplateSpec strictest = spec;
   strictest.maxDiff = 0.0;
@@ -35,7 +35,7 @@ bool IsInterval(const std::wstring& word) {
   return Lowered(word).starts_with(L"ms") || Lowered(word).starts_with(L"fps");
 }
 
-// The words that choose neither mode nor limits; none for a suffix that words cannot say.
+// The words that set neither mode nor limits; none for a suffix that has no equivalent.
 std::optional<std::vector<std::wstring>> OtherWords(const explain::SpecRequest& from) {
   const NameOptions options = ReadNameOptions(from.name);
   const TemplateSpec spec = SpecOf(from);
@@ -58,7 +58,7 @@ bool InMiddleHalf(double limit, const Separation& range) {
   return std::abs(limit - range.Middle()) <= range.Margin() / 2.0;
 }
 
-// By the least score where a hue mode would lift the difference, by sq= behind a preset that would move it.
+// Uses a minimum score where a hue mode would raise the difference, sq= after a preset that would change it.
 void SetDifference(explain::SpecRequest& request, double difference) {
   NameOptions options = ReadNameOptions(request.name);
   if (!options.suffix) std::erase_if(options.words, IsDifferenceWord);
@@ -80,8 +80,8 @@ std::string RemarkOn(const explain::SpecRequest& request, const explain::SpecReq
   std::string remark;
   if (then.colorGate && !now.colorGate) remark = "strict: grey values and edges no longer decide";
   if (then.intervalMs != now.intervalMs) {
-    remark += (remark.empty() ? "" : "; ") + std::string("looked for once in ") +
-              std::to_string(then.intervalMs) + " ms, unless ms or fps stands before";
+    remark += (remark.empty() ? "" : "; ") + std::string("due once in ") + std::to_string(then.intervalMs) +
+              " ms, unless ms or fps comes before";
   }
   return remark;
 }

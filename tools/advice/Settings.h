@@ -1,5 +1,5 @@
-// What a controller can set to move the worker's decision: the threshold, the least edge correlation and the
-// words of the name.
+// What a controller can set to change the decision: the threshold, the minimum edge correlation and the
+// options in the name.
 //
 // Threading: pure functions.
 #pragma once
@@ -13,24 +13,23 @@
 
 namespace quillmark::advice {
 
-// One way to set up the spec.
 struct Setting {
   explain::SpecRequest request;
-  std::vector<std::string> changes;  // against the spec as it is: "--threshold 0.06"
-  double difference = 0.0;           // the limit it brings
+  std::vector<std::string> changes;  // to the current spec: "--threshold 0.06"
+  double difference = 0.0;           // the resulting limit
   std::optional<double> edgeMin;
-  std::string remark;  // what else comes with it; may be empty
+  std::string remark;  // side effects; may be empty
 };
-// The request with limits from the middle of the ranges; a difference in force that lies in their middle half
-// stays. `from` is the spec as it was given.
+// The request with limits from the middle of the ranges. A current difference in their middle half is kept.
+// `from` is the spec as given.
 [[nodiscard]] Setting SettingFor(const explain::SpecRequest& variant, const explain::SpecRequest& from,
                                  const LimitRanges& ranges);
 
-// The request in every other mode, with and without the colour gate of `strict`; its interval and monitor
-// stay. None when its name has a suffix that goes with nothing else.
+// The request in every other mode, with and without `strict`; interval and monitor stay the same. Empty when
+// the name has a suffix that cannot be combined.
 [[nodiscard]] std::vector<explain::SpecRequest> OtherModes(const explain::SpecRequest& from);
 
-// The spec of a request, with its options, without its image.
+// The spec of a request with its options, without the image.
 [[nodiscard]] TemplateSpec SpecOf(const explain::SpecRequest& request);
 
 }  // namespace quillmark::advice

@@ -7,21 +7,22 @@
 #include "core/ImageFigures.h"
 #include "core/Matcher.h"
 #include "text/Numbers.h"
+#include "text/Places.h"
 
 namespace quillmark::advice {
 namespace {
 
-// Below this share a template is hardly red.
+// A smaller share of red pixels is hardly red.
 constexpr double kHardlyRed = 0.02;
 
-// How far off a plain place's level may be for a template whose mean squared difference is compared.
+// How far the level of a plain place may be off; for templates compared by their mean squared difference.
 std::string ReachText(const TemplateSpec& spec, const Verdict& v, const MeanAndStdDev& levels) {
   if (spec.mode != MatchMode::Gray || levels.stdDev >= kFlatStdDev) return {};
   const double reach = 255.0 * std::sqrt(std::max(AcceptedDifference(v, spec), 0.0));
   return "; plain places up to " + Digits(reach, 2) + " levels away are hits";
 }
 
-// Templates that are too plain for their structure to be compared; the hue modes compare none anyway.
+// Templates too plain to compare their structure.
 void CheckDetail(const TemplateSpec& spec, const Verdict& v, FindingList& list) {
   const MeanAndStdDev levels = LevelsOf(spec.tmplGray);
   const std::vector<Fact> facts{
@@ -64,8 +65,7 @@ void CheckTemplate(const Subject& subject, const Probe& own, FindingList& list) 
     list.Add(FindingCode::NeverOnItself, "rejected by " + refusal, {{"refusal", refusal}});
   }
   if (v.traits.tiny) {
-    list.Add(FindingCode::Tiny, std::to_string(v.tw) + " x " + std::to_string(v.th) + " pixels",
-             {{"width", static_cast<double>(v.tw)}, {"height", static_cast<double>(v.th)}});
+    list.Add(FindingCode::Tiny, SizeText({v.tw, v.th}) + " pixels", {{"width", v.tw}, {"height", v.th}});
   }
   if (!IsHueMode(spec.mode)) {
     CheckDetail(spec, v, list);

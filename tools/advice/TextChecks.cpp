@@ -12,7 +12,7 @@
 namespace quillmark::advice {
 namespace {
 
-// Units of the command's fields, and of the name in a hit.
+// Maximum UTF-16 units of the command's fields, and of the name in a hit.
 constexpr std::size_t kTargetUnits = 16, kNameUnits = 32, kPathUnits = 64, kHitNameUnits = 31;
 
 bool IsLetter(wchar_t unit) {
@@ -29,13 +29,12 @@ std::string Quoted(const std::wstring& text) {
   return "'" + Printable(text) + "'";
 }
 
-void CheckLength(const char* field, const std::wstring& text, std::size_t most, FindingList& list) {
-  if (text.size() <= most) return;
-  list.Add(
-      FindingCode::TooLong,
-      std::string(field) + " has " + std::to_string(text.size()) + " UTF-16 units; at most " +
-          std::to_string(most) + " fit",
-      {{"field", field}, {"units", static_cast<double>(text.size())}, {"most", static_cast<double>(most)}});
+void CheckLength(const char* field, const std::wstring& text, std::size_t max, FindingList& list) {
+  if (text.size() <= max) return;
+  list.Add(FindingCode::TooLong,
+           std::string(field) + " has " + std::to_string(text.size()) + " UTF-16 units; at most " +
+               std::to_string(max) + " fit",
+           {{"field", field}, {"units", text.size()}, {"most", max}});
 }
 
 void CheckLengths(const LintSpec& given, FindingList& list) {
@@ -47,7 +46,7 @@ void CheckLengths(const LintSpec& given, FindingList& list) {
   CheckLength("name without options", request.name.substr(0, request.name.find(L':')), kHitNameUnits, list);
 }
 
-// A record with values that every option changes.
+// A record in which every option changes something.
 TemplateSpec OddRecord() {
   TemplateSpec record;
   record.mode = static_cast<MatchMode>(-1);
@@ -63,7 +62,7 @@ bool SameSettings(const TemplateSpec& a, const TemplateSpec& b) {
          a.redHint == b.redHint;
 }
 
-// Whether the worker does anything at all at this word.
+// Whether the word has any effect.
 bool HasMeaning(const std::wstring& word, bool suffix) {
   TemplateSpec record = OddRecord();
   record.name = L"x:" + word;
@@ -72,15 +71,15 @@ bool HasMeaning(const std::wstring& word, bool suffix) {
   return !SameSettings(record, OddRecord());
 }
 
-// How a word was probably meant; empty when nobody can know.
+// What the word was probably meant to be; empty if unknown.
 std::string HintFor(const std::wstring& word) {
   const std::wstring lowered = Lowered(word);
   for (const wchar_t* mode : {L"gray", L"bgr", L"s", L"h", L"hs"}) {
     if (lowered == mode) return "write mode=" + WellFormed(mode);
   }
   const auto begins = [&](const wchar_t* text) { return lowered.starts_with(text); };
-  if (begins(L"ms") || begins(L"fps")) return "write the number directly behind it, as in ms150";
-  if (begins(L"sq")) return "write sq= and a number between 0 and 1, both excluded, with a point";
+  if (begins(L"ms") || begins(L"fps")) return "write the number directly after it, as in ms150";
+  if (begins(L"sq")) return "write sq= and a number above 0 and below 1, with a decimal point";
   if (begins(L"mode")) return "the modes are gray, bgr, s, h and hs";
   if (begins(L"mon")) return "write mon=primary, or mon= and a number from 1";
   return {};
@@ -90,13 +89,13 @@ void CheckMeaning(const NameOptions& options, FindingList& list) {
   for (const std::wstring& word : options.words) {
     if (HasMeaning(word, options.suffix)) continue;
     std::string hint = HintFor(word);
-    if (options.suffix) hint = "behind MS stands a number of two digits or more, behind FPS one from 1";
+    if (options.suffix) hint = "MS needs a number of at least two digits, FPS one of at least 1";
     list.Add(FindingCode::OptionIgnored, Quoted(word) + " is ignored" + (hint.empty() ? "" : "; " + hint),
              {{"word", WellFormed(word)}});
   }
 }
 
-// What the words make of a record, in this order.
+// The record with these options applied.
 TemplateSpec Applied(const TemplateSpec& record, const std::vector<std::wstring>& words) {
   TemplateSpec result = record;
   result.name = Joined(L"x", words);
@@ -104,8 +103,8 @@ TemplateSpec Applied(const TemplateSpec& record, const std::vector<std::wstring>
   return result;
 }
 
-// Words that still change something when said once more at the end have lost to a later one. The presets are
-// meant to be refined by later words.
+// A word that changes something when repeated at the end was overridden by a later one. Presets are meant to
+// be refined by later words.
 void CheckOverridden(const LintSpec& given, const NameOptions& options, FindingList& list) {
   if (options.suffix || options.words.empty()) return;
   const explain::SpecRequest& request = given.request;
@@ -116,19 +115,19 @@ void CheckOverridden(const LintSpec& given, const NameOptions& options, FindingL
     std::vector<std::wstring> again = options.words;
     again.push_back(word);
     if (SameSettings(Applied(before, again), after)) continue;
-    list.Add(FindingCode::OptionOverridden, Quoted(word) + " is taken back by a later option",
+    list.Add(FindingCode::OptionOverridden, Quoted(word) + " is overridden by a later option",
              {{"word", WellFormed(word)}});
   }
   const bool isDifference = request.threshold >= 0.0f && request.threshold <= 0.5f;
   if (isDifference && after.maxDiff != before.maxDiff) {
     list.Add(FindingCode::OptionOverridden,
-             "the threshold's difference of " + Digits(before.maxDiff) + " becomes " + Digits(after.maxDiff) +
-                 " by the options",
+             "the options change the threshold's difference from " + Digits(before.maxDiff) + " to " +
+                 Digits(after.maxDiff),
              {{"threshold", before.maxDiff}, {"difference", after.maxDiff}});
   }
 }
 
-// Whether the three letters at `at` are a word by themselves: "red-button", "RedButton", "button_red".
+// Whether the three letters at `at` are a separate word: "red-button", "RedButton", "button_red".
 bool IsWord(const std::wstring& text, std::size_t at) {
   const std::size_t end = at + 3;
   const bool begins = at == 0 || !IsLetter(text[at - 1]) || (IsSmall(text[at - 1]) && IsCapital(text[at]));
@@ -141,7 +140,7 @@ void CheckRed(const LintSpec& given, FindingList& list) {
   TemplateSpec record;
   record.name = given.request.name;
   ApplyNameSuffix(record);
-  if (record.redHint) return;  // asked for by the suffix
+  if (record.redHint) return;  // the suffix asks for it
   const std::wstring lowered = Lowered(record.name);
   std::size_t at = lowered.find(L"red");
   const std::size_t first = at;
@@ -150,7 +149,7 @@ void CheckRed(const LintSpec& given, FindingList& list) {
   }
   if (first == std::wstring::npos) return;
   list.Add(FindingCode::RedInName, "red handling is on because of " + Quoted(record.name),
-           {{"position", static_cast<double>(first)}});
+           {{"position", first}});
 }
 
 void CheckName(const LintSpec& given, FindingList& list) {
@@ -170,7 +169,7 @@ void CheckTarget(const std::wstring& target, FindingList& list) {
   }
   const bool program = target.size() > 4 && (target.ends_with(L".exe") || target.ends_with(L".EXE"));
   if (!program && Lowered(target).ends_with(L".exe")) {
-    list.Add(FindingCode::TargetExeCase, Quoted(target) + " is looked for in the titles of windows");
+    list.Add(FindingCode::TargetExeCase, Quoted(target) + " is searched for in window titles");
   }
 }
 

@@ -12,7 +12,7 @@ namespace {
 using explain::StepOutcome;
 
 constexpr std::size_t kNameUnits = 32;
-constexpr char kOnlySeemed[] = "the limits that seemed to do decide a picture wrong";
+constexpr char kOnlySeemed[] = "the limits found decide a picture wrongly";
 
 FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& reports) {
   const auto known = std::ranges::find(reports, step.id, &FigureReport::id);
@@ -36,8 +36,8 @@ void AddFigure(const explain::Step& step, bool positive, std::vector<FigureRepor
   report.highLimit = std::max(report.highLimit, gate.limit.Value());
   (positive ? report.positives : report.negatives).push_back(gate.figure);
   const double margin = positive ? gate.Margin() : -gate.Margin();
-  std::optional<double>& least = positive ? report.positiveMargin : report.negativeMargin;
-  least = least ? std::min(*least, margin) : margin;
+  std::optional<double>& min = positive ? report.positiveMargin : report.negativeMargin;
+  min = min ? std::min(*min, margin) : margin;
 }
 
 std::vector<FigureReport> FiguresOf(const Samples& samples) {
@@ -57,7 +57,7 @@ bool AllRight(const Samples& samples) {
   return std::ranges::all_of(samples, &Sample::IsRight);
 }
 
-// Wide where the ranges are wide, whatever the figures' size.
+// Wide ranges are wide, whatever the size of the figures.
 double Width(const Proposal& proposal) {
   const Separation& range = proposal.ranges.difference;
   double width = range.high > 0.0 ? (range.high - range.low) / range.high : 0.0;
@@ -72,7 +72,7 @@ class Tuning {
   TuneReport Run() {
     const explain::Explanation prepared = explain::PrepareExplanation(input.spec);
     if (prepared.reason) {
-      report.refused = prepared.reason;
+      report.rejectedImage = prepared.reason;
       report.remark = prepared.steps.back().remark;
       return std::move(report);
     }
@@ -113,7 +113,7 @@ class Tuning {
     report.proposals.push_back({std::move(setting), ranges, tooLong});
   }
 
-  // The template as it was prepared, with another request's settings.
+  // The prepared template with another request's settings.
   [[nodiscard]] TemplateSpec Prepared(const explain::SpecRequest& request) const {
     TemplateSpec spec = image;
     const TemplateSpec settings = SpecOf(request);
@@ -148,7 +148,7 @@ class Tuning {
     }
   }
 
-  // Keeps the proposals with which the worker decides every picture right.
+  // Keeps the proposals with which the worker decides every picture correctly.
   void Verify() {
     if (report.proposals.empty()) return;
     std::vector<explain::SpecRequest> requests;

@@ -1,10 +1,9 @@
-// Shows how a spec decides pictures of which is known what they show, by which figures they could be told
-// apart, and what settings would do it.
+// Shows how a spec decides known positives and negatives, which figures separate them, and which settings
+// would.
 //
-// Strategy: the worker's evaluation decides every picture to its last step; limits are sought in its figures
-// and proposed only after the worker's evaluation has decided all pictures with them. Other modes are tried
-// when no limits of the spec's own mode will do.
-// Threading: callable from any thread.
+// Strategy: the worker's evaluation decides every picture to the last step. Limits are searched in its
+// figures and proposed only if the evaluation then decides all pictures correctly. If no limits of the spec's
+// own mode work, the other modes are tried. Threading: callable from any thread.
 #pragma once
 
 #include <optional>
@@ -17,16 +16,16 @@
 
 namespace quillmark::advice {
 
-// One figure over all pictures that came to it.
+// One figure over all pictures that have it.
 struct FigureReport {
   std::string id, title, measures;  // of the step
   Bound bound = Bound::AtMost;
-  bool canBeSet = false;                   // whether a controller can move its limit
-  bool hasSay = false;                     // whether it can refuse here
-  double lowLimit = 0.0, highLimit = 0.0;  // in force; they differ where the limit depends on the picture
+  bool canBeSet = false;                   // whether a controller can set its limit
+  bool hasSay = false;                     // whether it can reject here
+  double lowLimit = 0.0, highLimit = 0.0;  // in force; different if the limit depends on the picture
   std::vector<double> positives, negatives;
-  // How far inside their limits the positives lie at least, and how far outside the negatives; below 0 one of
-  // them lies on the wrong side. None without any.
+  // How far inside their limits the positives are at least, and how far outside the negatives; below 0 if one
+  // is on the wrong side. None without any.
   std::optional<double> positiveMargin, negativeMargin;
   std::optional<Separation> separation;
 };
@@ -34,27 +33,27 @@ struct FigureReport {
 struct Proposal {
   Setting setting;
   LimitRanges ranges;
-  bool tooLong = false;  // the name has more units than its field
+  bool tooLong = false;  // the name does not fit its field
 };
 
 struct RejectedMode {
-  std::string name;  // of the spec, with the words that choose it
+  std::string name;  // of the spec, with options
   std::string obstacle;
 };
 
 struct TuneReport {
-  std::optional<explain::Reason> refused;  // why the template is of no use; nothing else is set then
+  std::optional<explain::Reason> rejectedImage;  // why the template cannot be used; then nothing else is set
   std::string remark;
-  Samples samples;  // decided by the spec as it is
+  Samples samples;  // decided by the current spec
   std::vector<UnusedPicture> unused;
   std::vector<FigureReport> figures;
-  bool right = false;                  // every picture is decided right by the spec as it is
-  std::string obstacle;                // why no limits of its own mode will do; empty where some do
-  std::vector<Proposal> proposals;     // the surest first; for a spec that is right, limits with more room
-  std::vector<RejectedMode> rejected;  // other modes that were tried in vain
+  bool right = false;                  // the current spec decides every picture correctly
+  std::string obstacle;                // why no limits of its own mode work; empty if some do
+  std::vector<Proposal> proposals;     // best first; for a spec that is right, limits with more room
+  std::vector<RejectedMode> rejected;  // other modes that did not work
 };
 
-// Raises cv::Exception for want of memory.
+// Raises cv::Exception when memory runs out.
 [[nodiscard]] TuneReport Tune(const TuneInput& input, const Progress& progress = {});
 
 }  // namespace quillmark::advice

@@ -1,5 +1,4 @@
-#include "advice/TuneJson.h"
-
+#include "advice/TuneReports.h"
 #include "text/Printable.h"
 
 namespace quillmark::advice {

@@ -1,10 +1,9 @@
-#include "advice/TuneText.h"
-
 #include <algorithm>
 #include <map>
 #include <string_view>
 #include <utility>
 
+#include "advice/TuneReports.h"
 #include "text/Numbers.h"
 #include "text/Wrapping.h"
 
@@ -13,7 +12,7 @@ namespace {
 
 using explain::Paint;
 
-// Of the histograms: parts, and the column they begin in.
+// Parts of a histogram, and the column where it begins.
 constexpr std::size_t kBins = 50, kBarsAt = 13;
 
 std::string Padded(std::string text, std::size_t width) {
@@ -27,10 +26,9 @@ std::string RightAligned(const std::string& text, std::size_t width) {
 // A bar for each count, four levels high.
 std::string Bars(const std::vector<std::size_t>& counts) {
   constexpr std::string_view levels = ".:+#";
-  const std::size_t most = std::max<std::size_t>(std::ranges::max(counts), 1);
+  const std::size_t max = std::max<std::size_t>(std::ranges::max(counts), 1);
   std::string bars;
-  for (const std::size_t count : counts)
-    bars += count == 0 ? ' ' : levels[(count * levels.size() - 1) / most];
+  for (const std::size_t count : counts) bars += count == 0 ? ' ' : levels[(count * levels.size() - 1) / max];
   return bars;
 }
 
@@ -52,7 +50,7 @@ class Report {
 
  private:
   void Line(const std::string& line = {}) { text += line + '\n'; }
-  // Begun with so many blanks on each of its lines.
+  // Indents every line.
   void Prose(std::size_t indent, const std::string& line) {
     Line(std::string(indent, ' ') + Wrapped(line, indent, width));
   }
@@ -102,12 +100,12 @@ class Report {
     AddHistogram(figure);
     if (figure.positives.empty() || figure.negatives.empty()) return;
     if (!figure.separation) {
-      Line("  No limit tells them apart.");
+      Line("  No limit separates them.");
       return;
     }
     const Separation& s = *figure.separation;
     Line("  Limits between " + Digits(s.low) + " and " + Digits(s.high) +
-         " tell them apart; the middle leaves " + Digits(s.Margin()) + ".");
+         " separate them; the middle leaves " + Digits(s.Margin()) + ".");
   }
 
   void AddRow(const char* name, const std::vector<double>& values, const std::optional<double>& margin) {
@@ -143,22 +141,22 @@ class Report {
   void AddAnswer() {
     Line();
     if (report.right) {
-      Line(painted(Paint::Good, "Every picture is decided right."));
-      if (!report.proposals.empty()) Line("With more room between them:");
+      Line(painted(Paint::Good, "Every picture is decided correctly."));
+      if (!report.proposals.empty()) Line("With more room:");
     }
     if (!report.obstacle.empty()) {
       const std::string why =
-          "No limits of the spec's own mode tell the pictures apart: " + report.obstacle + ".";
+          "No limits of the spec's own mode separate the pictures: " + report.obstacle + ".";
       Line(painted(Paint::Bad, Wrapped(why, 0, width)));
     }
     if (!report.right && !report.proposals.empty()) {
-      Line("Tried on all pictures, and every one is decided right:");
+      Line("These settings decide every picture correctly:");
     }
     for (const Proposal& proposal : report.proposals) AddProposal(proposal);
-    if (!report.rejected.empty()) Line("Tried in vain:");
+    if (!report.rejected.empty()) Line("Tried without success:");
     for (const RejectedMode& mode : report.rejected) Prose(2, mode.name + ": " + mode.obstacle);
     if (!report.right && report.obstacle.empty() && report.proposals.empty()) {
-      Line("To find limits, tune needs positives and negatives that can be compared.");
+      Line("To find limits, tune needs both positives and negatives that can be compared.");
     }
   }
 
@@ -170,14 +168,14 @@ class Report {
     const Separation& range = proposal.ranges.difference;
     Prose(6, "difference at most " + Digits(setting.difference) + ": positives reach " + Digits(range.low) +
                  (proposal.ranges.bounded ? ", negatives begin at " + Digits(range.high)
-                                          : ", no negative bounds it"));
+                                          : ", no negative limits it"));
     if (setting.edgeMin) {
       const Separation& edges = *proposal.ranges.edgeMin;
-      Prose(6, "edge correlation asked for, at least " + Digits(*setting.edgeMin) + ": between " +
-                   Digits(edges.low) + " and " + Digits(edges.high) + " tells them apart");
+      Prose(6, "edge correlation at least " + Digits(*setting.edgeMin) + ": between " + Digits(edges.low) +
+                   " and " + Digits(edges.high) + " separates them");
     }
     if (!setting.remark.empty()) Prose(6, setting.remark);
-    if (proposal.tooLong) Line("      the name is too long: it needs 32 UTF-16 units or fewer");
+    if (proposal.tooLong) Line("      the name is too long: at most 32 UTF-16 units fit");
   }
 
   const TuneReport& report;

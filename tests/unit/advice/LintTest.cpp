@@ -1,4 +1,4 @@
-// What lint says about specs that have one thing wrong each, and about one that has none.
+// What lint finds in specs with one problem each, and in one without.
 #include "advice/Lint.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +32,6 @@ cv::Mat PlainHue(int hue, cv::Size size = {40, 40}) {
   return image;
 }
 
-// What a lossy compression writes of an image.
 test::FileBytes Lossy(const cv::Mat& image, const char* extension = ".jpg") {
   constexpr int quality = 85;
   test::FileBytes file;
@@ -47,7 +46,7 @@ cv::Mat ThroughJpeg(const cv::Mat& image) {
 
 class LintTest : public ::testing::Test {
  protected:
-  // A spec without fault, which looks for `image` anywhere in a window.
+  // A spec without problems.
   LintSpec SpecFor(const cv::Mat& image, const std::wstring& name = L"button") {
     return SpecAt(folder.WriteImage(std::to_string(files++) + ".png", image), name);
   }
@@ -69,7 +68,7 @@ class LintTest : public ::testing::Test {
   const cv::Mat greyText = Label({60, 30}, "Hello", cv::Scalar::all(255), cv::Scalar::all(0));
 };
 
-TEST_F(LintTest, NamesAndTheirOptions) {
+TEST_F(LintTest, ChecksNamesAndOptions) {
   const std::pair<Ids, std::vector<const wchar_t*>> cases[] = {
       {{},
        {L"button", L"b:fps10:mode=bgr:mon=2:sq=0.05", L"button:BGR", L"button:MS150", L"button:fast",
@@ -92,7 +91,7 @@ TEST_F(LintTest, NamesAndTheirOptions) {
   }
 }
 
-TEST_F(LintTest, TargetsPathsAndRegions) {
+TEST_F(LintTest, ChecksTargetsPathsAndRegions) {
   const auto with = [&](auto change) {
     LintSpec spec = GoodSpec();
     change(spec.request);
@@ -118,7 +117,7 @@ TEST_F(LintTest, TargetsPathsAndRegions) {
   }
 }
 
-TEST_F(LintTest, LimitsWithoutEffectOrReason) {
+TEST_F(LintTest, ChecksLimits) {
   const struct {
     const wchar_t* name;
     Ids expected;
@@ -153,7 +152,7 @@ TEST_F(LintTest, LimitsWithoutEffectOrReason) {
   EXPECT_EQ(Found(edges), (Ids{"edge-min-without-effect", "hue-loose"}));
 }
 
-TEST_F(LintTest, TemplatesThatAreHardToTellApart) {
+TEST_F(LintTest, ChecksTemplates) {
   const cv::Mat black(40, 40, CV_8UC3, cv::Scalar());
   EXPECT_EQ(Found(SpecFor(cv::Mat(40, 40, CV_8UC3, cv::Scalar::all(252)))), Ids{"blank-white"});
   EXPECT_EQ(Found(SpecFor(black)), Ids{"flat"});
@@ -164,16 +163,16 @@ TEST_F(LintTest, TemplatesThatAreHardToTellApart) {
   EXPECT_EQ(Found(SpecFor(greyText, L"text:S")), Ids{"never-on-itself"});
   EXPECT_EQ(Found(SpecFor(greyText, L"text:RED")), (Ids{"matches-plain", "red-without-red"}));
 
-  // A line in a large plain area: few edges, but some contrast.
+  // Few edges, but some contrast.
   cv::Mat line(120, 120, CV_8UC3, cv::Scalar::all(120));
   line(cv::Rect(30, 60, 50, 1)).setTo(cv::Scalar::all(255));
   EXPECT_EQ(Found(SpecFor(line)), Ids{"low-detail"});
-  // Without its structure, thin writing differs little from its ground.
+  // Without structure checks, thin text differs little from its background.
   const cv::Mat faint = Label({60, 30}, "Hello", cv::Scalar::all(200), cv::Scalar::all(120));
   EXPECT_EQ(Found(SpecFor(faint, L"text:mode=bgr:strict")), (Ids{"matches-plain", "structure-waived"}));
 }
 
-TEST_F(LintTest, HuesThatTheHueModesConfuse) {
+TEST_F(LintTest, ChecksHues) {
   EXPECT_EQ(Found(SpecFor(PlainHue(60), L"b:H")), (Ids{"hue-loose", "hue-blind"}));
   EXPECT_EQ(Found(SpecFor(PlainHue(90), L"b:HS")), (Ids{"hue-loose", "hue-blind"}));
   EXPECT_EQ(Found(SpecFor(PlainHue(0), L"b:H")), (Ids{"never-on-itself", "hue-loose"}));
@@ -185,7 +184,7 @@ TEST_F(LintTest, HuesThatTheHueModesConfuse) {
   EXPECT_EQ(Found(strictReds), Ids{"hue-seam"});
 }
 
-TEST_F(LintTest, ImageFiles) {
+TEST_F(LintTest, ChecksImageFiles) {
   EXPECT_EQ(Found(SpecAt(folder.Write("a.jpg", Lossy(good)))), Ids{"lossy-file"});
   if (cv::haveImageWriter(".webp")) {
     EXPECT_EQ(Found(SpecAt(folder.Write("a.webp", Lossy(good, ".webp")))), Ids{"lossy-file"});
@@ -205,12 +204,12 @@ TEST_F(LintTest, ImageFiles) {
   withAlpha.at<cv::Vec4b>(5, 5)[3] = 254;
   EXPECT_EQ(Found(SpecFor(withAlpha)), Ids{"alpha-unused"});
 
-  const std::vector<Finding> refused = Lint({SpecAt(folder.Write("text.png", {'n', 'o'}))});
-  ASSERT_EQ(IdsOf(refused), Ids{"image-refused"});
-  EXPECT_EQ(std::get<std::string>(refused.front().facts.front().second), "image-format");
+  const std::vector<Finding> rejected = Lint({SpecAt(folder.Write("text.png", {'n', 'o'}))});
+  ASSERT_EQ(IdsOf(rejected), Ids{"image-refused"});
+  EXPECT_EQ(std::get<std::string>(rejected.front().facts.front().value), "image-format");
 }
 
-TEST_F(LintTest, OnAPictureOfTheWindow) {
+TEST_F(LintTest, ChecksTheSpecOnAScreenshot) {
   const auto found = [&](const cv::Mat& screen, LintSpec spec) {
     WindowPicture window;
     cv::cvtColor(screen, window.bgra, cv::COLOR_BGR2BGRA);
@@ -240,7 +239,7 @@ TEST_F(LintTest, OnAPictureOfTheWindow) {
   EXPECT_EQ(found(screen, spec), Ids{"second-close"});
 }
 
-TEST_F(LintTest, SpecsThatMeetInOneWindow) {
+TEST_F(LintTest, ChecksSpecsAgainstEachOther) {
   const auto found = [](std::vector<LintSpec> specs) { return IdsOf(Lint(specs)); };
   LintSpec a = GoodSpec(L"a"), b = GoodSpec(L"b");
   const LintSpec other = SpecFor(greyText, L"c");
@@ -248,10 +247,10 @@ TEST_F(LintTest, SpecsThatMeetInOneWindow) {
   EXPECT_EQ(found({a, b}), (Ids{"matches-other", "matches-other"}));
   EXPECT_EQ(found({a, GoodSpec(L"a:fps10")}), Ids{"same-name"});
   b.request.roi = {300, 0, 100, 100};
-  EXPECT_EQ(found({a, b}), Ids{}) << "their regions have no pixel in common";
+  EXPECT_EQ(found({a, b}), Ids{}) << "the regions do not overlap";
   b = GoodSpec(L"b");
   b.request.target = L"other";
-  EXPECT_EQ(found({a, b}), Ids{}) << "they look at other windows";
+  EXPECT_EQ(found({a, b}), Ids{}) << "the windows differ";
   b.hasTarget = b.hasRegion = b.hasName = false;
   EXPECT_EQ(found({a, b}), (Ids{"matches-other", "matches-other"}));
 }

@@ -1,4 +1,4 @@
-// Which limits tune finds between pictures of known content, and what it proposes.
+// Which limits tune finds between known positives and negatives, and what it proposes.
 #include "advice/Tune.h"
 
 #include <gmock/gmock.h>
@@ -11,8 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "advice/TuneJson.h"
-#include "advice/TuneText.h"
+#include "advice/TuneReports.h"
 #include "picture/PictureFile.h"
 #include "support/Images.h"
 #include "unit/specs/TemplateFolder.h"
@@ -49,19 +48,19 @@ class TuneTest : public ::testing::Test {
     Plant(screen, image, {40, 30});
     return screen;
   }
-  // Pictures with the icon, a little noisier each, and screens without it.
+  // Screens with the icon, each a little noisier, and screens without it.
   void AddEasyPictures() {
     for (int noise = 4; noise <= 16; noise += 4) Add(true, ScreenWith(WithNoise(random, icon, noise)));
     for (int i = 0; i < 4; ++i) Add(false, Screen(random, {160, 120}));
   }
-  // Buttons that have the icon's shape and other letters.
+  // Buttons like the icon, with other letters.
   void AddSimilarButtons() {
     for (int i = 0; i < 3; ++i) Add(false, ScreenWith(Icon(random, {48, 40}, "NO")));
   }
   const FigureReport& Figure(const TuneReport& report, const std::string& id) {
     return *std::ranges::find(report.figures, id, &FigureReport::id);
   }
-  // The spec with a proposal's settings; the report of the same pictures.
+  // The report with a proposal's settings.
   TuneReport WithProposal(const Proposal& proposal) {
     TuneInput changed = input;
     changed.spec = proposal.setting.request;
@@ -75,7 +74,7 @@ class TuneTest : public ::testing::Test {
   std::vector<std::string> files;
 };
 
-TEST_F(TuneTest, SpecThatIsRightNeedsNothingAndPicturesThatCannotBeUsedAreLeftOut) {
+TEST_F(TuneTest, CorrectSpecNeedsNothingAndUnusablePicturesAreSkipped) {
   AddEasyPictures();
   files.insert(files.end(), {"cut.png", "none.png"});
   const std::string whole = test::ContentOf(folder.Native("p0.png"));
@@ -88,13 +87,13 @@ TEST_F(TuneTest, SpecThatIsRightNeedsNothingAndPicturesThatCannotBeUsedAreLeftOu
   ASSERT_EQ(report.unused.size(), 2u);
   EXPECT_NE(report.unused[0].fault, report.unused[1].fault);
   EXPECT_EQ(TuneJson(report, files)["unused"].size(), 2u);
-  EXPECT_THAT(PlainText(report, files), HasSubstr("Every picture is decided right."));
+  EXPECT_TRUE(std::ranges::is_sorted(FilesIn(folder.Utf8(""))));
 
   input.spec.path = folder.Path("none.png");
-  EXPECT_EQ(Tune(input).refused, explain::Reason::ImageMissing);
+  EXPECT_EQ(Tune(input).rejectedImage, explain::Reason::ImageMissing);
 }
 
-TEST_F(TuneTest, ThresholdIsProposedThatTellsSimilarButtonsApart) {
+TEST_F(TuneTest, ProposesAThresholdThatSeparatesSimilarButtons) {
   AddEasyPictures();
   AddSimilarButtons();
   const TuneReport report = Tune(input);
@@ -113,14 +112,11 @@ TEST_F(TuneTest, ThresholdIsProposedThatTellsSimilarButtonsApart) {
   EXPECT_TRUE(WithProposal(report.proposals.front()).right);
 }
 
-// However the spec says its difference now, the proposal's words say the new one.
-TEST_F(TuneTest, ProposalsFitWhatTheNameSays) {
+// However the spec sets its difference now, the proposal replaces it.
+TEST_F(TuneTest, ProposalsReplaceWhatTheSpecSets) {
   AddEasyPictures();
   AddSimilarButtons();
-  const struct {
-    const wchar_t* name;
-    float threshold;
-  } cases[] = {
+  const std::pair<const wchar_t*, float> cases[] = {
       {L"ok", 0.3f},         {L"ok", 0.6f},       {L"ok:sq=0.3", -1.0f},         {L"ok:fast", -1.0f},
       {L"ok:fps10", 0.001f}, {L"ok:BGR", 0.001f}, {L"ok:strict:mode=bgr", 0.0f}, {L"ok:FPS10", 0.3f}};
   for (const auto& [name, threshold] : cases) {
@@ -133,7 +129,7 @@ TEST_F(TuneTest, ProposalsFitWhatTheNameSays) {
   }
 }
 
-// The icon in muted colours: its brightness, and one Cr for all.
+// The icon's brightness with one Cr everywhere.
 cv::Mat Tinted(const cv::Mat& icon, int cr) {
   cv::Mat gray, tinted;
   cv::cvtColor(icon, gray, cv::COLOR_BGR2GRAY);
@@ -145,7 +141,7 @@ cv::Mat Tinted(const cv::Mat& icon, int cr) {
   return tinted;
 }
 
-TEST_F(TuneTest, OtherModeIsProposedWhereNoLimitOfTheOwnOneWillDo) {
+TEST_F(TuneTest, ProposesOtherModesWhenNoLimitOfItsOwnWorks) {
   const cv::Mat reddish = Tinted(icon, 158), greenish = Tinted(icon, 98);
   input.spec.path = folder.WriteImage("reddish.png", reddish);
   for (int i = 0; i < 4; ++i) {
@@ -153,7 +149,7 @@ TEST_F(TuneTest, OtherModeIsProposedWhereNoLimitOfTheOwnOneWillDo) {
     Add(false, ScreenWith(WithNoise(random, greenish, i)));
   }
   const TuneReport report = Tune(input);
-  EXPECT_THAT(report.obstacle, HasSubstr("edges do not tell them apart"));
+  EXPECT_THAT(report.obstacle, HasSubstr("edges do not separate them"));
   ASSERT_FALSE(report.proposals.empty());
   for (const Proposal& proposal : report.proposals) {
     EXPECT_TRUE(WithProposal(proposal).right) << ToUtf8(proposal.setting.request.name);
@@ -161,12 +157,12 @@ TEST_F(TuneTest, OtherModeIsProposedWhereNoLimitOfTheOwnOneWillDo) {
   const std::string text = PlainText(report, files);
   for (const char* part :
        {"  --name ok:strict:mode=bgr\n", "      strict: grey values and edges no longer decide; ",
-        "\nTried in vain:\n  ok:mode=hs: 3 negatives differ no more"}) {
+        "\nTried without success:\n  ok:mode=hs: 3 negatives differ no more"}) {
     EXPECT_THAT(text, HasSubstr(part));
   }
 }
 
-TEST_F(TuneTest, EdgesTellApartWhatTheDifferenceDoesNot) {
+TEST_F(TuneTest, EdgesSeparateWhatTheDifferenceDoesNot) {
   input.spec.edgeMin = 0.7f;
   input.spec.threshold = 0.2f;
   cv::Mat smeared;
@@ -179,7 +175,7 @@ TEST_F(TuneTest, EdgesTellApartWhatTheDifferenceDoesNot) {
   EXPECT_TRUE(WithProposal(report.proposals.front()).right);
 }
 
-TEST_F(TuneTest, MoreRoomIsProposedForALimitThatIsRightByAHair) {
+TEST_F(TuneTest, ProposesMoreRoomForABarelyCorrectLimit) {
   AddEasyPictures();
   input.spec.threshold = 0.004f;
   const TuneReport report = Tune(input);
@@ -188,22 +184,12 @@ TEST_F(TuneTest, MoreRoomIsProposedForALimitThatIsRightByAHair) {
   EXPECT_THAT(PlainText(report, files), HasSubstr("--threshold 0.1\n"));
 }
 
-TEST_F(TuneTest, HonestWhereNothingTellsThemApart) {
-  AddEasyPictures();
-  Add(false, ScreenWith(icon));
-  const TuneReport report = Tune(input);
-  EXPECT_TRUE(report.proposals.empty());
-  EXPECT_FALSE(report.obstacle.empty());
-  EXPECT_FALSE(Figure(report, "difference").separation.has_value());
-  EXPECT_THAT(PlainText(report, files), HasSubstr(report.obstacle));
-}
-
-TEST_F(TuneTest, RegionAndScaleAreThoseOfTheWorker) {
+TEST_F(TuneTest, RegionAndScaleApply) {
   Add(true, ScreenWith(icon));
   input.spec.edgeMin = 2.0f;
   const TuneReport alone = Tune(input);
   EXPECT_TRUE(!alone.right && alone.proposals.empty());
-  EXPECT_THAT(PlainText(alone, files), HasSubstr("needs positives and negatives"));
+  EXPECT_THAT(PlainText(alone, files), HasSubstr("needs both positives and negatives"));
   input.spec.edgeMin = 0.75f;
   input.hasRegion = true;
   input.spec.roi = {30, 20, 70, 60};
@@ -220,36 +206,15 @@ TEST_F(TuneTest, RegionAndScaleAreThoseOfTheWorker) {
   EXPECT_TRUE(Tune(input).samples[1].IsHit());
 }
 
-TEST(Distribution, QuartilesBinsAndLimits) {
-  const Distribution d = DistributionOf({4.0, 1.0, 3.0, 2.0, 5.0});
-  EXPECT_EQ((std::vector{d.min, d.q1, d.median, d.q3, d.max}), (std::vector{1.0, 2.0, 3.0, 4.0, 5.0}));
-  EXPECT_EQ(DistributionOf({1.0, 2.0}).q1, 1.25);
-  EXPECT_EQ(Histogram({0.0, 0.1, 0.5, 1.0, 1.0}, 0.0, 1.0, 4), (std::vector<std::size_t>{2, 0, 1, 2}));
-  EXPECT_EQ(Histogram({7.0, 7.0}, 7.0, 7.0, 2), (std::vector<std::size_t>{2, 0}));
-
+TEST(Distribution, SeparatesAndRounds) {
   using enum Bound;
   EXPECT_EQ(Separate({0.1, 0.2}, {0.4, 0.3}, AtMost)->Middle(), 0.25);
   EXPECT_EQ(Separate({0.4, 0.3}, {0.1, 0.2}, AtLeast)->high, 0.3);
   EXPECT_FALSE(Separate({0.1, 0.2}, {0.2, 0.3}, AtMost)) << "touching";
   EXPECT_FALSE(Separate({0.1}, {}, AtMost));
-  const struct {
-    Separation range;
-    double expected;
-  } cases[] = {
+  const std::pair<Separation, double> cases[] = {
       {{0.0109, 0.0404}, 0.03}, {{0.1, 0.3}, 0.2}, {{0.90001, 0.90003}, 0.90002}, {{0.0, 10.0}, 5.0}};
   for (const auto& [range, expected] : cases) EXPECT_DOUBLE_EQ(RoundLimit(range), expected);
-}
-
-TEST(Pictures, FoldersStandForTheirFilesInOrder) {
-  const test::TempFolder folder;
-  for (const char* name : {"b.png", "a.png"}) std::ofstream(folder.Path() / name) << "x";
-  std::filesystem::create_directory(folder.Path() / "c");
-  const std::string path = folder.Path().string();
-  const std::vector<std::string> files = FilesIn(path);
-  ASSERT_EQ(files.size(), 2u);
-  EXPECT_TRUE(files[0].ends_with("a.png") && files[1].ends_with("b.png"));
-  EXPECT_EQ(FilesIn(files[0]), std::vector{files[0]});
-  EXPECT_THROW((void)FilesIn(path + "/none"), std::runtime_error);
 }
 
 }  // namespace

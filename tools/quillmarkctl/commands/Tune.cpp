@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "advice/TuneJson.h"
-#include "advice/TuneText.h"
+#include "advice/TuneReports.h"
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
 #include "output/Reports.h"
@@ -74,8 +73,8 @@ ExitCode Run(const Options& options, Output& output) {
 
   const advice::TuneReport report =
       advice::Tune(input, [&](std::size_t done, std::size_t total) { output.Bar().Show(done, total); });
-  if (report.refused) {
-    const explain::ReasonEntry& reason = explain::EntryOf(*report.refused);
+  if (report.rejectedImage) {
+    const explain::ReasonEntry& reason = explain::EntryOf(*report.rejectedImage);
     throw std::runtime_error("--path: " + std::string(reason.meaning) + " (" + report.remark + ")");
   }
   TellUnused(report, pictures, output);
