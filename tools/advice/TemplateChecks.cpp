@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <opencv2/imgproc.hpp>
 #include <string>
 
 #include "advice/Checks.h"

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "advice/Distribution.h"
+#include "advice/Probe.h"
 #include "core/RegionEvaluation.h"
 #include "explain/Explain.h"
 #include "explain/Steps.h"
@@ -17,10 +18,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How long the frame and each preparation are measured, for each second of a decision.
+// Seconds to measure the frame and each preparation, per second for a decision.
 constexpr double PrepareShare = 0.2;
 
-// The steps of rounds that all go the same way.
+// Times the steps of rounds, each with the same steps.
 class Stopwatch {
  public:
   void Begin() {
@@ -51,14 +52,14 @@ class Stopwatch {
   Clock::time_point begin, last;
 };
 
-// Does it once, then again and again for so long, and five times at least.
+// Runs one round to warm up, then rounds for the given time, at least five.
 template <typename Round>
 std::vector<Spread> Measure(double seconds, const std::function<void()>& tick, const Round& round) {
-  constexpr int Least = 5;
+  constexpr int MinRounds = 5;
   Stopwatch warmUp, watch;
   round(warmUp);
   const auto end = Clock::now() + std::chrono::duration<double>(seconds);
-  for (int rounds = 0; rounds < Least || Clock::now() < end; ++rounds) {
+  for (int rounds = 0; rounds < MinRounds || Clock::now() < end; ++rounds) {
     watch.Begin();
     round(watch);
     tick();
@@ -67,27 +68,18 @@ std::vector<Spread> Measure(double seconds, const std::function<void()>& tick, c
 }
 
 const char* NameOf(DecidingStep step) {
-  switch (step) {
-    case DecidingStep::Search:
-      return "search";
-    case DecidingStep::FlatWhite:
-      return "flat-white";
-    case DecidingStep::Chroma:
-      return "chroma";
-    case DecidingStep::GreyCorrelation:
-      return "grey-correlation";
-    case DecidingStep::EdgeCorrelation:
-      return "edges";
-    case DecidingStep::Darkness:
-      return "darkness";
-    case DecidingStep::Colour:
-      return "colour";
-    default:
-      return "position";
+  constexpr std::pair<DecidingStep, const char*> names[] = {
+      {DecidingStep::Search, "search"},         {DecidingStep::FlatWhite, "flat-white"},
+      {DecidingStep::Chroma, "chroma"},         {DecidingStep::GreyCorrelation, "grey-correlation"},
+      {DecidingStep::EdgeCorrelation, "edges"}, {DecidingStep::Darkness, "darkness"},
+      {DecidingStep::Colour, "colour"}};
+  for (const auto& [known, name] : names) {
+    if (known == step) return name;
   }
+  return "position";
 }
 
-// Plain ground with the template in the middle of the region, on a screen that holds all regions.
+// A plain screen with room for all regions, and the template in the middle of this one.
 cv::Mat PictureFor(const Measured& m, const std::vector<Measured>& all) {
   cv::Size size(1920, 1080);
   for (const Measured& each : all) {
@@ -106,7 +98,7 @@ void MeasureSpec(Measured& m, const FrameImages& images, double seconds, const s
   m.steps = Measure(seconds * PrepareShare, tick, [&](Stopwatch& watch) {
     TemplateSpec fresh;
     fresh.path = m.spec.path;
-    if (!PrepareTemplate(fresh)) throw std::runtime_error(m.name + ": its image has gone");
+    if (!PrepareTemplate(fresh)) throw std::runtime_error(m.name + ": its image can no longer be read");
     watch.Done("prepare");
   });
   if (!m.place.HoldsTemplate()) {
@@ -132,12 +124,9 @@ std::vector<Measured> PrepareToMeasure(const std::vector<advice::LintSpec>& give
   for (const advice::LintSpec& each : given) {
     explain::Explanation prepared = explain::PrepareExplanation(each.request);
     if (prepared.reason) throw std::runtime_error(advice::LabelOf(each) + ": " + prepared.sentence);
-    TemplateSpec& spec = prepared.spec;
-    spec.targetScaleX = spec.targetScaleY = scale;
-    spec.targetRect = {0, 0, 7680, 4320};  // the largest screen that is made up
-    if (!screenshot.empty()) spec.targetRect = {0, 0, screenshot.cols, screenshot.rows};
-    if (!each.hasRegion)
-      spec.roi = screenshot.empty() ? cv::Rect(0, 0, 1920, 1080) : cv::Rect(0, 0, 1 << 20, 1 << 20);
+    const cv::Size screen = screenshot.empty() ? cv::Size(7680, 4320) : screenshot.size();
+    TemplateSpec spec = advice::BoundTo(screen, std::move(prepared.spec), scale, each.hasRegion);
+    if (screenshot.empty() && !each.hasRegion) spec.roi = cv::Rect(0, 0, 1920, 1080);
     specs.push_back({advice::LabelOf(each), std::move(spec)});
     specs.back().place = PlaceRegion(specs.back().spec, specs.back().spec.targetRect);
   }

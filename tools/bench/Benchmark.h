@@ -1,5 +1,5 @@
-// How long the worker's own work on specs takes on this machine: the frame's conversion, the template's
-// preparation, the region's cut and each step of the decision.
+// Measures the worker's work on specs: converting the frame, preparing the template, cutting the region and
+// each step of the decision.
 //
 // Threading: one thread.
 #pragma once
@@ -16,7 +16,7 @@
 
 namespace quillmark::control {
 
-// Of one step, in microseconds.
+// A step's time in microseconds.
 struct Spread {
   std::string step;
   double median = 0.0, p90 = 0.0;
@@ -26,15 +26,15 @@ struct Measured {
   std::string name;
   TemplateSpec spec;
   RegionOnFrame place{};
-  std::optional<explain::Reason> reason{};  // of no hit
-  std::vector<Spread> steps{};  // the template's preparation; where it is compared the rest, and the whole
+  std::optional<explain::Reason> reason{};  // none: a hit
+  std::vector<Spread> steps{};              // "prepare"; if compared, also the others and "whole"
 
   [[nodiscard]] bool Compared() const { return steps.size() > 1; }
 };
 
-// Brings the specs to a screenshot of the client area, `scale` of whose pixels make one of the template.
-// Without one, to a screen of their own that holds all regions. Raises std::runtime_error for an image that
-// the worker refuses.
+// Binds the specs to a screenshot of the client area with `scale` pixels per template pixel or, if that is
+// empty, to a plain screen with room for all regions. Raises std::runtime_error for an image that the worker
+// rejects.
 [[nodiscard]] std::vector<Measured> PrepareToMeasure(const std::vector<advice::LintSpec>& given,
                                                      const cv::Mat& screenshot, double scale);
 
@@ -43,9 +43,9 @@ struct Benchmark {
   bool needsHsv = false;
   Spread convert;  // of a frame
 };
-// How long MeasureSpecs takes about.
+// How long MeasureSpecs will take, roughly.
 [[nodiscard]] double MeasuringSeconds(const std::vector<Measured>& specs, double seconds);
-// Measures each spec for so many seconds; `tick` is called again and again.
+// Measures each spec for this many seconds; calls `tick` after each round.
 Benchmark MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
                        const std::function<void()>& tick);
 

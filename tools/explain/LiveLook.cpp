@@ -2,11 +2,8 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "app/DpiAwareness.h"
 #include "capture/MonitorChoice.h"
@@ -45,14 +42,8 @@ bool BindTarget(Explanation& e) {
 }
 
 Reason ReasonFor(CaptureOutcome::Kind kind) {
-  switch (kind) {
-    case CaptureOutcome::Kind::NothingNew:
-      return Reason::NoNewFrame;
-    case CaptureOutcome::Kind::AccessLost:
-      return Reason::CaptureLost;
-    default:
-      return Reason::CaptureFailed;
-  }
+  if (kind == CaptureOutcome::Kind::NothingNew) return Reason::NoNewFrame;
+  return kind == CaptureOutcome::Kind::AccessLost ? Reason::CaptureLost : Reason::CaptureFailed;
 }
 
 // Ends the explanation when there is no frame.

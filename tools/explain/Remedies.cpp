@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "specs/SpecOptions.h"

@@ -30,57 +30,58 @@ constexpr GateWords kWords[] = {
     {"lab-a", "Mean a*", "difference of the means of a*, green to red"},
 };
 
-std::string Explained(Because because, const TemplateSpec& spec) {
-  const std::string density = "its edge density is " + Digits(spec.edgeDensity);
-  switch (because) {
-    case Because::NotReached:
-      return "not measured after the veto";
-    case Because::NoMinScore:
-      return "the spec sets no minimum score";
-    case Because::NotBlankWhite:
-      return "the template is not blank white";
-    case Because::FlatTemplate:
-      return "the template is almost uniform; " + density;
-    case Because::TinyTemplate:
-      return TextOf(Rule::Tiny);
-    case Because::LowDetail:
-      return "the template has too little detail; " + density + ", below " + Digits(kLowDetailDensity);
-    case Because::NotVividFlat:
-      return "the template is not vivid and flat";
-    case Because::NoChroma:
-      return "the spec does not look for red";
-    case Because::NoColourTest:
-      return "the spec uses no colour checks";
-    case Because::HueMode:
-      return "in modes h and hs only the difference decides";
-    case Because::RedSpec:
-      return "a red spec: colour decides instead of structure";
-    case Because::StrictSpec:
-      return "strict: colour decides instead of structure";
-    case Because::Clipped:
-      return TextOf(Rule::Clipped);
-    case Because::NoRedHint:
-      return "counts as agreed: the spec is not red";
-    case Because::Colourless:
-      return "counts as agreed: the template has no colour";
-    case Because::None:
-      break;
+constexpr std::pair<Because, std::string_view> kBecause[] = {
+    {Because::NotReached, "not measured after the veto"},
+    {Because::NoMinScore, "the spec sets no minimum score"},
+    {Because::NotBlankWhite, "the template is not blank white"},
+    {Because::FlatTemplate, "the template is almost uniform"},
+    {Because::LowDetail, "the template has too little detail"},
+    {Because::NotVividFlat, "the template is not vivid and flat"},
+    {Because::NoChroma, "the spec does not look for red"},
+    {Because::NoColourTest, "the spec uses no colour checks"},
+    {Because::HueMode, "in modes h and hs only the difference decides"},
+    {Because::RedSpec, "a red spec: colour decides instead of structure"},
+    {Because::StrictSpec, "strict: colour decides instead of structure"},
+    {Because::NoRedHint, "counts as agreed: the spec is not red"},
+    {Because::Colourless, "counts as agreed: the template has no colour"},
+};
+
+constexpr std::pair<Rule, std::string_view> kRules[] = {
+    {Rule::Usual, "usual limit"},
+    {Rule::Spec, "the spec's limit"},
+    {Rule::HueMode, "modes h and hs"},
+    {Rule::LowDetail, "a template with little detail"},
+    {Rule::LowDetailRed, "a red template with little detail"},
+    {Rule::Relaxed, "the difference is small"},
+    {Rule::Floor, "the limit's floor"},
+    {Rule::Colourless, "a template without colour"},
+    {Rule::VividFlat, "a vivid, flat template"},
+};
+
+// The text of a table's row; empty without one.
+std::string TextIn(const auto& table, const auto& key) {
+  for (const auto& [known, text] : table) {
+    if (known == key) return std::string(text);
   }
   return {};
 }
 
-StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
-  switch (result.outcome) {
-    case Outcome::Passed:
-      return StepOutcome::Passed;
-    case Outcome::Failed:  // one colour check alone is no veto
-      return step == DecidingStep::Colour ? StepOutcome::Missed : StepOutcome::Vetoed;
-    case Outcome::Waived:
-      return StepOutcome::Waived;
-    case Outcome::NotMeasured:
-      break;
+std::string Explained(Because because, const TemplateSpec& spec) {
+  if (because == Because::TinyTemplate) return TextOf(Rule::Tiny);
+  if (because == Because::Clipped) return TextOf(Rule::Clipped);
+  std::string text = TextIn(kBecause, because);
+  if (because == Because::FlatTemplate || because == Because::LowDetail) {
+    text += "; its edge density is " + Digits(spec.edgeDensity);
   }
-  return StepOutcome::NotMeasured;
+  if (because == Because::LowDetail) text += ", below " + Digits(kLowDetailDensity);
+  return text;
+}
+
+StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
+  if (result.outcome == Outcome::Passed) return StepOutcome::Passed;
+  if (result.outcome == Outcome::Waived) return StepOutcome::Waived;
+  if (result.outcome == Outcome::NotMeasured) return StepOutcome::NotMeasured;
+  return step == DecidingStep::Colour ? StepOutcome::Missed : StepOutcome::Vetoed;  // one of three is no veto
 }
 
 // Maps an enumeration to the reasons that are in the same order.
@@ -229,33 +230,9 @@ std::optional<Reason> ReasonOf(BindingOutcome outcome) {
 }
 
 std::string TextOf(Rule rule) {
-  switch (rule) {
-    case Rule::Usual:
-      return "usual limit";
-    case Rule::Spec:
-      return "the spec's limit";
-    case Rule::ClippedMinimum:
-    case Rule::ClippedMaximum:
-    case Rule::Clipped:
-      return "part of the region is off the monitor";
-    case Rule::HueMode:
-      return "modes h and hs";
-    case Rule::Tiny:
-      return "a template of at most " + std::to_string(kTinyPixels) + " pixels";
-    case Rule::LowDetail:
-      return "a template with little detail";
-    case Rule::LowDetailRed:
-      return "a red template with little detail";
-    case Rule::Relaxed:
-      return "the difference is small";
-    case Rule::Floor:
-      return "the limit's floor";
-    case Rule::Colourless:
-      return "a template without colour";
-    case Rule::VividFlat:
-      return "a vivid, flat template";
-  }
-  return {};
+  if (rule == Rule::Tiny) return "a template of at most " + std::to_string(kTinyPixels) + " pixels";
+  const std::string text = TextIn(kRules, rule);
+  return text.empty() ? "part of the region is off the monitor" : text;  // all of the clipped rules
 }
 
 }  // namespace quillmark::explain

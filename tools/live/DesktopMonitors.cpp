@@ -12,19 +12,13 @@ namespace quillmark::live {
 namespace {
 
 int DegreesOf(DXGI_MODE_ROTATION rotation) {
-  switch (rotation) {
-    case DXGI_MODE_ROTATION_ROTATE90:
-      return 90;
-    case DXGI_MODE_ROTATION_ROTATE180:
-      return 180;
-    case DXGI_MODE_ROTATION_ROTATE270:
-      return 270;
-    default:
-      return 0;
-  }
+  return rotation == DXGI_MODE_ROTATION_ROTATE90    ? 90
+         : rotation == DXGI_MODE_ROTATION_ROTATE180 ? 180
+         : rotation == DXGI_MODE_ROTATION_ROTATE270 ? 270
+                                                    : 0;
 }
 
-// Of each monitor that a graphics adapter drives.
+// The rotation of each monitor on a graphics adapter.
 std::map<HMONITOR, int> Turns() {
   std::map<HMONITOR, int> turns;
   ComPtr<IDXGIFactory1> factory;

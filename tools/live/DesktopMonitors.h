@@ -1,4 +1,4 @@
-// The monitors of the desktop as the worker counts them.
+// The desktop's monitors, numbered like the worker does.
 //
 // Threading: free functions without state.
 #pragma once
@@ -15,12 +15,12 @@ namespace quillmark::live {
 
 struct DesktopMonitor {
   HMONITOR handle = nullptr;
-  int number = 0;  // from 1: that of the option mon=N
+  int number = 0;  // from 1, as in mon=N
   Rect rect;       // desktop pixels
   bool primary = false;
   std::uint32_t dpi = 96;
   int turn = 0;         // degrees clockwise from the delivered picture to the desktop
-  std::wstring device;  // the system's name for it
+  std::wstring device;  // the system's name
 
   [[nodiscard]] int Width() const { return rect.right - rect.left; }
   [[nodiscard]] int Height() const { return rect.bottom - rect.top; }

@@ -4,6 +4,7 @@
 
 #include "core/RegionGeometry.h"
 #include "live/Cloaked.h"
+#include "text/Places.h"
 
 namespace quillmark::live {
 
@@ -22,12 +23,11 @@ std::vector<DesktopWindow> Describe(std::vector<SystemWindow>& listed) {
 Exposure ExposureOf(const Rect& area, HWND window, const std::vector<DesktopWindow>& windows,
                     const std::vector<Rect>& screens) {
   constexpr unsigned char OffScreen = 0, Visible = 1, Covered = 2;
-  cv::Mat map(area.bottom - area.top, area.right - area.left, CV_8UC1, cv::Scalar(OffScreen));
+  cv::Mat map(ToCv(area).size(), CV_8UC1, cv::Scalar(OffScreen));
   const auto paint = [&](const Rect& rect, unsigned char from, unsigned char to) {
     const Rect part = Intersect(rect, area);
     if (IsEmpty(part)) return false;
-    cv::Mat piece = map(
-        cv::Rect(part.left - area.left, part.top - area.top, part.right - part.left, part.bottom - part.top));
+    cv::Mat piece = map(ToCv(part) - cv::Point(area.left, area.top));
     const cv::Mat hit = piece == from;
     piece.setTo(to, hit);
     return cv::countNonZero(hit) != 0;
@@ -36,7 +36,7 @@ Exposure ExposureOf(const Rect& area, HWND window, const std::vector<DesktopWind
 
   Exposure exposure;
   for (const DesktopWindow& other : windows) {
-    if (other.handle == window) break;  // what follows lies below
+    if (other.handle == window) break;  // the rest is below
     if (other.Shown() && paint(other.outer, Visible, Covered)) exposure.covers.push_back(&other);
   }
   const auto share = [&](unsigned char value) {

@@ -57,7 +57,7 @@ void MonitorCapture::Follow(HMONITOR handle) {
 
 MonitorPicture TakePicture(HMONITOR monitor, std::chrono::milliseconds quiet) {
   constexpr auto Patience = std::chrono::seconds(2);
-  constexpr auto Pause = std::chrono::milliseconds(5);  // an attempt may come back at once
+  constexpr auto Pause = std::chrono::milliseconds(5);  // an attempt may return at once
   MonitorCapture capture(monitor);
   MonitorPicture picture{.outcome = CaptureOutcome::Of(DXGI_ERROR_WAIT_TIMEOUT)};
   auto changed = Clock::now();

@@ -1,5 +1,4 @@
-// Captures a monitor for a tool, with the worker's code and rules: a capture that fails is dropped and opened
-// again as CaptureRetry decides.
+// Captures a monitor with the worker's code. A capture that fails is reopened as CaptureRetry decides.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -20,16 +19,15 @@ class MonitorCapture {
  public:
   explicit MonitorCapture(HMONITOR itsMonitor) : monitor(itsMonitor) {}
 
-  // Opens the capture where it is due; false, with the fault, while it is not open.
+  // Opens the capture if due; false, with a fault, while it is not open.
   bool Open();
-  // The next frame within 33 ms: `bgra` becomes a copy of it, 8UC4, in desktop orientation. A capture that
-  // cannot be opened gives Failed.
+  // Copies the next frame within 33 ms to `bgra`, 8UC4, upright. Failed if the capture cannot be opened.
   CaptureOutcome Acquire(cv::Mat& bgra);
-  // What stood in the way of the last frame, in words; empty when nothing did.
+  // Why there was no frame, for people; empty after a frame.
   [[nodiscard]] const std::string& Fault() const { return fault; }
-  // Of the monitor when the last frame was taken, desktop pixels.
+  // The monitor's top-left corner at the last frame, desktop pixels.
   [[nodiscard]] cv::Point Origin() const { return origin; }
-  // The same monitor goes by this handle now.
+  // Continues with the monitor's new handle.
   void Follow(HMONITOR handle);
 
  private:
@@ -44,12 +42,12 @@ class MonitorCapture {
 struct MonitorPicture {
   cv::Mat bgra{};            // 8UC4 of the monitor's size; empty when there was no frame
   cv::Point origin{};        // of the monitor, desktop pixels
-  CaptureOutcome outcome{};  // the last that brought something new
-  std::string fault{};       // the same in words; empty with a frame
+  CaptureOutcome outcome{};  // the last one with something new
+  std::string fault{};       // the same for people; empty with a frame
 };
 
-// The monitor's picture within two seconds. With `quiet` above 0 it is the one after which nothing changed
-// for so long, or the last one on a screen that never rests.
+// Captures the monitor, within two seconds. With `quiet` above 0 it waits until nothing has changed for that
+// long; on a screen that never rests it returns the last frame.
 [[nodiscard]] MonitorPicture TakePicture(HMONITOR monitor, std::chrono::milliseconds quiet = {});
 
 }  // namespace quillmark::live

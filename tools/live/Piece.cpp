@@ -1,7 +1,6 @@
 #include "live/Piece.h"
 
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 
 #include "capture/TargetWindow.h"
@@ -9,6 +8,7 @@
 #include "core/RegionCut.h"
 #include "core/RegionGeometry.h"
 #include "live/MonitorCapture.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 #include "text/Wording.h"
 
@@ -19,7 +19,7 @@ bool Contains(const Rect& outer, const Rect& inner) {
   return Intersect(outer, inner) == inner;
 }
 
-// A text by which the worker takes this very window.
+// A target for which the worker chooses this window.
 std::wstring TargetFor(const DesktopWindow& window, std::vector<SystemWindow>& listed) {
   const std::wstring title = window.title.substr(0, client::TargetUnits);
   for (const std::wstring& text : {window.program, title}) {
@@ -28,29 +28,27 @@ std::wstring TargetFor(const DesktopWindow& window, std::vector<SystemWindow>& l
     const SystemWindow* const chosen = ChooseTarget(text, listed);
     if (chosen != nullptr && chosen->Handle() == window.handle) return text;
   }
-  throw std::runtime_error("neither the program nor the beginning of the title of \"" +
-                           Printable(window.title) +
-                           "\" leads to this window, as a larger one has them, too; give --target");
+  throw std::runtime_error("\"" + Printable(window.title) +
+                           "\" cannot be told from a larger window by its program or title; use --target");
 }
 
 const DesktopWindow& WindowUnder(const Rect& rect, const std::vector<DesktopWindow>& windows) {
   for (const DesktopWindow& window : windows) {
     if (window.Shown() && !IsEmpty(Intersect(window.outer, rect))) {
       if (Contains(window.outer, rect)) return window;
-      throw std::runtime_error("the rectangle crosses the border of \"" + Printable(window.title) + "\"");
+      throw std::runtime_error("the rectangle extends beyond \"" + Printable(window.title) + "\"");
     }
   }
-  throw std::runtime_error("there is no window at the rectangle");
+  throw std::runtime_error("no window at the rectangle");
 }
 
 const DesktopWindow& WindowOf(HWND handle, const std::vector<DesktopWindow>& windows) {
-  for (const DesktopWindow& window : windows) {
-    if (window.handle == handle) return window;
-  }
-  throw std::runtime_error("the window has gone");
+  const auto found = std::ranges::find(windows, handle, &DesktopWindow::handle);
+  if (found != windows.end()) return *found;
+  throw std::runtime_error("the window was closed");
 }
 
-// What is drawn, in pixels of the client area; drawn beyond its border it ends there.
+// The picked rectangle in pixels of the client area, clipped to it.
 cv::Rect InClientArea(const Rect& picked, const TemplateSpec& bound, cv::Size client) {
   const auto scaled = [](int pixels, double scale) { return RoundToPixel(pixels / scale); };
   const int left = scaled(picked.left - bound.targetRect.left, bound.targetScaleX);
@@ -65,7 +63,7 @@ const DesktopMonitor& MonitorOf(const Rect& region, const std::vector<DesktopMon
   const auto found = std::ranges::find_if(monitors, holds);
   if (found != monitors.end()) return *found;
   throw std::runtime_error(
-      "the piece lies across monitors or off the screen, where no monitor shows it whole; move the window");
+      "no monitor shows the whole area: it is off the screen or on several monitors; move the window");
 }
 
 }  // namespace
@@ -84,8 +82,8 @@ Piece CutPiece(const PieceChoice& choice) {
     spec.targetHwnd = nullptr;
     const TargetBinding binding = BindTarget(spec, listed);
     if (binding.outcome == BindingOutcome::NotFound) {
-      throw std::runtime_error("no window that is shown matches \"" + Printable(spec.target) +
-                               "\"; quillmarkctl doctor lists them");
+      throw std::runtime_error("no window on screen matches \"" + Printable(spec.target) +
+                               "\"; quillmarkctl doctor lists all windows");
     }
     if (!binding.IsBound()) throw std::runtime_error("the window has no client area");
 
@@ -93,14 +91,15 @@ Piece CutPiece(const PieceChoice& choice) {
     piece.target = spec.target;
     piece.window = WindowOf(spec.targetHwnd, windows);
     piece.scale = spec.targetScaleX;
-    piece.client = {RoundToPixel((spec.targetRect.right - spec.targetRect.left) / spec.targetScaleX),
-                    RoundToPixel((spec.targetRect.bottom - spec.targetRect.top) / spec.targetScaleY)};
+    const cv::Size client = ToCv(spec.targetRect).size();
+    piece.client = {RoundToPixel(client.width / spec.targetScaleX),
+                    RoundToPixel(client.height / spec.targetScaleY)};
     const cv::Rect all(cv::Point(), piece.client);
     piece.rect = choice.picked ? InClientArea(*choice.picked, spec, piece.client) : choice.rect.value_or(all);
     if (piece.rect.empty() || (piece.rect & all) != piece.rect) {
       throw std::runtime_error(
-          "the piece does not lie in the client area of \"" + Printable(piece.window.title) +
-          "\", which is " + std::to_string(piece.client.width) + "x" + std::to_string(piece.client.height));
+          "the area is not inside the client area of \"" + Printable(piece.window.title) + "\", which is " +
+          std::to_string(piece.client.width) + "x" + std::to_string(piece.client.height));
     }
     spec.roi = piece.rect;
     const Rect region = RegionOnDesktop(spec);
@@ -120,7 +119,7 @@ Piece CutPiece(const PieceChoice& choice) {
     UpdateTargetWindow(after);
     if (after.targetValid && after.targetRect == spec.targetRect) return piece;
   }
-  throw std::runtime_error("the window does not keep still");
+  throw std::runtime_error("the window keeps moving");
 }
 
 }  // namespace quillmark::live

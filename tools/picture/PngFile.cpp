@@ -22,7 +22,7 @@ void Append(png_structp png, png_bytep data, png_size_t size) {
 
 void Flush(png_structp) {}
 
-// The library leaves by a jump on errors, so nothing here needs a destructor.
+// The library jumps out on errors, so nothing here may need a destructor.
 bool Write(png_structp png, png_infop info, const cv::Mat& bgr, png_textp texts, int count,
            std::string& bytes) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;

@@ -1,4 +1,4 @@
-// A picture as a PNG file with texts that say where it comes from.
+// A PNG file with text entries.
 //
 // Threading: free functions without state.
 #pragma once
@@ -13,8 +13,8 @@ namespace quillmark {
 // Keyword (1 to 79 characters of Latin-1) and text (UTF-8) of each entry.
 using PngTexts = std::vector<std::pair<std::string, std::string>>;
 
-// The file's bytes for an 8UC3 BGR picture. Texts of ASCII go into tEXt chunks, others into iTXt. Raises
-// std::runtime_error when it cannot be encoded.
+// The bytes of a PNG file of an 8UC3 BGR picture. ASCII texts go into tEXt chunks, others into iTXt. Raises
+// std::runtime_error when encoding fails.
 [[nodiscard]] std::string EncodePng(const cv::Mat& bgr, const PngTexts& texts);
 
 }  // namespace quillmark

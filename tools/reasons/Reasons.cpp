@@ -186,7 +186,7 @@ constexpr bool InOrder() {
   }
   return static_cast<std::size_t>(Reason::RingFull) + 1 == std::size(kReasons);
 }
-static_assert(InOrder(), "one entry a reason, in the enumeration's order");
+static_assert(InOrder(), "one entry per reason, in the enumeration's order");
 
 }  // namespace
 

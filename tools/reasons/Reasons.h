@@ -1,6 +1,5 @@
-// The closed list of reasons why the worker reports nothing for a spec: every road that ends without a hit
-// has exactly one, with a code that stays as it is from version to version. docs/silence.md is the list for
-// readers.
+// The closed list of reasons why the worker reports nothing for a spec. Every spec without a hit has exactly
+// one. Codes never change. docs/silence.md is the list for users.
 //
 // Threading: constant data.
 #pragma once
@@ -12,13 +11,13 @@
 
 namespace quillmark::explain {
 
-// In the order in which the worker comes to them.
+// In the order in which the worker checks.
 enum class Reason : std::int32_t {
   // The command
   CommandNotRead,
   CommandOverrun,
   NotInStore,
-  // The template's file
+  // The template file
   ImagePath,
   ImageMissing,
   ImageNotAFile,
@@ -65,7 +64,7 @@ enum class Reason : std::int32_t {
   EdgeDensity,
   Chroma,
   Colour,
-  // The way to the controller
+  // Delivery to the controller
   DuplicateNear,
   DuplicateWeaker,
   WorkerEnded,
@@ -80,18 +79,18 @@ struct ReasonEntry {
   Stage stage;
   std::string_view code;     // lower case, words joined by '-'
   std::string_view meaning;  // one sentence
-  std::string_view remedy;   // what to do, one or two sentences
-  std::string_view namedBy;  // the commands of the control tool that can name it, or none
+  std::string_view remedy;   // one or two sentences
+  std::string_view namedBy;  // commands that can report it, or "none"
 };
 
-// The whole list, in the order of the enumeration.
+// In the order of the enumeration.
 [[nodiscard]] std::span<const ReasonEntry> AllReasons();
 [[nodiscard]] const ReasonEntry& EntryOf(Reason reason);
 [[nodiscard]] inline std::string_view CodeOf(Reason reason) {
   return EntryOf(reason).code;
 }
 [[nodiscard]] std::optional<Reason> ReasonOfCode(std::string_view code);
-// As the headings of docs/silence.md have it.
+// The heading in docs/silence.md.
 [[nodiscard]] std::string_view TitleOf(Stage stage);
 
 }  // namespace quillmark::explain

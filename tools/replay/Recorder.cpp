@@ -91,10 +91,10 @@ class Recorder : public Observer {
   explicit Recorder(const RecorderOptions& chosen)
       : options(chosen),
         specs(chosen.specs, {}),
-        engine(specs.Prepared(), desktop.Monitors(), *this),
+        engine(specs.prepared, desktop.Monitors(), *this),
         bundle(chosen.framesBefore, chosen.framesAfter) {
     for (std::size_t i = 0; i < options.specs.size(); ++i) {
-      if (const auto reason = specs.Rejected(i)) {
+      if (const auto reason = specs.rejected[i]) {
         throw std::runtime_error(options.specs[i].path + ": " +
                                  std::string(explain::EntryOf(*reason).meaning));
       }

@@ -1,7 +1,6 @@
 #include "replay/Recording.h"
 
 #include <algorithm>
-#include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
 

@@ -53,11 +53,11 @@ class Player : public Observer {
         folder(itsFolder),
         specs(played.specs, itsFolder),
         queues(played.monitors.size()),
-        engine(specs.Prepared(), played.monitors, *this) {
-    for (std::size_t i = 0; i < specs.Names().size(); ++i) {
+        engine(specs.prepared, played.monitors, *this) {
+    for (std::size_t i = 0; i < specs.names.size(); ++i) {
       SpecResult& of = result.specs.emplace_back();
-      of.name = specs.Names()[i];
-      if (const auto reason = specs.Rejected(i)) ++of.silences[*reason];
+      of.name = specs.names[i];
+      if (const auto reason = specs.rejected[i]) ++of.silences[*reason];
     }
     for (std::size_t i = 0; i < recording.frames.size(); ++i) {
       queues[recording.frames[i].monitor].Add(i, recording.frames[i].tMs);
@@ -131,7 +131,7 @@ class Player : public Observer {
     of.nearestMiss = {frame, now, reason, verdict->dist, verdict->difference.limit.Value()};
   }
 
-  SpecResult& ResultOf(std::size_t prepared) { return result.specs[specs.RecordedIndex(prepared)]; }
+  SpecResult& ResultOf(std::size_t prepared) { return result.specs[specs.recordedIndex[prepared]]; }
 
   const Recording& recording;
   const std::filesystem::path& folder;

@@ -14,27 +14,16 @@
 
 namespace quillmark::replay {
 
-class SpecTable {
- public:
+struct SpecTable {
   // Image paths are relative to the folder. Raises FormatError for two specs of one name.
   SpecTable(const std::vector<RecordedSpec>& recorded, const std::filesystem::path& folder);
 
-  // Those that were not rejected.
-  [[nodiscard]] const std::vector<TemplateSpec>& Prepared() const { return prepared; }
-  // The index of a prepared spec among all.
-  [[nodiscard]] std::size_t RecordedIndex(std::size_t ofPrepared) const { return recordedIndex[ofPrepared]; }
-
-  // Of all specs, without suffix and options.
-  [[nodiscard]] const std::vector<std::wstring>& Names() const { return names; }
-  [[nodiscard]] std::optional<explain::Reason> Rejected(std::size_t recorded) const {
-    return rejected[recorded];
-  }
-
- private:
-  std::vector<TemplateSpec> prepared;
-  std::vector<std::size_t> recordedIndex;
+  // Of all specs; names without suffix and options.
   std::vector<std::wstring> names;
   std::vector<std::optional<explain::Reason>> rejected;
+  // Of those that were not rejected, with their index among all.
+  std::vector<TemplateSpec> prepared;
+  std::vector<std::size_t> recordedIndex;
 };
 
 }  // namespace quillmark::replay

@@ -6,7 +6,7 @@
 namespace quillmark {
 
 std::string Digits(double value, int significant) {
-  // What single precision makes of 0 says nothing, until someone asks for every digit.
+  // Rounding errors around 0 are shown only when every digit is asked for.
   if (significant <= 6 && std::abs(value) < 1e-6) value = 0.0;
   char text[64];
   std::snprintf(text, sizeof text, "%.*g", significant, value);

@@ -1,5 +1,4 @@
-// Figures as text: as few digits as say something, and never so few that a figure looks equal to a limit that
-// it is not equal to.
+// Figures as text, with few digits, but enough to tell a figure from its limit.
 //
 // Threading: free functions without state.
 #pragma once
@@ -8,13 +7,13 @@
 
 namespace quillmark {
 
-// With so many significant digits, without trailing zeros.
+// Without trailing zeros.
 [[nodiscard]] std::string Digits(double value, int significant = 3);
 
 struct TwoNumbers {
   std::string first, second;
 };
-// Both with the digits that tell them apart.
+// Both with enough digits to look different, unless they are equal.
 [[nodiscard]] TwoNumbers DigitsOf(double first, double second);
 
 }  // namespace quillmark

@@ -1,4 +1,4 @@
-// Pieces of the sentences that the tool prints.
+// Parts of sentences.
 //
 // Threading: free functions without state.
 #pragma once
@@ -12,7 +12,7 @@ namespace quillmark {
 // "1 window", "2 windows".
 [[nodiscard]] std::string Counted(std::size_t count, const std::string& thing);
 
-// UTC milliseconds since 1970-01-01 as date and time.
+// The date and time of UTC milliseconds since 1970-01-01.
 [[nodiscard]] std::string UtcTime(std::uint64_t tsMs);
 
 }  // namespace quillmark

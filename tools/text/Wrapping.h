@@ -1,4 +1,4 @@
-// Text for a terminal of some width.
+// Wraps text for a terminal.
 //
 // Threading: pure function.
 #pragma once
@@ -8,8 +8,8 @@
 
 namespace quillmark {
 
-// UTF-8 text with its lines broken between words to `width` characters, all but the first begun with `indent`
-// blanks; the first begins in that column, too. As it is where hardly any room is left, as with width 0.
+// Breaks UTF-8 text between words into lines of `width` characters. The first line starts in column `indent`,
+// the others with as many blanks. Unchanged if `width` leaves hardly any room, or is 0.
 [[nodiscard]] std::string Wrapped(const std::string& text, std::size_t indent, std::size_t width);
 
 }  // namespace quillmark

@@ -5,6 +5,7 @@
 
 #include <opencv2/imgproc.hpp>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -118,26 +119,23 @@ TEST_F(LintTest, ChecksTargetsPathsAndRegions) {
 }
 
 TEST_F(LintTest, ChecksLimits) {
-  const struct {
-    const wchar_t* name;
-    Ids expected;
-    std::vector<float> thresholds;
-  } cases[] = {
-      {L"button", {}, {0.02f, 0.95f}},
-      {L"button", {"difference-tight"}, {0.0f, 1.0f}},
-      {L"button", {"difference-loose"}, {0.3f, 0.5f}},
-      {L"button", {"score-without-effect"}, {0.6f, 0.8f}},
-      {L"button:fast", {"option-overridden"}, {0.05f}},
-      {L"button:HS", {"hue-loose"}, {0.05f}},
-      {L"button:HS", {"score-without-effect", "hue-loose"}, {0.6f}},
-      {L"button:HS", {}, {0.95f}},
+  const std::tuple<const wchar_t*, float, Ids> cases[] = {
+      {L"button", 0.02f, {}},
+      {L"button", 0.95f, {}},
+      {L"button", 0.0f, {"difference-tight"}},
+      {L"button", 1.0f, {"difference-tight"}},
+      {L"button", 0.3f, {"difference-loose"}},
+      {L"button", 0.6f, {"score-without-effect"}},
+      {L"button", 0.8f, {"score-without-effect"}},
+      {L"button:fast", 0.05f, {"option-overridden"}},
+      {L"button:HS", 0.05f, {"hue-loose"}},
+      {L"button:HS", 0.6f, {"score-without-effect", "hue-loose"}},
+      {L"button:HS", 0.95f, {}},
   };
-  for (const auto& [name, expected, thresholds] : cases) {
-    for (const float threshold : thresholds) {
-      LintSpec spec = GoodSpec(name);
-      spec.request.threshold = threshold;
-      EXPECT_EQ(Found(spec), expected) << ToUtf8(name) << ' ' << threshold;
-    }
+  for (const auto& [name, threshold, expected] : cases) {
+    LintSpec spec = GoodSpec(name);
+    spec.request.threshold = threshold;
+    EXPECT_EQ(Found(spec), expected) << ToUtf8(name) << ' ' << threshold;
   }
   LintSpec edges = GoodSpec();
   for (const float edgeMin : {0.7f, 0.9f}) {

@@ -76,12 +76,12 @@ TEST_F(PieceTest, PickedWindowIsNamedByWhatLeadsTheWorkerToIt) {
   open(2);
   EXPECT_EQ(TargetOf(inside), L"A window with a ");
   desktop->OpenWindow({.title = L"a window with a larger area", .client = RectAt(200, 200, 90, 90)});
-  EXPECT_NE(Refusal({.picked = inside}).find("give --target"), std::string::npos);
+  EXPECT_NE(Refusal({.picked = inside}).find("use --target"), std::string::npos);
 }
 
 TEST_F(PieceTest, PieceThatNoMonitorShowsWholeIsRefused) {
   desktop->OpenWindow({.title = L"sheet", .client = RectAt(-50, 100, 100, 100)});
-  EXPECT_NE(Refusal({.target = L"sheet", .rect = cv::Rect(40, 0, 20, 20)}).find("across monitors"),
+  EXPECT_NE(Refusal({.target = L"sheet", .rect = cv::Rect(40, 0, 20, 20)}).find("no monitor shows"),
             std::string::npos);
   EXPECT_EQ(CutPiece({.target = L"sheet", .rect = cv::Rect(50, 0, 20, 20)}).monitor.number, 1);
   EXPECT_NE(Refusal({.target = L"sheet", .rect = cv::Rect(90, 0, 11, 20)}).find("client area"),
