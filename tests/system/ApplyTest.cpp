@@ -1,4 +1,4 @@
-// The control tool's apply against a real worker: what it sends is what has changed.
+// quillmarkctl apply with a real worker.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -26,7 +26,6 @@ class Apply : public testing::Test {
   void StartWorker() {
     worker.reset();
     worker = std::make_unique<Worker>();
-    // Asked while it starts, it may lose a command.
     ASSERT_TRUE(Eventually([] { return Control({"status"}).code == 0; }));
   }
   std::string File() const { return (folder.Path() / "specs.toml").string(); }
@@ -34,7 +33,7 @@ class Apply : public testing::Test {
   static std::string Spec(const std::string& name, const std::string& more = {}) {
     return "[[spec]]\nname = \"" + name + "\"\npath = \"" + name + ".png\"\n" + more;
   }
-  // The last line of an apply.
+  // Runs apply and returns the last line of its output.
   std::string Summary(int expectedCode = 0, std::vector<std::string> more = {}) {
     std::vector<std::string> arguments{"apply", File(), "--timeout=60"};
     arguments.insert(arguments.end(), more.begin(), more.end());
@@ -55,7 +54,7 @@ class Apply : public testing::Test {
   std::string said;
 };
 
-TEST_F(Apply, SendsWhatChangedSinceTheLastTime) {
+TEST_F(Apply, SendsOnlyWhatHasChanged) {
   Write(defaults + Spec("a") + Spec("b", "mode = \"hs\"\n"));
   EXPECT_EQ(Summary(0, {"--dry-run"}), "2 added, 0 replaced, 0 removed, 0 unchanged, 0 refused");
   EXPECT_EQ(Summary(), "2 added, 0 replaced, 0 removed, 0 unchanged, 0 refused");
@@ -76,19 +75,18 @@ TEST_F(Apply, SendsWhatChangedSinceTheLastTime) {
   EXPECT_EQ(Summary(), "1 added, 0 replaced, 0 removed, 0 unchanged, 0 refused") << "a new worker has none";
 }
 
-TEST_F(Apply, EntriesAtFaultAreNamedAndTheOthersSent) {
+TEST_F(Apply, InvalidEntriesAreReportedAndTheOthersSent) {
   Write(defaults + Spec("a"));
   Summary();
-  // The image library raises for it.
+  // The image library throws.
   std::ofstream(folder.Path() / "wide.png") << "P5 4000000 1 255\n";
   Write(defaults + Spec("a", "tresh = 1\n") + Spec("b") + Spec("b") + Spec("missing") + Spec("wide") +
         "[[spec]]\nname = \"region\"\npath = \"b.png\"\nregion = [1, 2, 3]\n" +
         Spec("a-name-of-more-than-31-units-in-all") + "[[spec]]\npath = \"b.png\"\n");
   EXPECT_EQ(Summary(2), "1 added, 0 replaced, 0 removed, 0 unchanged, 7 refused");
-  for (const char* text :
-       {"a: line 4: there is no key 'tresh'", "b: line 11: the name was given already in line 8",
-        "missing: line 14: its image", "wide: line 17: its image", "region: line 20: region must be",
-        "UTF-16 units", "spec 8: line"}) {
+  for (const char* text : {"a: line 4: unknown key 'tresh'", "b: line 11: the name is already used in line 8",
+                           "missing: line 14: image", "wide: line 17: image",
+                           "region: line 20: region must be", "UTF-16 units", "spec 8: line"}) {
     EXPECT_NE(said.find(text), std::string::npos) << text << '\n' << said;
   }
   Write(defaults + "[[spec]\n");
@@ -96,12 +94,12 @@ TEST_F(Apply, EntriesAtFaultAreNamedAndTheOthersSent) {
   EXPECT_NE(said.find("specs.toml, line 4"), std::string::npos) << said;
   Write("target = \"t\"\n" + Spec("a"));
   Summary(2);
-  // What was sent for it before is still known to be there.
+  // The previous versions are still active.
   Write(defaults + Spec("a") + Spec("b"));
   EXPECT_EQ(Summary(), "0 added, 0 replaced, 0 removed, 2 unchanged, 0 refused");
 }
 
-TEST_F(Apply, WatchFollowsTheFileTheImagesAndTheWorker) {
+TEST_F(Apply, WatchReactsToTheFileItsImagesAndTheWorker) {
   Write(defaults + Spec("a"));
   const Program watch(ControlCommand({"apply", "--watch", File(), "--timeout=60"}));
   ASSERT_TRUE(watch.Says("added  a\n")) << watch.Err();

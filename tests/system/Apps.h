@@ -1,5 +1,4 @@
-// Programs that know nothing of the worker, on a real screen, with the window system's word on where they
-// are.
+// X programs to be watched, and their positions according to the X server.
 //
 // Threading: the test's main thread.
 #pragma once
@@ -13,27 +12,27 @@
 
 namespace quillmark::test {
 
-// A piece of the screen of DISPLAY, 8UC3 BGR; `area` in root window pixels, within the root window.
+// An area of the screen, 8UC3 BGR; `area` in pixels of the root window, inside it.
 cv::Mat Screenshot(const cv::Rect& area);
 
 class App {
  public:
-  // Starts the program and waits for its window, which is known by the program's name. Throws
-  // std::runtime_error when none appears.
+  // Starts the program and waits for the window with its name. Throws std::runtime_error when none appears.
   explicit App(std::vector<std::string> arguments);
 
   const std::string& Name() const { return name; }
-  // The client area in root window pixels, once it has kept its place for a moment.
+  // The client area in pixels of the root window, once it has stopped moving.
   cv::Rect ClientArea() const;
 
-  // Where the frame's top left corner goes.
+  // Moves the frame's top left corner.
   void Move(int x, int y) const {
     Shell("xdotool windowmove " + window + " " + std::to_string(x) + " " + std::to_string(y));
   }
   void Raise() const { Shell("xdotool windowraise " + window); }
   void Minimise() const { Shell("xdotool windowminimize --sync " + window); }
   void Restore() const { Shell("xdotool windowmap --sync " + window); }
-  // Makes the monitor of the client area's first corner deliver a frame: a dot appears there and goes.
+  // Makes the monitor at the client area's top left corner deliver a frame, by a dot that appears and
+  // vanishes.
   void Stir() const;
 
  private:

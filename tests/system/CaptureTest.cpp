@@ -1,4 +1,4 @@
-// The control tool's capture on a real screen, held against the X server's own pixels and against the worker.
+// quillmarkctl capture on a real screen, compared with the X server's pixels and the worker's hits.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -30,7 +30,7 @@ class Capture : public testing::Test {
   const cv::Rect piece{48, 78, 84, 56};
 };
 
-TEST_F(Capture, PieceOfAWindowIsWhatTheScreenShowsAndWhatTheWorkerFinds) {
+TEST_F(Capture, SavedAreaEqualsTheScreenAndIsFoundByTheWorker) {
   const App xcalc({"xcalc"});
   const cv::Mat shown = Screenshot(piece + xcalc.ClientArea().tl());
   const Outcome outcome =
@@ -63,7 +63,7 @@ TEST_F(Capture, PieceOfAWindowIsWhatTheScreenShowsAndWhatTheWorkerFinds) {
   EXPECT_EQ(hit["cy"], piece.y + piece.height / 2);
 }
 
-TEST_F(Capture, DrawnRectangleIsTheSamePieceAndGivingUpOrFailingLeavesTheFile) {
+TEST_F(Capture, DrawnRectangleGivesTheSameAreaAndCancellingOrFailureKeepsTheFile) {
   Program given(ControlCommand({"capture", "--pick", File("a.png")}));
   ASSERT_TRUE(given.Says("draw"));
   Shell("xdotool key Escape");
@@ -86,7 +86,7 @@ TEST_F(Capture, DrawnRectangleIsTheSamePieceAndGivingUpOrFailingLeavesTheFile) {
   EXPECT_NE(capture.Out().find("--target xcalc.exe "), std::string::npos) << capture.Out();
   EXPECT_EQ(cv::norm(cv::imread(File("sin.png")), shown, cv::NORM_INF), 0.0);
 
-  // A plain piece of the ground, under a name that means red.
+  // Plain background, under a name that contains "red".
   const Outcome outcome =
       Control({"capture", "--target=xcalc.exe", "--rect=2,2,8,8", "--name=shared", File("ground.png")});
   EXPECT_EQ(outcome.code, 0) << outcome.err;

@@ -1,5 +1,5 @@
-// The client library at work: against the worker's side of the rings in this process, against what stands in
-// for a worker, and against real ones.
+// The client library with the worker's side of the rings in this process, with a stand-in, and with real
+// workers.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -27,7 +27,7 @@ using testing::ElementsAre;
 
 constexpr auto Patience = 60s;
 
-// What can be seen of a worker from outside while it does nothing.
+// Looks like a worker from outside, but does nothing.
 class StandIn {
  public:
   StandIn() {
@@ -72,7 +72,7 @@ class ClientAtWork : public testing::Test {
   static void WriteHits(int count) {
     for (int i = 0; i < count; ++i) WriteHit(L"hit", i, 2, 30, 40, 0.5f, 0.25f, 1700000000123u);
   }
-  // Everything that can be read without waiting.
+  // All records that can be read without waiting.
   static std::vector<Record> Rest(Client& client) {
     std::vector<Record> all;
     for (auto some = client.Read(0ms); !some.empty(); some = client.Read(0ms)) {
@@ -89,7 +89,7 @@ class ClientAtWork : public testing::Test {
   const PrivateSession session;
 };
 
-TEST_F(ClientAtWork, BarrierWaitsForEverythingBeforeAndALateAnswerIsNeitherRecordNorBarrier) {
+TEST_F(ClientAtWork, BarrierWaitsForAllCommandsAndIgnoresLateReplies) {
   Client client;
   EXPECT_EQ(StatusOf([&] { client.Barrier(0ms); }), QM_NO_WORKER);
   CommandTaker worker;
@@ -101,19 +101,19 @@ TEST_F(ClientAtWork, BarrierWaitsForEverythingBeforeAndALateAnswerIsNeitherRecor
   EXPECT_EQ(StatusOf([&] { client.Remove(std::string("a\0b", 3)); }), QM_BAD_TEXT);
 }
 
-TEST_F(ClientAtWork, HitsDuringABarrierAreKeptInOrder) {
+TEST_F(ClientAtWork, BarrierKeepsHitsInOrder) {
   Client client;
   CommandTaker worker;
-  WriteHits(60);
-  client.Barrier(Patience);
-  WriteHits(60);
-  client.Barrier(Patience);
+  for (int i = 0; i < 2; ++i) {
+    WriteHits(60);
+    client.Barrier(Patience);
+  }
   const std::vector<Record> records = Rest(client);
   ASSERT_EQ(records.size(), 120u);
-  for (int i = 0; i < 120; ++i) EXPECT_EQ(records[static_cast<std::size_t>(i)].cx, i % 60);
+  for (std::size_t i = 0; i < 120; ++i) EXPECT_EQ(records[i].cx, i % 60);
 }
 
-TEST_F(ClientAtWork, WhoDoesNotAnswerIsToldFromWhoIsNotThere) {
+TEST_F(ClientAtWork, StalledWorkerIsDistinguishedFromNone) {
   Client client;
   EXPECT_EQ(StatusOf([&] { client.Barrier(50ms); }), QM_NO_WORKER);
   const StandIn stalled;
@@ -124,7 +124,7 @@ TEST_F(ClientAtWork, WhoDoesNotAnswerIsToldFromWhoIsNotThere) {
   EXPECT_EQ(client.Look().unread_commands, 64u);
 }
 
-TEST_F(ClientAtWork, LostHitsAreCounted) {
+TEST_F(ClientAtWork, DroppedHitsAreCounted) {
   Client client;
   const CommandTaker worker;
   WriteHits(70);
@@ -135,7 +135,7 @@ TEST_F(ClientAtWork, LostHitsAreCounted) {
   EXPECT_EQ(client.Look().dropped, 6u);
 }
 
-TEST_F(ClientAtWork, WhoNeverReadsLosesTheOldestAndIsTold) {
+TEST_F(ClientAtWork, ClientThatNeverReadsDropsTheOldestHits) {
   Client client;
   const CommandTaker worker;
   constexpr int Rounds = 1025;  // of 64 hits: 64 more than the client keeps
@@ -150,7 +150,7 @@ TEST_F(ClientAtWork, WhoNeverReadsLosesTheOldestAndIsTold) {
   EXPECT_EQ(client.Look().dropped, records[0].count);
 }
 
-TEST_F(ClientAtWork, OldHitsAreLetGoUnlessTheyAreAskedFor) {
+TEST_F(ClientAtWork, EarlierHitsAreDiscardedUnlessRequested) {
   const RawController holder;
   const CommandTaker worker;
   WriteHits(3);
@@ -159,7 +159,7 @@ TEST_F(ClientAtWork, OldHitsAreLetGoUnlessTheyAreAskedFor) {
   EXPECT_TRUE(Rest(*std::make_unique<Client>()).empty());
 }
 
-TEST_F(ClientAtWork, OneClientReadsAndTheControlToolStillAsks) {
+TEST_F(ClientAtWork, OnlyOneClientReadsWhileTheControlToolCanStillPing) {
   Client client;
   const CommandTaker worker;
   EXPECT_EQ(StatusOf([] { Client second; }), QM_BUSY);
@@ -170,7 +170,7 @@ TEST_F(ClientAtWork, OneClientReadsAndTheControlToolStillAsks) {
   EXPECT_EQ(records[0].Name(), "tool");
 }
 
-TEST_F(ClientAtWork, WorkerThatGoesComesOrIsReplacedUnseenIsTold) {
+TEST_F(ClientAtWork, EndStartAndReplacementOfAWorkerAreReported) {
   Client client;
   EXPECT_FALSE(client.Look().worker_running);
   auto worker = std::make_unique<StandIn>();
@@ -184,7 +184,7 @@ TEST_F(ClientAtWork, WorkerThatGoesComesOrIsReplacedUnseenIsTold) {
   EXPECT_THAT(Kinds(client.Read(Patience)), ElementsAre(QM_WORKER_GONE));
 }
 
-TEST_F(ClientAtWork, RealWorkerStartsDespiteTheLooksAndIsMissedWhenKilled) {
+TEST_F(ClientAtWork, RealWorkerStartsDespiteTheProbeAndItsDeathIsReported) {
   Client client;
   for (int round = 0; round < 2; ++round) {
     Worker worker;

@@ -1,7 +1,6 @@
-// The worker's side of both rings in the test's own process, without an engine: what it is told and what it
-// would have to answer, it does.
+// The worker's side of both rings, without an engine: it records commands and replies to heartbeats.
 //
-// Threading: made and destroyed by one thread; Taken from any.
+// Threading: one thread creates and destroys it; Taken may be called from any thread.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,7 +18,6 @@
 
 namespace quillmark::test {
 
-// Polls the command ring as the worker's main thread does and writes down the commands it gets.
 class CommandTaker {
  public:
   CommandTaker() {

@@ -1,4 +1,4 @@
-// The control tool as a process against the worker's side of both rings in this one.
+// The control tool as a process, with the worker's side of both rings in this one.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -14,7 +14,7 @@
 namespace quillmark::test {
 namespace {
 
-// So long that a busy machine is in time.
+// Long enough for a busy machine.
 const std::string Patient = "--timeout=60";
 
 class ControlTool : public testing::Test {
@@ -27,7 +27,7 @@ class ControlTool : public testing::Test {
   static Outcome Ping(const std::string& text = "HB") { return Control({"ping", text, Patient}); }
 
   const PrivateSession session;
-  RawController rings;  // a look at the bytes; it keeps the rings alive
+  RawController rings;  // shows the bytes and keeps the rings alive
   std::unique_ptr<CommandTaker> worker;
 };
 
@@ -50,9 +50,9 @@ TEST_F(ControlTool, CommandsReachTheWorkerWithEveryField) {
   EXPECT_EQ(worker->Taken(), expected);
 }
 
-TEST_F(ControlTool, CommandNobodyTakesFailsAndTheSixtyFifthIsNotWritten) {
+TEST_F(ControlTool, CommandThatNobodyTakesFailsAndTheSixtyFifthIsNotWritten) {
   for (int i = 0; i < 63; ++i) EXPECT_TRUE(rings.SendClear());
-  for (const char* error : {"no worker", "the ring is full"}) {
+  for (const char* error : {"no worker", "the command ring is full"}) {
     const Outcome outcome = Control({"clear", "--timeout=0.01"});
     EXPECT_EQ(outcome.code, 1);
     EXPECT_NE(outcome.err.find(error), std::string::npos) << outcome.err;
@@ -61,7 +61,7 @@ TEST_F(ControlTool, CommandNobodyTakesFailsAndTheSixtyFifthIsNotWritten) {
   EXPECT_NE(Control({"status", "--json"}).out.find(R"("reasons":["command-not-read"])"), std::string::npos);
 }
 
-TEST_F(ControlTool, ToolsThatSendAtOnceLoseNoCommand) {
+TEST_F(ControlTool, ConcurrentToolsLoseNoCommand) {
   StartWorker();
   constexpr int Tools = 8;
   std::vector<std::unique_ptr<Program>> tools;
@@ -73,28 +73,28 @@ TEST_F(ControlTool, ToolsThatSendAtOnceLoseNoCommand) {
   EXPECT_EQ(worker->Taken().size(), std::size_t{Tools});
 }
 
-TEST_F(ControlTool, PingAndVersionTakeNoHitAndLeaveNoReply) {
+TEST_F(ControlTool, PingAndVersionConsumeTheirReplyAndNoHits) {
   StartWorker();
   EXPECT_EQ(Ping().out.find("HB in "), 0u);
   EXPECT_EQ(UnreadHits(), 0u);
   WriteHits(3);
-  WriteHit(L"__ver__:9.9", 0, 0, 1, 1, 1.0f, 0.0f, 1);  // a hit of that name is no reply
+  WriteHit(L"__ver__:9.9", 0, 0, 1, 1, 1.0f, 0.0f, 1);  // a hit, not a reply
   const Outcome outcome = Ping("안녕");
   EXPECT_EQ(outcome.out.find("안녕 in "), 0u) << outcome.out << outcome.err;
   EXPECT_EQ(Control({"version", "--json", Patient}).out.find(R"({"type":"reply","text":"__ver__:)"), 0u);
   EXPECT_EQ(Control({"watch", "--count=4", Patient}).code, 0);
 }
 
-TEST_F(ControlTool, PingOverAFullUnreadRingSaysWhatItDiscards) {
+TEST_F(ControlTool, PingReportsWhatItDiscardsFromAFullRing) {
   StartWorker();
   WriteHits(70);
   EXPECT_NE(Control({"status"}).out.find("silence   ring-full: 64 records"), std::string::npos);
   const Outcome outcome = Ping();
   EXPECT_EQ(outcome.out.find("HB in "), 0u) << outcome.out;
-  EXPECT_NE(outcome.err.find("64 old records were discarded"), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find("discarded 64 old records"), std::string::npos) << outcome.err;
 }
 
-TEST_F(ControlTool, WatchLosesNothingToPingsAndTellsOfHitsThatFoundTheRingFull) {
+TEST_F(ControlTool, WatchLosesNothingToPingsAndReportsDroppedHits) {
   StartWorker();
   Program watch(ControlCommand({"watch", "--json", "--count=41", Patient}));
   for (int i = 0; i < 4; ++i) {
@@ -109,7 +109,7 @@ TEST_F(ControlTool, WatchLosesNothingToPingsAndTellsOfHitsThatFoundTheRingFull) 
   EXPECT_EQ(watch.Wait(), 0) << watch.Err();
 }
 
-TEST_F(ControlTool, PingThatWaitsForAWorkerKeepsNoWatchFromStarting) {
+TEST_F(ControlTool, WatchCanStartWhileAPingWaits) {
   Program ping(ControlCommand({"ping", "--timeout=600"}));
   ASSERT_TRUE(Eventually([&] { return rings.PendingCommands() == 1; }));
   WriteHits(1);
@@ -122,7 +122,7 @@ TEST_F(ControlTool, WatchPrintsHitsAndLeavesTheRestUnread) {
   WriteHits(5, L"\"q\"\xD800");
   const Outcome json = Control({"watch", "--json", "--count=1", Patient});
   EXPECT_EQ(json.out,
-            "{\"type\":\"note\",\"text\":\"no worker runs yet\"}\n"
+            "{\"type\":\"note\",\"text\":\"no worker is running yet\"}\n"
             "{\"type\":\"hit\",\"name\":\"\\\"q\\\"\xEF\xBF\xBD\",\"cx\":0,\"cy\":2,\"w\":30,\"h\":40,"
             "\"score\":0.5,\"edge\":0.25,\"ts\":1700000000123}\n");
   const Outcome text = Control({"watch", "--count=1", Patient});
@@ -130,7 +130,7 @@ TEST_F(ControlTool, WatchPrintsHitsAndLeavesTheRestUnread) {
             "2023-11-14 22:13:20.123  \"q\"\xEF\xBF\xBD  at 1,2  size 30x40  score 0.500  edge 0.250\n");
   EXPECT_EQ(UnreadHits(), 3u);
 
-  // Without a count it ends with its time; with one it fails when there are too few.
+  // A timeout is a failure only without hits or with too few.
   EXPECT_EQ(Control({"watch", "--timeout=0.3"}).code, 0);
   EXPECT_EQ(Control({"watch", "--timeout=0.05"}).code, 1);
   WriteHits(1);
@@ -150,21 +150,21 @@ TEST_F(ControlTool, SecondReaderIsRefusedUntilTheFirstIsKilled) {
   EXPECT_EQ(Control({"wait", "door", "--timeout=0.1"}).code, 1);
 }
 
-TEST_F(ControlTool, WaitEndsWithTheNextHitOfTheNameOrOnceItStandsStill) {
+TEST_F(ControlTool, WaitEndsWithTheNextHitOrWhenItStaysPut) {
   const auto report = [](const std::wstring& name, int cx, std::uint64_t tsMs) {
     WriteHit(name, cx, 5, 10, 10, 1.0f, 1.0f, tsMs);
   };
   StartWorker();
   report(L"door", 1, 1);
   Program appear(ControlCommand({"wait", "door", "--appear", "--json", Patient}));
-  ASSERT_TRUE(appear.Says("no worker runs"));  // the hits from before are gone by then
+  ASSERT_TRUE(appear.Says("no worker is running"));  // earlier hits are discarded by then
   report(L"window", 2, 2);
   report(L"door", 3, 3);
   EXPECT_EQ(appear.Wait(), 0);
   EXPECT_TRUE(appear.Says(R"({"type":"event","event":"appeared","name":"door","cx":3,)")) << appear.Out();
 
   Program stable(ControlCommand({"wait", "door", "--stable=0.5", "--json", Patient}));
-  ASSERT_TRUE(stable.Says("no worker runs"));
+  ASSERT_TRUE(stable.Says("no worker is running"));
   for (const auto& [cx, tsMs] : {std::pair{3, 1000}, {3, 1400}, {30, 1500}, {30, 1900}, {30, 2100}}) {
     report(L"door", cx, static_cast<std::uint64_t>(tsMs));
   }

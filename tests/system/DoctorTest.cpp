@@ -1,4 +1,4 @@
-// The control tool's doctor against sessions and screens whose state the test knows.
+// quillmarkctl doctor in prepared sessions and on prepared screens.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -23,7 +23,7 @@ using Json = nlohmann::json;
 
 class Doctor : public testing::Test {
  protected:
-  // Its findings, one a line.
+  // The findings.
   std::vector<Json> Examine(std::vector<std::string> arguments = {}, const std::string& timeout = "60") {
     arguments.insert(arguments.begin(), {"doctor", "--json", "--timeout=" + timeout});
     const Outcome outcome = Control(std::move(arguments));
@@ -52,7 +52,7 @@ class DoctorOnScreen : public Doctor {
   XClient client;
 };
 
-TEST_F(DoctorOnScreen, LargestMatchingWindowIsTakenAndItsExposureMeasured) {
+TEST_F(DoctorOnScreen, LargestMatchingWindowIsChosenAndItsVisibleShareMeasured) {
   client.Show(0, 0, 100, 100, "A small Sheet");
   client.Show(500, 400, 400, 100, "the large sheet");
   client.Show(500, 400, 100, 50, "cover");
@@ -75,7 +75,7 @@ TEST_F(DoctorOnScreen, LargestMatchingWindowIsTakenAndItsExposureMeasured) {
   EXPECT_DOUBLE_EQ(taken["facts"]["visibleShare"], 0.625);
 }
 
-TEST_F(DoctorOnScreen, TargetThatNoWindowMatchesIsAProblemWithTheRightRemedy) {
+TEST_F(DoctorOnScreen, TargetWithoutAWindowIsAProblemWithASuitableFix) {
   client.Show(0, 0, 100, 100, "sheet");
   const Json windows = Last("windows", Examine({"--target", "sheet of another"}));
   EXPECT_EQ(code, 1);
@@ -89,7 +89,7 @@ TEST_F(DoctorOnScreen, TargetThatNoWindowMatchesIsAProblemWithTheRightRemedy) {
   EXPECT_EQ(code, 2);
 }
 
-TEST_F(DoctorOnScreen, MonitorsAreNumberedAndTriedOut) {
+TEST_F(DoctorOnScreen, MonitorsAreNumberedAndCaptured) {
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "RIGHT", "400/100x600/100+400+0", "screen"}));
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "*LEFT", "400/100x600/100+0+0", "none"}));
   client.Show(0, 0, 100, 100, "drawn");
@@ -104,7 +104,7 @@ TEST_F(DoctorOnScreen, MonitorsAreNumberedAndTriedOut) {
   }
 }
 
-TEST_F(DoctorOnScreen, WorkerIsAskedOnlyWhenOneRuns) {
+TEST_F(DoctorOnScreen, WorkerIsReportedMissingReplyingOrStopped) {
   EXPECT_EQ(Last("worker", Examine())["facts"]["running"], false);
   const Worker worker;
   ASSERT_EQ(Control({"ping", "--timeout=60"}).code, 0) << worker.Err();
@@ -117,21 +117,18 @@ TEST_F(DoctorOnScreen, WorkerIsAskedOnlyWhenOneRuns) {
   EXPECT_EQ(stopped["level"], "problem") << stopped;
 }
 
-TEST_F(Doctor, SessionWithoutScreenIsAProblem) {
-  const char* const outer = std::getenv("DISPLAY");
-  const std::string old = outer == nullptr ? "" : outer;
+TEST_F(Doctor, MissingDisplayIsAProblem) {
   ::setenv("DISPLAY", ":4711", 1);
   const Json unreachable = Last("display", Examine());
   ::unsetenv("DISPLAY");
   const Json unset = Last("display", Examine());
-  if (outer != nullptr) ::setenv("DISPLAY", old.c_str(), 1);
   EXPECT_EQ(code, 1);
   EXPECT_EQ(unreachable["level"], "problem");
   EXPECT_EQ(unreachable["facts"]["display"], ":4711");
   EXPECT_EQ(unset["level"], "problem");
 }
 
-TEST_F(Doctor, WorkerWithoutAUsableRingIsNotTakenForNone) {
+TEST_F(Doctor, WorkerWithUnusableRingsIsAProblem) {
   const UniqueHandle small(
       ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 64, L"Local\\HitRingMMF"));
   const Worker worker;
@@ -144,7 +141,7 @@ TEST_F(Doctor, WorkerWithoutAUsableRingIsNotTakenForNone) {
   EXPECT_NE(found["text"].dump().find("HitRingMMF"), std::string::npos) << found;
 }
 
-TEST_F(Doctor, FolderThatMayNotBeUsedIsNamedWithItsRemedy) {
+TEST_F(Doctor, UnusableFolderIsAProblemWithItsFix) {
   const fs::path product = session.Base() / "quillmark";
   fs::create_directory(product);
   fs::permissions(product, fs::perms(0755));

@@ -1,4 +1,4 @@
-// The example controllers against the real worker on a real screen, as their reader would try them.
+// The example controllers with a real worker on a real screen.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -30,7 +30,7 @@ class Example : public testing::TestWithParam<std::vector<std::string>> {
   const TempFolder folder;
 };
 
-TEST_P(Example, PrintsHitsEventsAndTheWorkersFate) {
+TEST_P(Example, PrintsHitsEventsAndNewsAboutTheWorker) {
   display.StartWindowManager();
   const App calculator({"xcalc"});
   calculator.Move(100, 100);
@@ -42,7 +42,7 @@ TEST_P(Example, PrintsHitsEventsAndTheWorkersFate) {
   command.insert(command.end(), {"xcalc.exe", thing, "0,0,300,500", witness});
   Program example(command);
   auto worker = std::make_unique<Worker>();
-  std::size_t read = 0;  // what was waited for is found behind what was waited for before it
+  std::size_t read = 0;  // each text must follow the previous one
   const auto prints = [&](const std::string& text) {
     std::size_t at = std::string::npos;
     Eventually([&] {

@@ -1,5 +1,4 @@
-// The whole worker on a real screen: every hit is held against the window system's own geometry and against
-// the pixels there.
+// The worker on a real screen: every hit is compared with the window's geometry and with the pixels there.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -23,7 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Pieces of the client areas that tell the programs from anything else.
+// Areas of the windows that occur nowhere else.
 const cv::Rect XcalcPiece(48, 78, 84, 56);
 const cv::Rect XtermPiece(10, 12, 130, 28);
 const std::vector<std::string> Xcalc{"xcalc"};
@@ -45,8 +44,8 @@ class Hits : public testing::Test {
     EXPECT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "RIGHT", "800/212x800/212+800+0", "none"}));
   }
 
-  // Cuts the piece out of the screen and gives the worker a spec for it. The limit lets only the very
-  // piece pass.
+  // Cuts the area out of the screen and sends a spec for it, with a threshold that only an exact match
+  // passes.
   void Watch(const App& app, const cv::Rect& piece) {
     const std::string file = app.Name() + ".png";
     cv::imwrite((worker.Folder() / file).string(), Screenshot(piece + app.ClientArea().tl()));
@@ -56,8 +55,8 @@ class Hits : public testing::Test {
     EXPECT_TRUE(Eventually([&] { return controller.PendingCommands() == 0; }));
   }
 
-  // A hit of what the screen shows after this call, once the window keeps its place. Throws
-  // std::runtime_error, which ends the test, when none comes.
+  // A hit on a frame captured after this call, once the window has stopped moving. Throws std::runtime_error
+  // when none comes.
   RawHit NextHit(const App& app, const std::string& when) {
     app.ClientArea();
     const std::wstring name(app.Name().begin(), app.Name().end());
@@ -82,11 +81,11 @@ class Hits : public testing::Test {
     EXPECT_EQ(cv::norm(seen, wanted, cv::NORM_INF), 0.0) << app.Name() << ' ' << when;
   }
 
-  // While hits of `shown` prove that frames come, none comes of `hidden`.
+  // There are no hits of `hidden`, while hits of `shown` prove that frames arrive.
   void ExpectNoHit(const App& hidden, const App& shown, const std::string& when) {
     NextHit(shown, when);
     controller.TakeHits();
-    const std::uint64_t now = WallClockMs() + 300;  // what was captured before is evaluated by then
+    const std::uint64_t now = WallClockMs() + 300;  // earlier frames have been evaluated by then
     const std::wstring name(hidden.Name().begin(), hidden.Name().end());
     const std::wstring other(shown.Name().begin(), shown.Name().end());
     int others = 0;
@@ -157,7 +156,7 @@ TEST_F(Hits, StayExactAfterDisplayChanges) {
   Watch(xcalc, XcalcPiece);
   ExpectExactHit(xcalc, XcalcPiece, "at first");
 
-  // The right one becomes the primary: desktop coordinates of the left one are negative.
+  // The right monitor becomes primary, so the left one has negative desktop coordinates.
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--delmonitor", "RIGHT"}));
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--delmonitor", "LEFT"}));
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--setmonitor", "WEST", "700/200x800/212+0+0", "none"}));
@@ -179,7 +178,7 @@ TEST_F(Hits, StayExactAfterDisplayChanges) {
   ExpectExactHit(xcalc, XcalcPiece, "on the first screen again");
 }
 
-// The screen changes, and with it every capture of it is lost, but none of its monitors changes.
+// The screen changes, which loses every capture, but no monitor does.
 TEST_F(Hits, ResumeAfterACaptureWasLostThoughItsMonitorIsTheSame) {
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--delmonitor", "RIGHT"}));
   ASSERT_TRUE(PrivateDisplay::Run({"xrandr", "--delmonitor", "LEFT"}));

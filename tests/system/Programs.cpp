@@ -69,7 +69,7 @@ void WriteImage(const std::filesystem::path& file) {
 
 bool Answers(const std::string& text) {
   Outcome outcome;
-  // While it starts, a worker may lose a command.
+  // A starting worker may lose a command.
   const bool answered = Eventually([&] {
     outcome = Control({"ping", text, "--timeout=5"});
     return outcome.code == 0;

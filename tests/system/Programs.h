@@ -1,4 +1,4 @@
-// Programs under test as processes: their output goes to files, their end is seen without being awaited.
+// Programs under test as processes, with their output in files.
 //
 // Threading: the test's main thread.
 #pragma once
@@ -13,19 +13,19 @@
 
 namespace quillmark::test {
 
-// How often the text holds this part.
+// How often `part` occurs in the text.
 std::size_t CountOf(const std::string& part, const std::string& text);
 std::vector<std::string> LinesOf(const std::string& text);
 
-// A running program; its working directory is its own unless one is given. It ends with this object.
+// A running program, in a new working directory unless one is given. The destructor ends it.
 class Program {
  public:
   explicit Program(const std::vector<std::string>& arguments, const std::filesystem::path& where = {});
 
-  // Output and error output so far; lines end with a line feed on every host.
+  // Output and errors so far, with line feeds only.
   std::string Out() const { return TextOf(folder.Path() / "out.txt"); }
   std::string Err() const { return TextOf(folder.Path() / "err.txt"); }
-  // Whether it comes to print this, on either stream, so many times.
+  // Waits until it has printed this, on either stream, so many times.
   bool Says(const std::string& text, std::size_t times = 1) const {
     return Eventually([&] { return CountOf(text, Out()) + CountOf(text, Err()) >= times; });
   }
@@ -45,31 +45,31 @@ class Program {
 };
 
 struct Outcome {
-  int code;  // -1 when a signal ended it
+  int code;  // -1 when killed by a signal
   std::string out, err;
 };
 
-// The control tool with these arguments, run to its end.
+// Runs the control tool to its end.
 Outcome Control(std::vector<std::string> arguments);
-// A control tool that keeps running.
+// The command line of the control tool, for a Program.
 std::vector<std::string> ControlCommand(std::vector<std::string> arguments);
 
-// The worker. Its end reports what a sanitizer found in it.
+// The worker. The destructor reports sanitizer findings.
 class Worker : public Program {
  public:
   explicit Worker(const std::filesystem::path& where = {}, const std::filesystem::path& program = {});
   ~Worker();
-  // Its own working directory.
+  // Its working directory unless one was given.
   const std::filesystem::path& Folder() const { return folder.Path(); }
 };
 
-// The worker's program file.
+// The worker's executable.
 std::filesystem::path WorkerFile();
 
-// An image file, of the format that its name ends in, fit for a template.
+// Writes an image that is a good template; the extension selects the format.
 void WriteImage(const std::filesystem::path& file);
 
-// Whether a worker, which may be starting, sends this text back.
+// Waits until a worker, which may still be starting, replies with this text.
 bool Answers(const std::string& text = "alive");
 
 }  // namespace quillmark::test

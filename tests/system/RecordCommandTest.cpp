@@ -1,4 +1,4 @@
-// quillmarkctl record as a process, on a real screen.
+// quillmarkctl record on a real screen.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ class RecordCommand : public ::testing::Test {
     options.insert(options.begin(), {"record", "--out", recording.string()});
     return Control(std::move(options));
   }
-  // Looks for a white piece in the window called sheet.
+  // Options for a spec that matches a white area in the window "sheet".
   std::vector<std::string> Spec(std::vector<std::string> options) {
     const std::string image = (folder.Path() / "white.png").string();
     EXPECT_TRUE(cv::imwrite(image, cv::Mat(20, 30, CV_8UC3, cv::Scalar::all(255))));
@@ -39,7 +39,7 @@ class RecordCommand : public ::testing::Test {
   const std::filesystem::path recording = folder.Path() / "recording";
 };
 
-TEST_F(RecordCommand, WhatIsOnTheScreenIsRecordedAndFoundAgain) {
+TEST_F(RecordCommand, RecordsTheScreenForReplay) {
   client.Show(50, 40, 100, 80, "a sheet of paper");
   std::ofstream(folder.Path() / "specs.toml")
       << "[[spec]]\ntarget = \"sheet\"\nname = \"white\"\npath = \"white.png\"\nregion = [0, 0, 90, 70]\n";
@@ -60,10 +60,10 @@ TEST_F(RecordCommand, WhatIsOnTheScreenIsRecordedAndFoundAgain) {
   }
 }
 
-TEST_F(RecordCommand, SaysWhyItDoesNot) {
+TEST_F(RecordCommand, ReportsFailures) {
   const Outcome late = Record(Spec({"--seconds=0.3", "--on-near-miss"}));
   EXPECT_EQ(late.code, 1);
-  EXPECT_THAT(late.err, HasSubstr("no near miss came in time"));
+  EXPECT_THAT(late.err, HasSubstr("timed out: no near miss"));
   const Outcome full = Control({"record", "--out", folder.Path().string()});
   EXPECT_EQ(full.code, 2);
   EXPECT_THAT(full.err, HasSubstr("is not empty"));

@@ -1,4 +1,4 @@
-// quillmarkctl replay as a process: what it prints and how it ends.
+// quillmarkctl replay: output and exit codes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,11 +27,11 @@ class ReplayCommand : public ::testing::Test {
   const std::unique_ptr<Scene> scene;
 };
 
-TEST_F(ReplayCommand, PrintsHitsAndWhyASpecIsSilent) {
+TEST_F(ReplayCommand, PrintsHitsAndReasonsForSilence) {
   const Outcome text = Play();
   EXPECT_EQ(text.code, 0) << text.err;
   for (const char* part : {"   0.416 s  label  at 100,119  size 60x18  score 1.000  edge 1.000  in f2.png\n",
-                           "absent: no hit, grey-correlation.", "20 hits, 10 of 10 frames taken\n"}) {
+                           "absent: no hit, grey-correlation.", "20 hits, 10 of 10 frames processed\n"}) {
     EXPECT_THAT(text.out, HasSubstr(part));
   }
   const std::string json = Play({"--json"}).out;
@@ -44,8 +44,8 @@ TEST_F(ReplayCommand, PrintsHitsAndWhyASpecIsSilent) {
   EXPECT_EQ(types, expected);
 }
 
-TEST_F(ReplayCommand, ChecksAgainstWhatWasAccepted) {
-  EXPECT_EQ(Play({"--check"}).code, 2) << "nothing to hold it against";
+TEST_F(ReplayCommand, ChecksAgainstTheAcceptedResult) {
+  EXPECT_EQ(Play({"--check"}).code, 2) << "no expected result";
   EXPECT_EQ(Play({"--accept"}).code, 0);
   EXPECT_EQ(Play({"--check"}).code, 0);
   scene->recording.specs.erase(scene->recording.specs.begin());
@@ -56,12 +56,12 @@ TEST_F(ReplayCommand, ChecksAgainstWhatWasAccepted) {
   EXPECT_THAT(outcome.out, HasSubstr("not as expected"));
 }
 
-TEST_F(ReplayCommand, EndsWithOneWithoutAHitAndWithTwoForErrors) {
+TEST_F(ReplayCommand, ExitsWith1WithoutHitsAndWith2OnErrors) {
   scene->Write("f4.png", "no picture");
   const Outcome fault = Play();
   EXPECT_EQ(fault.code, 2);
   EXPECT_THAT(fault.out, HasSubstr("f4.png: is not an image of a known format"));
-  EXPECT_THAT(fault.out, HasSubstr("hits, 10 of 10 frames taken"));
+  EXPECT_THAT(fault.out, HasSubstr("hits, 10 of 10 frames processed"));
 
   scene->recording.specs.clear();
   scene->recording.frames.clear();

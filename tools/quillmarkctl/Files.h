@@ -1,4 +1,4 @@
-// Reads and writes whole files.
+// Reads and writes whole files, with UTF-8 names.
 //
 // Threading: free functions without state.
 #pragma once
@@ -13,8 +13,9 @@ namespace quillmark::control {
 
 // Nothing when it cannot be read.
 [[nodiscard]] std::optional<std::string> ContentOf(const std::filesystem::path& file);
-// Raises std::runtime_error when it cannot be written, which leaves a file that was there as it was, and for
-// a named pipe, whose reader may never come. Who reads meanwhile finds the old file or the new one, whole.
+// Replaces the file at once: readers see either the old content or the new. Raises std::runtime_error,
+// leaving an existing file as it was, when it cannot be written or is a named pipe, which might block for
+// ever.
 void WriteFile(const std::filesystem::path& file, const std::string& content);
 
 }  // namespace quillmark::control

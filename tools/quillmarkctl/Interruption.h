@@ -1,4 +1,4 @@
-// SIGINT and SIGTERM, or Ctrl+C in a console, as a question that a command asks when it suits it.
+// Lets a command poll for SIGINT and SIGTERM, or Ctrl+C in a console.
 //
 // Threading: one thread.
 #pragma once
@@ -9,7 +9,7 @@ namespace quillmark::control {
 
 class Interruption {
  public:
-  // From here on a signal no longer ends the process.
+  // From here on, these signals no longer end the process.
   Interruption() {
     std::signal(SIGINT, Note);
     std::signal(SIGTERM, Note);

@@ -1,4 +1,4 @@
-// quillmarkctl: gives the worker its commands and prints the hits it reports.
+// quillmarkctl: sends commands to the worker and prints the hits it reports.
 #include "commandline/CommandLine.h"
 #include "host/Utf8.h"
 

@@ -1,7 +1,7 @@
-// How a C function takes its arguments and ends: null pointers and structures of other versions are told,
-// what is raised becomes a status code and the calling thread's error text.
+// Entry and exit of the C functions: checks pointers and structure sizes, and turns exceptions into a status
+// code and the calling thread's error text.
 //
-// Threading: the error text is the calling thread's; everything else is without state.
+// Threading: any thread; the error text is per thread.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 
 namespace quillmark::client {
 
-// The enumerations of both sides count alike, which the users of this hold them to.
+// For checks that C and C++ enumerations have the same values.
 template <typename Enum>
 constexpr int Number(Enum value) {
   return static_cast<int>(value);
@@ -26,10 +26,10 @@ struct BadCall {
 
 // Keeps the text for qm_error_text and returns the status.
 qm_status Fail(qm_status status, const char* text) noexcept;
-// The same of the exception that is being handled.
+// The same for the exception being handled.
 qm_status FailByException() noexcept;
 
-// Runs a function's body; what it raises becomes the status and the text.
+// Runs a function's body; an exception becomes the status and the text.
 template <typename Body>
 qm_status Guarded(const Body& body) noexcept {
   try {
@@ -44,7 +44,7 @@ void RequireAll(const Pointers*... pointers) {
   if ((... || (pointers == nullptr))) throw BadCall{"a pointer is null"};
 }
 
-// A structure that a caller of another version filled: what it does not have keeps its default.
+// A structure from a caller of another version: missing fields keep their defaults.
 template <typename Structure>
 Structure Complete(const Structure& given, void (*init)(Structure*)) {
   Structure complete;
@@ -64,7 +64,7 @@ inline std::string TextOf(const char* text) {
 template <typename Enum>
 Enum EnumOf(std::int32_t value, Enum last, const char* what) {
   if (value < 0 || value > static_cast<int>(last))
-    throw Refused(Refusal::BadValue, what, "is none of its values");
+    throw Refused(Refusal::BadValue, what, "is not a valid value");
   return static_cast<Enum>(value);
 }
 

@@ -15,8 +15,7 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr auto LookInterval = 100ms;
-constexpr auto TakeoverPatience = 1s;  // the control tool holds the role for moments
-constexpr char VersionReply[] = "__ver__:";
+constexpr auto TakeoverPatience = 1s;  // the control tool takes the role for moments
 
 std::wstring Hex(std::uint32_t number) {
   char digits[9];
@@ -24,26 +23,8 @@ std::wstring Hex(std::uint32_t number) {
   return {digits, digits + 8};
 }
 
-Record RecordOf(const Hit& hit) {
-  Record record;
-  record.kind = hit.IsReply() ? Record::Kind::Reply : Record::Kind::Hit;
-  record.tsMs = hit.tsMs;
-  record.cx = hit.cx;
-  record.cy = hit.cy;
-  record.w = hit.w;
-  record.h = hit.h;
-  record.score = hit.sq;
-  record.edge = hit.edge;
-  record.name = ToUtf8(hit.name);
-  return record;
-}
-
 Record News(Record::Kind kind, std::uint32_t count = 0) {
-  Record record;
-  record.kind = kind;
-  record.tsMs = WallClockMs();
-  record.count = count;
-  return record;
+  return {.kind = kind, .tsMs = WallClockMs(), .count = count};
 }
 
 }  // namespace
@@ -53,7 +34,6 @@ Client::Client(bool keepUnread)
   if (!consumer.Held()) throw Taken("another client of this session is reading the hits; only one can");
   if (!keepUnread) hits.ConsumeUpTo(hits.WriteIndex());
   droppedByWorker = hits.Dropped();
-  worker = probe.Look();
 }
 
 Outcome Client::Send(const Command& command, Deadline deadline) {
@@ -62,17 +42,17 @@ Outcome Client::Send(const Command& command, Deadline deadline) {
   return probe.Look().running ? Outcome::Stalled : Outcome::NoWorker;
 }
 
-Outcome Client::Ask(const Command& command, const std::string& reply, Deadline deadline) {
-  Pump();  // an answer to an earlier question is none to this one
+Outcome Client::Ask(const Command& command, std::string_view reply, Deadline deadline) {
+  Pump();  // late replies to earlier commands
   answer.reset();
   const Outcome sent = Send(command, deadline);
   if (sent != Outcome::Done) return sent;
   awaited = reply;
   while (Pump(), !answer && Clock::now() < deadline) WaitForHits(deadline);
   awaited.clear();
-  WatchWorker();  // who knows that a command was executed should also know if by a new worker
+  WatchWorker();  // the caller should learn of a new worker before it relies on the reply
   if (answer) return Outcome::Done;
-  return worker.running ? Outcome::Stalled : Outcome::NoWorker;
+  return worker.Last().running ? Outcome::Stalled : Outcome::NoWorker;
 }
 
 Outcome Client::Barrier(Deadline deadline) {
@@ -82,7 +62,7 @@ Outcome Client::Barrier(Deadline deadline) {
 
 Outcome Client::Version(Deadline deadline, std::string& version) {
   const Outcome outcome = Ask({.kind = CmdKind::Version}, VersionReply, deadline);
-  if (outcome == Outcome::Done) version = answer->name.substr(std::size(VersionReply) - 1);
+  if (outcome == Outcome::Done) version = answer->name.substr(VersionReply.size());
   return outcome;
 }
 
@@ -98,18 +78,19 @@ std::size_t Client::Read(std::span<Record> records, Deadline deadline) {
 State Client::Look() {
   Pump();
   WatchWorker();
-  return {worker.running, commands.Unread(), static_cast<std::uint32_t>(queue.size()), dropped, workerStarts};
+  return {worker.Last().running, commands.Unread(), static_cast<std::uint32_t>(queue.size()), dropped,
+          workerStarts};
 }
 
 void Client::Pump() {
   const std::uint32_t written = hits.WriteIndex();
   std::uint32_t next = hits.ReadIndex();
   std::uint32_t lost = 0;
-  if (written - next > RingSlots) {  // somebody else has written to the indices
+  if (written - next > RingSlots) {  // another program has changed the indices
     lost = written - next - RingSlots;
     next = written - RingSlots;
   }
-  // Looked at behind the write index, it counts every hit that was refused before the newest record here.
+  // Read after the write index, so it includes every hit dropped before the newest record.
   const std::uint32_t refused = hits.Dropped();
   lost += refused - droppedByWorker;
   droppedByWorker = refused;
@@ -117,8 +98,8 @@ void Client::Pump() {
   if (lost != 0) Push(News(Record::Kind::Dropped, lost));
 
   for (; next != written; ++next) {
-    const std::optional<Hit> hit = hits.Peek(next);
-    if (hit) Push(RecordOf(*hit));
+    std::optional<Record> record = hits.Peek(next);
+    if (record) Push(*std::move(record));
   }
   hits.ConsumeUpTo(written);
   if (Clock::now() >= nextLook) WatchWorker();
@@ -126,15 +107,10 @@ void Client::Pump() {
 
 void Client::WatchWorker() {
   nextLook = Clock::now() + LookInterval;
-  const WorkerSight sight = probe.Look();
-  const bool another = sight.identity != 0 && worker.identity != 0 && sight.identity != worker.identity;
-  if (worker.running && !sight.running) Push(News(Record::Kind::WorkerGone));
-  if (sight.running && (!worker.running || another)) {
-    ++workerStarts;
-    Push(News(Record::Kind::WorkerStarted));
-  }
-  worker.running = sight.running;
-  if (sight.identity != 0) worker.identity = sight.identity;
+  const WorkerNews news = worker.Add(probe.Look());
+  if (news.gone) Push(News(Record::Kind::WorkerGone));
+  if (news.started) Push(News(Record::Kind::WorkerStarted));
+  if (news.started) ++workerStarts;
 }
 
 void Client::WaitForHits(Deadline deadline) const {
@@ -149,14 +125,14 @@ void Client::Push(Record record) {
       answer = std::move(record);
       return;
     }
-    // An answer to a question that was given up.
+    // The reply to a barrier that timed out.
     if (record.name.starts_with(ToUtf8(barrierPrefix))) return;
   }
-  if (queue.size() >= QueueLimit) LetGo();
+  if (queue.size() >= QueueLimit) DropHits();
   queue.push_back(std::move(record));
 }
 
-void Client::LetGo() {
+void Client::DropHits() {
   std::uint32_t known = 0, hitsLost = 0;
   std::erase_if(queue, [&](const Record& record) {
     if (record.kind == Record::Kind::Dropped) known += record.count;

@@ -1,8 +1,7 @@
-// A controller's whole side of both rings: sends commands, asks questions and waits for their replies, and
-// hands out, as one stream of records in order, what the worker reported and what became of the worker.
+// A controller's side of both rings: sends commands, waits for replies, and hands out one ordered stream of
+// records with hits, replies and news about the worker.
 //
-// Whatever waits keeps reading the hit ring into a queue, so that the ring does not fill up meanwhile and a
-// reply finds its place.
+// Every call that waits keeps reading the hit ring into a queue, so that there is always room for a reply.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -15,6 +14,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "client/CommandRing.h"
 #include "client/HitReader.h"
@@ -23,32 +23,17 @@
 
 namespace quillmark::client {
 
-struct Record {
-  enum class Kind {
-    Hit,
-    Reply,          // to a command of another client
-    Dropped,        // `count` hits found no place and are lost; when exactly cannot be known
-    WorkerGone,     // no worker runs any more
-    WorkerStarted,  // one runs that did not before; it knows no spec
-  };
-  Kind kind = Kind::Hit;
-  // UTC milliseconds since 1970-01-01: the worker's of hits and replies, else when it was noticed.
-  std::uint64_t tsMs = 0;
-  // Of hits: the centre and the size in pixels of the target's client area.
-  std::int32_t cx = 0, cy = 0, w = 0, h = 0;
-  float score = 0.0f, edge = 0.0f;
-  std::uint32_t count = 0;
-  std::string name;  // of the spec, or the reply's text; UTF-8, unpaired surrogates as U+FFFD
-};
+// How the reply to a version command begins.
+inline constexpr std::string_view VersionReply = "__ver__:";
 
 enum class Outcome {
   Done,
-  NoWorker,  // none runs
-  Stalled,   // one runs, and did not take the command or answer it in time
+  NoWorker,  // none is running
+  Stalled,   // one is running, but did not take the command or reply in time
   Busy,      // another client kept writing
 };
 
-// The rings belong to another client already.
+// Another client holds the rings.
 class Taken : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -56,40 +41,40 @@ class Taken : public std::runtime_error {
 struct State {
   bool workerRunning = false;
   std::uint32_t unreadCommands = 0;
-  std::uint32_t queuedRecords = 0;  // read and not yet handed out
+  std::uint32_t queuedRecords = 0;  // not yet handed out
   std::uint64_t dropped = 0;        // hits lost since the client was opened
   std::uint32_t workerStarts = 0;   // seen since then
 };
 
 class Client {
  public:
-  // Records that the client keeps for its caller. Beyond, the hits among them are lost, reported as dropped.
+  // Records that the client keeps for its caller. Beyond that, its hits are dropped and reported as such.
   static constexpr std::size_t QueueLimit = 65536;
 
-  // Opens or creates both rings. Hits from before are let go unless `keepUnread`. Raises Taken, or
+  // Opens or creates both rings and discards earlier hits unless `keepUnread`. Raises Taken, or
   // std::runtime_error when a ring cannot be opened.
   explicit Client(bool keepUnread = false);
 
-  // Publishes behind what waits. Done says that it was published, with or without a worker: one that starts
-  // later finds it. Waits for a free slot until the deadline.
+  // Publishes a command, waiting for a free slot until the deadline. Done does not mean that a worker has
+  // taken it: one that starts later will.
   [[nodiscard]] Outcome Send(const Command& command, Deadline deadline);
-  // Waits until the worker has executed everything that was sent before.
+  // Waits until the worker has executed everything sent before.
   [[nodiscard]] Outcome Barrier(Deadline deadline);
   [[nodiscard]] Outcome Version(Deadline deadline, std::string& version);
 
-  // Moves the oldest records out, as soon as there are any; none when there are none until the deadline.
+  // Hands out the oldest records as soon as there are any; none if none come before the deadline.
   [[nodiscard]] std::size_t Read(std::span<Record> records, Deadline deadline);
 
   [[nodiscard]] State Look();
 
  private:
-  // Sends the command and waits for the reply that begins so.
-  Outcome Ask(const Command& command, const std::string& reply, Deadline deadline);
+  // Sends the command and waits for a reply that starts with `reply`.
+  Outcome Ask(const Command& command, std::string_view reply, Deadline deadline);
   void Pump();
   void WatchWorker();
   void WaitForHits(Deadline deadline) const;
   void Push(Record record);
-  void LetGo();
+  void DropHits();
 
   const HitConsumer consumer;
   HitReader hits;
@@ -97,15 +82,15 @@ class Client {
   const WorkerProbe probe;
 
   std::deque<Record> queue;
-  std::string awaited;                // how the reply that is waited for begins; empty for none
+  std::string awaited;                // start of the awaited reply; empty for none
   std::optional<Record> answer;       // that reply
-  std::uint32_t droppedByWorker = 0;  // the ring's count when it was last looked at
+  std::uint32_t droppedByWorker = 0;  // the ring's last known count
   std::uint64_t dropped = 0;
 
-  std::wstring barrierPrefix;  // of this client's own questions
+  std::wstring barrierPrefix;  // of this client's heartbeats
   std::uint32_t barriers = 0;
 
-  WorkerSight worker;  // its identity stays that of the last one known
+  WorkerHistory worker{probe.Look()};
   std::uint32_t workerStarts = 0;
   Deadline nextLook{};
 };

@@ -1,4 +1,4 @@
-// The C functions of a client over its class: arguments in, outcomes to status codes.
+// The C functions of a client.
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -28,9 +28,9 @@ qm_status StatusOf(Outcome outcome) {
     case Outcome::Done:
       return QM_OK;
     case Outcome::NoWorker:
-      return Fail(QM_NO_WORKER, "no worker runs");
+      return Fail(QM_NO_WORKER, "no worker is running");
     case Outcome::Stalled:
-      return Fail(QM_STALLED, "a worker runs, but did not take or answer the command in time");
+      return Fail(QM_STALLED, "timed out: a worker is running, but did not take the command or reply");
     case Outcome::Busy:
       return Fail(QM_BUSY, "another client kept writing commands");
   }
@@ -42,7 +42,7 @@ Deadline After(std::uint32_t timeoutMs) {
   return std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
 }
 
-std::optional<double> GivenIn(double value) {
+std::optional<double> Given(double value) {
   return std::isnan(value) ? std::nullopt : std::optional(value);
 }
 
@@ -57,8 +57,8 @@ Spec SpecOf(const qm_spec* given) {
   spec.y = all.y;
   spec.width = all.width;
   spec.height = all.height;
-  spec.maxDifference = GivenIn(all.max_difference);
-  spec.minScore = GivenIn(all.min_score);
+  spec.maxDifference = Given(all.max_difference);
+  spec.minScore = Given(all.min_score);
   spec.edgeMin = all.edge_min;
   spec.mode = EnumOf(all.mode, Mode::HS, "mode");
   spec.preset = EnumOf(all.preset, Preset::Strict, "preset");
@@ -152,7 +152,7 @@ qm_status qm_read(qm_client* client, qm_record* records, size_t capacity, size_t
                   uint32_t timeout_ms) {
   return Guarded([&] {
     RequireAll(client, records, count);
-    if (capacity == 0) throw BadCall{"there is no place for a record"};
+    if (capacity == 0) throw BadCall{"the capacity is 0"};
     std::vector<Record> read(std::min(capacity, std::size_t{1024}));
     *count = client->client.Read(read, After(timeout_ms));
     std::transform(read.begin(), read.begin() + static_cast<std::ptrdiff_t>(*count), records, ToC);

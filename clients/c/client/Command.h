@@ -1,4 +1,4 @@
-// One command as its record carries it: the raw fields, not yet held against their widths.
+// The fields of one command, whose lengths are not checked yet.
 //
 // Threading: plain values.
 #pragma once
@@ -12,13 +12,13 @@
 
 namespace quillmark::client {
 
-// Widths of the text fields in UTF-16 units. A hit carries a name of one unit less than a command.
+// Lengths of the text fields in UTF-16 units. A hit's name is one unit shorter than a command's.
 inline constexpr std::size_t TargetUnits = std::size(CmdSlot{}.target);
 inline constexpr std::size_t NameUnits = std::size(CmdSlot{}.name);
 inline constexpr std::size_t PathUnits = std::size(CmdSlot{}.path);
 inline constexpr std::size_t HitNameUnits = std::size(HitSlot{}.name) - 1;
 
-// Outside 0 to 1 the worker keeps its own limits.
+// Outside 0 to 1, the worker uses its own limits.
 inline constexpr float NoThreshold = -1.0f;
 inline constexpr float DefaultEdgeMin = 0.75f;
 

@@ -70,7 +70,7 @@ bool CommandRing::Publish(const Command& command, Deadline deadline) {
 }
 
 bool CommandRing::AwaitTaken(Deadline deadline) const {
-  // The read index may have passed it by commands of others.
+  // Later commands of other clients may have been taken too.
   while (static_cast<std::int32_t>(ReadIndex() - published) < 0) {
     if (Clock::now() >= deadline) return false;
     std::this_thread::sleep_for(PollInterval);

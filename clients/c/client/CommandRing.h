@@ -1,7 +1,7 @@
-// The controller's side of the command ring: fills a slot, publishes it, signals the worker, and sees by
-// the shared read index when the worker has taken it. Never more than 64 commands wait unread.
+// The controller's side of the command ring: publishes commands and learns from the shared read index when
+// the worker has taken them. At most 64 are unread.
 //
-// Threading: one thread. One client writes at a time, which a role ensures.
+// Threading: one thread. A role ensures that only one client writes at a time.
 #pragma once
 
 #include <cstdint>
@@ -16,12 +16,12 @@ class CommandRing {
   // Raises std::runtime_error when the ring cannot be opened.
   CommandRing();
 
-  // Publishes the command behind those that wait. False when other clients kept writing, or no slot became
-  // free, until the deadline; then nothing was published.
+  // Publishes a command. False, with nothing published, when other clients kept writing or no slot became
+  // free until the deadline.
   [[nodiscard]] bool Publish(const Command& command, Deadline deadline);
-  // Whether the worker has taken the last published command before the deadline.
+  // Whether the worker takes the last published command before the deadline.
   [[nodiscard]] bool AwaitTaken(Deadline deadline) const;
-  // Commands that the worker has not taken yet, of every client.
+  // Commands of all clients that the worker has not taken yet.
   [[nodiscard]] std::uint32_t Unread() const;
 
  private:

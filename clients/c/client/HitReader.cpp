@@ -1,5 +1,7 @@
 #include "client/HitReader.h"
 
+#include "client/Text.h"
+
 namespace quillmark::client {
 
 HitReader::HitReader()
@@ -19,27 +21,27 @@ std::uint32_t HitReader::Dropped() const {
   return SharedWord(layout.header.droppedCount).load(std::memory_order_relaxed);
 }
 
-std::optional<Hit> HitReader::Peek(std::uint32_t index) const {
+std::optional<Record> HitReader::Peek(std::uint32_t index) const {
   const HitSlot slot = layout.slots[SlotOf(index)];
   FullFence();
   // The worker reuses the slot once the record is consumed and 64 newer ones are written.
   const bool consumed = static_cast<std::int32_t>(ReadIndex() - index) > 0;
   if (consumed && WriteIndex() - index >= RingSlots) return std::nullopt;
 
-  Hit hit;
-  hit.tsMs = slot.tsMs;
-  hit.cx = slot.cx;
-  hit.cy = slot.cy;
-  hit.w = slot.w;
-  hit.h = slot.h;
-  hit.sq = slot.sq;
-  hit.edge = slot.edge;
-  hit.name = TextOf(slot.name);
-  return hit;
+  // Replies to heartbeat and version have no size; hits have at least one pixel.
+  return Record{.kind = slot.w == 0 && slot.h == 0 ? Record::Kind::Reply : Record::Kind::Hit,
+                .tsMs = slot.tsMs,
+                .cx = slot.cx,
+                .cy = slot.cy,
+                .w = slot.w,
+                .h = slot.h,
+                .score = slot.sq,
+                .edge = slot.edge,
+                .name = ToUtf8(TextOf(slot.name))};
 }
 
 void HitReader::ConsumeUpTo(std::uint32_t index) {
-  // Pairs with the worker's load before it fills a slot anew.
+  // Pairs with the worker's load before it reuses a slot.
   SharedWord(layout.header.readIndex).store(index, std::memory_order_release);
 }
 

@@ -1,4 +1,4 @@
-// What a caller asked for and the rings cannot carry as it stands. Nothing is ever cut or bent to fit.
+// An argument that the rings cannot carry. Nothing is ever changed to fit.
 //
 // Threading: plain values.
 #pragma once
@@ -9,14 +9,14 @@
 namespace quillmark::client {
 
 enum class Refusal {
-  TooLong,   // a text has more UTF-16 units than its field
-  BadText,   // a text is empty, not UTF-8, or holds what cannot stand there
-  BadValue,  // a number lies outside its range, or options do not go together
+  TooLong,   // a text does not fit its field
+  BadText,   // a text is empty, not UTF-8, or contains something not allowed there
+  BadValue,  // a number is out of range, or options cannot be combined
 };
 
 class Refused : public std::invalid_argument {
  public:
-  // `what` names the argument, `problem` goes on from there.
+  // `what` names the argument; `problem` completes the sentence.
   Refused(Refusal refusal, const std::string& what, const std::string& problem)
       : std::invalid_argument(what + ' ' + problem), why(refusal) {}
   [[nodiscard]] Refusal Why() const { return why; }

@@ -42,7 +42,7 @@ Role::Role(const wchar_t* name, Deadline deadline) {
       mutex = std::move(attempt);
       return;
     }
-    // Held open, the other client's mutex would outlive it.
+    // Kept open, the other client's mutex would outlive it.
     attempt.Reset();
     if (std::chrono::steady_clock::now() >= deadline) return;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));

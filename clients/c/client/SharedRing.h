@@ -1,8 +1,8 @@
-// The named section and event of one ring, opened or created, as a controller holds them; and the roles by
-// which several clients of one session stay out of each other's way.
+// The named section and event of one ring, opened or created, and the roles that coordinate the clients of a
+// session.
 //
-// The event comes first: a worker that finds it knows that a controller owns the section's contents, and
-// leaves them alone.
+// The event is opened first: it tells a worker that a controller owns the section's contents, so the worker
+// does not reset them.
 //
 // Threading: one thread.
 #pragma once
@@ -23,7 +23,7 @@ class SharedRing {
 
   [[nodiscard]] void* View() const { return section.view.Get(); }
   void Signal() const;
-  // Until the other side signals, or for `timeoutMs`.
+  // Waits until the other side signals, at most `timeoutMs`.
   void Wait(std::uint32_t timeoutMs) const;
 
  private:
@@ -31,10 +31,10 @@ class SharedRing {
   SharedSection section;
 };
 
-// Held by at most one client of the session; given up on destruction, also when its process is killed.
+// Held by at most one client of the session; released on destruction, and when its process dies.
 class Role {
  public:
-  // Tries to take the role at once, then again until the deadline.
+  // Tries to take the role, once and then until the deadline.
   explicit Role(const wchar_t* name, Deadline deadline = {});
   [[nodiscard]] bool Held() const { return static_cast<bool>(mutex); }
 

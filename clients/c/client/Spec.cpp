@@ -17,7 +17,7 @@ void Require(bool good, const std::string& what, const std::string& problem) {
   if (!good) throw Refused(Refusal::BadValue, what, problem);
 }
 
-// The suffix FPSn makes the worker take every k-th frame, k = 30 / n rounded.
+// The suffix FPSn makes the worker search every k-th frame, k = 30 / n rounded.
 std::string FrameSuffix(std::int32_t everyNthFrame) {
   constexpr std::array<std::pair<int, int>, 9> rates{
       {{2, 15}, {3, 10}, {4, 7}, {5, 6}, {6, 5}, {8, 4}, {10, 3}, {15, 2}, {30, 1}}};
@@ -27,7 +27,7 @@ std::string FrameSuffix(std::int32_t everyNthFrame) {
   throw Refused(Refusal::BadValue, "every_nth_frame", "must be 1, 2, 3, 4, 5, 6, 8, 10, 15 or 30");
 }
 
-// In decimal, without an exponent, exact when it is read again.
+// Decimal, without an exponent, and exact when parsed again.
 std::string Decimal(double value) {
   std::array<char, 400> digits;
   const auto result =
@@ -35,33 +35,17 @@ std::string Decimal(double value) {
   return {digits.data(), result.ptr};
 }
 
-const char* WordOf(Mode mode) {
-  switch (mode) {
-    case Mode::Bgr:
-      return "bgr";
-    case Mode::S:
-      return "s";
-    case Mode::H:
-      return "h";
-    case Mode::HS:
-      return "hs";
-    default:
-      return "gray";
-  }
-}
-
-// The worker looks for it in letters of either case, anywhere.
-bool SaysRed(std::string name) {
-  for (char& c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return name.find("red") != std::string::npos;
+// The worker treats any name that contains it, in either case, as a red object's.
+bool SaysRed(const std::string& name) {
+  constexpr std::string_view red = "red";
+  const auto same = [](char a, char b) { return (a | 0x20) == b; };
+  return std::search(name.begin(), name.end(), red.begin(), red.end(), same) != name.end();
 }
 
 void CheckName(const Spec& spec) {
   (void)NonEmptyField("name", spec.name, HitNameUnits);
   if (spec.name.find(':') != std::string::npos) {
-    throw Refused(Refusal::BadText, "name", "must not hold ':'; options have fields of their own");
+    throw Refused(Refusal::BadText, "name", "must not contain ':'; options have separate fields");
   }
   if (!spec.red && SaysRed(spec.name)) {
     throw Refused(Refusal::BadText, "name",
@@ -76,15 +60,15 @@ struct Limits {
   std::string option;
 };
 
-// The record has one threshold: above 0.5 it is a score, up to 0.5 a difference. A difference that cannot go
-// there becomes an option word, which the worker takes between 0 and 1, both excluded.
+// The record has one threshold: above 0.5 it is a score, otherwise a difference. A difference that does not
+// fit becomes an option word, which the worker accepts between 0 and 1, both excluded.
 Limits LimitsOf(const Spec& spec) {
   Limits limits;
   if (spec.minScore) {
     const double score = *spec.minScore;
     const bool inRange = score > 0.5 && score <= 1.0;
     limits.threshold = inRange ? static_cast<float>(score) : 0.0f;
-    Require(limits.threshold > 0.5f, "min_score", "must be above 0.5 and at most 1; leave it out for none");
+    Require(limits.threshold > 0.5f, "min_score", "must be above 0.5 and at most 1; omit it for none");
   }
   if (!spec.maxDifference) return limits;
   const double difference = *spec.maxDifference;
@@ -92,26 +76,28 @@ Limits LimitsOf(const Spec& spec) {
   if (!spec.minScore && spec.preset == Preset::None && difference <= 0.5) {
     limits.threshold = static_cast<float>(difference);
   } else {
-    Require(difference > 0.0, "max_difference", "of 0 cannot go together with a preset or with min_score");
+    Require(difference > 0.0, "max_difference", "of 0 cannot be combined with a preset or min_score");
     limits.option = ":sq=" + Decimal(difference);
   }
   return limits;
 }
 
-// From left to right, so the preset comes first and leaves the last word to the others.
+// Later options win, so the preset comes first.
 std::string OptionsOf(const Spec& spec, const std::string& difference) {
+  const auto option = [](std::string_view word) { return ":" + std::string(word); };
   std::string options;
-  if (spec.preset == Preset::Fast) options += ":fast";
-  if (spec.preset == Preset::Strict) options += ":strict";
+  if (spec.preset != Preset::None) options += option(PresetWords[static_cast<int>(spec.preset)]);
   const bool workersOwn = spec.mode == Mode::Gray && spec.preset == Preset::None;
-  if (spec.mode != Mode::Unset && !workersOwn) options += std::string(":mode=") + WordOf(spec.mode);
+  if (spec.mode != Mode::Unset && !workersOwn) {
+    options += option("mode=") + std::string(ModeWords[static_cast<int>(spec.mode)]);
+  }
   if (spec.intervalMs > 0) options += ":ms" + std::to_string(spec.intervalMs);
   options += difference;
   if (spec.monitor == -1) options += ":mon=primary";
   if (spec.monitor > 0) options += ":mon=" + std::to_string(spec.monitor);
   if (spec.red && !SaysRed(spec.name)) options += ":red";
   if (spec.everyNthFrame == 1) return options;
-  Require(options.empty(), "every_nth_frame", "cannot go together with another option");
+  Require(options.empty(), "every_nth_frame", "cannot be combined with other options");
   return FrameSuffix(spec.everyNthFrame);
 }
 
@@ -120,9 +106,9 @@ std::string OptionsOf(const Spec& spec, const std::string& difference) {
 Command CommandFor(const Spec& spec) {
   CheckName(spec);
   Require(spec.width >= 1 && spec.height >= 1, "region", "must be at least 1 wide and 1 high");
-  Require(spec.edgeMin >= -1.0 && spec.edgeMin <= 1.0, "edge_min", "must lie between -1 and 1");
+  Require(spec.edgeMin >= -1.0 && spec.edgeMin <= 1.0, "edge_min", "must be between -1 and 1");
   Require(spec.intervalMs >= 0, "interval_ms", "must not be negative");
-  Require(spec.monitor >= -1, "monitor", "must be 0, -1 for the primary one, or a number from 1");
+  Require(spec.monitor >= -1, "monitor", "must be 0 for all, -1 for the primary one, or a number from 1");
 
   const Limits limits = LimitsOf(spec);
   Command command;
@@ -144,7 +130,7 @@ Command RemovalOf(const std::string& name) {
   command.kind = CmdKind::Remove;
   command.name = NonEmptyField("name", name, NameUnits);
   if (name.find(':') != std::string::npos) {
-    throw Refused(Refusal::BadText, "name", "must be the one without options");
+    throw Refused(Refusal::BadText, "name", "must not include options");
   }
   return command;
 }

@@ -29,11 +29,11 @@ std::string ToUtf8(const std::wstring& text) {
 std::wstring Field(const std::string& what, const std::string& utf8, std::size_t maxUnits) {
   std::optional<std::wstring> text = ToWide(utf8);
   if (!text) throw Refused(Refusal::BadText, what, "is not valid UTF-8");
-  if (text->find(L'\0') != std::wstring::npos) throw Refused(Refusal::BadText, what, "holds a zero");
+  if (text->find(L'\0') != std::wstring::npos) throw Refused(Refusal::BadText, what, "contains a zero");
   if (text->size() > maxUnits) {
     throw Refused(Refusal::TooLong, what,
-                  "is " + std::to_string(text->size()) + " UTF-16 units long; at most " +
-                      std::to_string(maxUnits) + " are possible");
+                  "has " + std::to_string(text->size()) + " characters (UTF-16 units); at most " +
+                      std::to_string(maxUnits) + " are allowed");
   }
   return *std::move(text);
 }

@@ -9,14 +9,14 @@
 namespace quillmark::client {
 namespace {
 
-constexpr std::uint64_t HoldBackMs = 300;  // the worker's longest hold-back of a weaker repetition
-constexpr std::uint64_t LeastGapMs = 1000;
-// An interval counts from when a frame was taken, a hit from when it was searched.
+constexpr std::uint64_t HoldBackMs = 300;  // how long the worker suppresses weaker repetitions at most
+constexpr std::uint64_t MinGapMs = 1000;
+// An interval starts when a frame is captured, a hit's time is when it was searched.
 constexpr std::uint64_t IntervalSlackMs = 250;
 
 std::uint64_t GapOf(const Watch& watch) {
   if (watch.gapMs != 0) return watch.gapMs;
-  return std::max(LeastGapMs, std::uint64_t{3} * watch.intervalMs);
+  return std::max(MinGapMs, std::uint64_t{3} * watch.intervalMs);
 }
 
 std::uint64_t QuietMs(const Watch& watch) {
@@ -37,7 +37,8 @@ void Tracker::Begin(const Watch& watch) {
   Watched watched;
   if (watch.moveTolerance < 0) throw Refused(Refusal::BadValue, "move_tolerance", "must not be negative");
   for (const std::string& witness : watch.witnesses) {
-    if (witness == watch.name) throw Refused(Refusal::BadValue, "witnesses", "hold the spec itself");
+    if (witness == watch.name)
+      throw Refused(Refusal::BadValue, "witnesses", "must not include the spec itself");
     watched.proofs[witness] = {};
   }
   watched.watch = watch;

@@ -1,4 +1,4 @@
-// The C functions of a tracker over its class.
+// The C functions of a tracker.
 #include <algorithm>
 #include <deque>
 #include <iterator>

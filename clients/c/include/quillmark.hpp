@@ -1,5 +1,5 @@
-// The C functions of quillmark.h as C++20: owners, optional values, exceptions. What a function does, and
-// which threads may call it, its C counterpart says; objects move and do not copy.
+// The C functions of quillmark.h as C++20 with owners, optional values and exceptions. The C functions
+// document behaviour and threads; objects can be moved, not copied.
 #ifndef QUILLMARK_HPP
 #define QUILLMARK_HPP
 
@@ -20,7 +20,7 @@ namespace quillmark {
 
 using Milliseconds = std::chrono::milliseconds;
 
-// Every failure: the status code and its text.
+// Any failure: the status code and its text.
 class Error : public std::runtime_error {
  public:
   Error(qm_status code, const char* text) : std::runtime_error(text), status(code) {}
@@ -36,9 +36,9 @@ inline void Check(qm_status status) {
   if (status != QM_OK) throw Error(status, qm_error_text());
 }
 
-// A zero inside would end the text early.
+// A zero would end the text early.
 inline const char* Text(const std::string& text) {
-  if (text.find('\0') != std::string::npos) throw Error(QM_BAD_TEXT, "a text holds a zero");
+  if (text.find('\0') != std::string::npos) throw Error(QM_BAD_TEXT, "a text contains a zero");
   return text.c_str();
 }
 
@@ -76,13 +76,13 @@ struct Spec {
   std::int32_t everyNthFrame = 1;
   std::int32_t monitor = 0;
 
-  // Throws Error when it cannot be sent as it stands.
+  // Throws Error when it is invalid.
   void Check() const {
     const qm_spec spec = ToC();
     detail::Check(qm_spec_check(&spec));
   }
 
-  // Good as long as this object is.
+  // Valid as long as this object.
   [[nodiscard]] qm_spec ToC() const {
     qm_spec spec;
     qm_spec_init(&spec);
@@ -100,7 +100,7 @@ struct Spec {
     spec.preset = preset;
     spec.red = red ? 1 : 0;
     if (interval.count() < 0 || interval.count() > INT32_MAX) {
-      throw Error(QM_BAD_VALUE, "interval_ms must not be negative nor above 2147483647");
+      throw Error(QM_BAD_VALUE, "interval_ms must be between 0 and 2147483647");
     }
     spec.interval_ms = static_cast<std::int32_t>(interval.count());
     spec.every_nth_frame = everyNthFrame;
@@ -147,7 +147,7 @@ class Client {
     detail::Check(qm_version(client.get(), text, sizeof text, detail::Timeout(timeout)));
     return text;
   }
-  // As soon as there are any; none after the time-out.
+  // Returns as soon as there are records; none on timeout.
   [[nodiscard]] std::vector<Record> Read(Milliseconds timeout) {
     qm_record records[64];
     std::size_t count = 0;

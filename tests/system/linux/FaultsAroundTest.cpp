@@ -1,5 +1,4 @@
-// The control tool while what it needs around it fails: the worker stands still, the display is away, the
-// disk takes no more.
+// The control tool while the worker is stopped, there is no display, or the disk is full.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -27,7 +26,7 @@ class FaultsAround : public testing::Test {
   const std::string image = (folder.Path() / "a.png").string();
 };
 
-TEST_F(FaultsAround, ApplyGoesOnWhenTheWorkerTakesCommandsAgain) {
+TEST_F(FaultsAround, ApplyContinuesWhenTheWorkerTakesCommandsAgain) {
   const std::string file = (folder.Path() / "specs.toml").string();
   const auto declare = [&](const std::string& region) {
     std::ofstream text(file);
@@ -48,18 +47,18 @@ TEST_F(FaultsAround, ApplyGoesOnWhenTheWorkerTakesCommandsAgain) {
   ::kill(worker.Pid(), SIGCONT);
   EXPECT_TRUE(watch.Says("3 replaced")) << watch.Out() << watch.Err();
 
-  // A file that cannot be read meanwhile is told once.
+  // A broken file is reported once.
   stall("[1, 2, 70, 80]", 2);
   std::ofstream(file) << "no specs";
   ::kill(worker.Pid(), SIGCONT);
   EXPECT_TRUE(watch.Says("specs.toml, line 1")) << watch.Out() << watch.Err();
-  for (int i = 0; i < 8; ++i) EXPECT_EQ(Control({"status"}).code, 0);  // lasts for several of its looks
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(Control({"status"}).code, 0);  // takes several intervals of apply
   EXPECT_EQ(CountOf("specs.toml, line 1", watch.Err()), 1u) << watch.Err();
   declare("[1, 2, 70, 80]");
   EXPECT_TRUE(watch.Says("3 replaced", 2)) << watch.Out() << watch.Err();
 }
 
-TEST_F(FaultsAround, WithoutADisplayItIsNotTheWindowThatIsMissing) {
+TEST_F(FaultsAround, WithoutADisplayTheMonitorIsReportedMissing) {
   const Outcome explained = Control(
       {"explain", "--live", "--target=t", "--name=a", "--path=" + image, "--roi=0,0,30,20", "--json"});
   EXPECT_EQ(explained.code, 1);
@@ -69,7 +68,7 @@ TEST_F(FaultsAround, WithoutADisplayItIsNotTheWindowThatIsMissing) {
   EXPECT_EQ(captured.err, "quillmarkctl: there is no monitor\n");
 }
 
-TEST_F(FaultsAround, WhatCannotBeWrittenWholeLeavesTheOldFile) {
+TEST_F(FaultsAround, FailedWriteKeepsTheOldFile) {
   const std::string page = (folder.Path() / "page.html").string();
   std::string line = "echo old > " + page + "; trap '' XFSZ; ulimit -f 1; ";
   for (const std::string& word : ControlCommand({"explain", "--target=t", "--name=a", "--path=" + image,

@@ -1,4 +1,4 @@
-// Command lines of the shell, for tests that ask the programs of the X desktop.
+// Shell commands, for example to control the X desktop.
 //
 // Threading: any thread.
 #pragma once
@@ -7,7 +7,7 @@
 
 namespace quillmark::test {
 
-// Runs a command line and returns its output without the last line feed; empty when it failed.
+// Runs a command and returns its output without the final line feed; empty when it fails.
 std::string Shell(const std::string& commands);
 
 }  // namespace quillmark::test

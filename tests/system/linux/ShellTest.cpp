@@ -1,4 +1,4 @@
-// The control tool in a shell: its completion, and pipes.
+// The control tool in a shell: completion and pipes.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -11,7 +11,7 @@
 namespace quillmark::test {
 namespace {
 
-// What bash offers for the last of these words.
+// What bash offers for the last word.
 std::string Completed(const std::string& words) {
   const std::string tool = ControlCommand({}).front();
   return Shell("bash -c '. <(" + tool + " completion bash); COMP_WORDS=(quillmarkctl " + words +
@@ -23,10 +23,10 @@ TEST(ToolInAShell, CompletesCommandsOptionsAndWords) {
   EXPECT_EQ(Completed("explain --im"), "--image");
   EXPECT_EQ(Completed("completion \"\""), "bash zsh fish");
   EXPECT_EQ(Completed("manual quillmark-"), "quillmark-specs");
-  EXPECT_EQ(Completed("lint \"\""), "");  // files, which are the shell's own matter
+  EXPECT_EQ(Completed("lint \"\""), "");  // the shell completes files
 }
 
-TEST(ToolInAShell, WritesIntoAnOpenPipeButWaitsForNoNamedOne) {
+TEST(ToolInAShell, WritesToAnOpenPipeButRefusesANamedOne) {
   const TempFolder folder;
   const std::string image = (folder.Path() / "sine.png").string(), pipe = (folder.Path() / "pipe").string();
   WriteImage(image);
@@ -44,7 +44,7 @@ TEST(ToolInAShell, WritesIntoAnOpenPipeButWaitsForNoNamedOne) {
   EXPECT_EQ(Program(explain("/dev/null")).Wait(), 0);
 }
 
-TEST(ToolInAShell, RefusesArgumentsThatAreNoUtf8) {
+TEST(ToolInAShell, RefusesInvalidUtf8) {
   for (const char* command : {"lint", "remove"}) {
     const Outcome outcome = Control({command, "\xff"});
     EXPECT_EQ(outcome.code, 2) << command;

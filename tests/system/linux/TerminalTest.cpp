@@ -1,11 +1,7 @@
-// The control tool on a terminal, which shows for how long it has been at work.
+// The control tool on a terminal, which shows its progress.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
 #include <vector>
@@ -21,82 +17,42 @@ namespace {
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 
-// The tool on a terminal of its own, which hangs up when this object goes.
-class ToolOnATerminal {
- public:
-  explicit ToolOnATerminal(std::vector<std::string> arguments, unsigned short columns = 2000) {
-    std::vector<std::string> command = ControlCommand(std::move(arguments));
-    std::vector<char*> argv;
-    for (std::string& word : command) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    const winsize size{24, columns, 0, 0};
-    tool = ::forkpty(&terminal, nullptr, nullptr, &size);
-    if (tool != 0) return;
-    ::setenv("TERM", "xterm", 1);
-    ::setenv("NO_COLOR", "1", 1);
-    ::execv(argv[0], argv.data());
-    ::_exit(127);
-  }
-  ~ToolOnATerminal() {
-    ::close(terminal);
-    if (tool > 0) ::waitpid(tool, nullptr, 0);
-  }
-  ToolOnATerminal(const ToolOnATerminal&) = delete;
-  ToolOnATerminal& operator=(const ToolOnATerminal&) = delete;
-
-  // Waits until it has shown this; false when it ended before.
-  bool Shows(const std::string& text) {
-    while (written.find(text) == std::string::npos) {
-      if (!Read()) return false;
-    }
-    return true;
-  }
-  // What it has written when it has ended. A line is taken back with "\r\033[K".
-  std::string All() {
-    while (Read()) {
-    }
-    return written;
-  }
-
- private:
-  bool Read() {
-    char bytes[4096];
-    const ssize_t count = ::read(terminal, bytes, sizeof bytes);
-    if (count > 0) written.append(bytes, static_cast<std::size_t>(count));
-    return count > 0;
-  }
-
-  int terminal = -1;
-  pid_t tool = -1;
-  std::string written;
-};
-
-TEST(Terminal, ShowsThatTheToolIsAtWorkUntilItHasItsAnswer) {
-  const PrivateSession session;
-  ToolOnATerminal tool({"ping", "--timeout=600"});
-  EXPECT_TRUE(tool.Shows("ping 1 s"));
-  EXPECT_TRUE(tool.Shows("ping 2 s"));
-  const CommandTaker worker;
-  EXPECT_THAT(tool.All(), ContainsRegex(" s\033\\[K\r\033\\[KHB in [0-9]+ ms\r\n$"));
+// "\033[K" erases a line.
+Program OnATerminal(const std::vector<std::string>& arguments, int columns = 2000) {
+  std::string line = "stty cols " + std::to_string(columns) + "; TERM=xterm NO_COLOR=1 exec";
+  for (const std::string& word : ControlCommand(arguments)) line += ' ' + word;
+  return Program({"script", "--quiet", "--return", "--command", line, "/dev/null"});
 }
 
-TEST(Terminal, ShowsABarWithinALongStepOnOnePicture) {
+TEST(Terminal, ShowsTheElapsedTimeUntilTheResult) {
+  const PrivateSession session;
+  Program tool = OnATerminal({"ping", "--timeout=600"});
+  EXPECT_TRUE(tool.Says("ping 1 s"));
+  EXPECT_TRUE(tool.Says("ping 2 s"));
+  const CommandTaker worker;
+  EXPECT_EQ(tool.Wait(), 0);
+  EXPECT_THAT(tool.Out(), ContainsRegex(" s\033\\[K\033\\[KHB in [0-9]+ ms\n$"));
+}
+
+TEST(Terminal, ShowsABarDuringALongStepOnOnePicture) {
   const TempFolder folder;
   const std::string screen = (folder.Path() / "screen.png").string(),
                     part = (folder.Path() / "part.png").string();
   cv::imwrite(screen, cv::Mat(6000, 6000, CV_8U, cv::Scalar(90)));
   WriteImage(part);
-  // The mode that takes longest, so that the step does so on a fast machine, too.
-  ToolOnATerminal tool({"explain", "--target=t", "--name=part:mode=hs", "--path=" + part,
-                        "--roi=0,0,6000,6000", "--image=" + screen});
-  EXPECT_TRUE(tool.Shows("\rexplain [##########....................]  33 % "));
+  // The slowest mode, so that the step is long even on a fast machine.
+  const Program tool = OnATerminal({"explain", "--target=t", "--name=part:mode=hs", "--path=" + part,
+                                    "--roi=0,0,6000,6000", "--image=" + screen});
+  EXPECT_TRUE(tool.Says("explain [##########....................]  33 % "));
 }
 
-TEST(Terminal, ShowsABarWithinItsWidthUntilTheToolFails) {
+TEST(Terminal, CutsTheBarToTheWidthAndErasesItBeforeAnError) {
   const TempFolder folder;
-  ToolOnATerminal tool({"capture", "--target=t", "--delay=3", (folder.Path() / "new.png").string()}, 16);
-  EXPECT_TRUE(tool.Shows("\rcapture [######\033[K"));
-  EXPECT_THAT(tool.All(), HasSubstr("\r\033[Kquillmarkctl: "));
+  Program tool =
+      OnATerminal({"capture", "--target=t", "--delay=3", (folder.Path() / "new.png").string()}, 16);
+  EXPECT_TRUE(tool.Says("capture [######\033[K"));
+  tool.Wait();
+  EXPECT_THAT(tool.Out(), HasSubstr("\033[Kquillmarkctl: "));
 }
 
 }  // namespace

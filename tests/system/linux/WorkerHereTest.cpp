@@ -1,4 +1,4 @@
-// What the programs do in ways of this host alone.
+// What the programs do only on Linux.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -24,7 +24,7 @@ class WorkerHere : public testing::Test {
   const PrivateSession session;
 };
 
-TEST_F(WorkerHere, SecondInstanceIsRefusedWithoutADisplayToo) {
+TEST_F(WorkerHere, SecondInstanceIsAlsoRefusedWithoutADisplay) {
   const Worker first;
   ASSERT_TRUE(Answers());
   Worker second;
@@ -34,7 +34,7 @@ TEST_F(WorkerHere, SecondInstanceIsRefusedWithoutADisplayToo) {
   EXPECT_TRUE(Answers());
 }
 
-TEST_F(WorkerHere, OutputThatNobodyReadsStopsNothing) {
+TEST_F(WorkerHere, OutputThatNobodyReadsBlocksNothing) {
   const TempFolder folder;
   const std::string fifo = (folder.Path() / "output").string();
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
@@ -72,7 +72,7 @@ TEST_F(WorkerHere, OutputThatNobodyReadsStopsNothing) {
   ::close(output);
 }
 
-TEST_F(WorkerHere, ProgramsStartedWithoutStandardStreamsLeaveSharedObjectsAlone) {
+TEST_F(WorkerHere, ProgramsWithoutStandardStreamsDoNotPrintIntoSharedObjects) {
   const TempFolder folder;
   for (const std::string closed : {" <&- >&-", " >&- 2>&-"}) {
     SCOPED_TRACE(closed);
@@ -86,7 +86,7 @@ TEST_F(WorkerHere, ProgramsStartedWithoutStandardStreamsLeaveSharedObjectsAlone)
     RawController controller;
     EXPECT_TRUE(controller.SendSpec(L"none", L"a", L"/no/image", 0, 0, 9, 9, 0.75f, 0.1f));  // prints
     ASSERT_TRUE(controller.SendClear());                                                     // logs
-    start(ControlCommand({}).front() + " ping reply")->Wait();  // prints too, or says why not
+    start(ControlCommand({}).front() + " ping reply")->Wait();                               // prints
     EXPECT_TRUE(Answers());
     for (const auto& file : std::filesystem::recursive_directory_iterator(session.Base())) {
       const std::string bytes = file.is_regular_file() ? ContentOf(file.path()) : "";
@@ -97,11 +97,9 @@ TEST_F(WorkerHere, ProgramsStartedWithoutStandardStreamsLeaveSharedObjectsAlone)
   }
 }
 
-TEST_F(WorkerHere, InterruptedWatchEndsInOrder) {
-  const Worker worker;
+TEST_F(WorkerHere, InterruptedWatchSucceeds) {
   Program watch(ControlCommand({"watch"}));
-  const auto watched = [&] { return Answers("seen") && CountOf("seen", watch.Out()) > 0; };
-  ASSERT_TRUE(Eventually(watched)) << watch.Err();
+  ASSERT_TRUE(watch.Says("no worker is running yet"));
   ::kill(watch.Pid(), SIGINT);
   EXPECT_EQ(watch.Wait(), 0);
 }

@@ -1,4 +1,4 @@
-// What the control tool prints, as its console has it and as the reader of a pipe has it.
+// The control tool's output in a console and in a pipe.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -18,7 +18,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// A console of this process's own, which programs print to that are started here.
+// A new console for this process and the programs it starts.
 class Console {
  public:
   Console() {
@@ -44,7 +44,7 @@ class Console {
     ::WaitForSingleObject(tool.handle.Get(), INFINITE);
   }
 
-  // What is on the screen, row by row without line ends.
+  // The screen's text, row by row without line ends.
   std::wstring Text() const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
     EXPECT_TRUE(::GetConsoleScreenBufferInfo(screen.Get(), &info));
@@ -67,8 +67,8 @@ class ToolInAConsole : public testing::Test {
   const Console console;
 };
 
-// Letters of one cell each: consoles differ in how they count those of two.
-TEST_F(ToolInAConsole, OutputAndErrorsAreTheTextThatWasPrinted) {
+// Letters of one cell each: consoles count double-width letters differently.
+TEST_F(ToolInAConsole, ShowsOutputAndErrorsUnchanged) {
   const CommandTaker worker;
   console.Control({"ping", "Жä€ẞ"});
   EXPECT_THAT(console.Text(), HasSubstr(L"Жä€ẞ in "));
@@ -76,8 +76,8 @@ TEST_F(ToolInAConsole, OutputAndErrorsAreTheTextThatWasPrinted) {
   EXPECT_THAT(console.Text(), HasSubstr(L"Ωπ.toml"));
 }
 
-TEST_F(ToolInAConsole, LongTextIsCutWithinNoCharacter) {
-  // Whatever the size of a buffer on the way, one of them has a character across its end.
+TEST_F(ToolInAConsole, NeverSplitsACharacter) {
+  // With one of the prefixes, a character crosses the end of any buffer.
   for (const std::string prefix : {"", "-"}) {
     std::string letters = prefix;
     for (int i = 0; i < 3000; ++i) letters += "Ж";

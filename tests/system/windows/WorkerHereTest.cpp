@@ -1,4 +1,4 @@
-// What the worker does in ways of this host alone.
+// What the programs do only on Windows.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -23,7 +23,7 @@ struct DestroyWindow {
 };
 using Window = std::unique_ptr<HWND__, DestroyWindow>;
 
-// What a box says.
+// The text of a message box.
 std::wstring TextOf(HWND box) {
   constexpr int TextId = 0xFFFF;
   wchar_t text[256] = {};
@@ -53,7 +53,7 @@ class WithoutCapture : public WorkerHere {
  protected:
   void SetUp() override {
     if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
-      GTEST_SKIP() << "the screen can be captured here";
+      GTEST_SKIP() << "this system can capture the screen";
     }
     ASSERT_NE(target, nullptr);
   }
@@ -61,7 +61,7 @@ class WithoutCapture : public WorkerHere {
                                         300, 200, nullptr, nullptr, nullptr, nullptr)};
 };
 
-TEST_F(WithoutCapture, ToolsSayWhyAndLeaveNoFile) {
+TEST_F(WithoutCapture, ToolsReportWhyAndWriteNoFile) {
   const TempFolder folder;
   const std::string file = (folder.Path() / "piece.png").string();
   const std::string recording = (folder.Path() / "recording").string();
@@ -78,12 +78,11 @@ TEST_F(WithoutCapture, ToolsSayWhyAndLeaveNoFile) {
 
   const Outcome doctor = Control({"doctor", "--target=Captured by"});
   EXPECT_EQ(doctor.code, 1);
-  EXPECT_NE(doctor.out.find("it cannot be captured: DuplicateOutput failed"), std::string::npos)
-      << doctor.out;
+  EXPECT_NE(doctor.out.find("capture failed: DuplicateOutput failed"), std::string::npos) << doctor.out;
   EXPECT_NE(doctor.out.find("client area 300x200 at 50,50"), std::string::npos) << doctor.out;
 }
 
-TEST_F(WithoutCapture, WorkerLivesOnAndSaysOnceWhy) {
+TEST_F(WithoutCapture, WorkerKeepsRunningAndLogsTheReasonOnce) {
   const Worker worker;
   RawController controller;
   WriteImage(worker.Folder() / "tmpl.png");

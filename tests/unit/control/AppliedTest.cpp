@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "host/SessionFolder.h"
+#include "host/Session.h"
 #include "support/PrivateSession.h"
 
 namespace quillmark::control {

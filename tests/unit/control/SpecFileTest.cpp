@@ -1,4 +1,4 @@
-// Files that declare specs and are damaged, or no files at all.
+// Spec files: the example of the manual, damaged ones, and things that are not files.
 #include "specfile/SpecFile.h"
 
 #include <gmock/gmock.h>
@@ -8,6 +8,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "support/Damage.h"
 #include "support/TempFolder.h"
@@ -23,15 +24,22 @@ class SpecFile : public ::testing::Test {
   const test::TempFolder folder;
 };
 
-TEST_F(SpecFile, FolderAndPipeAreRefusedAndNotTakenForEmpty) {
+TEST_F(SpecFile, ExampleOfTheManualIsValid) {
+  std::ofstream(folder.Path() / "specs.toml") << SpecFileExample;
+  const std::vector<DeclaredSpec> specs = ReadSpecFile(folder.Path() / "specs.toml");
+  ASSERT_EQ(specs.size(), 1u);
+  EXPECT_EQ(specs[0].fault, "");
+}
+
+TEST_F(SpecFile, FolderAndPipeAreRefused) {
   ASSERT_EQ(::mkfifo((folder.Path() / "pipe").c_str(), 0600), 0);
   for (const std::filesystem::path& path : {folder.Path(), folder.Path() / "pipe"}) {
     EXPECT_THAT([&] { (void)ReadSpecFile(path); },
-                ThrowsMessage<std::runtime_error>(HasSubstr("is no regular file")));
+                ThrowsMessage<std::runtime_error>(HasSubstr("is not a regular file")));
   }
 }
 
-TEST_F(SpecFile, DamagedTextIsReadOrRefusedWithItsPlace) {
+TEST_F(SpecFile, DamagedTextIsReadOrRefusedWithItsLine) {
   const std::string whole =
       "[defaults]\ntarget = \"t\"\nregion = [1, 2, 30, 40]\n[[spec]]\nname = \"a\"\npath = \"a.png\"\n"
       "max_difference = 0.25\nmonitor = \"primary\"\n[[spec]]\nname = \"b\"\npath = \"b.png\"\n"

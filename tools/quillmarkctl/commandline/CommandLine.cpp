@@ -22,17 +22,17 @@ namespace quillmark::control {
 
 namespace {
 
-constexpr char Help[] =
-    "Gives the Quillmark worker of this session its commands and prints the hits it reports.";
+constexpr char Help[] = "Sends commands to this session's Quillmark worker and prints the hits it reports.";
 constexpr char Notes[] =
-    "Exit codes: 0 yes or done, 1 no, nothing found or no answer in time, 2 wrong use or error.\n"
-    "With --json, after any command, each line is one JSON object; its field \"type\" says which. All "
-    "commands may print\n"
-    "  {\"type\":\"note\", \"text\":TEXT}  what happened beside\n"
-    "  {\"type\":\"error\", \"code\":N, \"text\":TEXT}  why it ends with exit code N\n"
-    "A wrong command line is told as text, on standard error.";
+    "Exit codes: 0 yes or done, 1 no, nothing found or timed out, 2 usage error or failure.\n"
+    "With --json, every command prints one JSON object per line; its \"type\" field names its kind. Any "
+    "command "
+    "may print\n"
+    "  {\"type\":\"note\", \"text\":TEXT}  additional information\n"
+    "  {\"type\":\"error\", \"code\":N, \"text\":TEXT}  why the exit code is N\n"
+    "Usage errors are printed as text, on standard error.";
 
-// Help in lines that the terminal need not break.
+// Help, wrapped to the terminal's width.
 class HelpText : public CLI::Formatter {
  public:
   HelpText() { column_width(26); }
@@ -58,7 +58,7 @@ class HelpText : public CLI::Formatter {
     }
     return text;
   }
-  // A name and, in a column beside it or below, what it means.
+  // A name, with its meaning in the next column or below.
   std::string Entry(const std::string& name, const std::string& meaning) const {
     std::string entry = "  " + Wrapped(name, 6, width);
     if (meaning.empty()) return entry + '\n';
@@ -68,16 +68,16 @@ class HelpText : public CLI::Formatter {
     return entry + std::string(column - taken, ' ') + Wrapped(meaning, column, width) + '\n';
   }
 
-  // Options in a group are indented by another two blanks.
+  // Options in a group are indented by two more blanks.
   const std::size_t width = static_cast<std::size_t>(std::clamp(host::TerminalWidth(), 40, 100)) - 2;
 };
 
-// Every command takes it.
+// Every command has it.
 const Argument HelpFlag{"-h,--help", {}, "Print this help message and exit", {}};
 
-// A check for a real number within bounds, which CLI::Range takes "nan" for.
-CLI::Validator RealBetween(double least, double most) {
-  const CLI::Range range(least, most);
+// Like CLI::Range, which accepts "nan".
+CLI::Validator RealBetween(double min, double max) {
+  const CLI::Range range(min, max);
   const auto check = [range](std::string& text) {
     double number = std::numeric_limits<double>::quiet_NaN();
     (void)CLI::detail::lexical_cast(text, number);
@@ -119,9 +119,9 @@ void AddArgument(CLI::App& app, const Argument& argument) {
   if (rules.oneValue) option.allow_extra_args(false);
   if (!rules.words.empty()) option.check(CLI::IsMember(rules.words));
   if (rules.within) {
-    const auto [least, most] = *rules.within;
-    option.check(IsReal(argument) ? RealBetween(least, most)
-                                  : CLI::Range(static_cast<int>(least), static_cast<int>(most)));
+    const auto [min, max] = *rules.within;
+    option.check(IsReal(argument) ? RealBetween(min, max)
+                                  : CLI::Range(static_cast<int>(min), static_cast<int>(max)));
   }
 }
 
@@ -160,10 +160,10 @@ CommandLine::CommandLine()
 #undef COMMAND
 }
 
-CommandModel& CommandLine::Add(const std::string& name, const std::string& help,
-                               std::function<ExitCode(Output&)> run) {
+CommandModel& CommandLine::AddModel(const std::string& name, const std::string& help,
+                                    std::function<ExitCode(Output&)> run) {
   CommandModel& command = commands.emplace_back(CommandModel{name, help, {}, {HelpFlag}, {}, std::move(run)});
-  command.Add("--json", &json, "Print one JSON object a line");
+  command.Add("--json", &json, "Print one JSON object per line");
   return command;
 }
 
@@ -186,7 +186,8 @@ int CommandLine::Run(int argc, const char* const* argv) {
     const std::vector<std::string> unknown = app.remaining();
     if (unknown.empty() || unknown.front().starts_with('-') || !app.get_subcommands().empty())
       return app.exit(error) == 0 ? Yes : Error;
-    return Output(false, {}).Fail(Error, "there is no command '" + unknown.front() + "'; --help lists them");
+    return Output(false, {}).Fail(Error,
+                                  "unknown command '" + unknown.front() + "'; --help lists the commands");
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? Yes : Error;
   }

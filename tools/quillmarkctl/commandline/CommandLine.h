@@ -1,12 +1,14 @@
-// The tool's command line: holds every command with its arguments and runs the one that was given. A command
-// is a function AddNAME in a file of its own under commands/, with one line in commands/List.inc.
+// The tool's command line: owns every command with its arguments and runs the one that was given. Each
+// command is a function AddNAME in its own file under commands/, with one line in commands/List.inc.
 //
 // Threading: one thread.
 #pragma once
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commandline/CommandModel.h"
@@ -21,9 +23,14 @@ class CommandLine {
   CommandLine(const CommandLine&) = delete;
   CommandLine& operator=(const CommandLine&) = delete;
 
-  // Adds a command, which then gets its arguments and notes; the reference holds until the next one is added.
-  // What `run` raises is printed as an error, with exit code 2. Every command takes --json.
-  CommandModel& Add(const std::string& name, const std::string& help, std::function<ExitCode(Output&)> run);
+  // Adds a command and its options, which its arguments fill; both references are valid until the next
+  // command is added. `run(options, output)` returns the exit code; what it raises is printed as an error,
+  // with exit code 2. Every command takes --json.
+  template <class Options, class Run>
+  std::pair<CommandModel&, Options&> Add(const std::string& name, const std::string& help, Run run) {
+    const auto options = std::make_shared<Options>();
+    return {AddModel(name, help, [options, run](Output& output) { return run(*options, output); }), *options};
+  }
 
   // The tool itself, and its commands in the order of --help.
   [[nodiscard]] const CommandModel& Tool() const { return tool; }
@@ -33,12 +40,15 @@ class CommandLine {
   int Run(int argc, const char* const* argv);
 
  private:
+  CommandModel& AddModel(const std::string& name, const std::string& help,
+                         std::function<ExitCode(Output&)> run);
+
   CommandModel tool;
   std::vector<CommandModel> commands;
   bool json = false;
 };
 
-// --timeout SECONDS. `help` says what it waits for and the default.
+// --timeout SECONDS; `help` describes it and its default.
 void AddTimeout(CommandModel& command, std::chrono::milliseconds& timeout,
                 const std::string& help = "Seconds to wait for the worker (2)");
 inline constexpr std::chrono::milliseconds DefaultTimeout{2000};

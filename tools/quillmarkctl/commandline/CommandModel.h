@@ -1,5 +1,5 @@
-// A command and its arguments as plain data. The command line is read by it; help, shell completion and
-// manual are made from it.
+// A command and its arguments as plain data, from which the parser, the help, the shell completion and the
+// manual are made.
 //
 // Threading: one thread.
 #pragma once
@@ -18,39 +18,39 @@ namespace quillmark::control {
 class Output;
 enum ExitCode : int;
 
-// What an argument must meet. `needs` and `excludes` name others.
+// What an argument must satisfy; `needs` and `excludes` name other arguments.
 struct ArgumentRules {
   struct Bounds {
-    double least, most;
+    double min, max;
   };
-  std::string value = {};  // what stands behind it in the help, such as SECONDS
+  std::string value = {};  // its placeholder in the help, such as SECONDS
   bool required = false;
-  bool oneValue = false;                // for a list: each use of the name adds one
+  bool oneValue = false;                // for a list: each use adds one
   std::optional<Bounds> within = {};    // for numbers
-  std::vector<std::string> words = {};  // those that it may be
+  std::vector<std::string> words = {};  // the allowed values
   std::vector<std::string> needs = {}, excludes = {};
 };
 
 struct Argument {
-  // Where it is stored. A bool is a flag; nothing is stored for --help and --version. Seconds are given for
-  // milliseconds, rounded up.
+  // Where it is stored. A bool is a flag; nothing is stored for --help and --version. Milliseconds are given
+  // in seconds, rounded up.
   using Place = std::variant<std::monostate, bool*, std::string*, std::optional<std::string>*,
                              std::vector<std::string>*, double*, std::optional<float>*, int*, std::uint32_t*,
                              std::size_t*, std::chrono::milliseconds*>;
 
-  std::string name;  // with its dashes, several by commas; without dashes the name of a positional argument
+  std::string name;  // with dashes, alternatives separated by commas; without dashes: positional
   Place place;
   std::string help;
   ArgumentRules rules;
 
   [[nodiscard]] bool IsPositional() const { return !name.starts_with('-'); }
   [[nodiscard]] std::vector<std::string> Names() const;
-  // What stands behind it, empty for a flag.
+  // The placeholder of its value, empty for a flag.
   [[nodiscard]] std::string Value() const;
 };
 
 struct CommandModel {
-  // A group of arguments, of which exactly one has to be given.
+  // A group of arguments; exactly one must be given.
   struct Choice {
     std::string name, help;
     std::vector<std::string> arguments;
@@ -58,23 +58,21 @@ struct CommandModel {
 
   std::string name;
   std::string help;
-  std::string notes;  // paragraphs behind the help, one a line
+  std::string notes;  // paragraphs after the options, one per line
   std::vector<Argument> arguments;
-  Choice oneOf;                          // its arguments stand last
-  std::function<ExitCode(Output&)> run;  // called when all arguments were read
+  Choice oneOf;                          // its arguments come last
+  std::function<ExitCode(Output&)> run;  // called when all arguments have been read
 
-  // `place` must outlive the parsing.
+  // `place` must outlive parsing.
   void Add(std::string argument, Argument::Place place, std::string meaning, ArgumentRules rules = {}) {
     arguments.push_back({std::move(argument), place, std::move(meaning), std::move(rules)});
   }
 };
 
-// Scripts that complete commands and options; `shell` is bash, zsh or fish. Raises std::invalid_argument for
-// another.
+// A script that completes commands and options; `shell` is bash, zsh or fish, else std::invalid_argument.
 [[nodiscard]] std::string CompletionScript(const std::string& shell, const CommandModel& tool,
                                            const std::vector<CommandModel>& commands);
-// Manual pages in the language of man: of the tool and of the worker, section 1, and of the file that
-// declares specs, section 5.
+// Manual pages in man's markup: the tool and the worker in section 1, the spec file in section 5.
 [[nodiscard]] std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>& commands);
 [[nodiscard]] std::string WorkerPage();
 [[nodiscard]] std::string SpecFilePage();

@@ -16,14 +16,14 @@ std::string Escaped(const std::string& text, const std::string& special) {
   return escaped;
 }
 
-// In single quotes, as every one of these shells takes them.
+// In single quotes, which all of these shells accept.
 std::string Quoted(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
 }
 
-// Whether what is given, by the name the help gives it, is a file or folder.
+// Whether the value is a file or folder, judging by its placeholder.
 bool TakesFile(const Argument& option) {
   const std::string what = option.IsPositional() ? option.name : option.Value();
   return what == "FILE" || what == "FOLDER" || what == "PATH";
@@ -48,7 +48,7 @@ std::string OptionsOf(const CommandModel& command) {
   return Joined(names);
 }
 
-// The words that the argument without a name has to be one of; empty when there is no such choice.
+// The allowed words of the positional argument; empty without such a choice.
 std::string ChoiceOf(const CommandModel& command) {
   for (const Argument& option : command.arguments) {
     if (option.IsPositional() && !option.rules.words.empty()) return Joined(option.rules.words);
@@ -64,7 +64,7 @@ std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& comm
     const std::string choice = ChoiceOf(command);
     if (!choice.empty()) choices += "    " + command.name + ":*) words='" + choice + "' ;;\n";
   }
-  // Where no option begins, the shell itself completes files.
+  // Outside options, the shell itself completes files.
   return "_quillmarkctl() {\n"
          "  local words= word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}\n"
          "  [ \"$COMP_CWORD\" -gt 1 ] || command=\n"
@@ -83,7 +83,7 @@ std::string Bash(const CommandModel& tool, const std::vector<CommandModel>& comm
          "complete -o bashdefault -o default -F _quillmarkctl quillmarkctl\n";
 }
 
-// What _arguments takes for the command's options, in lines.
+// The command's options as arguments of _arguments, one per line.
 std::string ZshArguments(const CommandModel& command) {
   std::string arguments;
   for (const Argument& option : command.arguments) {
@@ -125,8 +125,7 @@ std::string Zsh(const CommandModel& tool, const std::vector<CommandModel>& comma
          cases +
          "  esac\n"
          "}\n"
-         // The file may be sourced, or found in $fpath, which runs it as the function at the first
-         // completion.
+         // The file may be sourced, or autoloaded from $fpath, which runs it as the function.
          "if [[ ${funcstack[1]} == _quillmarkctl ]]; then\n"
          "  _quillmarkctl \"$@\"\n"
          "else\n"
@@ -177,7 +176,7 @@ std::string CompletionScript(const std::string& shell, const CommandModel& tool,
   if (shell == "bash") return Bash(tool, commands);
   if (shell == "zsh") return Zsh(tool, commands);
   if (shell == "fish") return Fish(tool, commands);
-  throw std::invalid_argument("there is completion for bash, zsh and fish, not for '" + shell + "'");
+  throw std::invalid_argument("completion supports bash, zsh and fish, not '" + shell + "'");
 }
 
 }  // namespace quillmark::control

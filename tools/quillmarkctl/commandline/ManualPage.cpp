@@ -6,7 +6,7 @@
 namespace quillmark::control {
 namespace {
 
-// Text that means itself: no escapes, and no line that begins like a request.
+// Literal text: escapes backslashes, hyphens and leading control characters.
 std::string Plain(const std::string& text) {
   std::string plain;
   bool atLineStart = true;
@@ -24,7 +24,7 @@ std::string Plain(const std::string& text) {
   return plain;
 }
 
-// A page's heading and its first section.
+// The page's title and its NAME section.
 std::string Head(const std::string& name, const char* section, const char* manual, const char* what) {
   std::string title = name;
   for (char& c : title) {
@@ -52,7 +52,7 @@ std::string Usage(const CommandModel& command) {
   return usage;
 }
 
-// Each line of the notes is a paragraph.
+// Each line is a paragraph.
 std::string Notes(const std::string& notes) {
   std::istringstream lines(notes);
   std::string text;
@@ -87,11 +87,16 @@ std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>
          << Notes(command.notes);
   }
   page << ".SH EXIT STATUS AND JSON\n"
-       << Notes(tool.notes)
-       << ".SH ENVIRONMENT\n.TP\n\\fBNO_COLOR\\fR\nWhen set and not empty, nothing is coloured.\n"
-       << ".TP\n\\fBDISPLAY\\fR, \\fBXDG_RUNTIME_DIR\\fR\nOn Linux: which session the tool and the worker "
-          "share.\n"
-       << ".SH SEE ALSO\n\\fBQuillmark\\fR(1), \\fBquillmark\\-specs\\fR(5)\n";
+       << Notes(tool.notes) << R"(.SH ENVIRONMENT
+.TP
+\fBNO_COLOR\fR
+If set and not empty, the output is not coloured.
+.TP
+\fBDISPLAY\fR, \fBXDG_RUNTIME_DIR\fR
+On Linux, the session that the tool and the worker share.
+.SH SEE ALSO
+\fBQuillmark\fR(1), \fBquillmark\-specs\fR(5)
+)";
   return page.str();
 }
 
@@ -100,46 +105,46 @@ std::string WorkerPage() {
          R"(.SH SYNOPSIS
 \fBQuillmark\fR
 .SH DESCRIPTION
-A worker without a window. A controlling program gives it template images, target windows and regions through
-shared memory; the worker compares each changed frame of the monitors with them and reports through shared
-memory where it sees them. \fBquillmarkctl\fR(1) gives it commands by hand. It has no configuration file, takes
-no input and opens no network connection; arguments are ignored.
+A worker without a window. A controlling program sends it template images, target windows and regions through
+shared memory; the worker compares every changed frame of the monitors with them and reports through shared memory
+where it sees them. \fBquillmarkctl\fR(1) sends it commands by hand. It has no configuration file, reads no input,
+opens no network connection and ignores its arguments.
 .PP
-It runs until it is ended from outside, and knows no specs when it starts. A session, that is one user on one
-display, has one worker: another start shows a box that says so, waits until it is closed, and ends. Where there
-is no display, that text goes to standard error.
+It runs until it is terminated, and knows no specs when it starts. There is one worker per session, that is, per
+user and display: a second instance shows a message box, waits until it is closed, and exits. Without a display,
+the message goes to standard error.
 .PP
-While the X server is away, the worker takes commands and sees no monitor; it connects again by itself.
+While the X server is unavailable, the worker takes commands but sees no monitors; it reconnects by itself.
 .SH EXIT STATUS
 .TP
 \fB1\fR
-The session's shared objects cannot be had; or an error came, which standard error tells of before the worker
-waits 5 seconds and ends.
+The session's shared objects are not available, or an error occurred; then the worker prints it on standard error,
+waits 5 seconds and exits.
 .TP
 \fB2\fR
-A worker runs in this session already.
+A worker is already running in this session.
 .SH SIGNALS
-Every signal acts as by default, but SIGPIPE, which is ignored. SIGTERM and SIGINT end the worker at once;
-nothing is left that keeps another from starting, and a controller goes on with that one.
+SIGPIPE is ignored; all other signals have their default action. SIGTERM and SIGINT end the worker at once;
+another can then be started, and controllers continue with it.
 .SH ENVIRONMENT
 .TP
 \fBDISPLAY\fR
-The X server whose monitors are watched. It is a part of the session.
+The X server to watch. It is part of the session.
 .TP
 \fBXDG_RUNTIME_DIR\fR
-Where the session's shared objects lie.
+The parent folder of the session's shared objects.
 .SH FILES
 .TP
 \fI$XDG_RUNTIME_DIR/quillmark/\fR
-A folder for each display, with the shared objects; \fI/dev/shm/quillmark\-UID/\fR without that variable.
+A folder per display with the shared objects; \fI/dev/shm/quillmark\-UID/\fR without that variable.
 .TP
 \fIprobe_log.txt\fR
-In the folder that the worker is started in: one line for each start.
+In the folder where the worker was started: one line per start.
 .PP
-Relative paths of template images begin at that folder, too.
+Relative paths of template images also start there.
 .SH DIAGNOSTICS
-The log goes to standard error. An image that cannot be read is told on standard output.
-\fBquillmarkctl doctor\fR examines session, display and worker.
+The log goes to standard error. Template images that cannot be read are reported on standard output.
+\fBquillmarkctl doctor\fR checks session, display and worker.
 .SH SEE ALSO
 \fBquillmarkctl\fR(1), \fBquillmark\-specs\fR(5), \fI/usr/share/doc/quillmark/README.md\fR
 )";
@@ -147,18 +152,15 @@ The log goes to standard error. An image that cannot be read is told on standard
 
 std::string SpecFilePage() {
   std::ostringstream page;
-  page << Head("quillmark-specs", "5", "File Formats", "file that declares what Quillmark looks for")
-       << ".SH DESCRIPTION\nA TOML file of any name that declares specs: template images and where to look "
-          "for "
-          "them.\n\\fBquillmarkctl apply\\fR brings the worker's specs to what it declares; other commands "
-          "take "
-          "it by\n\\fB\\-\\-specs\\fR.\n.PP\nEach spec is a table \\fB[[spec]]\\fR. A table "
-          "\\fB[defaults]\\fR, of "
-          "which there may be one, gives values for\nkeys that a spec leaves out. Needed are name, target, "
-          "path and "
-          "region.\nAn unknown key is a fault, of the entry that has it, or, in \\fB[defaults]\\fR, of the "
-          "file.\n"
-       << ".SH KEYS\n";
+  page << Head("quillmark-specs", "5", "File Formats", "spec file of Quillmark") << R"(.SH DESCRIPTION
+A TOML file that declares specs: template images and where to search for them. Its name does not matter.
+\fBquillmarkctl apply\fR syncs the worker with it; other commands read it with \fB\-\-specs\fR.
+.PP
+Each spec is a table \fB[[spec]]\fR. The optional table \fB[defaults]\fR supplies values for keys that a spec
+leaves out. Name, target, path and region are required. An unknown key makes its entry invalid or, in
+\fB[defaults]\fR, the whole file.
+.SH KEYS
+)";
   for (const SpecFileKey& key : SpecFileKeys()) {
     page << ".TP\n\\fB" << Plain(std::string(key.name)) << "\\fR = \\fI" << Plain(std::string(key.value))
          << "\\fR\n"

@@ -1,7 +1,5 @@
 #include "commandline/PartialSpec.h"
 
-#include <algorithm>
-#include <cmath>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -22,7 +20,7 @@ advice::LintSpec ReadPartialSpec(const SpecArguments& arguments) {
   spec.hasTarget = arguments.target.has_value();
   spec.hasRegion = arguments.roi.has_value();
   const std::string path = arguments.path.value_or("");
-  if (path.empty()) throw std::invalid_argument("--path, the template's image, is missing");
+  if (path.empty()) throw std::invalid_argument("--path is missing: give the template's image");
   request.path = WideText("--path", path);
   request.name = WideText("--name", arguments.name.value_or(""));
   request.target = WideText("--target", arguments.target.value_or(""));
@@ -32,10 +30,7 @@ advice::LintSpec ReadPartialSpec(const SpecArguments& arguments) {
   }
   request.edgeMin = arguments.edgeMin.value_or(request.edgeMin);
   request.threshold = arguments.threshold.value_or(request.threshold);
-  if (!std::isfinite(request.edgeMin)) throw std::invalid_argument("--edge-min must be a finite number");
-  if (arguments.threshold && !(*arguments.threshold >= 0.0f && *arguments.threshold <= 1.0f)) {
-    throw std::invalid_argument("--threshold must lie between 0 and 1");
-  }
+  CheckLimits(arguments);
   return spec;
 }
 

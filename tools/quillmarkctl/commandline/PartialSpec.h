@@ -1,5 +1,5 @@
-// A spec of which only the template's image must be given, for commands that look at specs without sending
-// them. Nothing is held against the widths of the fields.
+// Specs that need only a template image, for commands that analyse specs without sending them. The sizes of
+// the fields are not checked.
 //
 // Threading: one thread.
 #pragma once
@@ -14,20 +14,20 @@ namespace quillmark::control {
 // The options of AddSpecOptions, none of them required, and those of AddSpecFileOptions.
 void AddPartialSpecOptions(CommandModel& command, SpecArguments& arguments);
 
-// Raises std::invalid_argument, naming the argument, for want of an image, and for what cannot be read or
-// lies outside its range.
+// Raises std::invalid_argument, naming the argument, when the image is missing or an argument cannot be
+// parsed or is out of range.
 [[nodiscard]] advice::LintSpec ReadPartialSpec(const SpecArguments& arguments);
-// What an entry of a file declares, also one at fault.
+// An entry of a spec file, valid or not.
 [[nodiscard]] advice::LintSpec DeclaredAs(const DeclaredSpec& declared);
-// The same of the command that adds a spec.
+// The spec that a command adds.
 [[nodiscard]] explain::SpecRequest RequestOf(const Command& command);
-// A template's image alone.
+// Only a template image.
 [[nodiscard]] advice::LintSpec TemplateAlone(const std::string& file);
 
-// The picture of this file, 8UC4. Raises std::runtime_error that says why there is none.
+// Reads a picture, 8UC4. Raises std::runtime_error with the reason when it cannot.
 [[nodiscard]] cv::Mat ReadScreenshot(const std::string& what, const std::string& file);
 
-// UTF-8 as UTF-16. Raises std::invalid_argument with `what` in front for bytes that are no UTF-8.
+// UTF-8 as UTF-16. Raises std::invalid_argument, naming `what`, for invalid UTF-8.
 [[nodiscard]] std::wstring WideText(const std::string& what, const std::string& utf8);
 
 }  // namespace quillmark::control

@@ -22,16 +22,18 @@ void AddSpecOptions(CommandModel& command, SpecArguments& arguments, SpecIs spec
     return of;
   };
   command.Add("--target", &arguments.target,
-              "Window to look in: part of its title, or its program's name with .exe (16 units)",
+              "Window to search: part of its title, or its program's name with .exe (at most 16 characters)",
               rules("--target", ""));
-  command.Add("--name", &arguments.name, "Name of the spec, with its options: name:option:option (32 units)",
+  command.Add("--name", &arguments.name,
+              "Name of the spec with its options: name:option:option (at most 32 characters)",
               rules("--name", ""));
-  command.Add("--path", &arguments.path,
-              "Image file to look for, as the worker's working directory sees it (64 units)",
-              rules("--path", "FILE"));
-  command.Add("--roi", &arguments.roi, "Region in the window's client area, pixels",
+  command.Add(
+      "--path", &arguments.path,
+      "Image file of the template; relative paths start at the worker's folder (at most 64 characters)",
+      rules("--path", "FILE"));
+  command.Add("--roi", &arguments.roi, "Region to search, in pixels of the window's client area",
               rules("--roi", "X,Y,W,H"));
-  command.Add("--edge-min", &arguments.edgeMin, "Least edge correlation (0.75)", {.value = "N"});
+  command.Add("--edge-min", &arguments.edgeMin, "Minimum edge correlation (0.75)", {.value = "N"});
   command.Add("--threshold", &arguments.threshold,
               "Above 0.5 the minimum score, otherwise the maximum difference (difference 0.1)",
               {.value = "N"});
@@ -39,9 +41,9 @@ void AddSpecOptions(CommandModel& command, SpecArguments& arguments, SpecIs spec
 
 void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments) {
   command.Add(
-      "--specs", &arguments.file, "Take the specs that this file declares, as apply does",
+      "--specs", &arguments.file, "Use the specs in this file, as apply does",
       {.value = "FILE", .excludes = {"--target", "--name", "--path", "--roi", "--edge-min", "--threshold"}});
-  command.Add("--only", &arguments.only, "Of these the one of this name; may be repeated",
+  command.Add("--only", &arguments.only, "Use only the spec with this name; may be repeated",
               {.value = "NAME", .oneValue = true, .needs = {"--specs"}});
 }
 
@@ -60,11 +62,17 @@ Command SpecCommand(const SpecArguments& arguments) {
   command.roiH = roi.height;
   command.edgeMin = arguments.edgeMin.value_or(DefaultEdgeMin);
   command.threshold = arguments.threshold.value_or(NoThreshold);
-  if (!std::isfinite(command.edgeMin)) throw std::invalid_argument("--edge-min must be a finite number");
-  if (arguments.threshold && !(*arguments.threshold >= 0.0f && *arguments.threshold <= 1.0f)) {
-    throw std::invalid_argument("--threshold must lie between 0 and 1");
-  }
+  CheckLimits(arguments);
   return command;
+}
+
+void CheckLimits(const SpecArguments& arguments) {
+  if (arguments.edgeMin && !std::isfinite(*arguments.edgeMin)) {
+    throw std::invalid_argument("--edge-min must be a finite number");
+  }
+  if (arguments.threshold && !(*arguments.threshold >= 0.0f && *arguments.threshold <= 1.0f)) {
+    throw std::invalid_argument("--threshold must be between 0 and 1");
+  }
 }
 
 std::vector<DeclaredSpec> DeclaredSpecs(const SpecArguments& arguments) {
@@ -72,10 +80,10 @@ std::vector<DeclaredSpec> DeclaredSpecs(const SpecArguments& arguments) {
   std::vector<DeclaredSpec> specs = ReadSpecFile(PathOf(arguments.file));
   for (const std::string& name : arguments.only) {
     if (std::ranges::find(specs, name, &DeclaredSpec::name) == specs.end()) {
-      throw std::invalid_argument("--only: " + arguments.file + " declares no spec '" + name + "'");
+      throw std::invalid_argument("--only: " + arguments.file + " has no spec '" + name + "'");
     }
   }
-  if (specs.empty()) throw std::invalid_argument("--specs: " + arguments.file + " declares no spec");
+  if (specs.empty()) throw std::invalid_argument("--specs: " + arguments.file + " has no specs");
   if (!arguments.only.empty()) {
     std::erase_if(specs, [&](const DeclaredSpec& spec) {
       return std::ranges::find(arguments.only, spec.name) == arguments.only.end();

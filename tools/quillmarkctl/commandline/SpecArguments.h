@@ -1,4 +1,4 @@
-// The arguments that make up a spec, as add takes them and as every command takes them that looks at a spec.
+// The arguments that describe specs, for all commands that take them.
 //
 // Threading: one thread.
 #pragma once
@@ -20,7 +20,7 @@ struct SpecArguments {
   std::optional<std::string> target, name, path;
   std::optional<std::string> roi;  // X,Y,W,H
   std::optional<float> edgeMin, threshold;
-  // In place of all those: a file that declares specs, and which of them; none stands for all.
+  // Instead: a spec file and the names to use from it, none for all.
   std::string file;
   std::vector<std::string> only;
 
@@ -30,24 +30,27 @@ struct SpecArguments {
 
 enum class SpecIs { Required, Optional, Partial };
 
-// --target, --name, --path, --roi, --edge-min and --threshold. An optional spec is given as a whole or not at
-// all, a partial one without any of them.
+// --target, --name, --path, --roi, --edge-min and --threshold. Required: the first four. Optional: all of
+// these or none. Partial: any.
 void AddSpecOptions(CommandModel& command, SpecArguments& arguments, SpecIs spec = SpecIs::Required);
 
-// --specs and --only, which take specs out of a file in place of those options.
+// --specs and --only, which read specs from a file instead.
 void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments);
 
 // The command that adds the spec. Raises std::invalid_argument, naming the argument, when one does not fit
-// its field, cannot be read or lies outside its range: nothing is cut or bent.
+// its field, cannot be parsed or is out of range.
 [[nodiscard]] Command SpecCommand(const SpecArguments& arguments);
 
-// The entries of the file that are meant; nothing without a file. Raises as ReadSpecFile does, and
+// The selected entries of the file; nothing without a file. Raises as ReadSpecFile does, and
 // std::invalid_argument for a name that is not in it.
 [[nodiscard]] std::vector<DeclaredSpec> DeclaredSpecs(const SpecArguments& arguments);
 
-// The commands that add the specs that were given in either way, or nothing. Raises as SpecCommand and
-// DeclaredSpecs do, and std::invalid_argument for an entry at fault.
+// The commands that add the given specs, if any. Raises as SpecCommand and DeclaredSpecs do, and
+// std::invalid_argument for an invalid entry.
 [[nodiscard]] std::vector<Command> SpecCommands(const SpecArguments& arguments);
+
+// --edge-min and --threshold must be within their ranges. Raises std::invalid_argument.
+void CheckLimits(const SpecArguments& arguments);
 
 struct Rectangle {
   std::int32_t x = 0, y = 0, width = 0, height = 0;

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "commandline/CommandLine.h"
 #include "commandline/SpecArguments.h"
 #include "worker/Requests.h"
@@ -11,14 +9,15 @@ void AddAdd(CommandLine& line) {
     SpecArguments spec;
     std::chrono::milliseconds timeout = DefaultTimeout;
   };
-  const auto options = std::make_shared<Options>();
-  CommandModel& command = line.Add(
-      "add", "Adds a spec, or replaces the one of the same name.",
-      [options](Output& output) { return Send(SpecCommand(options->spec), options->timeout, output); });
-  AddSpecOptions(command, options->spec);
-  AddTimeout(command, options->timeout);
+  const auto [command, options] =
+      line.Add<Options>("add", "Adds a spec, or replaces the one with the same name.",
+                        [](const Options& given, Output& output) {
+                          return Send("add", SpecCommand(given.spec), given.timeout, output);
+                        });
+  AddSpecOptions(command, options.spec);
+  AddTimeout(command, options.timeout);
   command.notes =
-      "Exit code 0 says that the worker took the command; whether it could read the image, its log says.\n"
+      "Exit code 0 means that the worker took the command; its log says whether it could read the image.\n"
       "With --json: {\"type\":\"sent\", \"command\":\"add\", \"name\":TEXT}";
 }
 

@@ -1,7 +1,6 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -29,15 +28,19 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr char Notes[] =
-    "Sent is what differs from the last time: new specs, changed ones, those whose image has changed, and "
-    "the removal of those that are no longer in the file. Specs that came on other roads are left alone. A "
-    "worker that has started since then gets everything. An entry at fault is told, and what was sent for it "
-    "before stays; the others are sent. Exit code 0 when all could be sent, 1 when no worker took them, 2 "
-    "when an entry or the file is at fault.\n"
-    "With --json: {\"type\":\"spec\", \"name\":TEXT, \"action\":\"added|replaced|removed|refused\", "
-    "\"why\":TEXT} each,\n"
-    "  {\"type\":\"applied\", \"added\":N, \"replaced\":N, \"removed\":N, \"unchanged\":N, \"refused\":N} at "
-    "the end.";
+    "Only changes since the last apply are sent: specs that are new, changed or have a changed image, and "
+    "the "
+    "removal of those no longer in the file. Specs added by other means are left alone. A worker started "
+    "since "
+    "then gets everything. Invalid entries are reported; their previous version stays active, and the others "
+    "are "
+    "sent.\n"
+    "Exit codes: 0 all sent, 1 no worker took them, 2 an entry or the file is invalid.\n"
+    "With --json, per spec: {\"type\":\"spec\", \"name\":TEXT, "
+    "\"action\":\"added|replaced|removed|refused\", "
+    "\"why\":TEXT},\n"
+    "  at the end: {\"type\":\"applied\", \"added\":N, \"replaced\":N, \"removed\":N, \"unchanged\":N, "
+    "\"refused\":N}.";
 
 struct Options {
   std::string file;
@@ -45,7 +48,7 @@ struct Options {
   bool watch = false, force = false, dryRun = false;
 };
 
-// Everything of a command that the worker gets to see, with the image it reads.
+// Everything that the worker gets to see of a command, and the image it reads.
 std::string FingerprintOf(const client::Command& command, const std::string& image) {
   std::string fields;
   for (const std::wstring* text : {&command.target, &command.name, &command.path}) {
@@ -67,7 +70,7 @@ class Applier {
   ExitCode Apply() {
     counts = {};
     owes = false;
-    // Taken before each is read, so that what is written meanwhile is noticed.
+    // Before the files are read, so that later changes are noticed.
     const std::string ofFile = StampOf(file);
     seen = StampWith(ofFile);
     const std::vector<DeclaredSpec> specs = ReadSpecFile(file);
@@ -77,7 +80,7 @@ class Applier {
     }
     seen = StampWith(ofFile);
     const WorkerState worker = GlanceAtWorker();
-    if (!worker.running && !options.dryRun) return output.Fail(No, "no worker runs in this session");
+    if (!worker.running && !options.dryRun) return output.Fail(No, "no worker is running in this session");
     Applied applied(file, worker.identity, worker.startedMs);
     if (options.force) applied.sent.clear();
 
@@ -86,7 +89,7 @@ class Applier {
     for (const DeclaredSpec& spec : specs) {
       output.Bar().Show(named.size(), specs.size());
       named.insert(spec.name);
-      taken = taken && Bring(spec, applied);
+      taken = taken && Sync(spec, applied);
     }
     for (auto old = applied.sent.begin(); taken && old != applied.sent.end();) {
       if (named.contains(old->first)) {
@@ -94,7 +97,7 @@ class Applier {
         continue;
       }
       taken = Deliver(client::RemovalOf(old->first));
-      if (taken) Tell("removed", old->first, "it is no longer in the file");
+      if (taken) Report("removed", old->first, "no longer in the file");
       if (taken) old = applied.sent.erase(old);
     }
     owes = !taken;
@@ -104,11 +107,11 @@ class Applier {
     return counts["refused"] == 0 ? Yes : Error;
   }
 
-  // Differs when the file, an image it names or the worker is another than before.
+  // Differs when the file, an image it names or the worker has changed.
   std::string Stamp() const { return StampWith(StampOf(file)); }
-  // The stamp of what was applied last.
+  // The stamp of the last apply.
   const std::string& Seen() const { return seen; }
-  // Whether the worker, which did not take all in time, takes commands again.
+  // Whether the worker, which did not take everything in time, is taking commands again.
   bool CanGoOn() const { return owes && ring.Unread() == 0; }
 
  private:
@@ -125,17 +128,17 @@ class Applier {
     return stamp;
   }
 
-  // False when the worker did not take it; a fault of the entry is told.
-  bool Bring(const DeclaredSpec& spec, Applied& applied) {
+  // False when the worker did not take it; an invalid entry is reported.
+  bool Sync(const DeclaredSpec& spec, Applied& applied) {
     std::string fault = spec.fault;
     std::string image;
     if (fault.empty()) {
       const PictureFile picture = ReadPicture(spec.command.path);
-      if (picture.bgra.empty()) fault = "its image " + Utf8Of(spec.image) + ' ' + picture.fault;
+      if (picture.bgra.empty()) fault = "image " + Utf8Of(spec.image) + ' ' + picture.fault;
       image = ContentOf(spec.image).value_or("");
     }
     if (!fault.empty()) {
-      Tell("refused", spec.name, "line " + std::to_string(spec.line) + ": " + fault);
+      Report("refused", spec.name, "line " + std::to_string(spec.line) + ": " + fault);
       return true;
     }
     const std::string fingerprint = FingerprintOf(spec.command, image);
@@ -147,7 +150,7 @@ class Applier {
     }
     if (!Deliver(spec.command)) return false;
     const bool sameCommand = known && before->second.substr(0, 16) == fingerprint.substr(0, 16);
-    Tell(known ? "replaced" : "added", spec.name, sameCommand ? "its image has changed" : "");
+    Report(known ? "replaced" : "added", spec.name, sameCommand ? "its image has changed" : "");
     applied.sent[spec.name] = fingerprint;
     return true;
   }
@@ -158,7 +161,7 @@ class Applier {
     return ring.Publish(command, deadline) && ring.AwaitTaken(deadline);
   }
 
-  void Tell(const std::string& action, const std::string& name, const std::string& why) {
+  void Report(const std::string& action, const std::string& name, const std::string& why) {
     ++counts[action];
     const Style style = action == "refused" ? Style::Bad : Style::Good;
     output.Print({{"type", "spec"}, {"name", name}, {"action", action}, {"why", why}},
@@ -166,12 +169,11 @@ class Applier {
   }
 
   void Summarise() {
-    const auto count = [this](const char* what) { return counts[what]; };
     Json object = {{"type", "applied"}};
     std::string text;
     for (const char* what : {"added", "replaced", "removed", "unchanged", "refused"}) {
-      object[what] = count(what);
-      text += (text.empty() ? "" : ", ") + std::to_string(count(what)) + ' ' + what;
+      object[what] = counts[what];
+      text += (text.empty() ? "" : ", ") + std::to_string(counts[what]) + ' ' + what;
     }
     output.Print(object, text);
   }
@@ -180,20 +182,20 @@ class Applier {
   const fs::path file;
   Output& output;
   CommandRing ring;
-  std::set<fs::path> images;  // those that the file names
+  std::set<fs::path> images;  // named in the file
   std::map<std::string, int> counts;
   std::string seen;
-  bool owes = false;  // the worker did not take all of what was applied last
+  bool owes = false;  // the worker did not take everything last time
 };
 
 ExitCode Run(const Options& options, Output& output) {
   if (options.file.empty()) throw std::invalid_argument("FILE must not be empty");
   Applier applier(options, output);
   if (!options.watch) return applier.Apply();
-  // Whoever saves a file writes it in pieces: it counts when it has kept still for one look.
+  // A file may be saved in several writes: it counts once it has not changed for an interval.
   constexpr auto Interval = 300ms;
   const Interruption interruption;
-  output.Bar().End();  // it has no end
+  output.Bar().End();
   std::string before;
   while (!interruption.Came()) {
     const std::string now = applier.Stamp();
@@ -214,19 +216,15 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddApply(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command = line.Add("apply", "Syncs the worker with a spec file.",
-                                   [options](Output& output) { return Run(*options, output); });
-  command.Add("FILE", &options->file, "File that declares the specs", {.required = true});
-  command.Add("--watch", &options->watch,
-              "Go on, and apply again when the file, an image or the worker changes");
-  command.Add("--force", &options->force, "Send everything, changed or not");
-  command.Add("--dry-run", &options->dryRun, "Only say what would be sent");
-  AddTimeout(command, options->timeout, "Seconds to wait for the worker at each command (2)");
-  std::string notes =
-      std::string("The file is TOML; quillmarkctl manual quillmark-specs tells of all keys:\n") +
-      SpecFileExample;
-  command.notes = notes + Notes;
+  const auto [command, options] = line.Add<Options>("apply", "Syncs the worker with a spec file.", Run);
+  command.Add("FILE", &options.file, "File that declares the specs", {.required = true});
+  command.Add("--watch", &options.watch,
+              "Keep running; apply again when the file, an image or the worker changes");
+  command.Add("--force", &options.force, "Send everything, even if unchanged");
+  command.Add("--dry-run", &options.dryRun, "Only print what would be sent");
+  AddTimeout(command, options.timeout, "Seconds to wait for the worker per command (2)");
+  command.notes = "The file is TOML; quillmarkctl manual quillmark-specs lists all keys:\n";
+  command.notes += std::string(SpecFileExample) + Notes;
 }
 
 }  // namespace quillmark::control

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,11 +17,12 @@ namespace quillmark::control {
 namespace {
 
 constexpr char Notes[] =
-    "Give a spec as for add, of which all but --path may be left out, or a file of specs as for apply. "
-    "Without --image each is measured on a picture that shows its template in the middle of its region. No "
-    "worker is needed, and one that runs is not asked. docs/bench.md describes the answer and its fields.\n"
-    "Exit codes: 0 the specs take at most a tick of 20 ms on one core, 1 they take more, 2 wrong use or "
-    "error.";
+    "Give a spec as for add (only --path is required) or a spec file as for apply. Without --image, each "
+    "spec is "
+    "measured on a picture with its template in the middle of its region. No worker is needed, and a running "
+    "one "
+    "is left alone. docs/bench.md describes the output and its fields.\n"
+    "Exit codes: 0 the specs fit into a tick of 20 ms on one core, 1 they do not, 2 usage error or failure.";
 
 struct Options {
   SpecArguments spec;
@@ -30,7 +30,7 @@ struct Options {
   double scale = 1.0, seconds = 0.5;
 };
 
-// A clock's resolution, without the tail of the binary fraction.
+// To nanoseconds.
 double Rounded(double micros) {
   return std::round(micros * 1000.0) / 1000.0;
 }
@@ -71,8 +71,8 @@ void Print(const Measured& m, Output& output) {
   const Rect& r = m.place.visible;
   const int width = r.right - r.left, height = r.bottom - r.top;
   const std::string reason(m.reason ? explain::CodeOf(*m.reason) : "");
-  const std::string end = !m.Compared()    ? "never compared: " + reason
-                          : reason.empty() ? "a hit"
+  const std::string end = !m.Compared()    ? "not compared: " + reason
+                          : reason.empty() ? "hit"
                                            : "refused: " + reason;
   output.Print({{"type", "spec"},
                 {"name", m.name},
@@ -84,32 +84,32 @@ void Print(const Measured& m, Output& output) {
                    end + Rows(m.steps));
 }
 
-// Sums up; true when everything together fits into a tick.
+// Prints the totals; true when everything together fits into a tick.
 bool Summarise(const std::vector<Measured>& specs, const Spread& convert, Output& output) {
   const double tick = static_cast<double>(Tick::IntervalMs(0)) * 1000.0;
   const std::size_t threads = ThreadPool::SizeFor(std::thread::hardware_concurrency());
   Spread all{"whole", convert.median, convert.p90};
-  const Measured* dearest = nullptr;
+  const Measured* costliest = nullptr;
   for (const Measured& m : specs) {
     if (!m.Compared()) continue;
     const Spread& whole = m.steps.back();
     all.median += whole.median;
     all.p90 += whole.p90;
-    if (dearest == nullptr || whole.median > dearest->steps.back().median) dearest = &m;
+    if (costliest == nullptr || whole.median > costliest->steps.back().median) costliest = &m;
   }
   char share[96];
-  std::snprintf(share, sizeof share, "%.1f %% of a tick of %.0f ms on one core, at the p90 %.1f %%",
+  std::snprintf(share, sizeof share, "%.1f %% of a %.0f ms tick on one core, %.1f %% at the p90",
                 100.0 * all.median / tick, tick / 1000.0, 100.0 * all.p90 / tick);
   Json json = {{"type", "summary"},       {"specs", specs.size()},      {"median", Rounded(all.median)},
                {"p90", Rounded(all.p90)}, {"share", all.median / tick}, {"threads", threads},
                {"costliest", nullptr}};
   std::string text = Counted(specs.size(), "spec") + " and the frame" + Rows({all}) + "\n" + share +
-                     "; the worker decides in " + Counted(threads, "thread") + " here.";
-  if (dearest != nullptr) {
+                     "; the worker would use " + Counted(threads, "thread") + " here.";
+  if (costliest != nullptr) {
     const auto less = [](const Spread& a, const Spread& b) { return a.median < b.median; };
-    const Spread& step = *std::max_element(dearest->steps.begin() + 1, dearest->steps.end() - 1, less);
-    json["costliest"] = {{"spec", dearest->name}, {"step", step.step}, {"median", Rounded(step.median)}};
-    text += "\nMost is taken by " + dearest->name + ", and of that by " + step.step + ".";
+    const Spread& step = *std::max_element(costliest->steps.begin() + 1, costliest->steps.end() - 1, less);
+    json["costliest"] = {{"spec", costliest->name}, {"step", step.step}, {"median", Rounded(step.median)}};
+    text += "\nMost expensive: " + costliest->name + ", mainly in " + step.step + ".";
   }
   output.Print(json, text);
   return all.median <= tick;
@@ -146,16 +146,14 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddBench(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("bench", "Measures how long the worker's work on specs takes on this machine.",
-               [options](Output& output) { return Run(*options, output); });
-  AddPartialSpecOptions(command, options->spec);
-  command.Add("--image", &options->image, "Screenshot of the window's client area to look in",
+  const auto [command, options] =
+      line.Add<Options>("bench", "Measures how long specs take to evaluate on this machine.", Run);
+  AddPartialSpecOptions(command, options.spec);
+  command.Add("--image", &options.image, "Screenshot of the window's client area to search",
               {.value = "FILE"});
-  command.Add("--scale", &options->scale, "Pixels of the screenshot for one of the template (1)",
+  command.Add("--scale", &options.scale, "Screenshot pixels per template pixel (1)",
               {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
-  command.Add("--seconds", &options->seconds, "How long to measure each spec (0.5)",
+  command.Add("--seconds", &options.seconds, "Time to spend on each spec (0.5)",
               {.value = "SECONDS", .within = {{0.01, 600.0}}});
   command.notes = Notes;
 }

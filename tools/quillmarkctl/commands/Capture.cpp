@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -30,18 +29,20 @@ namespace fs = std::filesystem;
 using live::Piece;
 
 constexpr char Notes[] =
-    "The piece is saved as the worker would see it: where the system stretches the window, brought back to "
-    "the window's own pixels. The picture is taken when the screen has been still for 0.15 s, at most 2 s "
-    "later.\n"
-    "The file says in its text entries Target, Program, Piece, Client area, Scale and Monitor where it is "
-    "from.\n"
-    "Then it lints the spec of that command and explains it on the desktop as it is: docs/lint.md and "
-    "docs/explain.md say how to read that. Exit code 0 says that the file was saved, whatever they found; 1 "
-    "that the drawing was given up.\n"
+    "The area is saved as the worker would see it: if the system stretches the window, it is scaled back to "
+    "the "
+    "window's own pixels. The screenshot is taken once the screen has not changed for 0.15 s, after 2 s at "
+    "the "
+    "latest.\n"
+    "The file's text entries Target, Program, Piece, Client area, Scale and Monitor record its origin.\n"
+    "The resulting spec is then checked by lint and explain on the current desktop; docs/lint.md and "
+    "docs/explain.md describe their output. Exit code 0 means that the file was saved, whatever they found; "
+    "1 "
+    "that drawing was cancelled.\n"
     "With --json: {\"type\":\"captured\", \"path\":TEXT, \"w\":N, \"h\":N, \"target\":TEXT, \"title\":TEXT, "
     "\"program\":TEXT, \"rect\":{\"x\":N, \"y\":N, \"w\":N, \"h\":N}, \"roi\":{...}, \"client\":{\"w\":N, "
     "\"h\":N}, \"scale\":N, \"monitor\":N, \"visibleShare\":N, \"command\":[TEXT, ...]}, rect and roi in "
-    "pixels of the client area; then what lint and explain print of it.";
+    "pixels of the client area; then the output of lint and explain.";
 
 struct Options {
   std::string file, target, rect, name;
@@ -50,13 +51,13 @@ struct Options {
   double delaySeconds = 0.0;
 };
 
-// The name that the spec is to have; raises std::invalid_argument when the file's name is none.
+// The spec's name; raises std::invalid_argument when the file's name cannot be one.
 std::string SpecName(const Options& options, const fs::path& file) {
   const std::string name = options.name.empty() ? Utf8Of(file.stem()) : options.name;
   const std::string base = name.substr(0, name.find(':'));
   (void)client::NonEmptyField("the spec's name '" + base + "'", base, client::HitNameUnits);
   if (options.name.empty() && base != name) {
-    throw std::invalid_argument("the file's name holds a ':', behind which options stand; give --name");
+    throw std::invalid_argument("the file's name contains ':', which starts the options; give --name");
   }
   return name;
 }
@@ -92,18 +93,17 @@ Json JsonOf(const cv::Rect& r) {
   return {{"x", r.x}, {"y", r.y}, {"w", r.width}, {"h", r.height}};
 }
 
-// What lies over the piece is in the picture.
-void Warn(const Piece& piece, Output& output) {
-  if (piece.visible < 1.0) {
-    std::string by;
-    for (const live::DesktopWindow& cover : piece.covers)
-      by += (by.empty() ? "\"" : ", \"") + Printable(cover.title) + "\"";
-    output.Note("only " + std::to_string(static_cast<int>(piece.visible * 100.0)) +
-                " % of the piece could be seen; it is covered by " + by);
-  }
+// Whatever covers the area is in the picture.
+void WarnIfCovered(const Piece& piece, Output& output) {
+  if (piece.visible >= 1.0) return;
+  std::string by;
+  for (const live::DesktopWindow& cover : piece.covers)
+    by += (by.empty() ? "\"" : ", \"") + Printable(cover.title) + "\"";
+  output.Note("only " + std::to_string(static_cast<int>(piece.visible * 100.0)) +
+              " % of the area is visible; it is covered by " + by);
 }
 
-// The target's client area, out of a picture of the desktop that shows all of it.
+// The target's client area, cut out of a picture of the desktop if it shows all of it.
 std::optional<advice::WindowPicture> ClientAreaIn(const explain::Explanation& explanation) {
   if (!explanation.sight) return std::nullopt;
   const explain::Picture& picture = explanation.sight->picture;
@@ -142,10 +142,10 @@ ExitCode Capture(const Options& options, Output& output) {
   const fs::path file = fs::absolute(PathOf(options.file)).lexically_normal();
   const std::string name = SpecName(options, file);
   if (!options.force && fs::exists(file)) {
-    throw std::invalid_argument(Utf8Of(file) + " is there already; --force replaces it");
+    throw std::invalid_argument(Utf8Of(file) + " already exists; use --force to replace it");
   }
   if (options.target.empty() && !options.pick)
-    throw std::invalid_argument("give --target, or --pick the piece");
+    throw std::invalid_argument("give --target, or --pick to draw the area");
   live::PieceChoice choice;
   if (!options.target.empty()) choice.target = client::Field("--target", options.target, client::TargetUnits);
   if (!options.rect.empty()) {
@@ -155,10 +155,10 @@ ExitCode Capture(const Options& options, Output& output) {
   Delay(options.delaySeconds, output.Bar());
   if (options.pick) {
     choice.picked = host::PickRectangle(
-        [&output] { output.Note("draw a rectangle with the mouse; Escape or the right button gives up"); });
-    if (!choice.picked) return output.Fail(No, "given up");
+        [&output] { output.Note("draw a rectangle with the mouse; Escape or the right button cancels"); });
+    if (!choice.picked) return output.Fail(No, "cancelled");
   }
-  // The terminal may be in the picture.
+  // The terminal may be on the captured screen.
   const Piece piece = output.Bar().Aside([&] { return live::CutPiece(choice); });
   WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
 
@@ -188,34 +188,31 @@ ExitCode Capture(const Options& options, Output& output) {
                "Saved " + path + ": " + SizeText(piece.bgr.cols, piece.bgr.rows) + " pixels at " +
                    std::to_string(piece.rect.x) + "," + std::to_string(piece.rect.y) + " in \"" +
                    Printable(piece.window.title) + "\".\n");
-  Warn(piece, output);
+  WarnIfCovered(piece, output);
   Review({piece.target, WideText("name", name), WideText("path", path), roi}, output);
   if (output.IsJson()) return Yes;
-  // Last, as it is what the reader wants next.
-  output.Print({}, "\nThe worker looks for it there, and " + std::to_string(options.margin) +
-                       " pixels around, after\n\n  " + line + '\n');
+  output.Print({}, "\nTo let the worker search for it there, within " + std::to_string(options.margin) +
+                       " pixels, run\n\n  " + line + '\n');
   return Yes;
 }
 
 }  // namespace
 
 void AddCapture(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("capture", "Cuts a template out of a window and prints the command that adds it.",
-               [options](Output& output) { return Capture(*options, output); });
-  command.Add("FILE", &options->file, "PNG file to save; its name becomes the spec's", {.required = true});
-  command.Add("--target", &options->target,
-              "Window, as specs have it: part of its title, or its program's name with .exe");
-  command.Add("--rect", &options->rect, "Piece of its client area, in its pixels (all of it)",
+  const auto [command, options] = line.Add<Options>(
+      "capture", "Cuts a template out of a window and prints the command that adds it.", Capture);
+  command.Add("FILE", &options.file, "PNG file to write; the spec is named after it", {.required = true});
+  command.Add("--target", &options.target,
+              "Window, as in a spec: part of its title, or its program's name with .exe");
+  command.Add("--rect", &options.rect, "Area to cut out, in pixels of the client area (all of it)",
               {.value = "X,Y,W,H", .needs = {"--target"}, .excludes = {"--pick"}});
-  command.Add("--pick", &options->pick, "Draw the piece with the mouse (X11 only)");
-  command.Add("--name", &options->name, "Name of the spec, with its options (the file's name)");
-  command.Add("--margin", &options->margin, "Pixels around the piece in which the command looks for it (16)",
+  command.Add("--pick", &options.pick, "Draw the area with the mouse (X11 only)");
+  command.Add("--name", &options.name, "Name of the spec with its options (the file's name)");
+  command.Add("--margin", &options.margin, "Pixels to add around the area for the search region (16)",
               {.value = "N", .within = {{0, 100000}}});
-  command.Add("--delay", &options->delaySeconds, "Wait first, to open a menu for example (0)",
+  command.Add("--delay", &options.delaySeconds, "Time to wait first, for example to open a menu (0)",
               {.value = "SECONDS", .within = {{0.0, 3600.0}}});
-  command.Add("--force", &options->force, "Replace the file if it is there already");
+  command.Add("--force", &options.force, "Replace the file if it exists");
   command.notes = Notes;
 }
 

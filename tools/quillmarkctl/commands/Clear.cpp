@@ -1,16 +1,16 @@
-#include <memory>
-
 #include "commandline/CommandLine.h"
 #include "worker/Requests.h"
 
 namespace quillmark::control {
 
 void AddClear(CommandLine& line) {
-  const auto timeout = std::make_shared<std::chrono::milliseconds>(DefaultTimeout);
-  CommandModel& command = line.Add("clear", "Removes all specs.", [timeout](Output& output) {
-    return Send({.kind = CmdKind::Clear}, *timeout, output);
-  });
-  AddTimeout(command, *timeout);
+  using Timeout = std::chrono::milliseconds;
+  const auto [command, timeout] =
+      line.Add<Timeout>("clear", "Removes all specs.", [](const Timeout& given, Output& output) {
+        return Send("clear", {.kind = CmdKind::Clear}, given, output);
+      });
+  timeout = DefaultTimeout;
+  AddTimeout(command, timeout);
   command.notes = "With --json: {\"type\":\"sent\", \"command\":\"clear\"}";
 }
 

@@ -1,23 +1,18 @@
-#include <memory>
-
 #include "commandline/CommandLine.h"
-#include "commandline/CommandModel.h"
 
 namespace quillmark::control {
 
 void AddCompletion(CommandLine& line) {
-  const auto shell = std::make_shared<std::string>();
-  CommandModel& command =
-      line.Add("completion", "Prints a script that completes this tool's commands in a shell.",
-               [shell, &line](Output& output) {
-                 const std::string script = CompletionScript(*shell, line.Tool(), line.Commands());
-                 output.Print({{"type", "completion"}, {"shell", *shell}, {"script", script}}, script);
-                 return Yes;
-               });
-  command.Add("SHELL", shell.get(), "Whose language the script is in",
+  const auto [command, shell] = line.Add<std::string>(
+      "completion", "Prints a shell completion script.", [&line](const std::string& given, Output& output) {
+        const std::string script = CompletionScript(given, line.Tool(), line.Commands());
+        output.Print({{"type", "completion"}, {"shell", given}, {"script", script}}, script);
+        return Yes;
+      });
+  command.Add("SHELL", &shell, "Shell to write the script for",
               {.required = true, .words = {"bash", "zsh", "fish"}});
   command.notes =
-      "Where the shell finds it, for this user:\n"
+      "Where to put it, for this user only:\n"
       "  bash: ~/.local/share/bash-completion/completions/quillmarkctl\n"
       "  zsh: a file _quillmarkctl in a folder of $fpath\n"
       "  fish: ~/.config/fish/completions/quillmarkctl.fish\n"

@@ -1,22 +1,22 @@
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "commandline/CommandLine.h"
 #include "doctor/Doctor.h"
 #include "host/Session.h"
+#include "output/Reports.h"
 #include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {
 
 constexpr char Notes[] =
-    "Exit code 0 when there is no problem (warnings do not count), 1 when there is one.\n"
-    "With --json each line is one object:\n"
+    "Exit codes: 0 no problems (warnings do not count), 1 problems found, 2 usage error or failure.\n"
+    "With --json, one object per line:\n"
     "  {\"type\":\"finding\", \"level\":\"ok|warning|problem\", \"topic\":TEXT, \"text\":TEXT, "
-    "\"consequence\":TEXT, \"remedy\":TEXT, \"facts\":{...}}  facts holds the figures of the text; a "
-    "target's candidates, too\n"
+    "\"consequence\":TEXT, \"remedy\":TEXT, \"facts\":{...}}  facts: the figures in the text, and a "
+    "target's candidates\n"
     "  {\"type\":\"summary\", \"ok\":N, \"warnings\":N, \"problems\":N}";
 
 struct Options {
@@ -24,59 +24,36 @@ struct Options {
   std::chrono::milliseconds timeout{1000};
 };
 
-const char* NameOf(Level level) {
-  switch (level) {
-    case Level::Ok:
-      return "ok";
-    case Level::Warning:
-      return "warning";
-    default:
-      return "problem";
-  }
-}
+constexpr const char* LevelNames[] = {"ok", "warning", "problem"};
+constexpr Style LevelStyles[] = {Style::Good, Style::Doubtful, Style::Bad};
 
-Style StyleOf(Level level) {
-  switch (level) {
-    case Level::Ok:
-      return Style::Good;
-    case Level::Warning:
-      return Style::Doubtful;
-    default:
-      return Style::Bad;
-  }
-}
-
-void Show(const Finding& finding, Output& output) {
+void Show(const Check& check, Output& output) {
   constexpr std::size_t LevelWidth = 9, Indent = 18;
-  const std::string level = NameOf(finding.level);
+  const std::string level = LevelNames[static_cast<int>(check.level)];
   const auto padded = [](std::string text, std::size_t width) {
     text.resize(std::max(width, text.size()), ' ');
     return text;
   };
-  std::string text = output.Styled(StyleOf(finding.level), padded(level, LevelWidth)) +
-                     padded(finding.topic, Indent - LevelWidth) + output.Wrapped(finding.text, Indent);
-  const std::string indent = '\n' + std::string(Indent, ' ');
-  for (const std::string& detail : finding.details) text += indent + output.Wrapped(detail, Indent + 4);
-  if (finding.level != Level::Ok) {
-    text += indent + output.Wrapped("Effect: " + finding.consequence, Indent + 4);
-    text += indent + output.Wrapped("Fix: " + finding.remedy, Indent + 4);
-  }
+  std::string text = output.Styled(LevelStyles[static_cast<int>(check.level)], padded(level, LevelWidth)) +
+                     padded(check.topic, Indent - LevelWidth) + output.Wrapped(check.text, Indent);
+  for (const std::string& detail : check.details) text += Below(detail, Indent, output);
+  if (check.level != Level::Ok) text += EffectAndFix(check.consequence, check.remedy, Indent, output);
   output.Print({{"type", "finding"},
                 {"level", level},
-                {"topic", finding.topic},
-                {"text", finding.text},
-                {"consequence", finding.consequence},
-                {"remedy", finding.remedy},
-                {"facts", finding.facts}},
+                {"topic", check.topic},
+                {"text", check.text},
+                {"consequence", check.consequence},
+                {"remedy", check.remedy},
+                {"facts", check.facts}},
                text);
 }
 
 ExitCode Examine(const Options& options, Output& output) {
   std::size_t counts[3] = {};
-  const auto show = [&](const Findings& findings) {
-    for (const Finding& finding : findings) {
-      ++counts[static_cast<std::size_t>(finding.level)];
-      Show(finding, output);
+  const auto show = [&](const Checks& checks) {
+    for (const Check& check : checks) {
+      ++counts[static_cast<std::size_t>(check.level)];
+      Show(check, output);
     }
   };
   show(host::ExamineSession());
@@ -99,13 +76,11 @@ ExitCode Examine(const Options& options, Output& output) {
 }  // namespace
 
 void AddDoctor(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("doctor", "Examines session, display, monitors, windows and worker, and says what to do.",
-               [options](Output& output) { return Examine(*options, output); });
-  command.Add("--target", &options->targets,
-              "Examine this target, as specs have it: part of a title, or a program with .exe");
-  AddTimeout(command, options->timeout, "Seconds to wait for the worker's answer (1)");
+  const auto [command, options] = line.Add<Options>(
+      "doctor", "Checks session, display, monitors, windows and worker, and suggests fixes.", Examine);
+  command.Add("--target", &options.targets,
+              "Target to check, as in a spec: part of a title, or a program with .exe");
+  AddTimeout(command, options.timeout, "Seconds to wait for the worker's reply (1)");
   command.notes = Notes;
 }
 

@@ -1,7 +1,6 @@
 #include "explain/Explain.h"
 
 #include <algorithm>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,10 +17,11 @@ namespace {
 using explain::Explanation;
 
 constexpr char Notes[] =
-    "The picture is a screenshot of the window's client area or, with --client, of a monitor or any part of "
-    "one that shows the client area at that place; without scaling. docs/explain.md describes the answer and "
-    "its fields, docs/silence.md the reasons.\n"
-    "Exit codes: 0 it would be a hit, each of several specs; 1 it would not; 2 wrong use or error.";
+    "The screenshot shows the window's client area or, with --client, a larger part of the screen with the "
+    "client "
+    "area at that position; it must not be scaled. docs/explain.md describes the output and its fields, "
+    "docs/silence.md the reasons.\n"
+    "Exit codes: 0 every spec would be a hit, 1 at least one would not, 2 usage error or failure.";
 
 struct Options {
   SpecArguments spec;
@@ -30,14 +30,14 @@ struct Options {
   bool live = false;
 };
 
-// Where the picture shows the client area; all of it without an argument.
+// Where the picture shows the client area: everywhere without an argument.
 Rect ClientArea(const std::string& argument, cv::Size picture) {
-  constexpr std::int32_t most = 1 << 20;
+  constexpr std::int32_t max = 1 << 20;
   if (argument.empty()) return {0, 0, picture.width, picture.height};
   const Rectangle client = ReadRectangle("--client", argument);
   for (const std::int32_t number : {client.x, client.y, client.width, client.height}) {
-    if (number < -most || number > most)
-      throw std::invalid_argument("--client: " + argument + " is no place on a screen");
+    if (number < -max || number > max)
+      throw std::invalid_argument("--client: " + argument + " is outside any screen");
   }
   return {client.x, client.y, client.x + client.width, client.y + client.height};
 }
@@ -54,9 +54,9 @@ Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const 
 
 ExitCode Run(const Options& options, Output& output) {
   const std::vector<Command> commands = SpecCommands(options.spec);
-  if (commands.empty()) throw std::invalid_argument("give a spec as for add, or --specs");
+  if (commands.empty()) throw std::invalid_argument("give a spec as for add, or use --specs");
   const cv::Mat picture = options.live ? cv::Mat() : ReadScreenshot("--image", options.image);
-  // The page takes about as long as all else.
+  // Rendering the page takes about as long as everything else.
   const std::size_t steps = commands.size() * explain::kLongSteps * (options.html.empty() ? 1 : 2);
   std::vector<Explanation> explanations;
   bool allHit = true;
@@ -78,20 +78,19 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddExplain(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("explain", "Says why a spec is, or is not, found in a picture of its window.",
-               [options](Output& output) { return Run(*options, output); });
-  AddSpecOptions(command, options->spec, SpecIs::Optional);
-  AddSpecFileOptions(command, options->spec);
-  command.Add("--client", &options->client, "Where the screenshot shows the window's client area (all of it)",
+  const auto [command, options] = line.Add<Options>(
+      "explain", "Explains why a spec matches a screenshot of its window, or why not.", Run);
+  AddSpecOptions(command, options.spec, SpecIs::Optional);
+  AddSpecFileOptions(command, options.spec);
+  command.Add("--client", &options.client, "Position of the client area in the screenshot (all of it)",
               {.value = "X,Y,W,H", .needs = {"--image"}});
-  command.Add("--scale", &options->scale, "Desktop pixels for one pixel of the template (1)",
+  command.Add("--scale", &options.scale, "Screenshot pixels per template pixel (1)",
               {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
-  command.Add("--html", &options->html, "Write the answer as a page with pictures, too", {.value = "FILE"});
-  command.Add("--image", &options->image, "Screenshot to look in", {.value = "FILE"});
-  command.Add("--live", &options->live, "Look at the desktop as it is now, as the worker does");
-  command.oneOf = {"picture", "What to look at", {"--image", "--live"}};
+  command.Add("--html", &options.html, "Also write the explanation as a page with pictures",
+              {.value = "FILE"});
+  command.Add("--image", &options.image, "Screenshot to search", {.value = "FILE"});
+  command.Add("--live", &options.live, "Search the current desktop, as the worker does");
+  command.oneOf = {"picture", "What to search", {"--image", "--live"}};
   command.notes = Notes;
 }
 

@@ -1,6 +1,5 @@
 #include "advice/Lint.h"
 
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -16,11 +15,10 @@ namespace {
 using advice::LintSpec;
 
 constexpr char Notes[] =
-    "Give a spec as for add, of which all but --path may be left out, or a file of specs as for apply, "
-    "template images alone, or both. What is not given is not looked at. docs/lint.md lists what may be "
-    "found.\n"
-    "Exit codes: 0 nothing found, 1 something found, 2 wrong use or error.\n"
-    "With --json each line is one object:\n"
+    "Give a spec as for add (only --path is required), a spec file as for apply, template images, or any of "
+    "these together. What is not given is not checked. docs/lint.md lists all findings.\n"
+    "Exit codes: 0 nothing found, 1 something found, 2 usage error or failure.\n"
+    "With --json, one object per line:\n"
     "  {\"type\":\"finding\", \"code\":TEXT, \"severity\":\"note|warning|error\", \"spec\":TEXT, "
     "\"other\":TEXT|null, \"text\":TEXT, \"meaning\":TEXT, \"consequence\":TEXT, \"remedy\":TEXT, "
     "\"facts\":{...}}\n"
@@ -38,8 +36,7 @@ std::vector<LintSpec> SpecsOf(const Options& options) {
   if (options.spec.GivenInPart()) specs.push_back(ReadPartialSpec(options.spec));
   for (const DeclaredSpec& spec : DeclaredSpecs(options.spec)) specs.push_back(DeclaredAs(spec));
   for (const std::string& file : options.files) specs.push_back(TemplateAlone(file));
-  if (specs.empty())
-    throw std::invalid_argument("nothing to look at: give --path, --specs or template images");
+  if (specs.empty()) throw std::invalid_argument("nothing to check: give --path, --specs or template images");
   return specs;
 }
 
@@ -47,7 +44,7 @@ std::vector<advice::FindingCode> CodesOf(const std::vector<std::string>& ids) {
   std::vector<advice::FindingCode> codes;
   for (const std::string& id : ids) {
     const std::optional<advice::FindingCode> code = advice::FindingOfId(id);
-    if (!code) throw std::invalid_argument("--ignore: there is no finding '" + id + "'");
+    if (!code) throw std::invalid_argument("--ignore: unknown finding '" + id + "'");
     codes.push_back(*code);
   }
   return codes;
@@ -66,17 +63,14 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddLint(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("lint", "Finds what in specs and their templates will surprise, and says what to do.",
-               [options](Output& output) { return Run(*options, output); });
-  command.Add("FILE", &options->files, "Template images");
-  AddPartialSpecOptions(command, options->spec);
-  command.Add("--image", &options->image, "Screenshot of the window's client area to try the specs on",
+  const auto [command, options] = line.Add<Options>("lint", "Checks specs and templates for problems.", Run);
+  command.Add("FILE", &options.files, "Template images");
+  AddPartialSpecOptions(command, options.spec);
+  command.Add("--image", &options.image, "Screenshot of the window's client area to test the specs on",
               {.value = "FILE"});
-  command.Add("--scale", &options->scale, "Pixels of the screenshot for one of the template (1)",
+  command.Add("--scale", &options.scale, "Screenshot pixels per template pixel (1)",
               {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
-  command.Add("--ignore", &options->ignored, "Say nothing of findings with this code; may be repeated",
+  command.Add("--ignore", &options.ignored, "Suppress findings with this code; may be repeated",
               {.value = "CODE", .oneValue = true});
   command.notes = Notes;
 }

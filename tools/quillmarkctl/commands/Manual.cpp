@@ -1,30 +1,18 @@
-#include <memory>
-#include <string>
-
 #include "commandline/CommandLine.h"
-#include "commandline/CommandModel.h"
 
 namespace quillmark::control {
-namespace {
-
-std::string PageOf(const std::string& name, const CommandLine& line) {
-  if (name == "Quillmark") return WorkerPage();
-  if (name == "quillmark-specs") return SpecFilePage();
-  return ManualPage(line.Tool(), line.Commands());
-}
-
-}  // namespace
 
 void AddManual(CommandLine& line) {
-  const auto page = std::make_shared<std::string>();
-  CommandModel& command =
-      line.Add("manual", "Prints a manual page, of this tool, the worker or the file of specs.",
-               [page, &line](Output& output) {
-                 const std::string text = PageOf(*page, line);
-                 output.Print({{"type", "manual"}, {"page", text}}, text);
-                 return Yes;
-               });
-  command.Add("PAGE", page.get(), "Which page (quillmarkctl)",
+  const auto [command, page] = line.Add<std::string>(
+      "manual", "Prints a manual page: this tool, the worker or the spec file.",
+      [&line](const std::string& given, Output& output) {
+        const std::string text = given == "Quillmark"         ? WorkerPage()
+                                 : given == "quillmark-specs" ? SpecFilePage()
+                                                              : ManualPage(line.Tool(), line.Commands());
+        output.Print({{"type", "manual"}, {"page", text}}, text);
+        return Yes;
+      });
+  command.Add("PAGE", &page, "Page to print (quillmarkctl)",
               {.words = {"quillmarkctl", "Quillmark", "quillmark-specs"}});
   command.notes =
       "To read it: quillmarkctl manual | man -l -\n"

@@ -1,4 +1,3 @@
-#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -14,14 +13,15 @@ namespace quillmark::control {
 namespace {
 
 constexpr char Notes[] =
-    "Writes the pictures of all monitors and the windows into the folder, for quillmarkctl replay. It ends "
-    "by itself or when interrupted. No worker is needed; specs that are given are written into the recording "
-    "with copies of their images. Everything on the screens is in the pictures: look at them before you pass "
-    "a recording on.\n"
-    "With --on-hit or --on-near-miss only the frames around it are kept. A near miss is a comparison that "
-    "was refused although the difference was within its limit, or beyond it by at most half of it.\n"
-    "Exit codes: 0 recorded; 1 no hit or near miss came; 2 wrong use or error.\n"
-    "With --json it prints {\"type\":\"recording\", \"folder\":TEXT, \"frames\":N, \"ms\":N} at the end.";
+    "Saves frames of all monitors and the list of windows in the folder, for quillmarkctl replay, until the "
+    "time "
+    "is up or it is interrupted. No worker is needed; given specs are saved in the recording with copies of "
+    "their "
+    "images. The frames show everything on the screens: check them before you share a recording.\n"
+    "With --on-hit or --on-near-miss, only the frames around that event are kept. A near miss is a refused "
+    "comparison whose difference was at most 1.5 times its limit.\n"
+    "Exit codes: 0 recorded, 1 no hit or near miss, 2 usage error or failure.\n"
+    "With --json, at the end: {\"type\":\"recording\", \"folder\":TEXT, \"frames\":N, \"ms\":N}";
 
 struct RecordOptions {
   std::string out;
@@ -59,7 +59,7 @@ ExitCode RunRecord(const RecordOptions& options, Output& output) {
   });
   for (const std::string& note : result.notes) output.Note(note);
   if (recorder.trigger != replay::Trigger::None && !result.triggered) {
-    return output.Fail(No, std::string("no ") + (options.onHit ? "hit" : "near miss") + " came in time");
+    return output.Fail(No, std::string("timed out: no ") + (options.onHit ? "hit" : "near miss"));
   }
   output.Print(
       {{"type", "recording"}, {"folder", options.out}, {"frames", result.frames}, {"ms", result.tMs}},
@@ -70,22 +70,21 @@ ExitCode RunRecord(const RecordOptions& options, Output& output) {
 }  // namespace
 
 void AddRecord(CommandLine& line) {
-  const auto options = std::make_shared<RecordOptions>();
-  CommandModel& command = line.Add("record", "Records the desktop, for replay.",
-                                   [options](Output& output) { return RunRecord(*options, output); });
-  command.Add("--out", &options->out, "Folder of the recording, new or empty",
+  const auto [command, options] =
+      line.Add<RecordOptions>("record", "Records the desktop for replay.", RunRecord);
+  command.Add("--out", &options.out, "Folder for the recording, new or empty",
               {.value = "FOLDER", .required = true});
-  command.Add("--seconds", &options->seconds, "How long at most (10)",
+  command.Add("--seconds", &options.seconds, "Maximum duration (10)",
               {.value = "SECONDS", .within = {{0.1, 3600.0}}});
-  command.Add("--on-hit", &options->onHit, "Keep only the frames around the first hit");
-  command.Add("--on-near-miss", &options->onNearMiss, "Keep only the frames around the first near miss",
+  command.Add("--on-hit", &options.onHit, "Keep only the frames around the first hit");
+  command.Add("--on-near-miss", &options.onNearMiss, "Keep only the frames around the first near miss",
               {.excludes = {"--on-hit"}});
-  command.Add("--before", &options->before, "Frames to keep before it (10)",
+  command.Add("--before", &options.before, "Frames to keep before the event (10)",
               {.value = "N", .within = {{0, 100}}});
-  command.Add("--after", &options->after, "Frames to keep after it (10)",
+  command.Add("--after", &options.after, "Frames to keep after the event (10)",
               {.value = "N", .within = {{0, 100}}});
-  AddSpecOptions(command, options->spec, SpecIs::Optional);
-  AddSpecFileOptions(command, options->spec);
+  AddSpecOptions(command, options.spec, SpecIs::Optional);
+  AddSpecFileOptions(command, options.spec);
   command.notes = Notes;
 }
 

@@ -1,4 +1,3 @@
-#include <memory>
 #include <string>
 
 #include "client/Text.h"
@@ -12,16 +11,15 @@ void AddRemove(CommandLine& line) {
     std::string name;
     std::chrono::milliseconds timeout = DefaultTimeout;
   };
-  const auto options = std::make_shared<Options>();
-  CommandModel& command = line.Add("remove", "Removes the spec of this name.", [options](Output& output) {
-    return Send(
-        {.kind = CmdKind::Remove, .name = client::NonEmptyField("NAME", options->name, client::NameUnits)},
-        options->timeout, output);
-  });
-  command.Add("NAME", &options->name, "The spec's name without its options", {.required = true});
-  AddTimeout(command, options->timeout);
+  const auto [command, options] = line.Add<Options>(
+      "remove", "Removes the spec with this name.", [](const Options& given, Output& output) {
+        const std::wstring name = client::NonEmptyField("NAME", given.name, client::NameUnits);
+        return Send("remove", {.kind = CmdKind::Remove, .name = name}, given.timeout, output);
+      });
+  command.Add("NAME", &options.name, "Name of the spec without its options", {.required = true});
+  AddTimeout(command, options.timeout);
   command.notes =
-      "Exit code 0 says that the worker took the command, whether it had such a spec or not.\n"
+      "Exit code 0 means that the worker took the command, whether or not it had such a spec.\n"
       "With --json: {\"type\":\"sent\", \"command\":\"remove\", \"name\":TEXT}";
 }
 

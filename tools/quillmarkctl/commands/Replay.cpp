@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -25,17 +24,19 @@ using replay::ReplayResult;
 using replay::SpecResult;
 
 constexpr char Notes[] =
-    "The folder holds recording.json and its pictures; docs/replay.md describes them, and quillmarkctl "
-    "record writes them. The same folder gives the same output, bit for bit.\n"
-    "Exit codes: 0 at least one hit, or as expected; 1 no hit, or not as expected; 2 wrong use or error.\n"
-    "With --json each line is one object:\n"
+    "The folder contains recording.json and its frames, as quillmarkctl record writes them; see "
+    "docs/replay.md. "
+    "The output for a folder is always the same, bit for bit.\n"
+    "Exit codes: 0 at least one hit, or as expected; 1 no hit, or not as expected; 2 usage error or "
+    "failure.\n"
+    "With --json, one object per line:\n"
     "  {\"type\":\"hit\", \"t\":N, \"monitor\":ID, \"frame\":FILE, \"name\":TEXT, \"cx\":N, \"cy\":N, "
     "\"w\":N, \"h\":N, \"score\":N, \"edge\":N, \"ts\":N}\n"
     "  {\"type\":\"spec\", \"name\":TEXT, \"hits\":N, \"silence\":CODE, \"reasons\":{CODE:N}, "
-    "\"nearest\":{\"t\":N, \"frame\":FILE, \"reason\":CODE, \"difference\":N, \"limit\":N}}  silence without "
-    "a hit only\n"
+    "\"nearest\":{\"t\":N, \"frame\":FILE, \"reason\":CODE, \"difference\":N, \"limit\":N}}  silence: only "
+    "without hits\n"
     "  {\"type\":\"fault\", \"text\":TEXT}  a frame that cannot be used\n"
-    "  {\"type\":\"difference\", \"text\":TEXT}  with --check: what is not as expected\n"
+    "  {\"type\":\"difference\", \"text\":TEXT}  with --check: a deviation\n"
     "  {\"type\":\"replay\", \"hits\":N, \"frames\":N, \"taken\":N, \"as-expected\":BOOL}  the last line";
 
 std::string Seconds(std::int64_t tMs) {
@@ -93,7 +94,7 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
     counts += (counts.empty() ? "" : ", ") + code + " " + std::to_string(count);
   }
   json["reasons"] = reasons;
-  if (!counts.empty()) text += "\n    " + output.Wrapped("turns without a hit: " + counts, 4);
+  if (!counts.empty()) text += "\n    " + output.Wrapped("evaluations without a hit: " + counts, 4);
   if (const auto& nearest = spec.nearestMiss) {
     const std::string& file = recording.frames[nearest->frame].file;
     json["nearest"] = {{"t", nearest->tMs},
@@ -102,9 +103,9 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
                        {"difference", nearest->difference},
                        {"limit", nearest->limit}};
     if (spec.hits == 0) {
-      text += "\n    " + output.Wrapped("nearest in " + file + ": difference " +
-                                            Figures(nearest->difference, " against ", nearest->limit) +
-                                            ", refused for " + std::string(explain::CodeOf(nearest->reason)),
+      text += "\n    " + output.Wrapped("closest in " + file + ": difference " +
+                                            Figures(nearest->difference, ", limit ", nearest->limit) +
+                                            ", refused: " + std::string(explain::CodeOf(nearest->reason)),
                                         4);
     }
   }
@@ -141,7 +142,7 @@ ExitCode RunReplay(const ReplayOptions& options, Output& output) {
             {"frames", recording.frames.size()},
             {"taken", result.framesTaken}};
   std::string text = Counted(result.hits.size(), "hit") + ", " + std::to_string(result.framesTaken) + " of " +
-                     std::to_string(recording.frames.size()) + " frames taken";
+                     std::to_string(recording.frames.size()) + " frames processed";
   if (expected) {
     json["as-expected"] = differences.empty();
     text += differences.empty() ? "; as expected" : "; not as expected";
@@ -154,13 +155,11 @@ ExitCode RunReplay(const ReplayOptions& options, Output& output) {
 }  // namespace
 
 void AddReplay(CommandLine& line) {
-  const auto options = std::make_shared<ReplayOptions>();
-  CommandModel& command =
-      line.Add("replay", "Plays a recorded desktop through the worker's engine and prints the hits.",
-               [options](Output& output) { return RunReplay(*options, output); });
-  command.Add("FOLDER", &options->folder, "Folder of a recording", {.required = true});
-  command.Add("--check", &options->check, "Compare the result with expected.json in the folder");
-  command.Add("--accept", &options->accept, "Write the result as expected.json into the folder",
+  const auto [command, options] = line.Add<ReplayOptions>(
+      "replay", "Runs a recorded desktop through the worker's engine and prints the hits.", RunReplay);
+  command.Add("FOLDER", &options.folder, "Folder with the recording", {.required = true});
+  command.Add("--check", &options.check, "Compare the result with the folder's expected.json");
+  command.Add("--accept", &options.accept, "Save the result as the folder's expected.json",
               {.excludes = {"--check"}});
   command.notes = Notes;
 }

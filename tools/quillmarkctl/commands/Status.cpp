@@ -1,14 +1,14 @@
 #include <chrono>
 #include <cmath>
-#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "Interruption.h"
+#include "client/WorkerProbe.h"
 #include "commandline/CommandLine.h"
 #include "ipc/WallClock.h"
 #include "ipc/WireFormat.h"
-#include "output/HitLines.h"
 #include "text/Wording.h"
 #include "worker/WorkerState.h"
 
@@ -18,14 +18,15 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char Notes[] =
-    "Exit code 0 when a worker runs and answers, 1 when not. With --follow it looks on without asking, "
-    "prints a line when a worker starts or goes, when commands are not taken any more, when hits are dropped "
-    "and when a reader of the hits comes or goes, and counts the starts it has seen.\n"
-    "Unread hits with a reader, or unread commands that go down, are no cause for worry.\n"
+    "Exit codes: 0 a worker is running and replies, 1 not, 2 usage error or failure.\n"
+    "--follow sends no commands. It prints a line when a worker starts or ends, stops taking commands or "
+    "drops "
+    "hits, and when a reader of the hits starts or ends, and counts the starts.\n"
+    "Unread hits are normal while a reader is running; for unread commands, a falling count is normal.\n"
     "With --json: {\"type\":\"status\", \"running\":B, \"answers\":B, \"silence\":TEXT, \"roundTripMs\":N, "
     "\"version\":TEXT, \"process\":N, \"startedTs\":N, \"unreadCommands\":N, \"unreadHits\":N, "
-    "\"droppedHits\":N, \"hasReader\":B, \"reasons\":[CODE, ...]}; fields that cannot be known are left out. "
-    "With --follow {\"type\":\"news\", \"ts\":N, \"text\":TEXT, \"starts\":N, ...} with the same fields.";
+    "\"droppedHits\":N, \"hasReader\":B, \"reasons\":[CODE, ...]}; unknown fields are left out. With "
+    "--follow: {\"type\":\"news\", \"ts\":N, \"text\":TEXT, \"starts\":N, ...}, with the same fields.";
 
 struct Options {
   std::chrono::milliseconds timeout = DefaultTimeout;
@@ -40,66 +41,64 @@ std::string Ago(std::uint64_t sinceMs) {
 }
 
 std::string TextOf(const WorkerState& state, const Output& output) {
-  const auto row = [](const std::string& head, const std::string& text) { return head + text; };
-  std::string worker = output.Styled(state.answers ? Style::Good : Style::Bad,
-                                     state.running ? state.answers ? "answers" : "does not answer" : "none");
-  if (state.answers) worker += " in " + std::to_string(std::lround(state.roundTripMs)) + " ms";
+  std::string worker =
+      output.Styled(state.answers ? Style::Good : Style::Bad, state.answers   ? "running"
+                                                              : state.running ? "not replying"
+                                                                              : "none");
+  if (state.answers) worker += ", replied in " + std::to_string(std::lround(state.roundTripMs)) + " ms";
   if (state.running && !state.answers) worker += ": " + state.silence;
   if (state.process != 0) worker += ", process " + std::to_string(state.process);
   if (state.startedMs != 0) worker += ", started " + Ago(state.startedMs) + " ago";
   const std::string slots = std::to_string(RingSlots);
-  std::string text = row("worker    ", worker);
-  if (!state.version.empty()) text += row("\nversion   ", state.version);
-  text += row("\ncommands  ", std::to_string(state.unreadCommands) + " of " + slots + " unread");
-  text += row("\nhits      ", std::to_string(state.unreadHits) + " of " + slots + " unread, " +
-                                  (state.hasReader ? "with a reader" : "nobody reads them"));
-  text += row("\ndropped   ", Counted(state.droppedHits, "hit") + " since the ring was made");
+  std::string text = "worker    " + worker;
+  if (!state.version.empty()) text += "\nversion   " + state.version;
+  text += "\ncommands  " + std::to_string(state.unreadCommands) + " of " + slots + " unread";
+  text += "\nhits      " + std::to_string(state.unreadHits) + " of " + slots + " unread, " +
+          (state.hasReader ? "with a reader" : "no reader");
+  text += "\ndropped   " + Counted(state.droppedHits, "hit") + " since the ring was created";
   for (const explain::Reason reason : state.reasons) {
-    text += row("\nsilence   ",
-                std::string(explain::CodeOf(reason)) + ": " + std::string(explain::EntryOf(reason).meaning));
+    const explain::ReasonEntry& entry = explain::EntryOf(reason);
+    text += "\nsilence   " + std::string(entry.code) + ": " + std::string(entry.meaning);
   }
   return text;
 }
 
-// Compares two looks and tells what became of the worker in between.
+// Prints what has changed since the last look.
 class Follower {
  public:
   explicit Follower(Output& toOutput) : output(toOutput) {}
 
   void Look() {
     const WorkerState now = GlanceAtWorker();
-    if (!known) {
-      Tell(now, now.running ? "a worker runs" : "no worker runs");
+    const client::WorkerSight sight{now.running, now.identity};
+    if (!workers) {
+      workers.emplace(sight);
+      Report(now, now.running ? "a worker is running" : "no worker is running");
     } else {
-      Compare(now);
+      Compare(now, workers->Add(sight));
     }
     last = now;
-    known = true;
   }
 
  private:
-  void Compare(const WorkerState& now) {
-    const bool other = now.identity != last.identity && now.identity != 0;
-    if (now.running && (!last.running || other)) {
-      ++starts;
-      Tell(now, "a worker has started; it knows no spec");
-    } else if (last.running && !now.running) {
-      Tell(now, "the worker has gone");
-    }
+  void Compare(const WorkerState& now, const client::WorkerNews& news) {
+    if (news.started) ++starts;
+    if (news.started) Report(now, WorkerStarted);
+    if (news.gone) Report(now, WorkerGone);
     if (now.droppedHits != last.droppedHits) {
-      Tell(now, Counted(now.droppedHits - last.droppedHits, "hit") + " dropped: the ring is full");
+      Report(now, Counted(now.droppedHits - last.droppedHits, "hit") + " dropped: the ring is full");
     }
     if (now.hasReader != last.hasReader) {
-      Tell(now, now.hasReader ? "a reader of the hits has come" : "the reader of the hits has gone");
+      Report(now, now.hasReader ? "a reader of the hits has started" : "the reader of the hits has ended");
     }
-    // The worker looks for commands every 50 ms.
+    // The worker takes commands every 50 ms.
     const bool waits = now.running && now.unreadCommands != 0 && now.unreadCommands >= last.unreadCommands &&
                        last.unreadCommands != 0;
-    if (waits && !stalled) Tell(now, Counted(now.unreadCommands, "command") + " not taken for a second");
+    if (waits && !stalled) Report(now, Counted(now.unreadCommands, "command") + " not taken for a second");
     stalled = waits;
   }
 
-  void Tell(const WorkerState& state, const std::string& text) {
+  void Report(const WorkerState& state, const std::string& text) {
     const std::uint64_t now = WallClockMs();
     Json object = {{"type", "news"}, {"ts", now}, {"text", text}, {"starts", starts}};
     object.update(JsonOf(state));
@@ -108,7 +107,8 @@ class Follower {
 
   Output& output;
   WorkerState last;
-  bool known = false, stalled = false;
+  std::optional<client::WorkerHistory> workers;
+  bool stalled = false;
   int starts = 0;
 };
 
@@ -116,7 +116,7 @@ ExitCode Status(const Options& options, Output& output) {
   if (options.follow) {
     constexpr auto Interval = 1000ms, Pause = 100ms;
     const Interruption interruption;
-    output.Bar().End();  // it has no end
+    output.Bar().End();
     Follower follower(output);
     while (!interruption.Came()) {
       follower.Look();
@@ -136,12 +136,10 @@ ExitCode Status(const Options& options, Output& output) {
 }  // namespace
 
 void AddStatus(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("status", "Tells whether a worker lives, its version, and how full the rings are.",
-               [options](Output& output) { return Status(*options, output); });
-  command.Add("--follow", &options->follow, "Look on until interrupted, and tell what changes");
-  AddTimeout(command, options->timeout);
+  const auto [command, options] = line.Add<Options>(
+      "status", "Shows whether the worker is running, its version, and how full the rings are.", Status);
+  command.Add("--follow", &options.follow, "Keep watching and print changes");
+  AddTimeout(command, options.timeout);
   command.notes = Notes;
 }
 

@@ -1,7 +1,6 @@
 #include "advice/Tune.h"
 
 #include <algorithm>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,9 +16,10 @@ namespace quillmark::control {
 namespace {
 
 constexpr char Notes[] =
-    "With --roi the pictures show the window's client area, without it the region alone. A folder stands for "
-    "the images in it. docs/tune.md describes the answer and its fields.\n"
-    "Exit codes: 0 the spec as it is decides every picture right, 1 it does not, 2 wrong use or error.";
+    "With --roi, screenshots show the window's client area; without it, only the region. A folder stands for "
+    "the "
+    "images in it. docs/tune.md describes the output and its fields.\n"
+    "Exit codes: 0 the spec as given decides every screenshot correctly, 1 not, 2 usage error or failure.";
 
 struct Options {
   SpecArguments spec;
@@ -27,7 +27,7 @@ struct Options {
   double scale = 1.0;
 };
 
-// The files that the pictures are read from, beside the input; `named` are those that were given by name.
+// The files of the input's pictures; `named` marks those given by name.
 struct Pictures {
   std::vector<std::string> files;
   std::vector<bool> named;
@@ -44,19 +44,19 @@ void AddPictures(const std::vector<std::string>& paths, bool positive, Pictures&
   }
 }
 
-// A picture given by name that cannot be used is an error. In folders what is no image does not matter.
-void TellUnused(const advice::TuneReport& report, const Pictures& pictures, Output& output) {
+// A picture given by name that cannot be used is an error. In folders, other files are ignored.
+void ReportUnused(const advice::TuneReport& report, const Pictures& pictures, Output& output) {
   for (const advice::UnusedPicture& unused : report.unused) {
     const std::string text = "'" + pictures.files[unused.picture] + "' " + unused.fault;
     if (pictures.named[unused.picture]) throw std::runtime_error(text);
-    if (unused.isImage) output.Note(text + "; it is left out");
+    if (unused.isImage) output.Note(text + "; skipped");
   }
 }
 
 advice::LintSpec SpecOf(const Options& options) {
   if (options.spec.file.empty()) return ReadPartialSpec(options.spec);
   const std::vector<Command> commands = SpecCommands(options.spec);
-  if (commands.size() > 1) throw std::invalid_argument("--specs: tune takes one spec; name it with --only");
+  if (commands.size() > 1) throw std::invalid_argument("--specs: tune takes one spec; choose it with --only");
   return {.request = RequestOf(commands.front())};
 }
 
@@ -77,15 +77,15 @@ ExitCode Run(const Options& options, Output& output) {
     const explain::ReasonEntry& reason = explain::EntryOf(*report.rejectedImage);
     throw std::runtime_error("--path: " + std::string(reason.meaning) + " (" + report.remark + ")");
   }
-  TellUnused(report, pictures, output);
-  if (report.samples.empty()) throw std::runtime_error("there is no picture to decide");
+  ReportUnused(report, pictures, output);
+  if (report.samples.empty()) throw std::runtime_error("no screenshots given: use --positive or --negative");
   for (const bool positive : {true, false}) {
     if ((positive ? options.positives : options.negatives).empty()) continue;
     if (std::ranges::any_of(report.samples,
                             [&](const auto& sample) { return sample.positive == positive; })) {
       continue;
     }
-    throw std::runtime_error(std::string(positive ? "--positive" : "--negative") + ": there is no picture");
+    throw std::runtime_error(std::string(positive ? "--positive" : "--negative") + ": no screenshot found");
   }
   output.Print(advice::TuneJson(report, pictures.files),
                advice::TuneText(report, pictures.files, PainterOf(output), output.Width()));
@@ -95,17 +95,14 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddTune(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command =
-      line.Add("tune", "Shows by which limits pictures that show the template are told from others.",
-               [options](Output& output) { return Run(*options, output); });
-  AddPartialSpecOptions(command, options->spec);
-  const auto add = [&](const char* name, std::vector<std::string>& paths, const char* help) {
-    command.Add(name, &paths, help, {.value = "PATH"});
-  };
-  add("--positive", options->positives, "Pictures, or folders of them, that show what the spec looks for");
-  add("--negative", options->negatives, "Pictures, or folders of them, that do not");
-  command.Add("--scale", &options->scale, "Pixels of the pictures for one of the template (1)",
+  const auto [command, options] =
+      line.Add<Options>("tune", "Finds thresholds that separate good screenshots from bad ones.", Run);
+  AddPartialSpecOptions(command, options.spec);
+  command.Add("--positive", &options.positives, "Screenshots, or folders of them, that show the template",
+              {.value = "PATH"});
+  command.Add("--negative", &options.negatives, "Screenshots, or folders of them, that do not",
+              {.value = "PATH"});
+  command.Add("--scale", &options.scale, "Screenshot pixels per template pixel (1)",
               {.value = "N", .within = {{0.25, 8.0}}});
   command.notes = Notes;
 }

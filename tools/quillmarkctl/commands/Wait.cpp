@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <memory>
-#include <optional>
 #include <string>
 
 #include "Interruption.h"
@@ -10,8 +8,8 @@
 #include "client/Text.h"
 #include "client/Tracker.h"
 #include "commandline/CommandLine.h"
-#include "ipc/WallClock.h"
 #include "output/HitLines.h"
+#include "worker/WorkerState.h"
 
 namespace quillmark::control {
 namespace {
@@ -20,13 +18,12 @@ using namespace std::chrono_literals;
 using client::Record;
 
 constexpr char Notes[] =
-    "Exit codes: 0 it has happened, 1 it has not in time, 2 wrong use or error. Only hits from now on "
-    "count.\n"
-    "Not in time is no proof of absence: a screen that does not change gives no frames, hence no hits.\n"
-    "While it waits, it takes the hits of all specs out of the ring, so no watch or other client can run.\n"
+    "Exit codes: 0 seen, 1 timed out, 2 usage error or failure. Only hits from now on count.\n"
+    "A timeout does not prove it is absent: an unchanged screen delivers no frames, hence no hits.\n"
+    "While it waits, it consumes the hits of all specs, so no watch or other client can run.\n"
     "With --json: {\"type\":\"event\", \"event\":\"appeared|stable\", \"name\":TEXT, \"cx\":N, \"cy\":N, "
     "\"w\":N, \"h\":N, \"score\":N, \"edge\":N, \"ts\":N, \"stableMs\":N}, as in a hit; stableMs is how long "
-    "it has kept its place.";
+    "it has stayed put.";
 
 struct Options {
   std::string name;
@@ -35,34 +32,20 @@ struct Options {
   std::chrono::milliseconds timeout = std::chrono::milliseconds::max();
 };
 
-Hit HitOf(const Record& record) {
-  Hit hit;
-  hit.tsMs = record.tsMs;
-  hit.cx = record.cx;
-  hit.cy = record.cy;
-  hit.w = record.w;
-  hit.h = record.h;
-  hit.sq = record.score;
-  hit.edge = record.edge;
-  hit.name = client::ToWide(record.name).value_or(std::wstring());
-  return hit;
-}
-
 void Print(const client::Event& event, Output& output) {
   const bool stable = event.kind == client::Event::Kind::Stable;
   Json object = {{"type", "event"}, {"event", stable ? "stable" : "appeared"}};
-  const Hit hit = HitOf(event.hit);
-  Json fields = JsonOf(hit);
+  Json fields = JsonOf(event.hit);
   fields.erase("type");
   object.update(fields);
   object["stableMs"] = event.stableMs;
-  output.Print(object, LineOf(hit) + (stable ? "  stable" : ""));
+  output.Print(object, LineOf(event.hit) + (stable ? "  stable" : ""));
 }
 
-// What became of the worker while nothing came.
-void Tell(const Record& record, Output& output) {
-  if (record.kind == Record::Kind::WorkerGone) output.Note("the worker has gone; waiting for the next one");
-  if (record.kind == Record::Kind::WorkerStarted) output.Note("a worker has started; it knows no spec");
+// Prints what may explain the absence of hits.
+void Report(const Record& record, Output& output) {
+  if (record.kind == Record::Kind::WorkerGone) output.Note(WorkerGone);
+  if (record.kind == Record::Kind::WorkerStarted) output.Note(WorkerStarted);
   if (record.kind == Record::Kind::Dropped) output.Note("the ring was full; hits were lost");
 }
 
@@ -70,11 +53,10 @@ ExitCode Wait(const Options& options, Output& output) {
   using Clock = std::chrono::steady_clock;
   (void)client::NonEmptyField("NAME", options.name, client::HitNameUnits);
   client::Client worker;
-  if (!worker.Look().workerRunning) output.Note("no worker runs yet");
+  if (!worker.Look().workerRunning) output.Note(NoWorkerYet);
   client::Watch watch{.name = options.name, .witnesses = {}};
   watch.stableMs = static_cast<std::uint32_t>(options.stableSeconds * 1000.0);
-  // However long it takes: only hits decide here.
-  watch.unknownMs = 0;
+  watch.unknownMs = 0;  // only hits count here
   client::Tracker tracker;
   tracker.Begin(watch);
   const auto wanted = watch.stableMs != 0 ? client::Event::Kind::Stable : client::Event::Kind::Appeared;
@@ -86,7 +68,7 @@ ExitCode Wait(const Options& options, Output& output) {
   while (!interruption.Came() && Clock::now() < deadline) {
     const std::size_t count = worker.Read(records, std::min(deadline, Clock::now() + 100ms));
     for (std::size_t i = 0; i < count; ++i) {
-      Tell(records[i], output);
+      Report(records[i], output);
       for (const client::Event& event : tracker.Feed(records[i])) {
         if (event.kind != wanted) continue;
         Print(event, output);
@@ -95,26 +77,23 @@ ExitCode Wait(const Options& options, Output& output) {
     }
   }
   if (interruption.Came()) return output.Fail(No, "interrupted");
-  switch (tracker.Of(options.name)) {
-    case client::Sight::Present:
-      return output.Fail(No, options.name + " was seen, but not at one place for so long");
-    default:
-      return output.Fail(No, "no hit of " + options.name +
-                                 " came in time; explain says why, and a still screen gives no hits");
-  }
+  const std::string timedOut = "timed out: \"" + options.name + "\" ";
+  return output.Fail(No, tracker.Of(options.name) == client::Sight::Present
+                             ? timedOut + "was seen, but did not stay put long enough"
+                             : timedOut + "was not seen; run `quillmarkctl explain` to see why");
 }
 
 }  // namespace
 
 void AddWait(CommandLine& line) {
-  const auto options = std::make_shared<Options>();
-  CommandModel& command = line.Add("wait", "Waits until a spec's object appears, or stands still.",
-                                   [options](Output& output) { return Wait(*options, output); });
-  command.Add("NAME", &options->name, "Name of the spec, without its options", {.required = true});
-  command.Add("--appear", &options->appear, "Until the next hit (the default)");
-  command.Add("--stable", &options->stableSeconds, "Until its hits have kept their place for so long",
+  const auto [command, options] =
+      line.Add<Options>("wait", "Waits until a template appears or stays put.", Wait);
+  command.Add("NAME", &options.name, "Name of the spec without its options", {.required = true});
+  command.Add("--appear", &options.appear, "Wait for the next hit (the default)");
+  command.Add("--stable", &options.stableSeconds,
+              "Wait until its hits have stayed at one place for this long",
               {.value = "SECONDS", .within = {{0.001, 1e6}}, .excludes = {"--appear"}});
-  AddTimeout(command, options->timeout, "Give up after so many seconds (never)");
+  AddTimeout(command, options.timeout, "Seconds to wait at most (no limit)");
   command.notes = Notes;
 }
 

@@ -1,28 +1,41 @@
-// The parts of the doctor's examination that are the same on every host.
+// What the doctor checks on every host.
 //
 // Threading: one thread.
 #pragma once
 
 #include <chrono>
 #include <string>
+#include <vector>
 
-#include "doctor/Finding.h"
 #include "output/Output.h"
 
 namespace quillmark::control {
 
+enum class Level { Ok, Warning, Problem };
+
+// One result: what was found, its consequence and the remedy.
+struct Check {
+  Level level = Level::Ok;
+  std::string topic;
+  std::string text{};
+  std::string consequence{};  // of a warning or problem
+  std::string remedy{};
+  std::vector<std::string> details{};  // lines below the text
+  Json facts = Json::object();         // the figures in the text, for programs
+};
+using Checks = std::vector<Check>;
+
 // Each monitor, with an attempt to capture it as the worker would.
-[[nodiscard]] Findings ExamineMonitors();
+[[nodiscard]] Checks ExamineMonitors();
 
 // The windows that can be targets now.
-[[nodiscard]] Finding ExamineWindows();
-// Which windows a target's text matches, which one the worker takes, and how much of that one is to be seen.
-// Raises std::invalid_argument when the text does not fit a spec.
-// `matched` tells whether there is a window.
-[[nodiscard]] Findings ExamineTarget(const std::string& target, bool& matched);
+[[nodiscard]] Check ExamineWindows();
+// The windows that match a target's text, the one that the worker takes, and how much of it is visible. Sets
+// `matched` if there is one. Raises std::invalid_argument when the text does not fit a spec.
+[[nodiscard]] Checks ExamineTarget(const std::string& target, bool& matched);
 
-// Whether a worker runs and answers, its version, and the state of the rings. Changes no ring but by one
-// heartbeat and one version command and their replies.
-[[nodiscard]] Findings ExamineWorker(std::chrono::milliseconds timeout, Output& output);
+// Whether a worker is running and replies, its version, and the state of the rings. Sends it a heartbeat and
+// a version command.
+[[nodiscard]] Checks ExamineWorker(std::chrono::milliseconds timeout, Output& output);
 
 }  // namespace quillmark::control

@@ -57,7 +57,7 @@ std::string Percent(double share) {
   return (percent > 0.0 && percent < 1.0 ? "less than 1" : std::to_string(std::lround(percent))) + " %";
 }
 
-// Of what no window matched as a part of its title.
+// For a target that matches no window title.
 bool EndsInMixedCaseExe(const std::wstring& target) {
   if (TargetText(target).ByImageName() || target.size() <= 4) return false;
   std::wstring end = target.substr(target.size() - 4);
@@ -67,7 +67,7 @@ bool EndsInMixedCaseExe(const std::wstring& target) {
   return end == L".exe";
 }
 
-// The program that the text names without its ".exe", among the windows.
+// The program of a window that the text names without ".exe".
 std::optional<std::wstring> ForgottenExe(const std::wstring& target,
                                          const std::vector<DesktopWindow>& windows) {
   const std::wstring file = target + L".exe";
@@ -78,85 +78,84 @@ std::optional<std::wstring> ForgottenExe(const std::wstring& target,
   return std::nullopt;
 }
 
-Finding NoMatch(const std::string& quoted, const std::wstring& target,
-                const std::vector<DesktopWindow>& windows) {
-  Finding finding{.level = Level::Problem,
-                  .topic = Topic,
-                  .text = "no window matches " + quoted,
-                  .consequence = "its specs are left out until one does",
-                  .remedy = "take a part of a title or a program from the windows listed here"};
+Check NoMatch(const std::string& quoted, const std::wstring& target,
+              const std::vector<DesktopWindow>& windows) {
+  Check check{.level = Level::Problem,
+              .topic = Topic,
+              .text = "no window matches " + quoted,
+              .consequence = "its specs are skipped until one does",
+              .remedy = "use part of a title, or a program, from the windows listed here"};
   if (EndsInMixedCaseExe(target)) {
-    finding.remedy = "end it in .exe or .EXE; in any other letter case it counts as a part of a title";
+    check.remedy = "end it in .exe or .EXE; other capitalisation makes it part of a title";
   } else if (const auto program = ForgottenExe(target, windows)) {
-    finding.remedy =
-        "for the program write " + client::ToUtf8(*program) + "; without .exe it is a part of a title";
+    check.remedy =
+        "for the program, use " + client::ToUtf8(*program) + "; without .exe it means part of a title";
   }
-  return finding;
+  return check;
 }
 
-// How the window that was taken stands on the screens.
-Finding ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
-                      const std::vector<DesktopWindow>& windows) {
-  Finding finding{.topic = Topic, .text = Describe(winner), .facts = FactsOf(winner)};
+// How much of the chosen window is on the screens and uncovered.
+Check ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
+                    const std::vector<DesktopWindow>& windows) {
+  Check check{.topic = Topic, .text = Describe(winner), .facts = FactsOf(winner)};
   if (!binding.IsBound()) {
-    finding.level = Level::Problem;
-    finding.text += "; it has no client area";
-    finding.consequence = "its specs are left out until it has one";
-    finding.remedy = "enlarge the window";
-    return finding;
+    check.level = Level::Problem;
+    check.text += "; it has no client area";
+    check.consequence = "its specs are skipped until it has one";
+    check.remedy = "enlarge the window";
+    return check;
   }
   std::vector<Rect> screens;
   for (const live::DesktopMonitor& monitor : live::ListDesktopMonitors()) {
     screens.push_back(monitor.rect);
-    if (monitor.handle == binding.monitor) finding.facts["monitor"] = monitor.number;
+    if (monitor.handle == binding.monitor) check.facts["monitor"] = monitor.number;
   }
   const live::Exposure exposure = live::ExposureOf(binding.clientArea, winner.handle, windows, screens);
-  finding.text +=
-      "; client area " + Describe(binding.clientArea) + ", " + Percent(exposure.visible) + " to be seen";
+  check.text +=
+      "; client area " + Describe(binding.clientArea) + ", " + Percent(exposure.visible) + " visible";
   if (binding.scale != 1.0) {
-    finding.text += ", stretched by the system to " + Percent(binding.scale);
+    check.text += ", scaled by the system to " + Percent(binding.scale);
   }
-  finding.facts["client"] = {{"x", binding.clientArea.left},
-                             {"y", binding.clientArea.top},
-                             {"w", WidthOf(binding.clientArea)},
-                             {"h", HeightOf(binding.clientArea)}};
-  finding.facts["scale"] = binding.scale;
-  finding.facts["visibleShare"] = exposure.visible;
-  finding.facts["coveredShare"] = exposure.covered;
-  finding.facts["offScreenShare"] = exposure.offScreen;
-  if (exposure.covers.empty() && exposure.offScreen == 0.0) return finding;
+  check.facts["client"] = {{"x", binding.clientArea.left},
+                           {"y", binding.clientArea.top},
+                           {"w", WidthOf(binding.clientArea)},
+                           {"h", HeightOf(binding.clientArea)}};
+  check.facts["scale"] = binding.scale;
+  check.facts["visibleShare"] = exposure.visible;
+  check.facts["coveredShare"] = exposure.covered;
+  check.facts["offScreenShare"] = exposure.offScreen;
+  if (exposure.covers.empty() && exposure.offScreen == 0.0) return check;
 
-  finding.level = Level::Warning;
-  finding.consequence = "what is covered or off the screens is not seen: a template there gives no hit";
-  finding.remedy = "raise or move the window";
+  check.level = Level::Warning;
+  check.consequence = "a template that is covered or off the screens gets no hit";
+  check.remedy = "raise or move the window";
   for (const DesktopWindow* cover : exposure.covers)
-    finding.details.push_back("covered by " + Describe(*cover));
-  if (exposure.offScreen > 0.0)
-    finding.details.push_back(Percent(exposure.offScreen) + " lies off the screens");
-  return finding;
+    check.details.push_back("covered by " + Describe(*cover));
+  if (exposure.offScreen > 0.0) check.details.push_back(Percent(exposure.offScreen) + " is off the screens");
+  return check;
 }
 
 }  // namespace
 
-Finding ExamineWindows() {
-  Finding finding{.topic = "windows", .facts = {{"windows", Json::array()}}};
+Check ExamineWindows() {
+  Check check{.topic = "windows", .facts = {{"windows", Json::array()}}};
   std::vector<SystemWindow> listed = ListWindows();
   for (const DesktopWindow& window : live::Describe(listed)) {
     if (!window.Shown() || IsEmpty(window.outer)) continue;
-    finding.details.push_back(Describe(window));
-    finding.facts["windows"].push_back(FactsOf(window));
+    check.details.push_back(Describe(window));
+    check.facts["windows"].push_back(FactsOf(window));
   }
-  finding.text = Counted(finding.details.size(), "window") + " shown, topmost first";
-  if (finding.details.empty()) {
-    finding.level = Level::Warning;
-    finding.text = "no window is shown";
-    finding.consequence = "no spec finds its target";
-    finding.remedy = "start the program to be watched, and restore its window";
+  check.text = Counted(check.details.size(), "window") + " visible, topmost first";
+  if (check.details.empty()) {
+    check.level = Level::Warning;
+    check.text = "no window is visible";
+    check.consequence = "no spec can find its target";
+    check.remedy = "start the program to watch, and restore its window";
   }
-  return finding;
+  return check;
 }
 
-Findings ExamineTarget(const std::string& target, bool& matched) {
+Checks ExamineTarget(const std::string& target, bool& matched) {
   const std::wstring text = client::NonEmptyField("--target", target, client::TargetUnits);
   const std::string quoted = "\"" + target + "\"";
   const TargetText meant(text);
@@ -164,7 +163,7 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
   const TargetBinding binding = FindBinding(text, listed);
   const std::vector<DesktopWindow> windows = live::Describe(listed);
 
-  Finding matches{
+  Check matches{
       .topic = Topic,
       .facts = {{"target", target}, {"byProgram", meant.ByImageName()}, {"candidates", Json::array()}}};
   std::size_t shown = 0;
@@ -174,7 +173,7 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
     const bool taken = window.handle == binding.window;
     if (taken) winner = &window;
     if (window.Shown()) ++shown;
-    matches.details.push_back((taken ? "taken: " : "       ") + Describe(window));
+    matches.details.push_back((taken ? "chosen: " : "        ") + Describe(window));
     Json candidate = FactsOf(window);
     candidate["taken"] = taken;
     matches.facts["candidates"].push_back(std::move(candidate));
@@ -183,21 +182,21 @@ Findings ExamineTarget(const std::string& target, bool& matched) {
   if (!matched) return {NoMatch(quoted, text, windows)};
 
   matches.text = quoted + " matches " + Counted(matches.details.size(), "window") +
-                 (meant.ByImageName() ? " by the program" : " by the title");
+                 (meant.ByImageName() ? " by program" : " by title");
   if (winner == nullptr) {
     matches.level = Level::Problem;
-    matches.consequence = "its specs are left out: none of them is shown";
+    matches.consequence = "its specs are skipped, because none of them is visible";
     matches.remedy = "restore the window";
     return {matches};
   }
   if (shown > 1) {
     matches.level = Level::Warning;
     matches.consequence =
-        "the largest is taken; as soon as another grows larger, or this one is minimised, that one";
-    matches.remedy = "take a longer part of the title, or close the others";
+        "the worker uses the largest; it switches when another becomes larger or this one is minimised";
+    matches.remedy = "use a longer part of the title, or close the others";
   }
-  Finding taken = ExamineWinner(binding, *winner, windows);
-  taken.text = (shown > 1 ? "taken is " : quoted + " is ") + taken.text;
+  Check taken = ExamineWinner(binding, *winner, windows);
+  taken.text = (shown > 1 ? "the worker uses " : quoted + " is ") + taken.text;
   if (matches.details.size() == 1) return {taken};
   return {matches, taken};
 }

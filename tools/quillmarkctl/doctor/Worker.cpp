@@ -10,21 +10,21 @@
 namespace quillmark::control {
 namespace {
 
-Finding NoWorker() {
+Check NoWorker() {
   return {.level = Level::Warning,
           .topic = "worker",
-          .text = "no worker runs in this session",
-          .consequence = "nothing is watched; commands find nobody to take them",
+          .text = "no worker is running in this session",
+          .consequence = "nothing is watched, and nobody takes commands",
           .remedy = "start Quillmark in this session",
           .facts = {{"running", false}}};
 }
 
-Finding WithoutRings(const std::string& why) {
+Check WithoutRings(const std::string& why) {
   return {.level = Level::Problem,
           .topic = "worker",
-          .text = "a worker runs, but not with rings that this tool can use: " + why,
-          .consequence = "no command reaches it from here, and no hit comes back",
-          .remedy = "end all controllers and the worker, and start the worker first",
+          .text = "a worker is running, but this tool cannot use its rings: " + why,
+          .consequence = "no commands reach it from here, and no hits come back",
+          .remedy = "end the worker and all controllers, then start the worker first",
           .facts = {{"running", true}}};
 }
 
@@ -32,11 +32,11 @@ bool SessionHasWorker() {
   try {
     return client::WorkerProbe().Look().running;
   } catch (const std::runtime_error&) {
-    return false;  // without a place for its objects none can run
+    return false;  // without a session folder, none can run
   }
 }
 
-// Nothing, with the reason, where the rings cannot be opened.
+// Nothing, with the reason in `why`, when the rings cannot be opened.
 std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, Output& output,
                                          std::string& why) {
   try {
@@ -49,34 +49,34 @@ std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, Outp
 
 }  // namespace
 
-Findings ExamineWorker(std::chrono::milliseconds timeout, Output& output) {
+Checks ExamineWorker(std::chrono::milliseconds timeout, Output& output) {
   if (!SessionHasWorker()) return {NoWorker()};
   std::string why;
   const std::optional<WorkerState> looked = StateOfWorker(timeout, output, why);
   if (!looked) return {WithoutRings(why)};
   const WorkerState& state = *looked;
   if (!state.running) return {NoWorker()};
-  Finding finding{.topic = "worker", .facts = JsonOf(state)};
+  Check check{.topic = "worker", .facts = JsonOf(state)};
   if (state.answers) {
     const std::string version = state.version.empty() ? "unknown" : state.version;
-    finding.text = "a worker of version " + version + " answered in " +
-                   std::to_string(std::lround(state.roundTripMs)) + " ms";
-    if (version == QUILLMARK_VERSION) return {finding};
-    finding.level = Level::Warning;
-    finding.consequence = "this tool is of version " QUILLMARK_VERSION ", so its explanations may not fit";
-    finding.remedy = "install both from the same package";
+    check.text =
+        "worker version " + version + " replied in " + std::to_string(std::lround(state.roundTripMs)) + " ms";
+    if (version == QUILLMARK_VERSION) return {check};
+    check.level = Level::Warning;
+    check.consequence = "this tool has version " QUILLMARK_VERSION ", so its explanations may be wrong";
+    check.remedy = "install both from the same package";
   } else if (!state.hasReader && state.unreadHits > 0) {
-    finding.level = Level::Warning;
-    finding.text = "a worker runs; " + state.silence;
-    finding.consequence = "further hits and replies are dropped";
-    finding.remedy = "run quillmarkctl watch, or the controller that is to read the hits";
+    check.level = Level::Warning;
+    check.text = "a worker is running; " + state.silence;
+    check.consequence = "new hits and replies are dropped";
+    check.remedy = "run quillmarkctl watch, or the controller that should read the hits";
   } else {
-    finding.level = Level::Problem;
-    finding.text = "a worker runs, but does not answer: " + state.silence;
-    finding.consequence = "it is stopped, or busy with something that takes long";
-    finding.remedy = "look at its log; if it stays so, end it and start it again";
+    check.level = Level::Problem;
+    check.text = "a worker is running, but does not reply: " + state.silence;
+    check.consequence = "it is stopped or busy";
+    check.remedy = "check its log; restart it if this persists";
   }
-  return {finding};
+  return {check};
 }
 
 }  // namespace quillmark::control

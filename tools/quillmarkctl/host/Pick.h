@@ -1,6 +1,6 @@
-// A rectangle that the user draws over the desktop with the mouse: one implementation a host.
+// Lets the user draw a rectangle on the desktop with the mouse: one implementation per host.
 //
-// Threading: one thread; blocks until the user has drawn it or given it up.
+// Threading: one thread; blocks until the user has drawn it or cancelled.
 #pragma once
 
 #include <functional>
@@ -10,8 +10,8 @@
 
 namespace quillmark::control::host {
 
-// In desktop pixels; nothing when it was given up. `ready` is called when the user can begin. Raises
-// std::runtime_error where the host cannot do it.
+// In desktop pixels; nothing when cancelled. Calls `ready` when the user can start. Raises std::runtime_error
+// when the host cannot do it.
 [[nodiscard]] std::optional<Rect> PickRectangle(const std::function<void()>& ready);
 
 }  // namespace quillmark::control::host

@@ -1,13 +1,19 @@
-// What only this host can tell about the session that worker and tool share: one implementation a host.
+// The session that the worker and the tool share: one implementation per host.
 //
 // Threading: free functions without state.
 #pragma once
 
-#include "doctor/Finding.h"
+#include <filesystem>
+
+#include "doctor/Doctor.h"
 
 namespace quillmark::control::host {
 
-// Session, rights, limits, display server, fonts.
-[[nodiscard]] Findings ExamineSession();
+// Session, permissions, limits, display server, fonts.
+[[nodiscard]] Checks ExamineSession();
+
+// A folder of this user that lasts as long as the session at most. Raises std::runtime_error when there is
+// none.
+[[nodiscard]] std::filesystem::path SessionFolder();
 
 }  // namespace quillmark::control::host

@@ -1,4 +1,4 @@
-// The terminal that the tool prints to, if it does, and its shell: one implementation a host.
+// The terminal that the tool may print to, and its shell: one implementation per host.
 //
 // Threading: free functions without state.
 #pragma once
@@ -11,10 +11,10 @@ enum class Stream { Out, Error };
 
 // Whether the stream is a terminal that understands escape sequences.
 [[nodiscard]] bool IsTerminal(Stream stream);
-// In characters; 80 when it cannot be known.
+// In characters; 80 if unknown.
 [[nodiscard]] int TerminalWidth();
 
-// One word of a command as the host's shell takes it literally.
+// One word of a command line, quoted for the host's shell.
 [[nodiscard]] std::string ShellQuoted(const std::string& word);
 
 }  // namespace quillmark::control::host

@@ -1,6 +1,6 @@
-// UTF-8 at the tool's own ends: its arguments and what it prints. One implementation a host.
+// UTF-8 for the tool's arguments and output: one implementation per host.
 //
-// Threading: from the main thread, before any other begins.
+// Threading: the main thread, before others start.
 #pragma once
 
 #include <string>
@@ -11,8 +11,8 @@ namespace quillmark::control::host {
 // The command line, program name first.
 [[nodiscard]] std::vector<std::string> Arguments(int argc, const char* const* argv);
 
-// Has the terminal show what std::cout and std::cerr are given, UTF-8, whatever it reads by itself. Files and
-// pipes get those bytes as they are.
+// Makes the terminal show what std::cout and std::cerr get as UTF-8, whatever its code page. Files and pipes
+// get the bytes unchanged.
 void PrintUtf8();
 
 }  // namespace quillmark::control::host

@@ -1,4 +1,4 @@
-// The process of the worker, as this host's tools name it: one implementation a host.
+// The worker's process: one implementation per host.
 //
 // Threading: free functions without state.
 #pragma once
@@ -8,11 +8,11 @@
 namespace quillmark::control::host {
 
 struct WorkerProcess {
-  std::uint32_t id = 0;         // 0 when it is not known
-  std::uint64_t startedMs = 0;  // UTC milliseconds since 1970-01-01, likewise
+  std::uint32_t id = 0;         // 0 if unknown
+  std::uint64_t startedMs = 0;  // UTC milliseconds since 1970-01-01, 0 if unknown
 };
 
-// Of the worker with this identity, as the client library's probe gives it.
+// `identity` as WorkerProbe returns it.
 [[nodiscard]] WorkerProcess ProcessOf(std::uint64_t identity);
 
 }  // namespace quillmark::control::host

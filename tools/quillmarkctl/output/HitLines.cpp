@@ -10,32 +10,36 @@
 namespace quillmark::control {
 namespace {
 
-// A float's six significant decimals, without the tail that widening to double would show.
+// Six decimals, as many as a float has.
 double Rounded(float value) {
   return std::round(static_cast<double>(value) * 1e6) / 1e6;
 }
 
 }  // namespace
 
-Json JsonOf(const Hit& hit) {
-  if (hit.IsReply()) return {{"type", "reply"}, {"text", client::ToUtf8(hit.name)}, {"ts", hit.tsMs}};
+Json JsonOf(const Record& hit) {
+  if (hit.kind == Record::Kind::Reply) return {{"type", "reply"}, {"text", hit.name}, {"ts", hit.tsMs}};
   return {{"type", "hit"},
-          {"name", client::ToUtf8(hit.name)},
+          {"name", hit.name},
           {"cx", hit.cx},
           {"cy", hit.cy},
           {"w", hit.w},
           {"h", hit.h},
-          {"score", Rounded(hit.sq)},
+          {"score", Rounded(hit.score)},
           {"edge", Rounded(hit.edge)},
           {"ts", hit.tsMs}};
 }
 
-std::string LineOf(const Hit& hit) {
-  const std::string head = UtcTime(hit.tsMs) + "  " + Printable(hit.name);
-  if (hit.IsReply()) return head + "  (reply)";
+std::string ShownName(const Record& hit) {
+  return Printable(client::ToWide(hit.name).value_or(std::wstring()));
+}
+
+std::string LineOf(const Record& hit) {
+  const std::string head = UtcTime(hit.tsMs) + "  " + ShownName(hit);
+  if (hit.kind == Record::Kind::Reply) return head + "  (reply)";
   char figures[128];
   std::snprintf(figures, sizeof figures, "  at %d,%d  size %dx%d  score %.3f  edge %.3f", hit.cx, hit.cy,
-                hit.w, hit.h, static_cast<double>(hit.sq), static_cast<double>(hit.edge));
+                hit.w, hit.h, static_cast<double>(hit.score), static_cast<double>(hit.edge));
   return head + figures;
 }
 

@@ -1,22 +1,23 @@
-// What the tool prints for a record of the hit ring: a line of text, and one JSON object.
+// A record of the hit ring as the tool prints it: a line of text and a JSON object.
 //
 // Threading: free functions without state.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
-#include "client/HitReader.h"
+#include "client/Record.h"
 #include "output/Output.h"
 
 namespace quillmark::control {
 
-using client::Hit;
+using client::Record;
 
 // {"type":"hit","name":…,"cx":…,"cy":…,"w":…,"h":…,"score":…,"edge":…,"ts":…}
 // {"type":"reply","text":…,"ts":…}
-[[nodiscard]] Json JsonOf(const Hit& hit);
-// The same for reading, with the time in UTC; control characters of the name appear as '?'.
-[[nodiscard]] std::string LineOf(const Hit& hit);
+[[nodiscard]] Json JsonOf(const Record& hit);
+// Its name for a terminal: control characters become '?'.
+[[nodiscard]] std::string ShownName(const Record& hit);
+// With the time in UTC.
+[[nodiscard]] std::string LineOf(const Record& hit);
 
 }  // namespace quillmark::control

@@ -18,11 +18,11 @@ Output::Output(bool asJson, const std::string& command)
 }
 
 void Output::Print(const Json& object, const std::string& text) {
-  // Bytes that are no UTF-8 become U+FFFD.
+  // Invalid UTF-8 becomes U+FFFD.
   bar.Aside([&] {
     std::cout << (json ? object.dump(-1, ' ', false, Json::error_handler_t::replace) : text) << std::endl;
   });
-  if (!std::cout) throw std::runtime_error("the output cannot be written");
+  if (!std::cout) throw std::runtime_error("cannot write the output");
 }
 
 void Output::Blank() {
@@ -31,19 +31,19 @@ void Output::Blank() {
 
 void Output::Note(const std::string& text) {
   if (json) return Print({{"type", "note"}, {"text", text}}, {});
-  Tell(text);
+  PrintError(text);
 }
 
 ExitCode Output::Fail(ExitCode code, const std::string& text) {
   if (json && std::cout) {
     Print({{"type", "error"}, {"code", static_cast<int>(code)}, {"text", text}}, {});
   } else {
-    Tell(text);
+    PrintError(text);
   }
   return code;
 }
 
-void Output::Tell(const std::string& text) {
+void Output::PrintError(const std::string& text) {
   bar.Aside([&] { std::cerr << "quillmarkctl: " << text << std::endl; });
 }
 

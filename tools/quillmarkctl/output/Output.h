@@ -1,6 +1,5 @@
-// What the tool prints: text for people, with colour on a terminal only, or one JSON object a line. Results
-// go to standard output, in text form errors and notes to standard error. While the command works, a terminal
-// shows its progress below.
+// The tool's output: text, coloured on a terminal, or one JSON object per line. Results go to standard
+// output; errors and notes go to standard error in text mode. On a terminal, a progress line is shown below.
 //
 // Threading: one thread.
 #pragma once
@@ -16,41 +15,40 @@ namespace quillmark::control {
 // The process's exit codes.
 enum ExitCode : int { Yes = 0, No = 1, Error = 2 };
 
-// Keeps its fields in the order they were given.
+// Keeps the order of its fields.
 using Json = nlohmann::ordered_json;
 
 enum class Style { Good, Doubtful, Bad, Quiet };
 
 class Output {
  public:
-  // Of this command.
   Output(bool asJson, const std::string& command);
 
   [[nodiscard]] bool IsJson() const { return json; }
 
-  // What the terminal shows of the work; it makes way for whatever is printed.
+  // The progress line; it gives way to whatever is printed.
   [[nodiscard]] Progress& Bar() { return bar; }
 
-  // One result: the object as a line, or the text that says the same to people.
+  // One result: the object as a line, or the text.
   void Print(const Json& object, const std::string& text);
-  // An empty line between two results, for people.
+  // An empty line between two results in text mode.
   void Blank();
-  // What happened beside the result.
+  // Additional information.
   void Note(const std::string& text);
-  // Why the command ends with this code, which is returned.
+  // Prints why the command fails and returns the code.
   ExitCode Fail(ExitCode code, const std::string& text);
 
-  // The text in a colour where people read it on a terminal and NO_COLOR is not set, else as it is.
+  // The text, coloured on a terminal unless NO_COLOR is set.
   [[nodiscard]] std::string Styled(Style style, const std::string& text) const;
-  // Of the terminal in characters, 0 without one.
+  // The terminal's width in characters, 0 without one.
   [[nodiscard]] std::size_t Width() const { return width; }
-  // The text with its lines broken between words to the terminal's width, all but the first begun with
-  // `indent` blanks. As it is where no terminal reads it.
+  // The text wrapped to the terminal's width, each line but the first indented by `indent` blanks; unchanged
+  // without a terminal.
   [[nodiscard]] std::string Wrapped(const std::string& text, std::size_t indent) const;
 
  private:
-  // A line on standard error.
-  void Tell(const std::string& text);
+  // Prints a line on standard error.
+  void PrintError(const std::string& text);
 
   bool json;
   bool colour;

@@ -38,7 +38,7 @@ void Progress::Draw() {
     line += " [" + std::string(full, '#') + std::string(Cells - full, '.') + percent;
   }
   line += ' ' + std::to_string(seconds) + " s";
-  // A line that the terminal breaks could not be taken away again.
+  // A wrapped line could not be erased.
   line.resize(std::min(line.size(), static_cast<std::size_t>(host::TerminalWidth() - 1)));
   if (line == drawn) return;
   std::fprintf(stderr, "\r%s\033[K", line.c_str());

@@ -1,8 +1,7 @@
-// A line on standard error that says for how long a command has been at work and, by a bar, how far it has
-// come: on a terminal only, and only when the work takes longer than a second. A thread of its own draws it,
-// so that it goes on within a step that takes long.
+// A line on standard error with a command's elapsed time and, as a bar, its progress: on a terminal only, and
+// only after the first second. A separate thread draws it, so that it keeps moving during long steps.
 //
-// Threading: made, asked aside and ended by one thread, which prints nothing but aside; Show by any.
+// Threading: one thread creates it, prints within Aside and ends it; Show may be called from any thread.
 #pragma once
 
 #include <atomic>
@@ -17,44 +16,44 @@ namespace quillmark::control {
 
 class Progress {
  public:
-  // `what` is at work, in ASCII.
+  // `what` names the work, in ASCII.
   explicit Progress(std::string what);
   ~Progress() { End(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // How much of how much is done. There is no bar before it has been told.
+  // How much of the whole is done. There is no bar before the first call.
   template <class Number>
   void Show(Number done, Number whole) {
     const double part = whole > 0 ? static_cast<double>(done) / static_cast<double>(whole) : 0.0;
     share.store(part, std::memory_order_relaxed);
   }
-  // Works while the line is away, and returns what that returns.
+  // Hides the line while `work` runs, and returns its result.
   template <class Work>
   decltype(auto) Aside(Work&& work) {
     const std::lock_guard lock(mutex);
     Erase();
     return std::forward<Work>(work)();
   }
-  // Takes the line away for good.
+  // Removes the line for good.
   void End();
 
  private:
   using Clock = std::chrono::steady_clock;
 
   void Tick();
-  // These two need the mutex while the ticker runs.
+  // Both need the mutex while the ticker runs.
   void Draw();
   void Erase();
 
   const std::string what;
   const Clock::time_point start = Clock::now();
-  std::atomic<double> share = -1.0;  // of the work, below 0 while it is not known
+  std::atomic<double> share = -1.0;  // of the work done; below 0 if unknown
 
   std::mutex mutex;
   std::condition_variable ending;
   bool ended = false;
-  std::string drawn;  // what the terminal shows
+  std::string drawn;  // the line on the terminal
 
   std::thread ticker;  // on a terminal only
 };

@@ -31,12 +31,10 @@ void Show(const Finding& finding, const std::vector<LintSpec>& specs, Output& ou
   const std::string remedy = finding.remedy.empty() ? std::string(entry.remedy) : finding.remedy;
   const std::string meaning(entry.meaning), consequence(entry.consequence);
 
-  const std::string indent = '\n' + std::string(Indent, ' ');
   const std::string text =
       spec + ": " + output.Styled(Styles[static_cast<int>(entry.severity)], severity + ' ' + id) +
-      (other.empty() ? "" : " " + other) + ": " + finding.text + indent + output.Wrapped(meaning, Indent) +
-      indent + output.Wrapped("Effect: " + consequence, Indent + 4) + indent +
-      output.Wrapped("Fix: " + remedy, Indent + 4);
+      (other.empty() ? "" : " " + other) + ": " + finding.text + '\n' + std::string(Indent, ' ') +
+      output.Wrapped(meaning, Indent) + EffectAndFix(consequence, remedy, Indent, output);
   output.Print({{"type", "finding"},
                 {"code", id},
                 {"severity", severity},
@@ -51,6 +49,15 @@ void Show(const Finding& finding, const std::vector<LintSpec>& specs, Output& ou
 }
 
 }  // namespace
+
+std::string Below(const std::string& text, std::size_t indent, const Output& output) {
+  return '\n' + std::string(indent, ' ') + output.Wrapped(text, indent + 4);
+}
+
+std::string EffectAndFix(const std::string& consequence, const std::string& remedy, std::size_t indent,
+                         const Output& output) {
+  return Below("Effect: " + consequence, indent, output) + Below("Fix: " + remedy, indent, output);
+}
 
 explain::Painter PainterOf(const Output& output) {
   return [&output](explain::Paint paint, const std::string& text) {
@@ -77,7 +84,7 @@ bool PrintLint(const std::vector<LintSpec>& specs, const advice::WindowPicture* 
                 {"errors", errors},
                 {"warnings", warnings},
                 {"notes", notes}},
-               findings.empty() ? "Nothing found in " + Counted(specs.size(), "spec") + "."
+               findings.empty() ? "No problems found in " + Counted(specs.size(), "spec") + "."
                                 : Counted(errors, "error") + ", " + Counted(warnings, "warning") + ", " +
                                       Counted(notes, "note") + " in " + Counted(specs.size(), "spec") + ".");
   return findings.empty();

@@ -1,8 +1,9 @@
-// What more than one command prints: the findings of lint and the answers of explain.
+// What several commands print: findings with their remedies, and explanations.
 //
 // Threading: one thread.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "advice/Lint.h"
@@ -11,11 +12,17 @@
 
 namespace quillmark::control {
 
+// A line below a finding, wrapped to the terminal's width.
+[[nodiscard]] std::string Below(const std::string& text, std::size_t indent, const Output& output);
+// The lines that say what follows from a finding and what to do about it.
+[[nodiscard]] std::string EffectAndFix(const std::string& consequence, const std::string& remedy,
+                                       std::size_t indent, const Output& output);
+
 // The colours of a report where the output has any.
 [[nodiscard]] explain::Painter PainterOf(const Output& output);
 
-// Looks over the specs, prints what it finds but for the ignored codes, and the counts at the end. `window`
-// may be null. True when there is nothing left to say.
+// Checks the specs and prints the findings, without the ignored codes, and their counts. `window` may be
+// null. True when nothing was found.
 bool PrintLint(const std::vector<advice::LintSpec>& specs, const advice::WindowPicture* window,
                const std::vector<advice::FindingCode>& ignored, Output& output);
 

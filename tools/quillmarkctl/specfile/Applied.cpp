@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "Files.h"
-#include "host/SessionFolder.h"
+#include "host/Session.h"
 #include "output/Output.h"
 #include "specfile/Hash.h"
 
@@ -12,7 +12,7 @@ namespace quillmark::control {
 Applied::Applied(const std::filesystem::path& specFile, std::uint64_t worker, std::uint64_t workerStartedMs)
     : record(host::SessionFolder() / ("applied-" + HashOf(Utf8Of(specFile)) + ".json")),
       worker_(std::to_string(worker) + "-" + std::to_string(workerStartedMs)) {
-  // A damaged record is none: everything is sent again.
+  // A damaged record is ignored: everything is sent again.
   const Json json = Json::parse(ContentOf(record).value_or(""), nullptr, false);
   if (!json.is_object() || json.value("worker", Json()) != worker_) return;
   const Json entries = json.value("sent", Json());

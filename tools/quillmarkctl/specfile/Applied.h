@@ -1,7 +1,7 @@
-// What was last sent to the worker from one spec file, kept beside the session's named objects: the worker
-// cannot be asked for its specs, and forgets them when it ends. A record of another worker counts as none.
+// What was last sent to the worker from one spec file, kept in the session's folder: the worker cannot report
+// its specs, and forgets them when it ends. A record for another worker is ignored.
 //
-// Threading: one thread. Two that apply the same file at once overwrite each other's record.
+// Threading: one thread. Processes that apply the same file at once overwrite each other's record.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ class Applied {
   // Reads the record for the file and this worker. Raises std::runtime_error when the session has no folder.
   Applied(const std::filesystem::path& specFile, std::uint64_t worker, std::uint64_t workerStartedMs);
 
-  // Of each spec by its name, what was sent: a text that differs when anything of it does.
+  // A fingerprint of what was sent, by the spec's name.
   std::map<std::string, std::string> sent;
 
   void Save() const;

@@ -1,4 +1,4 @@
-// A short name for a content, to see that it has changed.
+// A short fingerprint, to detect changed content.
 //
 // Threading: free functions without state.
 #pragma once

@@ -20,35 +20,32 @@ namespace quillmark::control {
 namespace {
 
 constexpr SpecFileKey Keys[] = {
-    {"name", "TEXT", "What hits are called: 31 UTF-16 units at most, no ':'; each name once in a file."},
+    {"name", "TEXT", "The name in hits: at most 31 characters, no ':', unique in the file."},
     {"target", "TEXT",
-     "The window to look in: a part of its title, or its program's file name that ends in .exe, on Linux "
-     "too; "
-     "16 units at most."},
+     "The window to search: part of its title, or its program's file name ending in .exe, also on Linux; at "
+     "most "
+     "16 characters."},
     {"path", "TEXT",
-     "The template's image. A relative path starts at the folder of this file. The whole path, from the "
-     "root, "
-     "has 64 units at most."},
+     "The template's image. A relative path starts at this file's folder. The absolute path has at most 64 "
+     "characters."},
     {"region", "[X, Y, WIDTH, HEIGHT]",
-     "Where to look, in pixels of the window's client area; at least as large as the template."},
-    {"max_difference", "NUMBER", "The largest difference, from 0 to below 1. Without it the worker's 0.1."},
-    {"min_score", "NUMBER", "The least score, above 0.5 and up to 1. Without it there is none."},
+     "The region to search, in pixels of the window's client area; at least as large as the template."},
+    {"max_difference", "NUMBER", "The maximum difference, from 0 to below 1. Default: 0.1."},
+    {"min_score", "NUMBER", "The minimum score, above 0.5 and at most 1. Default: none."},
     {"edge_min", "NUMBER",
-     "The minimum edge correlation, -1 to 1. Without it 0.75. The limit has a floor, below which it changes "
-     "nothing."},
+     "The minimum edge correlation, -1 to 1. Default: 0.75. Values below the worker's floor act as the "
+     "floor."},
     {"mode", "TEXT",
-     "What is compared: gray, bgr, s (saturation), h (hue) or hs. Without it gray, or what the preset "
-     "takes."},
-    {"preset", "TEXT", "fast or strict; where another key speaks of the same, that key wins."},
+     "What is compared: gray, bgr, s (saturation), h (hue) or hs. Default: gray, or the preset's."},
+    {"preset", "TEXT", "fast or strict; other keys override it."},
     {"red", "BOOLEAN",
-     "Whether the template is a red object, whose colour takes part in the decision. A name with \"red\" in "
-     "it "
-     "must say true."},
+     "Whether the template is a red object; then its colour counts. Must be true if the name contains "
+     "\"red\"."},
     {"interval_ms", "NUMBER",
-     "Look at most once in so many milliseconds. Without it, whenever there is a frame."},
+     "The minimum time between searches, in milliseconds. Default: every frame is searched."},
     {"every_nth_frame", "NUMBER",
-     "Look in every 2nd, 3rd, 4th, 5th, 6th, 8th, 10th, 15th or 30th frame; goes with no other option."},
-    {"monitor", "NUMBER or \"primary\"", "Look on this monitor alone, counted from 1. Without it on all."}};
+     "Search only every 2nd, 3rd, 4th, 5th, 6th, 8th, 10th, 15th or 30th frame; excludes all other options."},
+    {"monitor", "NUMBER or \"primary\"", "Search only this monitor, counted from 1. Default: all."}};
 
 std::string LineOf(const toml::node& node) {
   return "line " + std::to_string(node.source().begin.line);
@@ -58,7 +55,7 @@ std::string LineOf(const toml::node& node) {
   throw std::invalid_argument(std::string(key) + ' ' + problem);
 }
 
-// The value of one key: the entry's own, else that of the defaults.
+// Reads an entry's keys, with the defaults as fallback.
 class Entry {
  public:
   Entry(const toml::table& own, const toml::table* shared) : own_(own), shared_(shared) {}
@@ -71,7 +68,7 @@ class Entry {
     if (!value) Refuse(key, std::string("must be ") + kind);
     return value;
   }
-  std::optional<std::string> Text(std::string_view key) const { return Get<std::string>(key, "a text"); }
+  std::optional<std::string> Text(std::string_view key) const { return Get<std::string>(key, "text"); }
   std::optional<double> Number(std::string_view key) const {
     const toml::node* const node = Find(key);
     if (node != nullptr && node->is_integer()) return static_cast<double>(*node->value<std::int64_t>());
@@ -88,7 +85,7 @@ class Entry {
   }
   static std::int32_t Narrow(std::string_view key, std::int64_t value) {
     using Limits = std::numeric_limits<std::int32_t>;
-    if (value < Limits::min() || value > Limits::max()) Refuse(key, "is too large a number");
+    if (value < Limits::min() || value > Limits::max()) Refuse(key, "is out of range");
     return static_cast<std::int32_t>(value);
   }
 
@@ -109,15 +106,14 @@ void ReadRegion(const Entry& entry, client::Spec& spec) {
   }
 }
 
-template <typename Value>
-Value OneOf(const Entry& entry, std::string_view key, Value otherwise,
-            const std::map<std::string, Value>& choices) {
+// The index of the key's word; the first one stands for a missing key.
+int OneOf(const Entry& entry, std::string_view key, std::span<const std::string_view> words) {
   const std::optional<std::string> word = entry.Text(key);
-  if (!word) return otherwise;
-  const auto choice = choices.find(*word);
-  if (choice != choices.end()) return choice->second;
+  if (!word) return 0;
+  const auto found = std::find(words.begin() + 1, words.end(), *word);
+  if (found != words.end()) return static_cast<int>(found - words.begin());
   std::string list;
-  for (const auto& [name, value] : choices) list += (list.empty() ? "" : ", ") + name;
+  for (const std::string_view each : words.subspan(1)) list.append(list.empty() ? "" : ", ").append(each);
   Refuse(key, "must be one of " + list);
 }
 
@@ -131,24 +127,20 @@ std::int32_t MonitorOf(const Entry& entry) {
 }
 
 client::Spec SpecOf(const Entry& entry, const std::filesystem::path& folder, std::filesystem::path& image) {
-  using client::Mode, client::Preset;
   client::Spec spec;
   spec.name = entry.Text("name").value_or("");
   spec.target = entry.Text("target").value_or("");
   const std::string path = entry.Text("path").value_or("");
   if (path.empty()) Refuse("path", "is missing");
-  // The worker's own folder is unknown here.
+  // Absolute, as the worker's folder is unknown here.
   image = (folder / PathOf(path)).lexically_normal();
   spec.path = Utf8Of(image);
   ReadRegion(entry, spec);
   spec.maxDifference = entry.Number("max_difference");
   spec.minScore = entry.Number("min_score");
   spec.edgeMin = entry.Number("edge_min").value_or(spec.edgeMin);
-  spec.mode = OneOf<Mode>(
-      entry, "mode", Mode::Unset,
-      {{"gray", Mode::Gray}, {"bgr", Mode::Bgr}, {"s", Mode::S}, {"h", Mode::H}, {"hs", Mode::HS}});
-  spec.preset =
-      OneOf<Preset>(entry, "preset", Preset::None, {{"fast", Preset::Fast}, {"strict", Preset::Strict}});
+  spec.mode = static_cast<client::Mode>(OneOf(entry, "mode", client::ModeWords));
+  spec.preset = static_cast<client::Preset>(OneOf(entry, "preset", client::PresetWords));
   spec.red = entry.Get<bool>("red", "true or false").value_or(false);
   spec.intervalMs = entry.Integer("interval_ms").value_or(0);
   spec.everyNthFrame = entry.Integer("every_nth_frame").value_or(1);
@@ -159,7 +151,7 @@ client::Spec SpecOf(const Entry& entry, const std::filesystem::path& folder, std
 void CheckKeys(const toml::table& table) {
   for (const auto& [key, node] : table) {
     if (std::ranges::find(Keys, key.str(), &SpecFileKey::name) == std::end(Keys)) {
-      throw std::invalid_argument("there is no key '" + std::string(key.str()) + "' (" + LineOf(node) + ")");
+      throw std::invalid_argument("unknown key '" + std::string(key.str()) + "' (" + LineOf(node) + ")");
     }
   }
 }
@@ -188,10 +180,10 @@ std::vector<DeclaredSpec> ReadSpecFile(const std::filesystem::path& file) {
   const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
   toml::table document;
   std::error_code unknown;
-  // A folder reads as an empty file, and to read a pipe may take for ever.
+  // A folder reads as an empty file; reading a pipe may block for ever.
   const std::filesystem::file_status kind = std::filesystem::status(file, unknown);
   if (std::filesystem::exists(kind) && !std::filesystem::is_regular_file(kind)) {
-    throw std::runtime_error(Utf8Of(file) + " is no regular file");
+    throw std::runtime_error(Utf8Of(file) + " is not a regular file");
   }
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw std::runtime_error(Utf8Of(file) + " cannot be read");
@@ -222,7 +214,7 @@ std::vector<DeclaredSpec> ReadSpecFile(const std::filesystem::path& file) {
     for (const toml::node& node : *tables) {
       DeclaredSpec declared = Read(*node.as_table(), defaults, folder, specs.size() + 1);
       const auto [first, isNew] = lines.emplace(declared.name, declared.line);
-      if (!isNew) declared.fault = "the name was given already in line " + std::to_string(first->second);
+      if (!isNew) declared.fault = "the name is already used in line " + std::to_string(first->second);
       specs.push_back(std::move(declared));
     }
   }

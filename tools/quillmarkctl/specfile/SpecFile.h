@@ -1,4 +1,4 @@
-// A file that declares specs, in TOML: one [[spec]] table each, [defaults] for what several share.
+// A spec file, in TOML: a [[spec]] table per spec, and [defaults] for shared values.
 //
 // Threading: free functions without state.
 #pragma once
@@ -22,26 +22,26 @@ struct SpecFileKey {
 [[nodiscard]] std::span<const SpecFileKey> SpecFileKeys();
 
 inline constexpr char SpecFileExample[] =
-    "  [defaults]                     # shared by all specs; may be missing\n"
+    "  [defaults]                     # optional, shared by all specs\n"
     "  target = \"xcalc.exe\"\n"
     "  [[spec]]\n"
-    "  name = \"sine\"                  # its options have keys of their own\n"
-    "  path = \"sine.png\"              # from the folder of this file\n"
+    "  name = \"sine\"                  # without options, which have separate keys\n"
+    "  path = \"sine.png\"              # relative to this file\n"
     "  region = [32, 92, 74, 60]      # x, y, width, height\n"
     "  max_difference = 0.1           # or min_score = 0.95\n";
 
 // One [[spec]].
 struct DeclaredSpec {
-  std::string name;  // without options; "spec 3" when it has none that can be read
+  std::string name;  // without options; "spec 3" when it is missing or invalid
   int line = 0;
-  std::string fault;            // why it cannot be sent; empty when it can
-  client::Command command;      // without a fault
-  std::filesystem::path image;  // likewise, absolute
+  std::string fault;            // why it is invalid; empty when it is valid
+  client::Command command;      // if valid
+  std::filesystem::path image;  // if valid; absolute
 };
 
-// All entries in order. Relative image paths start at the file's folder. Of entries with one name all but the
-// first are at fault. Raises std::runtime_error, with the line, for what is no TOML or has a part that no
-// spec file has: then nothing of it should be used.
+// All entries in order. Relative image paths start at the file's folder. A repeated name makes an entry
+// invalid. Raises std::runtime_error, with the line, when the file is not TOML or has unknown tables or
+// defaults.
 [[nodiscard]] std::vector<DeclaredSpec> ReadSpecFile(const std::filesystem::path& file);
 
 }  // namespace quillmark::control

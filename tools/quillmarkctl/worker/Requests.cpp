@@ -1,11 +1,12 @@
 #include "worker/Requests.h"
 
-#include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
 
+#include "client/Client.h"
 #include "client/Text.h"
+#include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {
@@ -13,40 +14,28 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr wchar_t VersionReplyPrefix[] = L"__ver__:";
 constexpr auto PollInterval = 5ms;
 
-const char* NameOf(CmdKind kind) {
-  switch (kind) {
-    case CmdKind::Spec:
-      return "add";
-    case CmdKind::Remove:
-      return "remove";
-    default:
-      return "clear";
-  }
-}
-
-// Publishes and waits; empty when the worker has taken the command, else why not.
+// Publishes the command and waits until the worker takes it; empty on success, else what went wrong.
 std::string FailureToSend(CommandRing& ring, const Command& command, Deadline deadline) {
   if (!ring.Publish(command, deadline)) {
-    return "the command could not be written in time: the ring is full, or another tool keeps writing";
+    return "timed out: the command ring is full, or another tool keeps writing";
   }
-  return ring.AwaitTaken(deadline) ? "" : "no worker took the command in time";
+  return ring.AwaitTaken(deadline) ? "" : "timed out: no worker took the command";
 }
 
-// Nobody waits for the records of a ring that is full while no tool reads it.
+// Empties a full ring that nobody reads.
 void MakeRoom(HitReader& hits, Output& output) {
   if (hits.WriteIndex() - hits.ReadIndex() < RingSlots) return;
   const HitConsumer consumer;
-  if (!consumer.Held()) return;  // a watch will read them
+  if (!consumer.Held()) return;  // its reader will make room
   const std::uint32_t written = hits.WriteIndex();
   const std::uint32_t unread = written - hits.ReadIndex();
   hits.ConsumeUpTo(written);
-  output.Note("the hit ring was full and unread; " + std::to_string(unread) + " old records were discarded");
+  output.Note("the hit ring was full and nobody read it; discarded " + Counted(unread, "old record"));
 }
 
-// Takes the record if it is the next to be read and no watch will read it.
+// Consumes the record if it is the next one and nobody reads the ring.
 void TakeUnwatched(HitReader& hits, std::uint32_t index) {
   const HitConsumer consumer;
   if (consumer.Held() && hits.ReadIndex() == index) hits.ConsumeUpTo(index + 1);
@@ -54,23 +43,22 @@ void TakeUnwatched(HitReader& hits, std::uint32_t index) {
 
 }  // namespace
 
-std::optional<std::wstring> AnswerIn(const Hit& hit, const Command& command) {
-  if (!hit.IsReply()) return std::nullopt;
+std::optional<std::string> AnswerIn(const Record& record, const Command& command) {
+  if (record.kind != Record::Kind::Reply) return std::nullopt;
   if (command.kind == CmdKind::Version) {
-    if (!hit.name.starts_with(VersionReplyPrefix)) return std::nullopt;
-    return hit.name.substr(std::size(VersionReplyPrefix) - 1);
+    if (!record.name.starts_with(client::VersionReply)) return std::nullopt;
+    return record.name.substr(client::VersionReply.size());
   }
-  if (hit.name != (command.name.empty() ? L"HB" : command.name)) return std::nullopt;
-  return hit.name;
+  if (record.name != (command.name.empty() ? "HB" : client::ToUtf8(command.name))) return std::nullopt;
+  return record.name;
 }
 
-ExitCode Send(const Command& command, std::chrono::milliseconds timeout, Output& output) {
+ExitCode Send(const char* name, const Command& command, std::chrono::milliseconds timeout, Output& output) {
   CommandRing ring;
   const std::string failure = FailureToSend(ring, command, Clock::now() + timeout);
   if (!failure.empty()) return output.Fail(No, failure);
-  // People who hear nothing know that it was done.
   if (output.IsJson()) {
-    Json sent = {{"type", "sent"}, {"command", NameOf(command.kind)}};
+    Json sent = {{"type", "sent"}, {"command", name}};
     if (!command.name.empty()) sent["name"] = client::ToUtf8(command.name);
     output.Print(sent, {});
   }
@@ -88,17 +76,17 @@ Answer Ask(const Command& command, std::chrono::milliseconds timeout, Output& ou
   if (std::string failure = FailureToSend(commands, command, deadline); !failure.empty()) {
     return {.reply = {}, .failure = std::move(failure)};
   }
-  // The ring's event is left alone: one wait would take the signal that a watch waits for.
+  // Waiting for the ring's event would take the signal from a watch.
   for (; Clock::now() < deadline; std::this_thread::sleep_for(PollInterval)) {
     for (; next != hits.WriteIndex(); ++next) {
-      std::optional<Hit> hit = hits.Peek(next);
-      if (!hit || !AnswerIn(*hit, command)) continue;
+      std::optional<Record> record = hits.Peek(next);
+      if (!record || !AnswerIn(*record, command)) continue;
       TakeUnwatched(hits, next);
-      return {.reply = std::move(hit), .failure = {}, .roundTrip = Clock::now() - start};
+      return {.reply = std::move(record), .failure = {}, .roundTrip = Clock::now() - start};
     }
     MakeRoom(hits, output);
   }
-  return {.reply = {}, .failure = "the worker took the command, but no reply came in time"};
+  return {.reply = {}, .failure = "timed out: the worker took the command, but did not reply"};
 }
 
 }  // namespace quillmark::control

@@ -1,5 +1,5 @@
-// One command for the worker, with what comes back, within a time. A ring that cannot be opened raises
-// std::runtime_error.
+// Sends one command to the worker and waits for the outcome. Raises std::runtime_error when a ring cannot be
+// opened.
 //
 // Threading: one thread.
 #pragma once
@@ -17,23 +17,25 @@ namespace quillmark::control {
 using client::Command;
 using client::CommandRing;
 using client::Deadline;
-using client::Hit;
 using client::HitConsumer;
 using client::HitReader;
+using client::Record;
 
-// Sends a command that adds a spec, removes one or all, and waits until the worker has taken it.
-[[nodiscard]] ExitCode Send(const Command& command, std::chrono::milliseconds timeout, Output& output);
+// Sends a command that has no reply and waits until the worker has taken it. `name` is the tool's word for
+// it.
+[[nodiscard]] ExitCode Send(const char* name, const Command& command, std::chrono::milliseconds timeout,
+                            Output& output);
 
 struct Answer {
-  std::optional<Hit> reply;
+  std::optional<Record> reply;
   std::string failure;                                    // why there is no reply
   std::chrono::duration<double, std::milli> roundTrip{};  // from the command's publication to the reply
 };
-// Sends a heartbeat or version command and waits for the worker's reply. Takes no hit out of the ring, unless
-// the ring is full and nobody reads it: then the reply would find no place, and a note tells of it.
+// Sends a heartbeat or version command and waits for the reply. Consumes no hits, unless the ring is full and
+// nobody reads it, so that there is room for the reply; then it prints a note.
 [[nodiscard]] Answer Ask(const Command& command, std::chrono::milliseconds timeout, Output& output);
 
 // The text of a reply that answers `command`; nothing for other records.
-[[nodiscard]] std::optional<std::wstring> AnswerIn(const Hit& hit, const Command& command);
+[[nodiscard]] std::optional<std::string> AnswerIn(const Record& record, const Command& command);
 
 }  // namespace quillmark::control

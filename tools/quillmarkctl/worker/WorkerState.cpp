@@ -1,8 +1,5 @@
 #include "worker/WorkerState.h"
 
-#include <stdexcept>
-
-#include "client/Text.h"
 #include "client/WorkerProbe.h"
 #include "host/WorkerProcess.h"
 #include "worker/Requests.h"
@@ -17,7 +14,7 @@ WorkerState GlanceAtWorker() {
   const host::WorkerProcess process = host::ProcessOf(sight.identity);
   state.process = process.id;
   state.startedMs = process.startedMs;
-  // Rings that this tool makes because nobody holds them are empty and go with it.
+  // Rings that nobody else holds are created empty and vanish with this process.
   const HitReader hits;
   const CommandRing commands;
   state.unreadCommands = commands.Unread();
@@ -32,11 +29,11 @@ WorkerState GlanceAtWorker() {
 WorkerState LookAtWorker(std::chrono::milliseconds timeout, Output& output) {
   WorkerState state = GlanceAtWorker();
   if (!state.running) {
-    state.silence = "no worker runs in this session";
+    state.silence = "no worker is running in this session";
     return state;
   }
   if (state.unreadHits >= RingSlots && !state.hasReader) {
-    state.silence = "it was not asked: the hit ring is full and nobody reads it";
+    state.silence = "not asked, because the hit ring is full and nobody reads it";
     return state;
   }
   const Answer heartbeat = Ask({.kind = CmdKind::Heartbeat, .name = L"status"}, timeout, output);
@@ -50,7 +47,7 @@ WorkerState LookAtWorker(std::chrono::milliseconds timeout, Output& output) {
   state.roundTripMs = heartbeat.roundTrip.count();
   const Command question{.kind = CmdKind::Version};
   const Answer version = Ask(question, timeout, output);
-  if (version.reply) state.version = client::ToUtf8(*AnswerIn(*version.reply, question));
+  if (version.reply) state.version = *AnswerIn(*version.reply, question);
   return state;
 }
 

@@ -1,12 +1,11 @@
-// What can be known of the worker from outside: whether it runs and answers, its version and process, and the
-// state of both rings.
+// The worker as seen from outside: whether it is running and replies, its version and process, and the state
+// of both rings.
 //
 // Threading: one thread; blocks for as long as the worker takes to answer.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,26 +14,30 @@
 
 namespace quillmark::control {
 
+// Notes on the worker, in the words of every command that follows it.
+inline constexpr char NoWorkerYet[] = "no worker is running yet";
+inline constexpr char WorkerStarted[] = "a worker has started; it knows no specs";
+inline constexpr char WorkerGone[] = "the worker has ended";
+
 struct WorkerState {
   bool running = false;
   bool answers = false;
-  std::string silence;  // why it was not asked, or does not answer
+  std::string silence;  // why there was no reply
   double roundTripMs = 0.0;
   std::string version;
-  std::uint64_t identity = 0;  // another one for another worker
-  // Of its process; 0 when it cannot be known. The start in UTC milliseconds since 1970-01-01.
-  std::uint32_t process = 0;
-  std::uint64_t startedMs = 0;
-  // Of both rings. Dropped hits since the ring was made, which may be before this worker.
+  std::uint64_t identity = 0;   // differs from worker to worker
+  std::uint32_t process = 0;    // 0 if unknown
+  std::uint64_t startedMs = 0;  // UTC milliseconds since 1970-01-01, 0 if unknown
+  // Hits dropped since the ring was created, possibly before this worker started.
   std::uint32_t unreadCommands = 0, unreadHits = 0, droppedHits = 0;
   bool hasReader = false;                // a tool or client takes the hits out of the ring
   std::vector<explain::Reason> reasons;  // why hits, or the specs themselves, do not arrive
 };
 
-// Asks one heartbeat and one version, but not when the hit ring is full and nobody reads it: then the reply
-// would find no place. No hit is taken out of the ring.
+// Sends a heartbeat and a version command, unless the hit ring is full and nobody reads it: there would be no
+// room for the reply. Consumes no hits.
 [[nodiscard]] WorkerState LookAtWorker(std::chrono::milliseconds timeout, Output& output);
-// The same without a question.
+// The same without commands.
 [[nodiscard]] WorkerState GlanceAtWorker();
 
 [[nodiscard]] Json JsonOf(const WorkerState& state);

@@ -1,5 +1,5 @@
-// The owner of a mutex keeps a byte of its file locked and has written its thread's number into it, and the
-// worker's main thread has the number of its process. Asking for the lock's state leaves no trace.
+// The owner of a mutex locks a byte of its file and writes its thread id into it; for the worker's main
+// thread, that is its process id. Querying the lock leaves no trace.
 #include "client/WorkerProbe.h"
 
 #include <fcntl.h>

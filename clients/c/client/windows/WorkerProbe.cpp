@@ -1,5 +1,5 @@
-// A look opens the mutex for a moment; it never waits with it open, since a worker that starts meanwhile
-// would take it for another instance. The identity is that of the worker's hidden window and its process.
+// Look opens the mutex only for a moment, since a worker that starts meanwhile would take it for another
+// instance. The identity consists of the worker's hidden window and its process.
 #include "client/WorkerProbe.h"
 
 #include <windows.h>
@@ -11,7 +11,7 @@ namespace {
 
 bool HasOwner(HANDLE mutex) {
   const DWORD result = ::WaitForSingleObject(mutex, 0);
-  // Whoever owned it has ended, and now it is ours.
+  // Its owner has ended, and now this thread owns it.
   if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) ::ReleaseMutex(mutex);
   return result == WAIT_TIMEOUT;
 }

@@ -38,7 +38,7 @@ std::vector<std::uint32_t> WindowProperty(XcbConnection& connection, xcb_window_
   return layer::Items32(reply.get());
 }
 
-// A window manager leaves its properties behind when it dies; its own window names itself while it lives.
+// A dead window manager leaves its properties behind, but not the window that refers to itself.
 bool WindowManagerRuns(XcbConnection& connection) {
   const xcb_atom_t check = Atom(connection, "_NET_SUPPORTING_WM_CHECK");
   if (check == XCB_ATOM_NONE) return false;
@@ -46,7 +46,7 @@ bool WindowManagerRuns(XcbConnection& connection) {
   return !window.empty() && WindowProperty(connection, window.front(), check) == window;
 }
 
-// An X server that shows its windows on a Wayland desktop says so by an extension or its outputs' names.
+// Recognised by an extension or by the names of its outputs.
 bool IsXWayland(XcbConnection& connection) {
   constexpr std::string_view extension = "XWAYLAND";
   const auto request = xcb_query_extension(connection, extension.size(), extension.data());
@@ -54,44 +54,43 @@ bool IsXWayland(XcbConnection& connection) {
   return (reply && reply->present) || Atom(connection, "XWAYLAND0") != XCB_ATOM_NONE;
 }
 
-Finding Missing(std::string what, std::string consequence, Level level = Level::Warning) {
+Check Missing(std::string what, std::string consequence, Level level = Level::Warning) {
   return {.level = level,
           .topic = Topic,
           .text = "the X server lacks " + what,
           .consequence = std::move(consequence),
-          .remedy = "use a local X server of the last decade, such as Xorg or Xvfb"};
+          .remedy = "use a recent local X server, such as Xorg or Xvfb"};
 }
 
-void ExamineServer(XcbConnection& connection, Findings& findings) {
+void ExamineServer(XcbConnection& connection, Checks& checks) {
   if (!connection.Has(xcb_damage_id) || !connection.Has(xcb_xfixes_id)) {
-    findings.push_back(
-        Missing("the DAMAGE or XFIXES extension", "no monitor can be captured", Level::Problem));
+    checks.push_back(Missing("the DAMAGE or XFIXES extension", "no monitor can be captured", Level::Problem));
   }
   if (!connection.Has(xcb_randr_id)) {
-    findings.push_back(Missing("the RANDR extension", "all monitors count as one"));
+    checks.push_back(Missing("the RANDR extension", "all monitors are treated as one"));
   }
   if (!connection.Has(xcb_shm_id)) {
-    findings.push_back(Missing("the MIT-SHM extension",
-                               "frames travel through the connection, which is several times slower"));
+    checks.push_back(Missing("the MIT-SHM extension",
+                             "frames are sent over the connection, which is several times slower"));
   }
   if (!connection.Has(xcb_res_id)) {
-    findings.push_back(
-        Missing("the X-Resource extension",
-                "programs are known by what their windows say of themselves, which may be wrong"));
+    checks.push_back(Missing("the X-Resource extension",
+                             "programs are identified by what their windows claim, which may be wrong"));
   }
   if (WindowManagerRuns(connection)) return;
-  findings.push_back({.topic = Topic,
-                      .text = "no window manager runs; every window of the screen counts as a top-level one",
-                      .facts = {{"windowManager", false}}});
+  checks.push_back(
+      {.topic = Topic,
+       .text = "no window manager is running; every child of the root window counts as a top-level window",
+       .facts = {{"windowManager", false}}});
 }
 
 }  // namespace
 
-Findings ExamineDisplay() {
+Checks ExamineDisplay() {
   const std::string display = Environment("DISPLAY");
   const bool wayland =
       Environment("XDG_SESSION_TYPE") == "wayland" || !Environment("WAYLAND_DISPLAY").empty();
-  const std::string noScreen = "the worker runs and takes commands, but sees no monitor and no window";
+  const std::string noScreen = "the worker runs and takes commands, but sees no monitors or windows";
   if (display.empty()) {
     return {{.level = Level::Problem,
              .topic = Topic,
@@ -105,37 +104,37 @@ Findings ExamineDisplay() {
   if (!connection) {
     return {{.level = Level::Problem,
              .topic = Topic,
-             .text = "no X server answers on DISPLAY " + display,
-             .consequence = noScreen + "; it goes on trying once a second",
-             .remedy = "start the server, or check DISPLAY, XAUTHORITY and whether this user may connect",
+             .text = "cannot connect to the X server on DISPLAY " + display,
+             .consequence = noScreen + "; it retries once a second",
+             .remedy = "start the server, or check DISPLAY, XAUTHORITY and this user's access to it",
              .facts = {{"display", display}}}};
   }
-  Findings findings{
-      {.topic = Topic, .text = "an X server answers on DISPLAY " + display, .facts = {{"display", display}}}};
+  Checks checks{{.topic = Topic,
+                 .text = "connected to the X server on DISPLAY " + display,
+                 .facts = {{"display", display}}}};
   if (wayland || IsXWayland(*connection)) {
-    findings.push_back(
+    checks.push_back(
         {.level = Level::Problem,
          .topic = Topic,
-         .text = "the desktop is Wayland; the X server on " + display + " only serves older programs",
-         .consequence = "windows of Wayland programs do not exist for the worker, and the screen "
-                        "may be captured black",
+         .text = "the desktop is Wayland; the X server on " + display + " only serves X11 programs",
+         .consequence = "the worker cannot see windows of Wayland programs, and captured frames may "
+                        "be black",
          .remedy = "log in to an X11 session (often \"on Xorg\" on the log-in screen)"});
   }
-  ExamineServer(*connection, findings);
-  return findings;
+  ExamineServer(*connection, checks);
+  return checks;
 }
 
-Finding ExamineFonts() {
-  // Characters of the box that a second instance shows.
+Check ExamineFonts() {
+  // From the message box of a second instance.
   if (layer::HasFontFor(L"이미 실행 중입니다")) {
-    return {.topic = "fonts", .text = "a font has the Korean text of the warning box"};
+    return {.topic = "fonts", .text = "a font covers the Korean text of the message box"};
   }
   return {.level = Level::Warning,
           .topic = "fonts",
           .text = "no font has Korean characters",
           .consequence =
-              "the warning box of a second instance is in English, or without any font on standard "
-              "error only",
+              "a second instance shows its message in English, or without any font on standard error only",
           .remedy = "install a Korean font, for example fonts-nanum or fonts-noto-cjk"};
 }
 

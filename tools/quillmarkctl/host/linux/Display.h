@@ -1,13 +1,13 @@
-// What can be said about the X server that DISPLAY names, about Wayland beside it, and about fonts.
+// Checks of the X server that DISPLAY names, of Wayland and of fonts.
 //
 // Threading: free functions without state.
 #pragma once
 
-#include "doctor/Finding.h"
+#include "doctor/Doctor.h"
 
 namespace quillmark::control::host {
 
-[[nodiscard]] Findings ExamineDisplay();
-[[nodiscard]] Finding ExamineFonts();
+[[nodiscard]] Checks ExamineDisplay();
+[[nodiscard]] Check ExamineFonts();
 
 }  // namespace quillmark::control::host

@@ -23,8 +23,7 @@ constexpr std::uint32_t FrameColour = 0xE0201B;
 constexpr int FrameWidth = 2;
 constexpr xcb_button_t LeftButton = 1, RightButton = 3;
 
-// Four bars around a rectangle: nothing is drawn into what is to be captured, and no window manager touches
-// them.
+// Four bars around a rectangle, so that nothing is drawn inside. Window managers ignore them.
 class Frame {
  public:
   explicit Frame(XcbConnection& toServer) : connection(toServer) {
@@ -42,7 +41,7 @@ class Frame {
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
 
-  // Around it, in root pixels.
+  // Moves the bars around `r`, in root pixels.
   void Show(const Rect& r) {
     const int width = r.right - r.left, height = r.bottom - r.top;
     Place(bars[0], r.left - FrameWidth, r.top - FrameWidth, width + 2 * FrameWidth, FrameWidth);
@@ -96,7 +95,7 @@ xcb_keycode_t KeycodeOf(XcbConnection& connection, std::uint32_t keysym) {
   return 0;
 }
 
-// All of mouse and keyboard is ours from here on, until the connection ends. A menu may hold them at first.
+// Takes all mouse and keyboard input until the connection closes. An open menu may hold it at first.
 void GrabInput(XcbConnection& connection) {
   constexpr auto patience = std::chrono::seconds(2);
   constexpr auto pause = std::chrono::milliseconds(20);
@@ -111,11 +110,11 @@ void GrabInput(XcbConnection& connection) {
     if (!pointer || pointer->status != XCB_GRAB_STATUS_SUCCESS) continue;
     const auto keys = xcb_grab_keyboard(connection, 0, connection.Root(), XCB_CURRENT_TIME,
                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    // Without the keyboard the right button still gives up.
+    // Without the keyboard, the right button still cancels.
     std::free(xcb_grab_keyboard_reply(connection, keys, nullptr));
     return;
   }
-  throw std::runtime_error("another program holds the mouse");
+  throw std::runtime_error("another program has grabbed the mouse");
 }
 
 Rect Between(xcb_point_t a, xcb_point_t b) {
@@ -125,7 +124,7 @@ Rect Between(xcb_point_t a, xcb_point_t b) {
 xcb_point_t PointerPlace(XcbConnection& connection) {
   const auto request = xcb_query_pointer(connection, connection.Root());
   const XcbReply<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(connection, request, nullptr));
-  if (!reply) throw std::runtime_error("the X server went away");
+  if (!reply) throw std::runtime_error("the connection to the X server was lost");
   return {reply->root_x, reply->root_y};
 }
 
@@ -158,7 +157,7 @@ std::optional<Rect> Draw(XcbConnection& connection, const std::function<void()>&
         break;
     }
   }
-  throw std::runtime_error("the X server went away");
+  throw std::runtime_error("the connection to the X server was lost");
 }
 
 }  // namespace
@@ -166,13 +165,13 @@ std::optional<Rect> Draw(XcbConnection& connection, const std::function<void()>&
 std::optional<Rect> PickRectangle(const std::function<void()>& ready) {
   const char* const display = std::getenv("DISPLAY");
   const auto connection = XcbConnection::Open(display == nullptr ? "" : display);
-  if (!connection) throw std::runtime_error("no X server answers");
+  if (!connection) throw std::runtime_error("cannot connect to the X server");
   const xcb_point_t before = PointerPlace(*connection);
   std::optional<Rect> picked = Draw(*connection, ready);
-  // Back where it was, so that nothing in the rectangle is lit up because the mouse lies on it.
+  // Back where it was, so that nothing in the rectangle is highlighted under the pointer.
   xcb_warp_pointer(*connection, XCB_WINDOW_NONE, connection->Root(), 0, 0, 0, 0, before.x, before.y);
   const auto layout = layer::ReadMonitors(*connection, layer::SelectMonitorEvents(*connection, 0));
-  if (!layout) throw std::runtime_error("the X server went away");
+  if (!layout) throw std::runtime_error("the connection to the X server was lost");
   if (picked) {
     picked->left -= layout->rootOrigin.x;
     picked->right -= layout->rootOrigin.x;

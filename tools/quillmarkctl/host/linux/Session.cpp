@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <iterator>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "host/linux/Display.h"
@@ -31,31 +32,32 @@ fs::path FolderOf(const SessionRoad& road) {
   return fs::path(road.base) / road.product / road.display;
 }
 
-Finding Refused(const fs::path& folder, const std::string& why, const std::string& remedy) {
+Check Refused(const fs::path& folder, const std::string& why, const std::string& remedy) {
   return {.level = Level::Problem,
           .topic = "folder",
           .text = folder.string() + " " + why,
-          .consequence = "neither worker nor controller uses it: no named object can be opened",
+          .consequence = "worker and controllers refuse it, so no named object can be opened",
           .remedy = remedy,
           .facts = {{"folder", folder.string()}}};
 }
 
-// What keeps one folder of the road from being used; nothing when it may be, or is missing and can be made.
-std::optional<Finding> Objection(const fs::path& folder, bool mustBePrivate) {
+// Why one folder of the path cannot be used; nothing if it can, or if it can be created.
+std::optional<Check> Objection(const fs::path& folder, bool mustBePrivate) {
   struct stat facts {};
   if (::lstat(folder.c_str(), &facts) != 0) {
     if (errno == ENOENT && mustBePrivate) return std::nullopt;
-    return Refused(folder, std::string("cannot be looked at: ") + std::strerror(errno),
-                   "log in anew, or set XDG_RUNTIME_DIR to a folder of your own, for worker and tool alike");
+    return Refused(
+        folder, std::string("is not accessible: ") + std::strerror(errno),
+        "log in again, or set XDG_RUNTIME_DIR to a folder that you own, for the worker and the tool");
   }
   if (!mustBePrivate) {
     if (::access(folder.c_str(), R_OK | X_OK) == 0) return std::nullopt;
-    return Refused(folder, "may not be entered", "set XDG_RUNTIME_DIR to a folder of your own");
+    return Refused(folder, "is not accessible", "set XDG_RUNTIME_DIR to a folder that you own");
   }
-  if (!S_ISDIR(facts.st_mode)) return Refused(folder, "is no real folder", "remove it");
+  if (!S_ISDIR(facts.st_mode)) return Refused(folder, "is not a real folder", "remove it");
   if (facts.st_uid != ::geteuid()) {
-    return Refused(folder, "belongs to user " + std::to_string(facts.st_uid) + ", not to you",
-                   "have that user or root remove it");
+    return Refused(folder, "belongs to user " + std::to_string(facts.st_uid),
+                   "ask that user or root to remove it");
   }
   if ((facts.st_mode & 077) != 0) {
     return Refused(folder, "is open to other users", "chmod 700 " + folder.string());
@@ -63,16 +65,16 @@ std::optional<Finding> Objection(const fs::path& folder, bool mustBePrivate) {
   return std::nullopt;
 }
 
-Finding ExamineFolder(const SessionRoad& road) {
+Check ExamineFolder(const SessionRoad& road) {
   const fs::path folder = FolderOf(road);
-  if (auto finding = Objection(road.base, false)) return *finding;
-  if (auto finding = Objection(folder.parent_path(), true)) return *finding;
-  if (auto finding = Objection(folder, true)) return *finding;
+  if (auto check = Objection(road.base, false)) return *check;
+  if (auto check = Objection(folder.parent_path(), true)) return *check;
+  if (auto check = Objection(folder, true)) return *check;
   if (!layer::OpenSessionFolder()) {
-    return Refused(folder, "cannot be made", "make sure that you may write to " + road.base);
+    return Refused(folder, "cannot be created", "check that you can write to " + road.base);
   }
   return {.topic = "folder",
-          .text = "named objects lie in " + folder.string() + ", closed to others",
+          .text = "named objects are in " + folder.string() + ", private to you",
           .facts = {{"folder", folder.string()}}};
 }
 
@@ -92,43 +94,42 @@ std::uint64_t LimitOf(decltype(RLIMIT_NOFILE) resource) {
   return limit.rlim_cur;
 }
 
-Finding ExamineMemory(const fs::path& folder) {
+Check ExamineMemory(const fs::path& folder) {
   constexpr std::uint64_t needed = sizeof(CmdRingLayout) + sizeof(HitRingLayout) + 2 * 8;
   constexpr std::uint64_t fewFiles = 64;
-  Finding finding{.topic = "memory"};
+  Check check{.topic = "memory"};
   struct statvfs facts {};
   if (::statvfs(folder.c_str(), &facts) != 0) {
-    finding.level = Level::Warning;
-    finding.text = "the free space of " + folder.string() + " cannot be told: " + std::strerror(errno);
-    finding.consequence = "unknown whether the rings find place";
-    finding.remedy = "see the finding about the folder";
-    return finding;
+    check.level = Level::Warning;
+    check.text = "the free space of " + folder.string() + " is unknown: " + std::strerror(errno);
+    check.consequence = "there may be no room for the rings";
+    check.remedy = "check the folder";
+    return check;
   }
   const std::uint64_t space = std::uint64_t{facts.f_bavail} * facts.f_frsize;
   const std::uint64_t fileSize = LimitOf(RLIMIT_FSIZE), files = LimitOf(RLIMIT_NOFILE);
-  finding.facts = {{"freeBytes", space}, {"freeFiles", facts.f_favail}, {"neededBytes", needed}};
-  finding.text = SizeText(space) + " free for shared memory, of which the rings need " + SizeText(needed);
+  check.facts = {{"freeBytes", space}, {"freeFiles", facts.f_favail}, {"neededBytes", needed}};
+  check.text = SizeText(space) + " free for shared memory; the rings need " + SizeText(needed);
   const auto worsen = [&](Level level, std::string text, std::string remedy) {
-    finding.level = level;
-    finding.text = std::move(text);
-    finding.consequence =
-        "the rings cannot be made: " + std::string("the worker and its controllers fail to start");
-    finding.remedy = std::move(remedy);
+    check.level = level;
+    check.text = std::move(text);
+    check.consequence = "the rings cannot be created, so the worker and its controllers fail to start";
+    check.remedy = std::move(remedy);
   };
   if (space < needed || (facts.f_files != 0 && facts.f_favail < 4)) {
-    worsen(Level::Problem, "the file system of " + folder.string() + " is full", "remove files there");
+    worsen(Level::Problem, "the file system of " + folder.string() + " is full", "delete files there");
   } else if (fileSize < sizeof(CmdRingLayout)) {
-    worsen(Level::Problem, "files may not be larger than " + SizeText(fileSize) + " (ulimit -f)",
+    worsen(Level::Problem, "files are limited to " + SizeText(fileSize) + " (ulimit -f)",
            "ulimit -f unlimited");
   } else if (files < fewFiles) {
-    worsen(Level::Warning, "only " + std::to_string(files) + " files may be open at once (ulimit -n)",
+    worsen(Level::Warning, "only " + std::to_string(files) + " files can be open at once (ulimit -n)",
            "ulimit -n 1024");
-    finding.consequence = "the worker may run out of them";
+    check.consequence = "the worker may run out of file descriptors";
   }
-  return finding;
+  return check;
 }
 
-// Whether a worker of the session with this folder holds its instance mutex. Only asks: it takes no lock.
+// Whether a worker owns the instance mutex in this session folder. Takes no lock.
 bool WorkerRunsIn(const fs::path& folder) {
   const layer::UniqueFd file(::open((folder / InstanceMutex).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
   struct flock lock {};
@@ -139,34 +140,40 @@ bool WorkerRunsIn(const fs::path& folder) {
   return file && ::fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-// Workers on other displays, which this session's controllers do not reach.
-void ExamineNeighbours(const SessionRoad& road, Findings& findings) {
+// Workers on other displays, which controllers of this session cannot reach.
+void ExamineNeighbours(const SessionRoad& road, Checks& checks) {
   const fs::path own = FolderOf(road);
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(own.parent_path(), ignored)) {
     if (entry.path() == own || !WorkerRunsIn(entry.path())) continue;
     const std::string name = entry.path().filename().string();
-    findings.push_back({.level = WorkerRunsIn(own) ? Level::Ok : Level::Warning,
-                        .topic = "session",
-                        .text = "a worker runs for another display, whose folder is " + name,
-                        .consequence = "what is sent here does not reach it",
-                        .remedy = "set DISPLAY as that worker has it; ':' stands as '_' in the folder's name",
-                        .facts = {{"folder", entry.path().string()}}});
+    checks.push_back({.level = WorkerRunsIn(own) ? Level::Ok : Level::Warning,
+                      .topic = "session",
+                      .text = "a worker is running on another display, with the folder " + name,
+                      .consequence = "commands sent here do not reach it",
+                      .remedy = "set DISPLAY as for that worker; the folder's name has '_' in place of ':'",
+                      .facts = {{"folder", entry.path().string()}}});
   }
 }
 
 }  // namespace
 
-Findings ExamineSession() {
+// Where the named objects are.
+fs::path SessionFolder() {
+  if (!layer::OpenSessionFolder()) throw std::runtime_error("the session's folder cannot be opened");
+  return FolderOf(layer::RoadOfSession());
+}
+
+Checks ExamineSession() {
   const SessionRoad road = layer::RoadOfSession();
-  Findings findings{ExamineFolder(road)};
-  if (findings.front().level == Level::Ok) {
-    findings.push_back(ExamineMemory(FolderOf(road)));
-    ExamineNeighbours(road, findings);
+  Checks checks{ExamineFolder(road)};
+  if (checks.front().level == Level::Ok) {
+    checks.push_back(ExamineMemory(FolderOf(road)));
+    ExamineNeighbours(road, checks);
   }
-  for (Finding& finding : ExamineDisplay()) findings.push_back(std::move(finding));
-  findings.push_back(ExamineFonts());
-  return findings;
+  for (Check& check : ExamineDisplay()) checks.push_back(std::move(check));
+  checks.push_back(ExamineFonts());
+  return checks;
 }
 
 }  // namespace quillmark::control::host

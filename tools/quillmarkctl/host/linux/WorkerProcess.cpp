@@ -10,7 +10,7 @@
 namespace quillmark::control::host {
 namespace {
 
-// The value behind a name at the beginning of a line; 0 without it.
+// The value after a name at the start of a line; 0 without it.
 std::uint64_t ValueIn(const std::string& file, const std::string& name) {
   std::ifstream lines(file);
   for (std::string line; std::getline(lines, line);) {
@@ -22,12 +22,12 @@ std::uint64_t ValueIn(const std::string& file, const std::string& name) {
   return 0;
 }
 
-// In clock ticks since the machine was started.
+// In clock ticks since boot.
 std::uint64_t StartTicks(std::uint32_t process) {
   std::ifstream file("/proc/" + std::to_string(process) + "/stat");
   std::string stat;
   std::getline(file, stat);
-  // The program's name, in brackets, may hold anything.
+  // The program's name, in brackets, may contain anything.
   std::istringstream fields(stat.substr(std::min(stat.rfind(')') + 1, stat.size())));
   constexpr int startField = 22, firstField = 3;
   std::string field;
@@ -37,7 +37,7 @@ std::uint64_t StartTicks(std::uint32_t process) {
 
 }  // namespace
 
-// A worker is known by its main thread's number, which is its process's.
+// The identity is the main thread's id, which is also the process's.
 WorkerProcess ProcessOf(std::uint64_t identity) {
   WorkerProcess process;
   process.id = static_cast<std::uint32_t>(identity);

@@ -5,7 +5,7 @@
 namespace quillmark::control::host {
 
 std::optional<Rect> PickRectangle(const std::function<void()>&) {
-  throw std::runtime_error("drawing a rectangle is possible on X11 only; give it by --rect");
+  throw std::runtime_error("--pick works on X11 only; use --rect");
 }
 
 }  // namespace quillmark::control::host

@@ -29,8 +29,8 @@ int TerminalWidth() {
   return 80;
 }
 
-// As the C run-time library takes a command line apart: a backslash means itself unless it stands, with
-// others, before a quotation mark. What the shell puts in place of %NAME% no quotation keeps out.
+// For the C run-time library's parser: a backslash is literal unless a quotation mark follows the
+// backslashes. No quoting prevents the shell from expanding %NAME%.
 std::string ShellQuoted(const std::string& word) {
   if (!word.empty() && word.find_first_of(" \t&|<>^()%!\"'`;,") == std::string::npos) return word;
   std::string quoted = "\"";

@@ -17,7 +17,7 @@ namespace quillmark::control::host {
 
 namespace {
 
-// How much of the text is whole characters: the last one may be still to come in part.
+// The length of the text without an incomplete last character.
 std::size_t WholeCharacters(std::string_view utf8) {
   std::size_t first = utf8.size();  // of the last character
   while (first > 0 && utf8.size() - first < 4 && (utf8[first - 1] & 0xC0) == 0x80) --first;
@@ -27,8 +27,8 @@ std::size_t WholeCharacters(std::string_view utf8) {
   return utf8.size() - (first - 1) < length ? first - 1 : utf8.size();
 }
 
-// Takes a stream's UTF-8 to a console as wide text, which no code page and no buffer's end can spoil. The
-// stream has its own buffer back when this one goes.
+// Writes a stream's UTF-8 to a console as wide text, which is independent of code pages and never splits a
+// character. The destructor restores the stream's own buffer.
 class ConsoleBuffer : public std::streambuf {
  public:
   ConsoleBuffer(std::ostream& itsStream, HANDLE itsConsole)
@@ -59,9 +59,9 @@ class ConsoleBuffer : public std::streambuf {
     std::wstring wide(utf8.size(), L'\0');
     wide.resize(static_cast<std::size_t>(::MultiByteToWideChar(
         CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), wide.data(), static_cast<int>(wide.size()))));
-    constexpr std::size_t Most = 8000;  // a console takes 64 KiB at once, and may need some of it itself
+    constexpr std::size_t Max = 8000;  // a console takes at most 64 KiB at once
     for (std::size_t begin = 0; begin < wide.size();) {
-      std::size_t count = std::min(Most, wide.size() - begin);
+      std::size_t count = std::min(Max, wide.size() - begin);
       if (begin + count < wide.size() && IS_HIGH_SURROGATE(wide[begin + count - 1])) --count;
       DWORD written = 0;
       if (!::WriteConsoleW(console, wide.data() + begin, static_cast<DWORD>(count), &written, nullptr)) {
@@ -87,7 +87,7 @@ std::unique_ptr<ConsoleBuffer> Redirected(std::ostream& stream, DWORD handle) {
 
 }  // namespace
 
-// argv is in the system's code page where the manifest's UTF-8 is not known, before Windows 10 1903.
+// Before Windows 10 1903, argv is in the system's code page: the manifest's UTF-8 is ignored.
 std::vector<std::string> Arguments(int argc, const char* const* argv) {
   int count = 0;
   const std::unique_ptr<LPWSTR, decltype(&::LocalFree)> wide(

@@ -6,7 +6,7 @@
 
 namespace quillmark::control::host {
 
-// The upper half of a worker's identity is its process's number.
+// The upper half of the identity is the process id.
 WorkerProcess ProcessOf(std::uint64_t identity) {
   constexpr std::uint64_t ticksPerMs = 10000, msFrom1601To1970 = 11644473600000;
   WorkerProcess process;
