@@ -1,7 +1,7 @@
-// A thread that ends must destroy its thread_local objects before their memory is freed. GCC's run-time
-// library for mingw-w64 does both by keys of the thread library, which are served in the order of their
-// creation, and creates the memory's key first: at the first use of such an object. So the key of the
-// destructors is created here, before anything else runs in the program or library.
+// A thread must destroy its thread_local objects before their memory is freed. GCC's run-time library for
+// mingw-w64 does both with keys of the thread library, in the order in which the keys were created, and
+// creates the memory's key first, when such an object is first used. So the destructors' key is created here,
+// before anything else runs.
 #include <cxxabi.h>
 
 namespace {

@@ -59,8 +59,8 @@ class Duplication {
   virtual std::uint32_t Width() const = 0;
   virtual std::uint32_t Height() const = 0;
 
-  // Waits for a changed image: S_OK, DXGI_ERROR_WAIT_TIMEOUT, DXGI_ERROR_ACCESS_LOST (this object delivers
-  // no more frames), or DXGI_ERROR_INVALID_CALL while a frame is held.
+  // Waits for a changed image: S_OK, DXGI_ERROR_WAIT_TIMEOUT, DXGI_ERROR_ACCESS_LOST (no frames will follow),
+  // or DXGI_ERROR_INVALID_CALL while a frame is held.
   virtual HRESULT Acquire(std::uint32_t timeoutMs) = 0;
   // Gives the held frame back; DXGI_ERROR_INVALID_CALL when none is held.
   virtual HRESULT Release() = 0;
@@ -103,7 +103,7 @@ std::shared_ptr<Desktop> CurrentDesktop();
 // Replaces the current desktop. Tests do this before the product's threads start.
 void SetDesktop(std::shared_ptr<Desktop> desktop);
 
-// The layer's own dispatch of a display change: WM_DISPLAYCHANGE to every top-level window of the process.
+// Posts WM_DISPLAYCHANGE to every window of the process.
 void BroadcastDisplayChange();
 
 }  // namespace quillmark::layer

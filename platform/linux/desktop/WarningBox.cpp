@@ -19,14 +19,14 @@ namespace quillmark::layer {
 namespace {
 
 constexpr std::array<xcb_keysym_t, 4> kClosingKeys{0xFF0D, 0xFF8D, 0xFF1B,
-                                                   0x20};  // Return, its keypad twin, Escape, Space
+                                                   0x20};  // Return, keypad Enter, Escape, Space
 
 class Box {
  public:
   Box(XcbConnection& used, WarningPicture drawn) : connection(used), picture(std::move(drawn)) {}
 
   void Show(const std::wstring& caption, const RECT& monitor);
-  // Until the user closes it; false when the connection was lost.
+  // Returns when the user closes the box; false if the connection was lost.
   bool Run();
 
  private:
@@ -88,7 +88,7 @@ void Box::Show(const std::wstring& caption, const RECT& monitor) {
   SetProperty(Atom("_NET_WM_STATE"), XCB_ATOM_ATOM, {Atom("_NET_WM_STATE_ABOVE")});
   deleteWindow = Atom("WM_DELETE_WINDOW");
   SetProperty(Atom("WM_PROTOCOLS"), XCB_ATOM_ATOM, {deleteWindow});
-  // Normal hints: the program's position, and least and greatest size the same.
+  // Normal hints: position set by the program, minimum and maximum size equal.
   constexpr std::uint32_t kPosition = 1u << 2, kMinSize = 1u << 4, kMaxSize = 1u << 5;
   std::vector<std::uint32_t> hints(18);
   hints[0] = kPosition | kMinSize | kMaxSize;
@@ -133,7 +133,7 @@ Box::Step Box::Handle(const xcb_generic_event_t& event) {
   }
 }
 
-// In bands, since a request has a greatest length.
+// In bands, since requests have a maximum length.
 void Box::Paint() {
   constexpr std::size_t kBandBytes = 64 * 1024;
   const std::size_t rowBytes = std::size_t{picture.width} * 4;

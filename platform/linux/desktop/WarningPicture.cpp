@@ -93,7 +93,7 @@ class Face {
     }
     return static_cast<int>((width + 63) >> 6);
   }
-  // The glyph's coverage bitmap, null when it cannot be drawn.
+  // The glyph with its coverage bitmap; null when it cannot be drawn.
   FT_GlyphSlot Render(char32_t c) const {
     return FT_Load_Char(face, c, FT_LOAD_RENDER) == 0 ? face->glyph : nullptr;
   }
@@ -153,8 +153,7 @@ class Canvas {
     }
   }
 
-  // A triangle with an exclamation mark in a square of the given side; edges smoothed by four by four
-  // samples.
+  // A triangle with an exclamation mark in a square; edges are smoothed with four by four samples.
   void Sign(int left, int top, int side) {
     constexpr int kSamples = 4;
     for (int y = 0; y < side; ++y) {
@@ -200,7 +199,7 @@ std::optional<WarningPicture> DrawWarning(const std::wstring& text, const std::w
     shown = Characters(fallback);
     font = FindFont(shown + U"OK");
   }
-  // Boxes for letters are better than no warning.
+  // Missing letters are better than no warning.
   if (!font) font = FindFont(U"OK");
   if (!font) return std::nullopt;
   const auto scaled = [&](int size) {

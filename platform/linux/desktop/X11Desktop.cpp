@@ -30,13 +30,13 @@ UniqueFd OpenEventFd() {
 
 void Signal(const UniqueFd& eventFd) {
   const std::uint64_t one = 1;
-  // Fails only when the count is at its limit, and then the reader wakes anyway.
+  // Fails only when the count is at its limit; the reader wakes then anyway.
   (void)!write(eventFd.Get(), &one, sizeof one);
 }
 
 }  // namespace
 
-// What is known of one server over one connection.
+// The state of one server, over one connection.
 struct X11Desktop::Session {
   explicit Session(std::unique_ptr<XcbConnection> opened)
       : connection(std::move(opened)), windows(*connection) {
@@ -50,7 +50,7 @@ struct X11Desktop::Session {
     return session->connection->Lost() ? nullptr : std::move(session);
   }
 
-  // Takes the events that have arrived, without a round trip.
+  // Processes the events that have arrived, without a round trip.
   void TakeEvents() {
     while (const XcbEvent event{xcb_poll_for_event(*connection)}) {
       if (IsMonitorEvent(*connection, *event) || IsResourceChange(*event)) monitorsOutdated = true;
@@ -136,7 +136,7 @@ std::vector<WindowId> X11Desktop::TopLevelWindows() {
 
 void X11Desktop::BeginEnumeration() {
   const std::lock_guard lock(mutex);
-  if (enumerating != std::thread::id()) return;  // another thread's answers are not held still, only slower
+  if (enumerating != std::thread::id()) return;  // of another thread: answers here are merely slower
   RefreshWindows();
   enumerating = std::this_thread::get_id();
 }
@@ -206,7 +206,7 @@ void X11Desktop::Watch() {
     try {
       if (const auto connection = XcbConnection::Open(display)) {
         if (!Connected()) {
-          // Outside the lock: a server may take its time to answer.
+          // Outside the lock: a server may be slow to answer.
           auto opened = Session::Open(display);
           const std::lock_guard lock(mutex);
           session = std::move(opened);
@@ -219,16 +219,16 @@ void X11Desktop::Watch() {
       if (Stopping()) return;
       ReportChange();
     } catch (...) {
-      // No memory, or a listener that threw: the next round begins anew.
+      // Out of memory, or the listener threw: try again.
     }
     Pause(nullptr, kReconnectMs);
   }
 }
 
-// Returns when the connection, the session or the watcher has come to its end.
+// Returns when the connection is lost or the session or the watcher ends.
 void X11Desktop::WatchServer(XcbConnection& connection) {
   SelectMonitorEvents(connection, 0);
-  // Once the server has answered, no later change goes unreported; earlier ones show in the first report.
+  // After the server's answer every change is reported; earlier ones are in the first report.
   const XcbReply<xcb_get_input_focus_reply_t> selected(
       xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
   bool changed = true;
@@ -239,7 +239,7 @@ void X11Desktop::WatchServer(XcbConnection& connection) {
     {
       const std::lock_guard lock(mutex);
       if (stopping || !session || connection.Lost()) return;
-      // The session's own event may still be on its way.
+      // The session's connection may not have got the event yet.
       if (changed) session->monitorsOutdated = true;
     }
     if (std::exchange(changed, false)) {

@@ -1,8 +1,8 @@
-// The desktop of an X server. Queries are answered from tables that a connection's events keep current; a
-// watcher thread with a connection of its own tells the listener of display changes, also when nobody asks.
+// The desktop of an X server. Queries are answered from tables that the connection's events keep current. A
+// watcher thread with its own connection reports display changes to the listener.
 //
-// When the server goes, there are no monitors and no windows; the watcher tries to connect again, at most
-// once a second, and both the loss and the return count as display changes.
+// While the server is gone, there are no monitors and no windows. The watcher reconnects, trying at most once
+// a second; the loss and the return are display changes.
 //
 // Threading: callable from any thread. Joins the watcher in its destructor. A listener must not set another.
 #pragma once
@@ -20,7 +20,7 @@ namespace quillmark::layer {
 
 class X11Desktop final : public Desktop {
  public:
-  // `display` as in DISPLAY. A server that cannot be reached is tried again from then on.
+  // `display` as in DISPLAY. A server that cannot be reached is tried again later.
   explicit X11Desktop(std::string display);
   ~X11Desktop() override;
 
@@ -36,14 +36,14 @@ class X11Desktop final : public Desktop {
  private:
   struct Session;
 
-  // Bring the session's tables up to date; false when there is no server. With `mutex` held. The thread
-  // that enumerates takes the tables as they are: a look at the connection is a system call, and it asks
-  // several questions about each window.
+  // Bring the session's tables up to date; false when there is no server. The caller holds `mutex`. The
+  // enumerating thread uses the tables as they are: it asks several questions about each window, and each
+  // look at the connection is a system call.
   bool RefreshMonitors();
   bool RefreshWindows();
-  // Drops a session whose connection is lost, and wakes the watcher to get another.
+  // Drops a session with a lost connection and wakes the watcher to open another.
   bool StillConnected();
-  // Gives each monitor the number it had, or a new one if it is new or its rectangle is.
+  // Gives each monitor its previous number, or a new one if its name or rectangle is new.
   void NumberMonitors();
 
   void Watch();
@@ -51,8 +51,7 @@ class X11Desktop final : public Desktop {
   void ReportChange();
   bool Connected();
   bool Stopping();
-  // Waits for the watcher's wake-up, for input of the connection, or for the time to pass, whichever is
-  // first.
+  // Waits for the wake-up, input from the connection or the time-out, whichever is first.
   void Pause(XcbConnection* connection, int timeoutMs) const;
 
   const std::string display;
@@ -60,7 +59,7 @@ class X11Desktop final : public Desktop {
 
   std::mutex mutex;                    // guards what follows, to the blank line
   std::unique_ptr<Session> session;    // null while there is no server
-  std::thread::id enumerating;         // the thread that does, if one does
+  std::thread::id enumerating;         // the enumerating thread, if any
   std::vector<MonitorFacts> numbered;  // the monitors as last read and numbered
   MonitorId lastNumber = 0;
   bool stopping = false;
@@ -68,7 +67,7 @@ class X11Desktop final : public Desktop {
   std::mutex listenerMutex;  // held while the listener runs, never taken with `mutex` held
   std::function<void()> listener;
 
-  std::vector<MonitorFacts> reported;  // the monitors at the watcher's last report; its own
+  std::vector<MonitorFacts> reported;  // at the watcher's last report; only it uses this
   std::thread watcher;
 };
 

@@ -21,8 +21,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The pointer raises no event on a root window that others cover, so it is asked for while waiting. The
-// question goes out with nothing waiting for its answer, and costs a wake-up, not a wait.
+// The server sends no event for pointer motion over other windows, so the position is polled while waiting
+// for a frame. Nothing blocks on the reply.
 constexpr auto kPointerInterval = std::chrono::milliseconds(16);
 
 class X11Duplication final : public Duplication {
@@ -75,7 +75,7 @@ HRESULT X11Duplication::Start(X11Transport best) {
   if (!connection->IsBgrx()) return DXGI_ERROR_UNSUPPORTED;
   if (!connection->Has(xcb_damage_id) || !connection->Has(xcb_xfixes_id)) return DXGI_ERROR_UNSUPPORTED;
   damageEvent = xcb_get_extension_data(*connection, &xcb_damage_id)->first_event;
-  // Both want to be asked for their versions before anything else.
+  // Both extensions require a version query first.
   const auto damageVersion = xcb_damage_query_version(*connection, 1, 1);
   const auto fixesVersion = xcb_xfixes_query_version(*connection, 2, 0);
   const XcbReply<xcb_damage_query_version_reply_t> gotDamage(
@@ -84,7 +84,7 @@ HRESULT X11Duplication::Start(X11Transport best) {
       xcb_xfixes_query_version_reply(*connection, fixesVersion, nullptr));
   if (!gotDamage || !gotFixes || gotFixes->major_version < 2) return DXGI_ERROR_UNSUPPORTED;
 
-  // Events first, so that no change is missed between a look at the screen and the next one.
+  // Events are selected first, so that no change after the look at the screen is missed.
   randr = SelectMonitorEvents(*connection, 0);
   const auto layout = ReadMonitors(*connection, randr);
   if (!layout || area.x < 0 || area.y < 0 || area.x + area.width > layout->rootWidth ||
@@ -119,8 +119,8 @@ HRESULT X11Duplication::Acquire(std::uint32_t timeoutMs) {
 
 HRESULT X11Duplication::WaitForFrame(Clock::time_point deadline) {
   for (;;) {
-    // What arrived is read first. Taking the pointer's answer may read more events, which then lie in XCB's
-    // own queue, where waiting for the descriptor would not see them.
+    // Taking the pointer's reply may read more events into XCB's queue, where polling the descriptor would
+    // not see them.
     TakeEvents(/*fromServer=*/true);
     TakePointer();
     TakeEvents(/*fromServer=*/false);
@@ -130,7 +130,7 @@ HRESULT X11Duplication::WaitForFrame(Clock::time_point deadline) {
     if (damageReported || !started) {
       const HRESULT fetched = FetchDamage();
       if (fetched != S_FALSE) return fetched;
-      continue;  // the damage was elsewhere; events may have come in meanwhile
+      continue;  // the damage was elsewhere; events may have arrived meanwhile
     }
     if (pointerMoved) return S_OK;
 
@@ -145,8 +145,7 @@ HRESULT X11Duplication::WaitForFrame(Clock::time_point deadline) {
   }
 }
 
-// Everything damaged so far is taken out of the damage before it is copied: what is drawn in between is
-// copied twice then, never missed.
+// The damage is reset before it is copied: what is drawn in between is copied twice, never missed.
 HRESULT X11Duplication::FetchDamage() {
   damageReported = false;
   xcb_damage_subtract(*connection, damage, XCB_NONE, damaged);
@@ -165,7 +164,7 @@ void X11Duplication::TakeEvents(bool fromServer) {
     if (!event) return;
     const int type = event->response_type & 0x7F;
     if (type == 0) {
-      lost = true;  // an error: the server refuses what it took when the duplication was opened
+      lost = true;  // an error: the server now refuses what it accepted at the start
     } else if (type == damageEvent + XCB_DAMAGE_NOTIFY) {
       damageReported = true;
     } else if (IsMonitorEvent(*connection, *event)) {
@@ -189,7 +188,7 @@ void X11Duplication::TakePointer() {
   const XcbReply<xcb_query_pointer_reply_t> pointer(static_cast<xcb_query_pointer_reply_t*>(answer));
   if (!pointer) return;
   const bool moved = pointerKnown && (pointer->root_x != pointerX || pointer->root_y != pointerY);
-  // Leaving the monitor is motion on it as well.
+  // Leaving the monitor counts as motion on it.
   if (moved && (Contains(pointerX, pointerY) || Contains(pointer->root_x, pointer->root_y))) {
     pointerMoved = true;
   }
@@ -202,7 +201,7 @@ bool X11Duplication::Contains(int x, int y) const {
   return x >= area.x && x < area.x + area.width && y >= area.y && y < area.y + area.height;
 }
 
-// Whether the root window still has its size, and a monitor the same rectangle.
+// Whether the root window's size and the monitor's rectangle are still the same.
 bool X11Duplication::MonitorIsUnchanged() {
   screenChanged = false;
   const auto layout = ReadMonitors(*connection, randr);

@@ -1,11 +1,11 @@
-// The frames of one monitor of an X server: an image of the monitor that follows the screen by fetching only
-// what the server reports as damaged.
+// The frames of one monitor of an X server: an image of the monitor, updated only where the server reports
+// damage.
 //
-// Where the server shares pixmaps, the image is one of them: the server itself copies the damage into it,
-// clipped to the damaged region, and the reply that tells what was damaged says that it has done so.
-// Elsewhere bands of whole rows are fetched, through shared memory where there is any.
+// If the server shares pixmaps, the image is one: the server copies the damaged region into it, and has done
+// so when its reply with that region arrives. Otherwise bands of whole rows are fetched, through shared
+// memory if possible.
 //
-// Threading: each duplication has a connection of its own; one thread at a time may use it.
+// Threading: one thread at a time for each duplication, which has its own connection.
 #pragma once
 
 #include <memory>
@@ -14,14 +14,14 @@
 
 namespace quillmark::layer {
 
-// How pixels come from the server, the best way first. A server that lacks one is served in the next.
+// How pixels are fetched, the best way first. If the server lacks one, the next is used.
 enum class X11Transport { SharedPixmap, SharedImage, PlainImage };
 
-// Opens the display named by DISPLAY and follows the monitor's rectangle; the server delivers it upright, so
-// the monitor's rotation is not looked at. `rootOrigin` is where the desktop's (0, 0) lies on the root
-// window, root pixels. DXGI_ERROR_ACCESS_LOST when there is no server or the monitor does not lie on its root
-// window, DXGI_ERROR_UNSUPPORTED when the screen is not 32-bit little-endian BGRX or the server cannot report
-// damage, E_OUTOFMEMORY when there is no memory for the image.
+// Opens the display named by DISPLAY and follows the monitor's rectangle. The monitor's rotation is ignored:
+// the server delivers images upright. `rootOrigin` is the desktop's (0, 0) in root pixels.
+// DXGI_ERROR_ACCESS_LOST if there is no server or the monitor is not within its root window;
+// DXGI_ERROR_UNSUPPORTED if the screen is not 32-bit BGRX or the server cannot report damage; E_OUTOFMEMORY
+// without memory for the image.
 HRESULT OpenX11Duplication(const MonitorFacts& monitor, POINT rootOrigin, std::unique_ptr<Duplication>& out,
                            X11Transport best = X11Transport::SharedPixmap);
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kAllPlanes = 0xFFFFFFFF;
 
-// The rows that the rectangles touch, as rectangles of the area's full width, each row once.
+// The rows touched by the rectangles, as bands of the area's full width without overlap.
 std::vector<xcb_rectangle_t> WholeRows(const xcb_rectangle_t* rectangles, int count,
                                        const xcb_rectangle_t& area) {
   std::vector<xcb_rectangle_t> bands;
@@ -53,8 +53,8 @@ std::unique_ptr<X11FrameImage> X11FrameImage::Make(XcbConnection& connection, co
   return image;
 }
 
-// The server allocates the memory: every local server of the last decade can, and nothing is left behind when
-// either side dies.
+// The server allocates the memory: every local server of the last decade can, and none leaks when a side
+// dies.
 void X11FrameImage::ShareMemory(bool pixmapToo) {
   if (!connection.Has(xcb_shm_id)) return;
   const XcbReply<xcb_shm_query_version_reply_t> version(
@@ -97,13 +97,13 @@ ImageView X11FrameImage::View() const {
 
 HRESULT X11FrameImage::Fetch(xcb_xfixes_region_t region) {
   if (pixmap != 0) {
-    // The clip is in pixels of the pixmap, the region in those of the root window.
+    // The clip is in the pixmap's coordinates, the region in the root window's.
     xcb_xfixes_set_gc_clip_region(connection, copyContext, region, static_cast<std::int16_t>(-area.x),
                                   static_cast<std::int16_t>(-area.y));
     xcb_copy_area(connection, connection.Root(), pixmap, copyContext, area.x, area.y, 0, 0, area.width,
                   area.height);
   }
-  // Its reply follows the copy, so that the pixels are here when it is.
+  // The reply follows the copy, so the pixels have arrived when it does.
   const auto asked = xcb_xfixes_fetch_region(connection, region);
   const XcbReply<xcb_xfixes_fetch_region_reply_t> damage(
       xcb_xfixes_fetch_region_reply(connection, asked, nullptr));

@@ -1,4 +1,4 @@
-// The persistent image of a rectangle of the root window, and the ways its pixels come from the server.
+// The persistent image of a rectangle of the root window, updated from the server.
 //
 // Threading: one thread at a time, the connection's.
 #pragma once
@@ -21,7 +21,7 @@ namespace quillmark::layer {
 
 class X11FrameImage {
  public:
-  // `area` is in root pixels and lies on the root window. Null when there is no memory.
+  // `area` is in root pixels, within the root window. Null without memory for it.
   static std::unique_ptr<X11FrameImage> Make(XcbConnection& connection, const xcb_rectangle_t& area,
                                              X11Transport best);
   ~X11FrameImage();
@@ -30,13 +30,13 @@ class X11FrameImage {
 
   ImageView View() const;
 
-  // Fetches what the region covers, root pixels within the area. S_OK, S_FALSE when the region is empty,
-  // DXGI_ERROR_ACCESS_LOST when the server refuses or is gone.
+  // Updates the pixels in the region, which is in root pixels within the area. S_OK; S_FALSE if the region is
+  // empty; DXGI_ERROR_ACCESS_LOST if the server refuses or is gone.
   HRESULT Fetch(xcb_xfixes_region_t region);
 
  private:
   X11FrameImage(XcbConnection& toServer, const xcb_rectangle_t& ofArea);
-  // These two leave things as they are where the server cannot do it.
+  // These do nothing when the server cannot share.
   void ShareMemory(bool pixmapToo);
   void SharePixmap();
   HRESULT FetchRows(const std::vector<xcb_rectangle_t>& bands);
@@ -46,8 +46,8 @@ class X11FrameImage {
   const std::size_t pitch;  // bytes
   const std::size_t length;
   void* pixels = nullptr;          // `length` bytes, mapped
-  xcb_shm_seg_t segment = 0;       // 0 where the memory is not shared
-  xcb_pixmap_t pixmap = 0;         // 0 where the server shares none
+  xcb_shm_seg_t segment = 0;       // 0 when the memory is not shared
+  xcb_pixmap_t pixmap = 0;         // 0 when the server shares none
   xcb_gcontext_t copyContext = 0;  // copies from the root window to the pixmap
 };
 

@@ -106,7 +106,7 @@ std::optional<MonitorLayout> ReadMonitors(XcbConnection& connection, bool randr)
   std::erase_if(layout.monitors, [](const MonitorFacts& monitor) { return Empty(monitor.rect); });
   if (layout.monitors.empty()) return layout;
 
-  // Exactly one monitor is the primary one: the first that is marked, else the first of all.
+  // Exactly one monitor is primary: the first one marked, or else the first of all.
   auto primary = std::ranges::find_if(layout.monitors, &MonitorFacts::primary);
   if (primary == layout.monitors.end()) primary = layout.monitors.begin();
   for (MonitorFacts& monitor : layout.monitors) monitor.primary = false;

@@ -24,8 +24,8 @@ std::wstring FromLatin1(std::string_view latin1) {
   return wide;
 }
 
-// The part before the first change of character set, which is Latin-1. The rest would take the tables of
-// every legacy set; a client that needs them has set _NET_WM_NAME for decades.
+// The part before the first change of character set, which is Latin-1. The rest would need tables of every
+// legacy set; clients that use them have set _NET_WM_NAME for decades.
 std::wstring FromCompoundText(std::string_view compound) {
   constexpr char kEscape = 0x1B;
   return FromLatin1(compound.substr(0, compound.find(kEscape)));
@@ -43,7 +43,7 @@ RECT Enlarged(const RECT& r, LONG left, LONG right, LONG top, LONG bottom) {
 
 }  // namespace
 
-// Everything asked of the server about one window.
+// The requests about one window.
 struct X11Windows::Requests {
   WindowId window;
   xcb_get_window_attributes_cookie_t attributes;
@@ -110,14 +110,14 @@ void X11Windows::NoteProperty(const xcb_property_notify_event_t& event) {
 }
 
 void X11Windows::Note(const xcb_generic_event_t& event) {
-  // Of the structure events each has the window concerned as its second window, after the one that reports.
+  // In every structure event, the first window is the one that reports and the second the one that changed.
   switch (event.response_type & 0x7F) {
     case XCB_PROPERTY_NOTIFY:
       NoteProperty(reinterpret_cast<const xcb_property_notify_event_t&>(event));
       return;
     case XCB_DESTROY_NOTIFY: {
-      // Forgotten at once: its number may be another window's already, whose events are yet to be asked for.
-      // Without the sign of life, whatever the properties say is the word of a dead window manager.
+      // Forgotten at once: its id may already be that of a new window, whose events have not been selected.
+      // Without the check window, the properties are those of a dead window manager.
       const xcb_window_t gone = reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window;
       if (entries.erase(gone) > 0 || gone == checkWindow || !managed) listOutdated = true;
       return;
@@ -153,7 +153,7 @@ void X11Windows::ReadList() {
   const auto clients = Take(connection, stackingRequest);
   const XcbReply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(connection, treeRequest, nullptr));
 
-  // A window manager is alive when the window it has named exists and names itself.
+  // A window manager is running if the check window exists and names itself.
   checkWindow = check.empty() ? 0 : check.front();
   bool alive = false;
   if (checkWindow != 0) {
@@ -165,7 +165,7 @@ void X11Windows::ReadList() {
     alive = !own.empty() && own.front() == checkWindow;
   }
   const bool believed = alive && clients && clients->type == XCB_ATOM_WINDOW;
-  // What counts as iconic depends on it.
+  // Whether a window is iconic depends on it.
   if (believed != managed) {
     for (auto& [id, entry] : entries) entry.outdated = true;
   }
@@ -187,7 +187,7 @@ void X11Windows::ReadList() {
     if (old) {
       kept.insert(std::move(old));
     } else if (kept.try_emplace(window).second) {
-      // Before its properties are asked for, so that no later change of them goes unseen.
+      // Before its properties are read, so that no later change is missed.
       const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
       xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &events);
     }
@@ -239,7 +239,7 @@ X11Windows::Requests X11Windows::Ask(WindowId window, const Entry& entry) {
   r.netState = property(atoms.netState, XCB_ATOM_ATOM, kMaxStates);
   r.frameExtents = property(atoms.frameExtents, XCB_ATOM_CARDINAL, 4);
   r.gtkExtents = property(atoms.gtkExtents, XCB_ATOM_CARDINAL, 4);
-  // A window never changes its process.
+  // A window's process never changes.
   r.asksProcess = entry.facts.processId == 0;
   if (r.asksProcess) {
     r.pid = property(atoms.pid, XCB_ATOM_CARDINAL, 1);
@@ -276,7 +276,7 @@ bool X11Windows::Read(Requests& r, Entry& entry) {
         processId = *xcb_res_client_id_value_value(it.data);
     }
   }
-  // The server tells a process even for a window that has gone, so all of it waits for this.
+  // The server reports a process even for a window that is gone, so nothing is stored before this check.
   if (!attributes || !geometry || !origin || !tree) return false;
 
   entry.outdated = false;
@@ -290,7 +290,7 @@ bool X11Windows::Read(Requests& r, Entry& entry) {
   if (managed) {
     facts.iconic = (!state.empty() && state.front() == kIconicState) ||
                    std::ranges::find(netState, atoms.hidden) != netState.end();
-    // The platform takes a window for visible until somebody hides it; to minimise is not to hide.
+    // On the platform a window is visible until it is hidden, and minimising is not hiding.
     facts.visible = facts.visible || facts.iconic;
   } else {
     facts.iconic = attributes->map_state == XCB_MAP_STATE_UNMAPPED;
@@ -311,7 +311,7 @@ bool X11Windows::Read(Requests& r, Entry& entry) {
   const auto extent = [](const std::vector<std::uint32_t>& extents, std::size_t side) {
     return extents.size() == 4 ? static_cast<LONG>(std::min<std::uint32_t>(extents[side], 0x7FFF)) : 0;
   };
-  // A window that draws its own shadow has it inside its rectangle.
+  // The rectangle of a window that draws its own shadow includes it.
   facts.client =
       Enlarged(facts.client, -extent(shadow, 0), -extent(shadow, 1), -extent(shadow, 2), -extent(shadow, 3));
   const LONG border = geometry->border_width;
@@ -320,7 +320,7 @@ bool X11Windows::Read(Requests& r, Entry& entry) {
   return true;
 }
 
-// Follows the parents up to the root window's child, all windows a step at a time.
+// Follows the parents up to the root window's child, one step at a time for all windows.
 void X11Windows::FindFrames(const std::vector<WindowId>& windows) {
   std::vector<std::pair<WindowId, xcb_window_t>> climbing;
   for (const WindowId window : windows) {

@@ -1,9 +1,9 @@
 // The top-level windows of an X screen, as a table that events keep current: an event marks a window or the
-// list as outdated, and only what is marked is read again, all of it in one go. Asking while nothing happens
-// costs no round trip.
+// list as outdated, and everything marked is read again at once. While nothing happens, a query costs no
+// round trip.
 //
-// While a window manager is alive its stacking list tells which windows there are; the properties of a dead
-// one are not believed, and the root window's children are the list.
+// While a window manager is running, its stacking list says which windows exist. The properties of a dead one
+// are ignored, and the root window's children are the list.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -27,14 +27,14 @@ class X11Windows {
 
   explicit X11Windows(XcbConnection& connection);
 
-  // To be given every event of the connection.
+  // Takes every event of the connection.
   void Note(const xcb_generic_event_t& event);
-  // Reads again what the noted events have outdated. Meaningless once the connection is lost.
+  // Reads what the events have outdated. Meaningless once the connection is lost.
   void Refresh();
 
   // Topmost first.
   const std::vector<WindowId>& Order() const { return order; }
-  // Null for what is none of them. The rectangles are in root pixels.
+  // Null if there is no such window. The rectangles are in root pixels.
   const WindowFacts* Find(WindowId window) const;
 
  private:
@@ -46,14 +46,14 @@ class X11Windows {
     WindowFacts facts;
     bool outdated = true;
     xcb_window_t parent = 0;
-    xcb_window_t frame = 0;  // the root window's child that holds it, itself when it has no frame
-    bool listed = false;  // one of the windows that people see as such: no menu, tooltip, input-only helper
+    xcb_window_t frame = 0;  // the root window's child that contains it; itself without a frame
+    bool listed = false;     // not a menu, a tooltip or an input-only window
   };
   struct Requests;
 
   void ReadAtoms();
   void NoteProperty(const xcb_property_notify_event_t& event);
-  // Marks the window itself or the windows that the frame holds.
+  // Marks the window, or the windows in the frame.
   void Outdate(xcb_window_t window);
   void ReadList();
   void ReadEntries();
@@ -66,8 +66,8 @@ class X11Windows {
   Atoms atoms{};
   bool xres = false;
   bool listOutdated = true;
-  bool managed = false;          // a window manager is alive
-  xcb_window_t checkWindow = 0;  // the window that it has named as its sign of life
+  bool managed = false;          // a window manager is running
+  xcb_window_t checkWindow = 0;  // the window manager's check window
   std::map<WindowId, Entry> entries;
   std::vector<WindowId> stacking;  // topmost first, unlisted windows included
   std::vector<WindowId> order;

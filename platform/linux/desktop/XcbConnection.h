@@ -1,4 +1,4 @@
-// A connection to an X server and its preferred screen, with owners for what XCB hands out.
+// A connection to an X server's preferred screen, and owners for XCB's replies and events.
 //
 // Threading: constant after construction; XCB serialises the use of a connection itself.
 #pragma once
@@ -43,7 +43,7 @@ class XcbConnection {
   operator xcb_connection_t*() const { return handle; }
   xcb_window_t Root() const { return screen->root; }
   std::uint8_t RootDepth() const { return screen->root_depth; }
-  // Whether the root window's pixels have 32 bits: blue, green, red and one that means nothing.
+  // Whether the root window's pixels are four bytes: blue, green, red and a meaningless one.
   bool IsBgrx() const {
     const xcb_setup_t& setup = *xcb_get_setup(handle);
     if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
@@ -69,8 +69,7 @@ class XcbConnection {
  private:
   explicit XcbConnection(xcb_connection_t* opened) : handle(opened) {}
 
-  // One at a time in the process: the authorisation library keeps its file's name in one buffer for all
-  // threads.
+  // One at a time: the authorisation library keeps its file's name in one buffer for all threads.
   static xcb_connection_t* Connect(const std::string& display, int& screenNumber) {
     static std::mutex connecting;
     const std::lock_guard lock(connecting);
@@ -78,10 +77,10 @@ class XcbConnection {
   }
 
   xcb_connection_t* handle;
-  const xcb_screen_t* screen = nullptr;  // the preferred one, in the connection's setup data
+  const xcb_screen_t* screen = nullptr;  // in the connection's setup data
 };
 
-// The 32-bit items of a property's reply, none when there is no reply or it has another format.
+// The 32-bit items of a property; none if there is no reply or it has another format.
 inline std::vector<std::uint32_t> Items32(const xcb_get_property_reply_t* property) {
   if (property == nullptr || property->format != 32) return {};
   std::vector<std::uint32_t> items(property->value_len);
@@ -89,7 +88,7 @@ inline std::vector<std::uint32_t> Items32(const xcb_get_property_reply_t* proper
   return items;
 }
 
-// The bytes of a property's reply, none when there is no reply or it has another format.
+// The bytes of a property; none if there is no reply or it has another format.
 inline std::string Text8(const xcb_get_property_reply_t* property) {
   if (property == nullptr || property->format != 8) return {};
   return {static_cast<const char*>(xcb_get_property_value(property)), property->value_len};

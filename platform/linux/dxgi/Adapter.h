@@ -1,5 +1,4 @@
-// The one adapter of the layer and its outputs, one for each monitor that the desktop had when the factory
-// was made.
+// The layer's one adapter and its outputs, one for each monitor that existed when the factory was created.
 //
 // Threading: callable from any thread; nothing changes after construction.
 #pragma once

@@ -1,5 +1,4 @@
-// What every component object has: a reference count, which starts at one and ends the object at zero, and
-// the answer to queries for interfaces.
+// The base of component objects: counts references, starting with one, and answers queries for interfaces.
 //
 // Threading: references may be counted from any thread.
 #pragma once
@@ -29,7 +28,7 @@ class ComObject : public First, public More... {
   ULONG AddRef() final { return references.fetch_add(1, std::memory_order_relaxed) + 1; }
 
   ULONG Release() final {
-    // Pairs with itself: the last release sees what the others did to the object before theirs.
+    // Pairs with itself: the last release sees what other threads did before theirs.
     const ULONG left = references.fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (left == 0) delete this;
     return left;
@@ -38,14 +37,14 @@ class ComObject : public First, public More... {
  protected:
   ~ComObject() override = default;
 
-  // The interface of that id, other than IUnknown; null when the object has not got it.
+  // The interface with this id, other than IUnknown; null when the object lacks it.
   virtual void* Find(REFIID) { return nullptr; }
 
  private:
   std::atomic<ULONG> references{1};
 };
 
-// Makes an object and gives its one reference away.
+// Creates an object and hands out its one reference.
 template <typename Object, typename Interface, typename... Arguments>
 HRESULT Give(Interface** target, Arguments&&... arguments) {
   *target = new Object(std::forward<Arguments>(arguments)...);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr UINT kLargestSide = 16384;  // of a texture at feature level 11
 
-// The one kind of texture there is: a single BGRA image that the processor reads.
+// The only kind of texture: a single BGRA image that the processor can read.
 bool IsStagingImage(const D3D11_TEXTURE2D_DESC& desc) {
   return desc.Width >= 1 && desc.Width <= kLargestSide && desc.Height >= 1 && desc.Height <= kLargestSide &&
          desc.MipLevels == 1 && desc.ArraySize == 1 && desc.Format == DXGI_FORMAT_B8G8R8A8_UNORM &&
@@ -31,8 +31,7 @@ void* StagingTexture::Find(REFIID id) {
 void DeviceContext::CopyResource(ID3D11Resource* destination, ID3D11Resource* source) {
   auto* const staging = dynamic_cast<StagingTexture*>(destination);
   const auto* const texture = dynamic_cast<const FrameTexture*>(source);
-  // The call cannot report failure; as on the platform, resources that do not fit each other stay as they
-  // are.
+  // The call cannot report failure. As on the platform, it does nothing if the resources do not match.
   if (staging == nullptr || texture == nullptr || staging->mapped) return;
   const Duplication& frames = *texture->frame.source->duplication;
   if (frames.Width() == staging->width && frames.Height() == staging->height) staging->frame = texture->frame;

@@ -1,5 +1,4 @@
-// The graphics device, as far as frames need one: it makes staging textures, copies frames to them and maps
-// them for reading.
+// The graphics device: creates staging textures, copies frames to them and maps them for reading.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -18,7 +17,7 @@ class StagingTexture final : public ComObject<ID3D11Texture2D> {
   StagingTexture(UINT textureWidth, UINT textureHeight) : width(textureWidth), height(textureHeight) {}
 
   const UINT width, height;
-  FrameName frame;  // copied last
+  FrameName frame;  // the last one copied here
   bool mapped = false;
 
  protected:

@@ -1,6 +1,6 @@
-// The duplication of an output and the textures its frames pass through. Nothing is copied on the way: the
-// texture of a frame names the frame, CopyResource hands that name to the staging texture, and Map gives the
-// desktop's own image. So a frame can be mapped only while it is held.
+// The duplication of an output and the textures of its frames. No pixels are copied: a frame's texture refers
+// to the frame, CopyResource passes the reference to the staging texture, and Map returns the desktop's
+// image. So a frame can be mapped only while it is held.
 //
 // Threading: one thread at a time for a duplication and everything made from it.
 #pragma once
@@ -16,14 +16,14 @@
 
 namespace quillmark::layer {
 
-// The desktop's frames, shared by the objects that name them.
+// The desktop's frames, shared by the objects that refer to them.
 struct FrameSource {
   std::unique_ptr<Duplication> duplication;
-  std::uint64_t acquired = 0;  // number of the frame acquired last
+  std::uint64_t acquired = 0;  // number of the last frame acquired
   bool held = false;
 };
 
-// One frame by its number; an empty source names none.
+// Refers to a frame by its number; to none if the source is null.
 struct FrameName {
   std::shared_ptr<FrameSource> source;
   std::uint64_t number = 0;

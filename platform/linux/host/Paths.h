@@ -1,4 +1,4 @@
-// Paths of the host: of files that the product names, and of the programs of processes.
+// Host paths of files named by the product and of processes' programs.
 //
 // Threading: any thread.
 #pragma once
@@ -8,12 +8,12 @@
 
 namespace quillmark::layer {
 
-// The UTF-8 path for a path of the product, in which backslashes separate as in ".\\probe_log.txt". Empty for
-// text that can name no file.
+// The UTF-8 path for a path with backslashes, such as ".\\probe_log.txt". Empty for text that is no file
+// name.
 std::string HostPath(std::wstring_view path);
 
-// Path of the program of a process, given by its number or "self"; empty with errno when it cannot be read.
-// A program file that has been replaced since is named as if it were still there.
+// The path of a process's program; the process is given by its number or "self". Empty, with errno, when it
+// cannot be read. If the file has been replaced, its old path.
 std::string ProgramOfProcess(const std::string& process);
 
 }  // namespace quillmark::layer

@@ -1,5 +1,5 @@
-// Linked into a program: fills the places of standard streams that it was started without. Otherwise the next
-// files that it opens, such as a shared object's, would get descriptors 0 to 2, and what is printed.
+// Linked into a program: opens the standard descriptors that it was started without. Otherwise the next files
+// that it opens, such as a shared object's, would get descriptors 0 to 2, and with them the program's output.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -7,8 +7,8 @@
 
 namespace {
 
-// Before other initialisation, which may open files. The modes are the wrong way round, so that reading and
-// writing fail as they do on a closed descriptor.
+// Runs before other initialisation, which may open files. The access modes are reversed, so that reading and
+// writing fail as on a closed descriptor.
 [[gnu::constructor(101)]] void FillStandardDescriptors() {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(fd, F_GETFD) >= 0) continue;

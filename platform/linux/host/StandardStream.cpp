@@ -16,7 +16,7 @@
 namespace quillmark::layer {
 namespace {
 
-// Hands the bytes to `take`, which writes some of them or fails; how many it took.
+// Passes the bytes to `take`, which writes some of them or fails; returns how many were written.
 template <typename Take>
 std::size_t WriteWhatFits(std::string_view bytes, Take take) {
   std::size_t done = 0;
@@ -43,7 +43,7 @@ bool HasRoom(int fd) {
 std::size_t WriteWithoutWaiting(int fd, std::string_view bytes) {
   struct stat facts {};
   if (::fstat(fd, &facts) != 0) return 0;
-  if (S_ISREG(facts.st_mode)) return WriteTo(fd, bytes);  // another open file would have a place of its own
+  if (S_ISREG(facts.st_mode)) return WriteTo(fd, bytes);  // opened again, it would have its own position
   if (S_ISSOCK(facts.st_mode)) {
     return WriteWhatFits(bytes, [fd](std::string_view rest) {
       return ::send(fd, rest.data(), rest.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
@@ -60,7 +60,8 @@ std::size_t WriteWithoutWaiting(int fd, std::string_view bytes) {
 }  // namespace
 
 StandardStream& StandardStream::Output() {
-  static auto* output = new StandardStream(STDOUT_FILENO);  // never destroyed: threads print to the very end
+  static auto* output =
+      new StandardStream(STDOUT_FILENO);  // never destroyed: threads print until the process ends
   return *output;
 }
 

@@ -1,10 +1,10 @@
-// Standard output or standard error, written to without ever blocking: when nobody reads the pipe, or the
+// Standard output or standard error, written to without ever blocking: if nobody reads the pipe or the
 // terminal is stopped, lines are lost and counted.
 //
-// The mode of the descriptor stays as it is, since other processes share it: pipes and terminals are opened
-// once more, without blocking, for each line. So a line of up to 4 KiB goes into a pipe whole or not at all,
-// whoever else writes there. Where opening is not allowed (a pipe of another user), the stream is asked for
-// room first; another writer can then still take that room in between.
+// The descriptor's mode does not change, since other processes share it: pipes and terminals are opened
+// again, non-blocking, for each line. So a line of up to 4 KiB goes into a pipe whole or not at all, even
+// with other writers. If opening is not allowed (another user's pipe), the stream is polled for room first,
+// and another writer may then take that room.
 //
 // Threading: any thread; lines of several threads do not mix.
 #pragma once
@@ -23,9 +23,10 @@ class StandardStream {
   StandardStream(const StandardStream&) = delete;
   StandardStream& operator=(const StandardStream&) = delete;
 
-  // Writes a line with its line end; how many of its bytes were taken. A torn line is ended before the next.
+  // Writes a line, line end included; returns how many bytes were written. A torn line is ended before the
+  // next.
   std::size_t Write(std::string_view line);
-  // Lines lost, whole or in part.
+  // Lines lost in whole or in part.
   std::uint64_t LostLines() const;
 
  private:

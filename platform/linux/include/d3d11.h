@@ -1,5 +1,5 @@
-// The part of the platform's graphics device that reads duplicated frames back, for Linux: a device, staging
-// textures, copying and mapping. Rows in ../README.md.
+// The part of the platform's graphics device that reads duplicated frames, for Linux: a device, staging
+// textures, copying and mapping. Described in ../README.md.
 #pragma once
 
 #include <dxgi1_2.h>
@@ -17,7 +17,6 @@ enum D3D_FEATURE_LEVEL {
 };
 enum D3D11_CREATE_DEVICE_FLAG { D3D11_CREATE_DEVICE_BGRA_SUPPORT = 0x20 };
 enum D3D11_USAGE {
-  D3D11_USAGE_DEFAULT = 0,
   D3D11_USAGE_STAGING = 3,
 };
 enum D3D11_CPU_ACCESS_FLAG { D3D11_CPU_ACCESS_READ = 0x20000 };

@@ -1,5 +1,5 @@
 // The part of the platform's graphics infrastructure that desktop duplication needs, for Linux: adapters,
-// their outputs, and the frames of an output. Rows in ../README.md.
+// their outputs, and the frames of an output. Described in ../README.md.
 #pragma once
 
 #include <unknwn.h>
@@ -13,10 +13,9 @@
 #define DXGI_ERROR_WAIT_TIMEOUT (static_cast<HRESULT>(0x887A0027u))
 
 enum DXGI_FORMAT {
-  DXGI_FORMAT_UNKNOWN = 0,
   DXGI_FORMAT_B8G8R8A8_UNORM = 87,
 };
-// How far the output's picture is turned clockwise to stand upright on the desktop.
+// The clockwise rotation from the output's image to the desktop.
 enum DXGI_MODE_ROTATION {
   DXGI_MODE_ROTATION_UNSPECIFIED = 0,
   DXGI_MODE_ROTATION_IDENTITY = 1,
@@ -24,13 +23,7 @@ enum DXGI_MODE_ROTATION {
   DXGI_MODE_ROTATION_ROTATE180 = 3,
   DXGI_MODE_ROTATION_ROTATE270 = 4,
 };
-enum DXGI_MODE_SCANLINE_ORDER { DXGI_MODE_SCANLINE_ORDER_UNSPECIFIED = 0 };
-enum DXGI_MODE_SCALING { DXGI_MODE_SCALING_UNSPECIFIED = 0 };
 
-struct DXGI_RATIONAL {
-  UINT Numerator;
-  UINT Denominator;
-};
 struct DXGI_SAMPLE_DESC {
   UINT Count;
   UINT Quality;
@@ -38,10 +31,7 @@ struct DXGI_SAMPLE_DESC {
 struct DXGI_MODE_DESC {
   UINT Width;
   UINT Height;
-  DXGI_RATIONAL RefreshRate;
   DXGI_FORMAT Format;
-  DXGI_MODE_SCANLINE_ORDER ScanlineOrdering;
-  DXGI_MODE_SCALING Scaling;
 };
 struct DXGI_OUTPUT_DESC {
   WCHAR DeviceName[32];
@@ -51,23 +41,11 @@ struct DXGI_OUTPUT_DESC {
   HMONITOR Monitor;
 };
 struct DXGI_OUTDUPL_DESC {
-  DXGI_MODE_DESC ModeDesc;  // of the picture as the output delivers it, not turned
+  DXGI_MODE_DESC ModeDesc;  // of the image as the output delivers it, not rotated
   DXGI_MODE_ROTATION Rotation;
-  BOOL DesktopImageInSystemMemory;
-};
-struct DXGI_OUTDUPL_POINTER_POSITION {
-  POINT Position;
-  BOOL Visible;
 };
 struct DXGI_OUTDUPL_FRAME_INFO {
-  LARGE_INTEGER LastPresentTime;
-  LARGE_INTEGER LastMouseUpdateTime;
   UINT AccumulatedFrames;
-  BOOL RectsCoalesced;
-  BOOL ProtectedContentMaskedOut;
-  DXGI_OUTDUPL_POINTER_POSITION PointerPosition;
-  UINT TotalMetadataBufferSize;
-  UINT PointerShapeBufferSize;
 };
 
 struct IDXGIResource : IUnknown {};

@@ -1,4 +1,4 @@
-// Path helpers that the product calls. Rows in ../README.md.
+// Path helpers that the product calls. Described in ../README.md.
 #pragma once
 
 #include <windows.h>

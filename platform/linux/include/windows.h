@@ -1,6 +1,6 @@
-// The part of the platform's kernel and user interface that the product calls, for Linux. Every function
-// declared here is implemented in this layer; ../README.md has a row for each: what it honours, how it
-// fails, where it deviates.
+// The part of the platform's kernel and user interface that the product uses, for Linux. Every function
+// declared here is implemented in this layer and described in ../README.md: what it honours, how it fails,
+// where it deviates. Structures have only the fields that are used.
 //
 // Text is UTF-16 in wchar_t: one code unit in each 32-bit wchar_t, never above 0xFFFF.
 #pragma once
@@ -9,11 +9,10 @@
 #include <cstdint>
 #include <cwchar>
 
-// -- calling conventions, which this host does not have ------------------------------------------------
+// -- calling conventions, which this host lacks --------------------------------------------------------
 
 #define WINAPI
 #define CALLBACK
-#define APIENTRY
 
 // -- basic types ---------------------------------------------------------------------------------------
 
@@ -22,7 +21,6 @@ using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using UINT = std::uint32_t;
-using INT = std::int32_t;
 using LONG = std::int32_t;
 using ULONG = std::uint32_t;
 using LONGLONG = std::int64_t;
@@ -30,8 +28,7 @@ using ULONGLONG = std::uint64_t;
 using SIZE_T = std::size_t;
 using LONG_PTR = std::intptr_t;
 using ULONG_PTR = std::uintptr_t;
-using UINT_PTR = std::uintptr_t;
-using WPARAM = UINT_PTR;
+using WPARAM = std::uintptr_t;
 using LPARAM = LONG_PTR;
 using LRESULT = LONG_PTR;
 using ATOM = WORD;
@@ -53,8 +50,6 @@ struct HMONITOR__;
 struct HINSTANCE__;
 struct HDC__;
 struct HMENU__;
-struct HICON__;
-struct HBRUSH__;
 struct DPI_AWARENESS_CONTEXT__;
 using HWND = HWND__*;
 using HMONITOR = HMONITOR__*;
@@ -62,9 +57,6 @@ using HINSTANCE = HINSTANCE__*;
 using HMODULE = HINSTANCE;
 using HDC = HDC__*;
 using HMENU = HMENU__*;
-using HICON = HICON__*;
-using HCURSOR = HICON;
-using HBRUSH = HBRUSH__*;
 using FARPROC = LONG_PTR(WINAPI*)();
 
 #define TRUE 1
@@ -116,10 +108,7 @@ struct MEMORY_BASIC_INFORMATION {
 #define ERROR_INVALID_HANDLE 6u
 #define ERROR_NOT_ENOUGH_MEMORY 8u
 #define ERROR_BAD_LENGTH 24u
-#define ERROR_WRITE_FAULT 29u
-#define ERROR_READ_FAULT 30u
 #define ERROR_GEN_FAILURE 31u
-#define ERROR_SHARING_VIOLATION 32u
 #define ERROR_NOT_SUPPORTED 50u
 #define ERROR_INVALID_PARAMETER 87u
 #define ERROR_DISK_FULL 112u
@@ -139,7 +128,6 @@ struct MEMORY_BASIC_INFORMATION {
 #define ERROR_CLASS_ALREADY_EXISTS 1410u
 #define ERROR_COMMITMENT_LIMIT 1455u
 #define ERROR_INVALID_MONITOR_HANDLE 1461u
-#define ERROR_RESOURCE_DATA_NOT_FOUND 1812u
 #define ERROR_RESOURCE_TYPE_NOT_FOUND 1813u
 #define ERROR_NOT_ENOUGH_QUOTA 1816u
 
@@ -162,7 +150,6 @@ struct MEMORY_BASIC_INFORMATION {
 #define MEM_COMMIT 0x1000u
 #define MEM_MAPPED 0x40000u
 #define WAIT_OBJECT_0 0u
-#define WAIT_ABANDONED 0x80u
 #define WAIT_TIMEOUT 258u
 #define WAIT_FAILED 0xFFFFFFFFu
 #define INFINITE 0xFFFFFFFFu
@@ -226,27 +213,11 @@ using WNDENUMPROC = BOOL(CALLBACK*)(HWND, LPARAM);
 using MONITORENUMPROC = BOOL(CALLBACK*)(HMONITOR, HDC, RECT*, LPARAM);
 
 struct WNDCLASSW {
-  UINT style;
   WNDPROC lpfnWndProc;
-  int cbClsExtra;
-  int cbWndExtra;
-  HINSTANCE hInstance;
-  HICON hIcon;
-  HCURSOR hCursor;
-  HBRUSH hbrBackground;
-  LPCWSTR lpszMenuName;
   LPCWSTR lpszClassName;
 };
 struct CREATESTRUCTW {
   LPVOID lpCreateParams;
-  HINSTANCE hInstance;
-  HMENU hMenu;
-  HWND hwndParent;
-  int cy, cx, y, x;
-  LONG style;
-  LPCWSTR lpszName;
-  LPCWSTR lpszClass;
-  DWORD dwExStyle;
 };
 struct MSG {
   HWND hwnd;

@@ -1,4 +1,4 @@
-// Version information of a program file. Rows in ../README.md.
+// Version information of a program. Described in ../README.md.
 #pragma once
 
 #include <windows.h>
@@ -8,15 +8,6 @@ struct VS_FIXEDFILEINFO {
   DWORD dwStrucVersion;
   DWORD dwFileVersionMS;
   DWORD dwFileVersionLS;
-  DWORD dwProductVersionMS;
-  DWORD dwProductVersionLS;
-  DWORD dwFileFlagsMask;
-  DWORD dwFileFlags;
-  DWORD dwFileOS;
-  DWORD dwFileType;
-  DWORD dwFileSubtype;
-  DWORD dwFileDateMS;
-  DWORD dwFileDateLS;
 };
 
 extern "C" {

@@ -8,7 +8,7 @@
 
 namespace {
 
-// One write for a call, so that lines of several threads and processes do not mix.
+// One write per call, so that lines of several threads and processes do not mix.
 void WriteLine(std::string line) {
   if (line.empty() || line.back() != '\n') line.push_back('\n');
   quillmark::layer::StandardStream::Error().Write(line);

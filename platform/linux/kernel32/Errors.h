@@ -1,23 +1,23 @@
-// The calling thread's last error, and how the host's error numbers read in the platform's codes.
+// The calling thread's last error, and the platform's codes for the host's errors.
 //
-// Threading: any thread; each has a last error of its own.
+// Threading: any thread; each has its own last error.
 #pragma once
 
 #include <windows.h>
 
 namespace quillmark::layer {
 
-// The platform's code for a host error number; ERROR_GEN_FAILURE for one that has no counterpart.
+// The platform's code for a host error number; ERROR_GEN_FAILURE if there is none.
 DWORD ErrorFromErrno(int error);
 
-// Sets the last error and hands the failing result back, so that a failure is one statement.
+// Sets the last error and returns the result, so that a failure is one statement.
 template <typename Result>
 Result Fail(DWORD code, Result result) {
   ::SetLastError(code);
   return result;
 }
 
-// The same for a call whose success tells more, such as ERROR_ALREADY_EXISTS.
+// The same for a success with a code, such as ERROR_ALREADY_EXISTS.
 template <typename Result>
 Result Succeed(DWORD code, Result result) {
   ::SetLastError(code);

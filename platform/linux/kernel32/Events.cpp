@@ -1,5 +1,5 @@
-// Events: a state word in shared memory (0 or 1), waited for with the kernel's futex, then a word that is not
-// 0 for a manual-reset event.
+// Events: a state word in shared memory (0 or 1), waited for with a futex, then a word that is non-zero for a
+// manual-reset event.
 #include <windows.h>
 
 #include <linux/futex.h>
@@ -32,7 +32,7 @@ class Event : public KernelObject {
 
   void Set() {
     std::atomic_ref(*state_).store(1);  // pairs with TryTake
-    // A waiter is woken even if the state was 1 before: one that was killed on its way to take it left it so.
+    // Wakes even if the state was 1 already: a waiter killed before taking the signal leaves it so.
     ::syscall(SYS_futex, state_, FUTEX_WAKE, manualReset_ ? INT_MAX : 1, nullptr, nullptr, 0);
   }
 
@@ -49,7 +49,7 @@ class Event : public KernelObject {
       const std::uint32_t seen = TryTake();
       if (seen == 1) return WAIT_OBJECT_0;
       if (timeoutMs == 0) return WAIT_TIMEOUT;
-      // For a change of what was seen, be it 0 or what somebody else's fault left there.
+      // Until the value seen changes, be it 0 or one left there by a faulty program.
       const long result =
           ::syscall(SYS_futex, state_, FUTEX_WAIT_BITSET, seen, timeoutMs == INFINITE ? nullptr : &deadline,
                     nullptr, FUTEX_BITSET_MATCH_ANY);
@@ -59,7 +59,7 @@ class Event : public KernelObject {
   }
 
  private:
-  // The state before; when it was 1, an auto-reset event has been taken.
+  // Returns the previous state; if it was 1, an auto-reset event is now reset.
   std::uint32_t TryTake() {
     const std::atomic_ref state(*state_);
     if (manualReset_) return state.load();  // pairs with Set

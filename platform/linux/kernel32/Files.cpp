@@ -1,4 +1,4 @@
-// Files of the host under the platform's calls.
+// The platform's file calls.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -29,7 +29,7 @@ class File : public KernelObject {
 class StandardOutput : public KernelObject {};
 
 int HostFlags(DWORD access) {
-  // Without blocking, so that a pipe that nobody writes to cannot hold the caller up.
+  // Non-blocking, so that a pipe without a writer cannot hold up the caller.
   const int common = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   if (access == GENERIC_READ) return common | O_RDONLY;
   return common | (access == GENERIC_WRITE ? O_WRONLY : O_RDWR);
@@ -40,14 +40,14 @@ struct Opened {
   bool existed = true;
 };
 
-// An existing file, or a new one where that is wanted; no descriptor, with errno, when neither is to be had.
+// Opens a file, or creates it if `make` is set. On failure: no descriptor, with errno.
 Opened OpenOrMake(const std::string& path, int flags, bool make) {
   while (true) {
     UniqueFd fd(::open(path.c_str(), flags));
     if (fd || errno != ENOENT || !make) return {std::move(fd), true};
     fd = UniqueFd(::open(path.c_str(), flags | O_CREAT | O_EXCL, 0644));
     if (fd || errno != EEXIST) return {std::move(fd), false};
-    // Made by someone else meanwhile. A link that leads nowhere answers the same each time.
+    // Created by another process meanwhile; but a dangling link would give the same answer for ever.
     struct stat facts {};
     if (::stat(path.c_str(), &facts) != 0) return {UniqueFd(), false};
   }
@@ -142,7 +142,7 @@ extern "C" BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD length, LPDWOR
     const ssize_t count = ::read(found->Fd(), static_cast<char*>(buffer) + *read, length - *read);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && *read == 0) return Fail(ErrorFromErrno(errno), FALSE);
-    if (count <= 0) break;  // the end, or a later read tells the error
+    if (count <= 0) break;  // the end; or the next call reports the error
     *read += static_cast<DWORD>(count);
   }
   return TRUE;

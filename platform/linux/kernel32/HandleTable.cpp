@@ -45,7 +45,7 @@ std::shared_ptr<KernelObject> FindHandle(HANDLE handle) {
 
 extern "C" BOOL WINAPI CloseHandle(HANDLE object) {
   using namespace quillmark::layer;
-  std::shared_ptr<KernelObject> closed;  // dies after the table's lock is released
+  std::shared_ptr<KernelObject> closed;  // destroyed after the lock is released
   HandleTable& table = Table();
   const std::lock_guard lock(table.mutex);
   const auto found = table.objects.find(reinterpret_cast<std::uintptr_t>(object));

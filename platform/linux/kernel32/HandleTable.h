@@ -1,6 +1,5 @@
-// The process's handles: each names one kernel object of the layer by a number that is never used twice, so
-// a closed or made-up handle is always recognised. An object lives as long as a handle or a running call
-// refers to it.
+// The process's handles. Their numbers are never reused, so a closed or invented handle is always recognised.
+// An object lives as long as a handle or a running call refers to it.
 //
 // Threading: every function may be called from any thread; objects guard their own state.
 #pragma once
@@ -21,16 +20,16 @@ class KernelObject {
   KernelObject& operator=(const KernelObject&) = delete;
   virtual ~KernelObject() = default;
 
-  // Waits as WaitForSingleObject does. The default is for objects that cannot be waited for.
+  // As WaitForSingleObject. By default an object cannot be waited for.
   virtual DWORD Wait(DWORD timeoutMs);
 };
 
 HANDLE InsertHandle(std::shared_ptr<KernelObject> object);
 
-// The object of a handle, or nullptr with ERROR_INVALID_HANDLE.
+// The object of a handle; null, with ERROR_INVALID_HANDLE, if there is none.
 std::shared_ptr<KernelObject> FindHandle(HANDLE handle);
 
-// As FindHandle; an object of another type counts as no object.
+// The same for an object of this type only.
 template <typename Object>
 std::shared_ptr<Object> FindHandleAs(HANDLE handle) {
   auto object = std::dynamic_pointer_cast<Object>(FindHandle(handle));

@@ -80,7 +80,7 @@ extern "C" BOOL WINAPI FreeLibrary(HMODULE module) {
 extern "C" FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
   const Library* library = LibraryOf(module);
   if (!library) return nullptr;
-  constexpr std::uintptr_t ordinals = 0x10000;  // below, a name is a number
+  constexpr std::uintptr_t ordinals = 0x10000;  // below this, the name is a number
   if (reinterpret_cast<std::uintptr_t>(name) < ordinals) return Fail(ERROR_PROC_NOT_FOUND, nullptr);
   for (const Entry& entry : library->entries) {
     if (std::string_view(name) == entry.name && !IsHidden(name)) return entry.address;

@@ -25,14 +25,14 @@ class Section : public KernelObject {
   const std::unique_ptr<SharedFile> file_;
 };
 
-// A view keeps the section's bytes, not the section: its name ends with its last handle.
+// A view keeps the section's bytes, but not its name, which ends with the last handle.
 struct ViewTable {
   std::mutex mutex;
   std::map<std::uintptr_t, Mapping> views;  // by their first address
 };
 
 ViewTable& Views() {
-  static auto* table = new ViewTable;  // never destroyed, as the handle table
+  static auto* table = new ViewTable;  // never destroyed, like the handle table
   return *table;
 }
 
@@ -64,7 +64,7 @@ extern "C" LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offse
   if (access != FILE_MAP_ALL_ACCESS || offsetHigh != 0 || offsetLow != 0) {
     return Fail(ERROR_NOT_SUPPORTED, nullptr);
   }
-  // The whole pages lie in the file's memory, also the last one's rest.
+  // The file's memory consists of whole pages, so the rest of the last one can be mapped too.
   const std::size_t whole = WholePages(section->File().Size());
   if (length > whole || whole == 0) return Fail(ERROR_ACCESS_DENIED, nullptr);
   Mapping view(section->File().Fd(), length == 0 ? whole : WholePages(length));

@@ -13,7 +13,7 @@
 namespace quillmark::layer {
 namespace {
 
-// A variable that is set to nothing counts as unset.
+// An empty variable counts as unset.
 std::string Environment(const char* name) {
   const char* value = std::getenv(name);
   return value ? value : "";
@@ -26,7 +26,7 @@ std::string DisplayFolder() {
   for (char& c : display) {
     if (kept.find(c) == std::string_view::npos) c = '_';
   }
-  // These two would lead elsewhere.
+  // These two would name other folders.
   if (display == "." || display == "..") display.assign(display.size(), '_');
   return display;
 }
@@ -42,17 +42,17 @@ UniqueFd OpenPrivateFolder(int parent, const std::string& name) {
 
 }  // namespace
 
-SessionRoad RoadOfSession() {
+SessionPath PathOfSession() {
   std::string base = Environment("XDG_RUNTIME_DIR");
   if (!base.empty()) return {base, "quillmark", DisplayFolder()};
   return {"/dev/shm", "quillmark-" + std::to_string(::geteuid()), DisplayFolder()};
 }
 
 UniqueFd OpenSessionFolder() {
-  const SessionRoad road = RoadOfSession();
-  UniqueFd folder(::open(road.base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder) folder = OpenPrivateFolder(folder.Get(), road.product);
-  if (folder) folder = OpenPrivateFolder(folder.Get(), road.display);
+  const SessionPath path = PathOfSession();
+  UniqueFd folder(::open(path.base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder) folder = OpenPrivateFolder(folder.Get(), path.product);
+  if (folder) folder = OpenPrivateFolder(folder.Get(), path.display);
   if (!folder) ::SetLastError(ERROR_ACCESS_DENIED);
   return folder;
 }

@@ -40,8 +40,8 @@ bool LockGate(int fd) {
   return true;
 }
 
-// Whether another open file holds the object. Under the gate a "no" stays true; a "yes" says that another
-// held it while this call ran, so its content had a meaning when the caller's own life lock was taken.
+// Whether another open file holds the object. Under the gate, "no" stays true; "yes" means that another held
+// it during this call, so the object was alive when the caller took its life lock.
 bool HeldByOthers(int fd) {
   struct flock lock = ByteLock(F_WRLCK, SharedFile::lifeByte);
   return ::fcntl(fd, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
@@ -60,8 +60,8 @@ UniqueFd OpenObjectFile(int folder, const std::string& fileName, int flags) {
   return fd;
 }
 
-// The object's name as a file name without its ending: UTF-8 with everything but letters, digits, '.', '-'
-// and '_' as %XX. Nothing, with the last error, for a name that no object can have here.
+// The object's name as a file name without its ending: UTF-8, with all but letters, digits, '.', '-' and '_'
+// as %XX. Nothing, with the last error, for a name that no object can have.
 std::optional<std::string> FileStem(std::wstring_view name) {
   constexpr std::wstring_view local = L"Local\\";
   constexpr std::wstring_view global = L"Global\\";
@@ -89,8 +89,8 @@ std::optional<std::string> FileStem(std::wstring_view name) {
   return stem;
 }
 
-// Looks without a gate: it could wait for the one of a creator that is looking for us. Two creators of
-// different types that meet here may therefore both be refused, never both served.
+// Takes no gate, since two creators could wait for each other. If they create different types at the same
+// instant, both may be refused, but never both served.
 bool NameHasOtherType(int folder, const std::string& stem, ObjectType type) {
   for (const char* ending : endings) {
     if (ending == EndingOf(type)) continue;
@@ -100,7 +100,7 @@ bool NameHasOtherType(int folder, const std::string& stem, ObjectType type) {
   return false;
 }
 
-// Real memory now: a full file system fails here, not with a signal at first use.
+// Allocates the memory now: a full file system fails here, not with a signal at the first use.
 bool Allocate(int fd, std::uint64_t size) {
   int error = ::ftruncate(fd, 0) == 0 && ::ftruncate(fd, static_cast<off_t>(size)) == 0 ? 0 : errno;
   while (error == 0) {
@@ -117,7 +117,7 @@ bool MakeContent(int fd, std::uint64_t size, const SharedFile::Initialise& initi
   return Allocate(fd, size) && (!initialise || initialise(fd));
 }
 
-// Removes what killed processes left behind. Leaves alone what is being opened or closed just now.
+// Removes what killed processes left behind, except files that are being opened or closed.
 void SweepDeadObjects(int folder) {
   const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (copy < 0) return;
@@ -168,13 +168,13 @@ std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std:
   const std::string fileName = *stem + EndingOf(type);
 
   UniqueFd fd;
-  do {  // until the file is not one whose last holder removed it while we waited at its gate
+  do {  // again if the last holder removed the file while this waited for the gate
     fd = OpenObjectFile(folder.Get(), fileName, O_CREAT);
     if (!fd) return nullptr;
     if (!LockGate(fd.Get())) return Fail(ErrorFromErrno(errno), nullptr);
   } while (IsUnlinked(fd.Get()));
 
-  // Alive from here on; only then the question whether others are.
+  // Hold the object first, then look for other holders.
   if (!TryLockByte(fd.Get(), F_RDLCK, lifeByte)) return Fail(ERROR_ACCESS_DENIED, nullptr);
   const bool existed = HeldByOthers(fd.Get());
   if (!existed) {
@@ -196,11 +196,11 @@ std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std:
 
 SharedFile::~SharedFile() {
   if (!folder_) return;
-  // Removing the file only gives its memory back at once; a killed process leaves that to the next sweep.
+  // Removing the file frees its memory; for a killed process the next sweep does.
   if (LockGate(Fd()) && !IsUnlinked(Fd()) && !HeldByOthers(Fd())) {
     ::unlinkat(folder_.Get(), fileName_.c_str(), 0);
   }
-  // A mapping keeps the open file, and would keep its locks.
+  // A mapping keeps the file open, which would keep the locks.
   TryLockByte(Fd(), F_UNLCK, lifeByte);
   TryLockByte(Fd(), F_UNLCK, gateByte);
 }

@@ -1,13 +1,13 @@
-// The file behind a kernel object. A named one lies in the session's folder as NAME.event, NAME.mutex or
-// NAME.section and lives as long as some process holds it, even one that is killed: every holder keeps a read
-// lock on the life byte, and whoever finds no other holder has a file without meaning, to be made anew or
-// removed. Opening and closing are serialised by a write lock on the gate byte. An unnamed object's file has
-// no name and ends with its descriptors.
+// The file behind a kernel object. That of a named object is NAME.event, NAME.mutex or NAME.section in the
+// session's folder. The object exists as long as a process holds it: every holder has a read lock on the
+// file's life byte, and a file without another holder is dead, to be filled anew or removed. A write lock on
+// the gate byte serialises opening and closing. The file of an unnamed object has no name and ends with its
+// descriptors.
 //
-// The locks belong to the open file (F_OFD_SETLK), so two handles of one process count as two holders, and
-// the kernel drops them however a process ends. Both bytes lie far beyond the data.
+// The locks belong to the open file (F_OFD_SETLK), so two handles in one process are two holders, and the
+// kernel releases them however a process ends. Both bytes are far beyond the data.
 //
-// Threading: Open from any thread; a SharedFile is constant after it.
+// Threading: Open from any thread; a SharedFile is constant afterwards.
 #pragma once
 
 #include <windows.h>
@@ -29,12 +29,13 @@ class SharedFile {
   static constexpr std::int64_t lifeByte = gateByte + 1;
   static constexpr std::int64_t ownerByte = gateByte + 2;  // of a mutex: locked by the holder that owns it
 
-  // Fills a new object's zeroed file before anyone else can open it; false with the last error fails Open.
+  // Fills the zeroed file of a new object before anyone else can open it; false, with the last error, fails
+  // Open.
   using Initialise = std::function<bool(int fd)>;
 
-  // Opens the object of this name or makes it with `size` bytes; `name` may be null for an unnamed one. The
-  // last error becomes ERROR_ALREADY_EXISTS for an existing object (whose size is its own), 0 for a new one.
-  // Fails with ERROR_INVALID_HANDLE when the name belongs to an object of another type.
+  // Opens the object with this name, or creates it with `size` bytes; a null name creates an unnamed one. The
+  // last error becomes ERROR_ALREADY_EXISTS for an existing object, which keeps its size, or 0 for a new one.
+  // Fails with ERROR_INVALID_HANDLE if the name belongs to an object of another type.
   static std::unique_ptr<SharedFile> Open(LPCWSTR name, ObjectType type, std::uint64_t size,
                                           const Initialise& initialise = {});
   ~SharedFile();
@@ -42,7 +43,7 @@ class SharedFile {
   SharedFile& operator=(const SharedFile&) = delete;
 
   int Fd() const { return fd_.Get(); }
-  // Of the file now; 0 when it cannot be told.
+  // The file's size; 0 when it is unknown.
   std::uint64_t Size() const;
 
  private:

@@ -13,7 +13,7 @@
 namespace quillmark::layer {
 namespace {
 
-// Hands a converted text out as both conversion calls do: the needed length alone, or all of it, or failure.
+// Returns a converted text as both calls do: its length alone, the whole text, or failure.
 template <typename Char>
 int Deliver(const std::basic_string<Char>& text, Char* target, int capacity) {
   if (text.size() > INT_MAX) return Fail(ERROR_INVALID_PARAMETER, 0);

@@ -1,5 +1,5 @@
-// How window and monitor handles hold their numbers: a desktop window its WindowId, one of the process's own
-// message windows a number from 2^32 up, a monitor its MonitorId.
+// Window and monitor handles: a desktop window's holds its WindowId, a monitor's its MonitorId; those of the
+// process's own message windows are numbers from 2^32 up.
 #pragma once
 
 #include <windows.h>
@@ -16,7 +16,7 @@ inline bool IsOwnWindow(HWND window) {
   return reinterpret_cast<std::uint64_t>(window) >= kFirstOwnWindow;
 }
 
-// 0, which is no window, for a handle that holds none of the desktop's numbers.
+// 0, which is no window, for a handle that holds no WindowId.
 inline WindowId ToWindowId(HWND window) {
   return IsOwnWindow(window) ? 0 : static_cast<WindowId>(reinterpret_cast<std::uint64_t>(window));
 }
@@ -31,7 +31,7 @@ inline HMONITOR ToMonitorHandle(MonitorId monitor) {
   return reinterpret_cast<HMONITOR>(monitor);
 }
 
-// Whether the handle is a living message window of this process; `threadId` then is its thread's.
+// Whether the handle is an existing message window of this process; sets `threadId` to its thread.
 bool FindOwnWindow(HWND window, DWORD* threadId);
 
 }  // namespace quillmark::layer

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The product's one warning, in words that every Latin font can show.
+// The product's one warning, and its translation for systems without a Korean font.
 constexpr std::wstring_view kAlreadyRunning =
     L"Quillmark.exe\xAC00 \xC774\xBBF8 \xC2E4\xD589 \xC911\xC785\xB2C8\xB2E4.\n"
     L"\xC885\xB8CC \xB41C \xD6C4 \xB2E4\xC2DC \xC2E4\xD589\xD574 \xC8FC\xC138\xC694.";

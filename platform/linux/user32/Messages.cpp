@@ -1,6 +1,6 @@
-// The process's own windows and their messages. A window belongs to the thread that made it and lives in
-// that thread's queue object; a table of the process leads from handles to windows. The table's mutex guards
-// classes, windows and queues alike, and is never held while a window procedure runs.
+// The process's own windows and their messages. A window belongs to the thread that created it, and its
+// messages go to that thread's queue. One mutex guards classes, windows and queues; it is never held while a
+// window procedure runs.
 #include <windows.h>
 
 #include <condition_variable>
@@ -26,7 +26,7 @@ struct Queue {
 };
 
 struct Window {
-  Queue* queue = nullptr;  // its thread's, which outlives it
+  Queue* queue = nullptr;  // of its thread, which outlives it
   DWORD threadId = 0;
   WNDPROC procedure = nullptr;
   LONG_PTR userData = 0;
@@ -39,7 +39,7 @@ struct Table {
   std::uint64_t nextWindow = kFirstOwnWindow;
 };
 
-// Never destroyed: threads may still post and end while the process does.
+// Never destroyed: threads may still post and end while the process exits.
 Table& TheTable() {
   static Table& table = *new Table;
   return table;
@@ -50,7 +50,7 @@ void RemoveWindow(Table& table, std::map<HWND, Window>::iterator window) {
   table.windows.erase(window);
 }
 
-// The calling thread's queue. A thread that ends takes its windows with it.
+// The calling thread's queue. A thread's windows end with it.
 class ThreadQueue {
  public:
   ~ThreadQueue() {
@@ -66,7 +66,7 @@ Queue& QueueOfThread() {
   return own.queue;
 }
 
-// Class names do not tell case apart.
+// Class names ignore case.
 std::wstring ClassKey(LPCWSTR name) {
   std::wstring key(name);
   for (wchar_t& c : key) c = static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(c)));
@@ -121,13 +121,12 @@ ATOM WINAPI RegisterClassW(const WNDCLASSW* windowClass) {
   return static_cast<ATOM>(kFirstAtom + table.classes.size());
 }
 
-HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y,
-                            int width, int height, HWND parent, HMENU menu, HINSTANCE instance,
-                            LPVOID parameter) {
+HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR, DWORD style, int, int, int width,
+                            int height, HWND parent, HMENU menu, HINSTANCE, LPVOID parameter) {
   const bool hiddenMessageWindow =
       exStyle == 0 && style == 0 && width == 0 && height == 0 && parent == nullptr && menu == nullptr;
   if (className == nullptr || !hiddenMessageWindow) return Fail(ERROR_INVALID_PARAMETER, HWND{});
-  // Whoever has a window is told of display changes, and the desktop watches for them from its opening on.
+  // Opens the desktop, which then watches for display changes for the window.
   (void)CurrentDesktop();
 
   Table& table = TheTable();
@@ -141,8 +140,7 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR title, DWO
     handle = reinterpret_cast<HWND>(table.nextWindow++);
     table.windows[handle] = {&QueueOfThread(), GetCurrentThreadId(), procedure, 0};
   }
-  CREATESTRUCTW create{parameter, instance, menu, parent, height, width, y, x, 0, title, className, exStyle};
-  create.style = static_cast<LONG>(style);
+  const CREATESTRUCTW create{parameter};
   if (procedure(handle, WM_NCCREATE, 0, reinterpret_cast<LPARAM>(&create))) return handle;
   DestroyWindow(handle);
   return nullptr;
@@ -170,7 +168,7 @@ BOOL WINAPI GetMessageW(MSG* message, HWND window, UINT first, UINT last) {
   return message->message != WM_QUIT;
 }
 
-// The layer's windows get no keys, so there is nothing to translate.
+// The layer's windows get no key messages.
 BOOL WINAPI TranslateMessage(const MSG*) {
   return FALSE;
 }

@@ -1,4 +1,4 @@
-// The monitor queries of user32, over the desktop's list of monitors.
+// The monitor queries of user32.
 #include <windows.h>
 
 #include <algorithm>
@@ -17,8 +17,8 @@ std::int64_t Overlap(LONG low1, LONG high1, LONG low2, LONG high2) {
   return std::int64_t{std::min(high1, high2)} - std::max(low1, low2);
 }
 
-// The monitor that shows most of the rectangle; where none shows any of it, the fallback's. An empty
-// rectangle stands for the pixel at its top-left corner.
+// The monitor that shows most of the rectangle; if none shows any of it, the fallback's. An empty rectangle
+// counts as the pixel at its top-left corner.
 HMONITOR Select(RECT rect, DWORD fallback) {
   if (fallback > MONITOR_DEFAULTTONEAREST) return Fail(ERROR_INVALID_PARAMETER, nullptr);
   if (rect.left >= rect.right || rect.top >= rect.bottom) {
@@ -90,7 +90,7 @@ HMONITOR WINAPI MonitorFromPoint(POINT point, DWORD fallback) {
 
 HMONITOR WINAPI MonitorFromWindow(HWND window, DWORD fallback) {
   if (const auto facts = CurrentDesktop()->Window(ToWindowId(window))) return Select(facts->outer, fallback);
-  // For what is no window, the platform answers with the primary monitor unless told to give none.
+  // Without a window, the platform returns the primary monitor unless the fallback is none.
   ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
   return fallback == MONITOR_DEFAULTTONULL ? nullptr : Select({0, 0, 0, 0}, MONITOR_DEFAULTTOPRIMARY);
 }

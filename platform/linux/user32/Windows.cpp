@@ -14,13 +14,13 @@ using namespace quillmark::layer;
 
 namespace {
 
-// Nothing, with ERROR_INVALID_WINDOW_HANDLE, for what is no window of the desktop.
+// Nothing, with ERROR_INVALID_WINDOW_HANDLE, if the handle is no window of the desktop.
 std::optional<WindowFacts> Facts(HWND window) {
   auto facts = CurrentDesktop()->Window(ToWindowId(window));
   return facts ? facts : Fail(ERROR_INVALID_WINDOW_HANDLE, std::nullopt);
 }
 
-// Ends with the call, also by an exception of the callback.
+// Ends with the call, even if the callback throws.
 struct Enumeration {
   explicit Enumeration(std::shared_ptr<Desktop> current) : desktop(std::move(current)) {
     desktop->BeginEnumeration();
@@ -66,7 +66,7 @@ HWND WINAPI GetAncestor(HWND window, UINT flags) {
   return facts ? ToHandle(facts->root) : HWND{};
 }
 
-// X11 knows no threads; a process's main thread has the process's number.
+// X11 has no threads; the id of a process's main thread is that of the process.
 DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD processId) {
   DWORD threadId = 0;
   DWORD process = 0;

@@ -28,11 +28,10 @@ bool HasVersion(LPCWSTR path) {
 }
 
 VersionInfo Describe(const ProgramVersion& program) {
-  constexpr DWORD signature = 0xFEEF04BD, structureVersion = 0x00010000, allFlags = 0x3F, application = 1;
+  constexpr DWORD signature = 0xFEEF04BD, structureVersion = 0x00010000;
   constexpr WORD usEnglish = 0x0409, unicode = 0x04B0;
-  const DWORD high = DWORD{program.numbers[0]} << 16 | program.numbers[1];
-  const DWORD low = DWORD{program.numbers[2]} << 16 | program.numbers[3];
-  VersionInfo info{{signature, structureVersion, high, low, high, low, allFlags, 0, 0, application, 0, 0, 0},
+  const WORD* const n = program.numbers;
+  VersionInfo info{{signature, structureVersion, DWORD{n[0]} << 16 | n[1], DWORD{n[2]} << 16 | n[3]},
                    {usEnglish, unicode},
                    {},
                    {}};

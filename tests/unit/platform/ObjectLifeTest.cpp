@@ -83,15 +83,5 @@ TEST_F(ObjectLife, AStartedProgramDoesNotHoldItsParentsObjects) {
   EXPECT_EQ(::GetLastError(), ERROR_SUCCESS);
 }
 
-TEST_F(ObjectLife, TheMutexOfAnEndedThreadIsAbandoned) {
-  HANDLE mutex = nullptr;
-  std::thread([&] { mutex = ::CreateMutexW(nullptr, TRUE, L"KXTest"); }).join();
-  EXPECT_EQ(::WaitForSingleObject(mutex, 5000), WAIT_ABANDONED);
-  DWORD other = 0;
-  std::thread([&] { other = ::WaitForSingleObject(mutex, 0); }).join();
-  EXPECT_EQ(other, WAIT_TIMEOUT) << "owned by this thread now";
-  ::CloseHandle(mutex);
-}
-
 }  // namespace
 }  // namespace quillmark::layer

@@ -24,12 +24,12 @@ namespace quillmark::control::host {
 namespace {
 
 namespace fs = std::filesystem;
-using layer::SessionRoad;
+using layer::SessionPath;
 
 constexpr char InstanceMutex[] = "KXRQTLV1_Quillmark.mutex";
 
-fs::path FolderOf(const SessionRoad& road) {
-  return fs::path(road.base) / road.product / road.display;
+fs::path FolderOf(const SessionPath& path) {
+  return fs::path(path.base) / path.product / path.display;
 }
 
 Check Refused(const fs::path& folder, const std::string& why, const std::string& remedy) {
@@ -65,13 +65,13 @@ std::optional<Check> Objection(const fs::path& folder, bool mustBePrivate) {
   return std::nullopt;
 }
 
-Check ExamineFolder(const SessionRoad& road) {
-  const fs::path folder = FolderOf(road);
-  if (auto check = Objection(road.base, false)) return *check;
+Check ExamineFolder(const SessionPath& path) {
+  const fs::path folder = FolderOf(path);
+  if (auto check = Objection(path.base, false)) return *check;
   if (auto check = Objection(folder.parent_path(), true)) return *check;
   if (auto check = Objection(folder, true)) return *check;
   if (!layer::OpenSessionFolder()) {
-    return Refused(folder, "cannot be created", "check that you can write to " + road.base);
+    return Refused(folder, "cannot be created", "check that you can write to " + path.base);
   }
   return {.topic = "folder",
           .text = "named objects are in " + folder.string() + ", private to you",
@@ -141,8 +141,8 @@ bool WorkerRunsIn(const fs::path& folder) {
 }
 
 // Workers on other displays, which controllers of this session cannot reach.
-void ExamineNeighbours(const SessionRoad& road, Checks& checks) {
-  const fs::path own = FolderOf(road);
+void ExamineNeighbours(const SessionPath& path, Checks& checks) {
+  const fs::path own = FolderOf(path);
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(own.parent_path(), ignored)) {
     if (entry.path() == own || !WorkerRunsIn(entry.path())) continue;
@@ -161,15 +161,15 @@ void ExamineNeighbours(const SessionRoad& road, Checks& checks) {
 // Where the named objects are.
 fs::path SessionFolder() {
   if (!layer::OpenSessionFolder()) throw std::runtime_error("the session's folder cannot be opened");
-  return FolderOf(layer::RoadOfSession());
+  return FolderOf(layer::PathOfSession());
 }
 
 Checks ExamineSession() {
-  const SessionRoad road = layer::RoadOfSession();
-  Checks checks{ExamineFolder(road)};
+  const SessionPath path = layer::PathOfSession();
+  Checks checks{ExamineFolder(path)};
   if (checks.front().level == Level::Ok) {
-    checks.push_back(ExamineMemory(FolderOf(road)));
-    ExamineNeighbours(road, checks);
+    checks.push_back(ExamineMemory(FolderOf(path)));
+    ExamineNeighbours(path, checks);
   }
   for (Check& check : ExamineDisplay()) checks.push_back(std::move(check));
   checks.push_back(ExamineFonts());
