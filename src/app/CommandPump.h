@@ -8,9 +8,9 @@
 
 namespace quillmark {
 
-// Returns 1 when the command ring can be neither opened nor created, else never. Exceptions of the start-up
-// and of the pump leave it; the engine is stopped in order before they do. `afterPoll`, if given, runs after
-// every poll: an exception is its only way to end the pump.
+// Returns 1 when the command ring can be neither opened nor created; otherwise never. Passes exceptions on
+// after stopping the engine. `afterPoll`, if given, runs after every poll and can end the pump only with an
+// exception.
 [[nodiscard]] int RunCommandPump(const std::function<void()>& afterPoll = {});
 
 }  // namespace quillmark

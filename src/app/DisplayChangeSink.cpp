@@ -20,7 +20,7 @@ void DisplayChangeSink::Stop() {
   running = false;
   if (const HWND window = hwnd) ::PostMessageW(window, WM_QUIT, 0, 0);
   if (thread.get_id() == std::this_thread::get_id()) {
-    // As a join would say; the thread sanitizer cannot stand a thread that joins itself.
+    // As a join would; the thread sanitizer does not allow a thread to join itself.
     throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
   }
   if (thread.joinable()) thread.join();

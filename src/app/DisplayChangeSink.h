@@ -1,5 +1,5 @@
-// A hidden window on a thread of its own that turns the system's display, device and DPI notifications into
-// one callback.
+// A hidden window, on its own thread, that turns the system's display, device and DPI notifications into a
+// callback.
 //
 // Threading: Start and Stop by the owner's thread; the callback runs on the sink thread, once for each
 // notification, and must return quickly.
@@ -20,11 +20,11 @@ class DisplayChangeSink {
   DisplayChangeSink(const DisplayChangeSink&) = delete;
   DisplayChangeSink& operator=(const DisplayChangeSink&) = delete;
 
-  // Starts the sink; not while one runs. A window that cannot be created is not reported: no notification
-  // comes then. Raises std::system_error when the thread cannot be started.
+  // Starts the sink, which must not be running. If the window cannot be created, there are no notifications
+  // and no error. Raises std::system_error when the thread cannot be started.
   void Start(std::function<void()> callback);
-  // Ends the thread and drops the callback; does nothing when not started. From inside the callback it
-  // raises std::system_error (deadlock).
+  // Ends the thread and drops the callback; does nothing when not started. Raises std::system_error
+  // (deadlock) when called from the callback.
   void Stop();
 
  private:

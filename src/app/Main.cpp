@@ -1,4 +1,5 @@
-// The process: one instance a session, a probe of the diagnostic outputs, then the command pump for good.
+// The process: one instance per session, a probe of the diagnostic outputs, then the command pump until the
+// end.
 #include <windows.h>
 
 #include "app/CommandPump.h"

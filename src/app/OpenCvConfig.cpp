@@ -12,7 +12,7 @@ void ConfigureOpenCvOnce() noexcept {
       cv::setUseOptimized(true);
       cv::setNumThreads(1);
     } catch (...) {
-      // The defaults work as well, only with threads that compete with the pool's.
+      // The defaults work too, but with threads that compete with the pool's.
     }
   });
 }

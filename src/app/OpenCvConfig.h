@@ -1,10 +1,10 @@
-// The process's one OpenCV configuration: optimised code, one thread. Parallel work is the worker pool's.
+// Configures OpenCV for the process: optimised code, one thread. The worker pool does the parallel work.
 #pragma once
 
 namespace quillmark {
 
-// Configures OpenCV on the first call of the process, later calls do nothing; a failure is ignored.
-// Threading: any thread; a concurrent second caller waits for the first.
+// Only the first call has an effect; a failure is ignored.
+// Threading: any thread; a concurrent caller waits for the first.
 void ConfigureOpenCvOnce() noexcept;
 
 }  // namespace quillmark

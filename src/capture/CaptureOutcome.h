@@ -1,4 +1,4 @@
-// What became of an attempt to get a monitor's next frame.
+// The outcome of an attempt to get a monitor's next frame.
 //
 // Threading: a value.
 #pragma once
@@ -12,7 +12,7 @@
 
 namespace quillmark {
 
-// A platform's result as people look it up: "0x887A0026".
+// A result code as it is documented: "0x887A0026".
 [[nodiscard]] inline std::string CodeText(HRESULT code) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(code));
@@ -24,11 +24,11 @@ struct [[nodiscard]] CaptureOutcome {
     Frame,
     NothingNew,  // the screen did not change within the time-out
     AccessLost,  // this duplication delivers no more frames
-    Failed,      // any other failure, a frame that cannot be mapped included
+    Failed,      // any other failure, including a frame that cannot be mapped
   };
 
   Kind kind = Kind::Frame;
-  HRESULT code = S_OK;  // the platform's result behind it
+  HRESULT code = S_OK;  // the platform's result
 
   static CaptureOutcome Of(HRESULT result) {
     if (SUCCEEDED(result)) return {Kind::Frame, result};
@@ -37,7 +37,7 @@ struct [[nodiscard]] CaptureOutcome {
   }
 
   [[nodiscard]] bool IsFrame() const { return kind == Kind::Frame; }
-  // Whether the duplication is to be replaced: it gave neither a frame nor a time-out.
+  // Whether the duplication must be replaced: it gave neither a frame nor a time-out.
   [[nodiscard]] bool IsFault() const { return kind == Kind::AccessLost || kind == Kind::Failed; }
 
   // "access lost (0x887A0026)"; ASCII.

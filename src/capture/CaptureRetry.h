@@ -1,10 +1,10 @@
 // Decides when the capture of one monitor is given up and when it is opened again.
 //
-// A capture with a fault stays for 200 ms, the time that a display change takes to settle, and is then
-// dropped. The next one is opened at once; if it cannot be, or is lost before its first frame, the one after
-// it follows at once as well, the next after 100 ms, and each further one after twice the time, at most 1 s.
+// A capture with a fault is dropped after 200 ms, the time that a display change takes to settle, and opened
+// again at once. If that fails, or the capture is lost before its first frame, the next attempt follows at
+// once as well, the one after that 100 ms later, and each further one after twice the delay, at most 1 s.
 //
-// Threading: one thread at a time. It reads no clock: times are passed in, milliseconds of any steady clock.
+// Threading: one thread at a time. Times are passed in, in milliseconds of any steady clock.
 #pragma once
 
 #include <algorithm>
@@ -24,7 +24,7 @@ class CaptureRetry {
   }
   void OnOpenFailed(std::int64_t nowMs) { Delay(nowMs); }
 
-  // Takes what an acquisition came to. True for the first fault of this capture.
+  // Takes the outcome of an acquisition. True for this capture's first fault.
   bool OnOutcome(const CaptureOutcome& outcome, std::int64_t nowMs) {
     if (outcome.IsFrame()) {
       delivered = true;
@@ -35,7 +35,7 @@ class CaptureRetry {
     return true;
   }
 
-  // Whether the capture's time is up after a fault.
+  // Whether to drop the capture because of a fault.
   [[nodiscard]] bool MustDrop(std::int64_t nowMs) const { return dropsAtMs && nowMs >= *dropsAtMs; }
   void OnDropped(std::int64_t nowMs) {
     dropsAtMs.reset();
@@ -51,10 +51,10 @@ class CaptureRetry {
     delayMs = std::clamp<std::int64_t>(2 * delayMs, 100, 1000);
   }
 
-  std::int64_t opensAtMs = 0;             // the next one, not before
-  std::int64_t delayMs = 0;               // of the one after the next failure
-  std::optional<std::int64_t> dropsAtMs;  // once there was a fault
-  bool delivered = false;                 // a frame, by the capture that is open
+  std::int64_t opensAtMs = 0;             // no capture opens earlier
+  std::int64_t delayMs = 0;               // after the next failure
+  std::optional<std::int64_t> dropsAtMs;  // set by a fault
+  bool delivered = false;                 // the open capture gave a frame
 };
 
 }  // namespace quillmark

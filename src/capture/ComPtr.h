@@ -1,6 +1,6 @@
-// The owner of one reference to a component object.
+// Owns one reference to a component object.
 //
-// Threading: as the object it holds.
+// Threading: that of the object.
 #pragma once
 
 #include <unknwn.h>
@@ -31,7 +31,7 @@ class ComPtr {
   Interface* operator->() const noexcept { return object; }
   explicit operator bool() const noexcept { return object != nullptr; }
 
-  // Where a call puts the reference it gives; what was held before is released.
+  // For a call that returns a reference; releases the previous one.
   Interface** Put() noexcept {
     Reset();
     return &object;

@@ -33,8 +33,8 @@ D3D11_TEXTURE2D_DESC StagingDesc(const DXGI_MODE_DESC& mode) {
   return desc;
 }
 
-// How cv::rotate brings a delivered frame upright, -1 when it is upright already. The output's rotation is
-// the clockwise turn from the delivered picture to the desktop.
+// The cv::rotate code that turns a delivered frame upright, or -1 if it is upright. The output's rotation is
+// the clockwise rotation from the delivered image to the desktop.
 int TurnOf(DXGI_MODE_ROTATION rotation) {
   switch (rotation) {
     case DXGI_MODE_ROTATION_ROTATE90:
@@ -54,7 +54,7 @@ void Require(HRESULT result, const char* otherwise) {
 
 }  // namespace
 
-// The duplication goes before the device it was made with.
+// The duplication is released before its device.
 void DuplicationContext::Clear() {
   dupl.Reset();
   output1.Reset();
@@ -96,8 +96,8 @@ bool DuplicationContext::Init(HMONITOR monitor) {
   return true;
 }
 
-// Whether frames of the mode, brought upright, have the monitor's size. They have not when the mode changed
-// after the output had been described.
+// Whether upright frames of the mode have the monitor's size. They do not if the mode changed after the
+// output was described.
 bool DuplicationContext::FitsMonitor(const DXGI_MODE_DESC& mode) const {
   const bool onItsSide = outputDesc.Rotation == DXGI_MODE_ROTATION_ROTATE90 ||
                          outputDesc.Rotation == DXGI_MODE_ROTATION_ROTATE270;

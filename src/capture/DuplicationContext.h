@@ -1,5 +1,5 @@
-// Captures one monitor by desktop duplication and hands each frame out as a matrix header over the mapped
-// image, without a further copy; only the frames of a rotated output are copied, by turning them upright.
+// Captures one monitor by desktop duplication. Each frame is a matrix header over the mapped image, not a
+// copy; only frames of a rotated output are copied to turn them upright.
 //
 // Threading: one thread at a time; Init under the engine's context lock.
 #pragma once
@@ -27,29 +27,29 @@ class CaptureError : public std::runtime_error {
 
 class DuplicationContext {
  public:
-  // Bounds how long one monitor holds up a tick.
+  // The longest time that one monitor can hold up a tick.
   static constexpr UINT FrameTimeoutMs = 33;
 
   DuplicationContext() = default;
   DuplicationContext(const DuplicationContext&) = delete;
   DuplicationContext& operator=(const DuplicationContext&) = delete;
 
-  // (Re)creates everything for the monitor. Always true; raises CaptureError on failure, and may be called
-  // again then.
+  // (Re)creates everything for the monitor. Always true; raises CaptureError on failure, after which it can
+  // be repeated.
   bool Init(HMONITOR monitor);
-  // Waits at most FrameTimeoutMs. With a frame, `out` is 8UC4 (BGRA, the fourth byte means nothing) in
-  // desktop orientation, `height` x `width`, valid until ReleaseFrame. Otherwise, also when it raises,
+  // Waits at most FrameTimeoutMs. With a frame, `out` is 8UC4 (BGRA, the fourth byte is meaningless) in
+  // desktop orientation, `height` x `width`, valid until ReleaseFrame. Without one, or after an exception,
   // nothing is held.
   CaptureOutcome Acquire(cv::Mat& out);
   // Whether Acquire gave a frame.
   [[nodiscard]] bool AcquireFrame(cv::Mat& out) { return Acquire(out).IsFrame(); }
-  // After every frame acquired.
+  // To be called after every acquired frame.
   void ReleaseFrame();
 
  private:
   void Clear();
   bool FitsMonitor(const DXGI_MODE_DESC& mode) const;
-  // The held frame as it lies in the mapped staging texture.
+  // The held frame in the mapped staging texture.
   HRESULT MapFrame(IDXGIResource* resource, cv::Mat& delivered);
 
   ComPtr<ID3D11Device> device;
@@ -69,7 +69,7 @@ class DuplicationContext {
   cv::Mat upright;         // the held frame of a rotated output, in desktop orientation
 };
 
-// Releases an acquired frame on every way out of a scope.
+// Releases an acquired frame at the end of a scope.
 class HeldFrame {
  public:
   explicit HeldFrame(DuplicationContext& holder) : context(holder) {}

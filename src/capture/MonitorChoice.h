@@ -1,4 +1,4 @@
-// The monitors of the desktop, and which of them a spec's region is looked for on.
+// The monitors of the desktop, and on which of them a spec's region is searched.
 //
 // Threading: callable from any thread.
 #pragma once
@@ -16,14 +16,14 @@ namespace quillmark {
 // In the system's order. A monitor that cannot be measured is left out.
 [[nodiscard]] std::vector<MonitorEntry> ListMonitors();
 
-// What the list does not tell of monitors; null where there is none.
+// Questions that the list of monitors does not answer; null when there is none.
 struct MonitorAnswers {
   std::function<HMONITOR()> primary;
   std::function<HMONITOR(const Rect& region)> nearest;
 };
 [[nodiscard]] const MonitorAnswers& SystemMonitors();
 
-// The pinned monitor of the spec, whether or not the region lies on it, or all that the region touches.
+// The spec's pinned monitor, wherever the region is; without a pin, all monitors that the region touches.
 // `region` is in desktop pixels and not empty.
 [[nodiscard]] std::vector<HMONITOR> MonitorsOf(const TemplateSpec& spec, const Rect& region,
                                                const std::vector<MonitorEntry>& monitors,

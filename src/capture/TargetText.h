@@ -13,14 +13,14 @@ namespace quillmark {
 
 class TargetText {
  public:
-  // Refers to `target`: part of a title, or an executable's file name when more than ".exe" or ".EXE" alone
-  // ends in one of these two.
+  // Keeps a reference to `target`: an executable's file name if it ends in ".exe" or ".EXE" and is longer,
+  // otherwise part of a title.
   explicit TargetText(const std::wstring& target);
 
   // Whether it is an executable's file name.
   [[nodiscard]] bool ByImageName() const { return byImageName; }
 
-  // In any letter case.
+  // Whether the window's program or title matches, ignoring case.
   template <typename Window>
   [[nodiscard]] bool Means(Window& window) const {
     return byImageName ? IsName(window.ImageFile()) : IsPartOf(window.Title());

@@ -1,5 +1,5 @@
-// Finds a spec's target window and measures its client area, monitor and DPI scale. A failing system call
-// leaves the target not valid, or skips the window or monitor it was made for; nothing is raised or logged.
+// Finds a spec's target window and measures its client area, monitor and DPI scale. After a failed system
+// call the target is not valid, or the window or monitor is skipped; nothing is raised or logged.
 //
 // Threading: callable from any thread; each call touches only what it is given.
 #pragma once
@@ -21,10 +21,9 @@ struct MonitorEntry {
   RECT rcMonitor{};  // full rectangle, desktop pixels
 };
 
-// Binds the spec to its target window, sets the spec's target fields and returns the binding. A window that
-// the spec already has is kept as long as it exists; otherwise one is searched for. The worker's copies of
-// the store have none, so it searches in every tick. `windows` is listed when it is first needed, and serves
-// all specs of a tick.
+// Binds the spec to its target window, sets its target fields and returns the binding. A window that the spec
+// already has is kept while it exists; otherwise one is searched for. The worker's copies of the specs have
+// none, so it searches in every tick. `windows` is filled when first needed and serves all specs of a tick.
 TargetBinding BindTarget(TemplateSpec& spec, std::optional<std::vector<SystemWindow>>& windows);
 
 // The same for one spec alone.

@@ -1,6 +1,6 @@
-// Move-only owners of what the platform hands out: a kernel object's handle, a view of a section.
+// Move-only owners of the platform's resources: a kernel object's handle, a view of a section.
 //
-// Threading: as any value; one thread at a time.
+// Threading: one thread at a time.
 #pragma once
 
 #include <windows.h>
@@ -20,7 +20,7 @@ template <void (*End)(void*)>
 class UniqueResource {
  public:
   UniqueResource() = default;
-  // Takes it over; null owns nothing.
+  // Null owns nothing.
   explicit UniqueResource(void* owned) : resource(owned) {}
   UniqueResource(UniqueResource&& other) noexcept : resource(std::exchange(other.resource, nullptr)) {}
   UniqueResource& operator=(UniqueResource&& other) noexcept {
