@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs both commands of the README on a bare Debian 12: a chroot of its minimal packages, with HEAD of this
-# repository and nothing but what the scripts install. Prints how long each took; exit code 0: all passed. Run as
-# root; packages come from this machine's own apt sources. The bare system is kept in ~/.cache/quillmark.
+# Runs both commands of the README on a bare Debian 12: a chroot with its minimal packages and HEAD of this repository,
+# where the scripts install the rest. Prints how long each took; exit code 0: all passed. Run as root; packages come
+# from this machine's apt sources. The bare system is kept in ~/.cache/quillmark.
 #
-#   scripts/check-bare.sh [COMMAND...]     each COMMAND a line of shell (default: scripts/test.sh, scripts/demo.sh)
+#   scripts/check-bare.sh [COMMAND...]     each COMMAND is a shell command line (default: scripts/test.sh, scripts/demo.sh)
 #
 # JOBS sets how many jobs run at once (default: the number of processors).
 set -euo pipefail
@@ -14,10 +14,10 @@ cache=${QUILLMARK_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/quillmark}
 base=$cache/$suite-minbase.tar
 
 [ "$(id -u)" -eq 0 ] || {
-  echo "check-bare.sh: only root can make a chroot" >&2
+  echo "check-bare.sh: must run as root to make a chroot" >&2
   exit 1
 }
-# In namespaces of its own: whatever ends this script, its mounts and processes go with it.
+# In new namespaces: however this script ends, its mounts and processes end with it.
 if [ -z "${QUILLMARK_BARE:-}" ]; then
   scripts/packages.sh bare
   QUILLMARK_BARE=$(mktemp -d)
@@ -34,7 +34,7 @@ if [ ! -e "$base" ]; then
   # shellcheck disable=SC2016 # apt's own placeholder
   mirror=$(apt-get indextargets --format '$(REPO_URI)' "Codename: $suite" 'Created-By: Packages' | head -n 1)
   [ -n "$mirror" ] || {
-    echo "check-bare.sh: apt has no source of $suite here" >&2
+    echo "check-bare.sh: no apt source for $suite" >&2
     exit 1
   }
   mkdir -p "$cache"

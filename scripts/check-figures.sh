@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Holds the figures of two builds of the matching code against each other: the same seeded image files, every
-# verdict and figure written with all its digits, compared byte for byte.
+# Compares the figures of several builds of the matching code byte for byte: every verdict and figure with all digits,
+# for the same seeded image files.
 #
 #   scripts/check-figures.sh [PRESET...]     linux-release and windows-mingw are the default; those for
 #                                            Windows run under Wine. The first one makes the image files.
@@ -13,8 +13,8 @@ cd "$(dirname "$0")/.."
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# A correlation is a sum of products, which AVX-512 adds up in another order than AVX2: ncc and the edges then
-# differ by up to 1e-6. Not every build of the image library has code for AVX-512.
+# AVX-512 adds up the products of a correlation in a different order than AVX2: ncc and edges then differ by up to 1e-6.
+# Not every build of the image library has AVX-512 code.
 export OPENCV_CPU_DISABLE=AVX512-SKX
 
 first=
@@ -36,7 +36,7 @@ for preset in "$@"; do
   fi
   echo "$preset:"
   "${program[@]}" print "$work/images" "$work/$preset" | tr -d '\r'
-  [ "$(wc -l <"$work/$preset")" -gt 1000 ] || { echo "check-figures.sh: too few figures of $preset" >&2; exit 1; }
+  [ "$(wc -l <"$work/$preset")" -gt 1000 ] || { echo "check-figures.sh: too few figures from $preset" >&2; exit 1; }
   if ! diff "$work/$first" "$work/$preset" >"$work/differences"; then
     head -n 20 "$work/differences"
     echo "check-figures.sh: $preset differs from $first in $(grep -c '^>' "$work/differences") of" \
@@ -44,4 +44,4 @@ for preset in "$@"; do
     exit 1
   fi
 done
-echo "The figures of $* are the same, $(wc -l <"$work/$first") lines of them."
+echo "The figures of $* are identical ($(wc -l <"$work/$first") lines)."

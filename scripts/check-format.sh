@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fails when a C++ file is not formatted as .clang-format says; `scripts/check-format.sh --fix` formats them.
+# Fails when a C++ file is not formatted according to .clang-format; `scripts/check-format.sh --fix` formats them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/packages.sh format

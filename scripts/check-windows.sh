@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Checks the Windows build on Debian: compiles every header alone, builds the preset windows-mingw with its
-# libraries (scripts/windows-deps.sh), runs its tests under Wine on a private display, holds both programs to
-# what they may be and need and the matching code's figures to those of the Linux build, and makes and runs
-# the package. Where the libraries' sources cannot be had it says so and compiles only.
+# Checks the Windows build on Debian: compiles every header alone, builds the preset windows-mingw with its libraries
+# (scripts/windows-deps.sh), runs its tests under Wine on a private display, checks both programs' imports and
+# resources, compares the matching code's figures with the Linux build's, and makes and runs the package. If the
+# libraries' sources are not available, it says so and only compiles.
 #
 # JOBS sets how many jobs run at once (default: the number of processors).
 set -euo pipefail
@@ -13,7 +13,7 @@ jobs=${JOBS:-$(nproc)}
 work=$(mktemp -d)
 pids=()
 finish() {
-  # Ends what still runs under the Wine made here, and waits: nothing may write to it while it is removed.
+  # Ends everything in this Wine and waits: nothing may write to it while it is removed.
   [ ! -d "$work/wine" ] || WINEPREFIX=$work/wine wineserver -k -w 2>/dev/null || true
   for pid in "${pids[@]}"; do
     kill "$pid" 2>/dev/null || true
@@ -26,8 +26,7 @@ trap 'exit 130' INT TERM
 
 # ---- compile check -------------------------------------------------------------------------------------
 
-# These libraries' headers come in by links of their own: /usr/include as a whole holds this host's
-# system headers, which must not be seen.
+# Links to these libraries' headers only: /usr/include also has this host's system headers, which must not be used.
 mkdir "$work/include"
 ln -s /usr/include/CLI /usr/include/nlohmann /usr/include/toml++ /usr/include/libpng16/*.h "$work/include/"
 opencv_config=$(echo /usr/include/*/opencv4)
@@ -53,14 +52,14 @@ compile() {
 }
 export -f compile
 
-# begins_a_source HEADER: whether the source file beside it includes it first, and so compiles it alone.
+# begins_a_source HEADER: whether its source file includes it first, and so compiles it alone.
 begins_a_source() {
   local source=${1%.h}.cpp
   [ -e "$source" ] && [[ $(grep -m 1 '^#include' "$source") == *[\"/]"${1##*/}"\" ]]
 }
 
-# compile_all PATTERN...: every file of the product, the client library and the tools whose name
-# matches one of them, but for headers that their source files compile.
+# compile_all PATTERN...: compiles every matching file of the product, the client library and the tools, except headers
+# that their source files compile.
 compile_all() {
   local file pattern count names=()
   for pattern in "$@"; do names+=(-o -name "$pattern"); done
@@ -84,7 +83,7 @@ status=0
 prefix=$(scripts/windows-deps.sh) || status=$?
 if [ "$status" = 3 ]; then
   compile_all '*.h' '*.cpp'
-  echo "NOT CHECKED: Windows programs neither linked nor run, for want of source packages (see above)"
+  echo "NOT CHECKED: Windows programs were not linked or run, since source packages are missing (see above)"
   exit 0
 elif [ "$status" != 0 ]; then
   exit "$status"
@@ -98,7 +97,7 @@ compile_all '*.h'
 cmake --preset windows-mingw
 cmake --build --preset windows-mingw -j "$jobs"
 
-# A display and a Wine of its own: tests share its kernel objects with nobody, and leave nothing behind.
+# A private display and Wine: tests share kernel objects with nobody and leave nothing behind.
 Xvfb -displayfd 3 -screen 0 1280x1024x24 -noreset 3>"$work/display" 2>"$work/xvfb.log" &
 pids+=($!)
 for ((tries = 0; tries < 200; tries++)); do
@@ -115,10 +114,10 @@ ctest --preset windows-mingw -j "$jobs"
 
 # ---- programs ------------------------------------------------------------------------------------------
 
-# What Windows itself brings; anything else would have to be shipped.
+# The libraries of Windows; anything else would have to be shipped.
 own_dlls='advapi32|d3d11|dwmapi|dxgi|gdi32|kernel32|msvcrt|ole32|oleaut32|shcore|shell32|shlwapi|user32|version'
 
-# check_imports FILE: what it needs is there on every Windows.
+# check_imports FILE: it needs only libraries of Windows.
 check_imports() {
   local file=build/windows-mingw/bin/$1 imports foreign
   x86_64-w64-mingw32-objdump -p "$file" >"$work/headers"
@@ -129,7 +128,7 @@ check_imports() {
   }
   foreign=$(grep -vxE "($own_dlls)\.dll" <<<"$imports" || true)
   [ -z "$foreign" ] || {
-    echo "Windows: $file needs what Windows does not bring:" $foreign >&2
+    echo "Windows: $file needs libraries that Windows does not have:" $foreign >&2
     return 1
   }
   echo "Windows: $1 needs only" $imports
@@ -140,15 +139,15 @@ check_program() {
   local file=build/windows-mingw/bin/$1.exe
   check_imports "$1.exe"
   grep -q "^Subsystem.*($2)" "$work/headers" || {
-    echo "Windows: $file is not of the subsystem $2:" "$(grep ^Subsystem "$work/headers")" >&2
+    echo "Windows: $file does not have the subsystem $2:" "$(grep ^Subsystem "$work/headers")" >&2
     return 1
   }
-  # The block has UTF-16 texts. Nothing else would tell: without it the worker gives the version it was built as.
+  # The block's texts are UTF-16. Without it the worker would report its built-in version, so no test would notice.
   tr -d '\0' <"$file" | grep -aF "FileVersion$version" >/dev/null || {
-    echo "Windows: $file lacks the block of version $version" >&2
+    echo "Windows: $file lacks the version block of $version" >&2
     return 1
   }
-  # Only the resource holds the manifest, as it was written.
+  # Only the resource contains the manifest, unchanged.
   grep -q '>PerMonitorV2, PerMonitor<' "$file" && grep -q '>UTF-8</activeCodePage>' "$file" || {
     echo "Windows: $file lacks its manifest" >&2
     return 1
@@ -158,7 +157,7 @@ check_imports libquillmark.dll
 check_program Quillmark "Windows GUI"
 check_program quillmarkctl "Windows CUI"
 
-# ---- the same figures as here, and the package -----------------------------------------------------------
+# ---- figures, package ------------------------------------------------------------------------------------
 
 scripts/check-figures.sh linux-release windows-mingw
 scripts/package.sh windows-mingw

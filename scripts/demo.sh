@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Shows the worker at work on programs that know nothing of it: cuts a template out of two windows, then
-# moves, covers, minimises and restores them and holds every reported position against the window system's
-# own geometry. Leaves demo/hits.png with the last hits drawn in. Exit code 0: all positions were right.
+# Demonstrates the worker on two ordinary programs: cuts a template out of each window, then moves, covers, minimises
+# and restores them and compares every reported position with the window system's geometry. Draws the last hits into
+# demo/hits.png. Exit code 0: all positions were right.
 #
 #   scripts/demo.sh                on a private X server with openbox and two monitors
-#   scripts/demo.sh --here         on the present DISPLAY
+#   scripts/demo.sh --here         on the current DISPLAY
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -90,7 +90,7 @@ geometry() {
     /^  Width:/ {w = $NF} /^  Height:/ {h = $NF} END {print x, y, w, h}'
 }
 
-# Waits until the window keeps its place.
+# Waits until the window stops moving.
 settle() {
   local before=none now
   until now=$(geometry "$1") && [ "$now" = "$before" ]; do
@@ -99,7 +99,7 @@ settle() {
   done
 }
 
-# shot FILE [X Y WIDTH HEIGHT]: the screen, or a piece of it, as a portable pixmap.
+# shot FILE [X Y WIDTH HEIGHT]: the screen, or an area of it, as a portable pixmap.
 shot() {
   if [ $# -eq 1 ]; then
     xwd -root -silent | xwdtopnm -quiet >"$1"
@@ -110,7 +110,7 @@ shot() {
 
 # ---- templates and hits --------------------------------------------------------------------------------
 
-# add_spec PROGRAM X Y WIDTH HEIGHT: cuts the template out of the client area and has the worker look for it.
+# add_spec PROGRAM X Y WIDTH HEIGHT: cuts a template out of the client area and sends it to the worker.
 add_spec() {
   local program=$1 x y w h
   settle "$program"
@@ -122,7 +122,7 @@ add_spec() {
     || fail "the worker did not take the spec $program"
 }
 
-# Makes the monitor deliver a frame, by a dot in the first corner of the window's client area.
+# Makes the monitor deliver a frame, by drawing a dot in the top-left corner of the window's client area.
 stir() {
   local x y
   read -r x y _ < <(geometry "$1")
@@ -139,7 +139,7 @@ stir_for_hit() {
   hit=$(hit_since "$1" "$2")
 }
 
-# The next hit must lie where the window system says the template is, and the screen must show it there.
+# The next hit must be where the window system says the template is, and the screen must show it there.
 checks=0
 expect_hit() {
   local program=$1 x y w h tx ty tw th cx cy hw hh left top since
@@ -158,7 +158,7 @@ expect_hit() {
   echo "-- right: $program is at $left,$top on the screen, as the window system says"
 }
 
-# No hit of the first program, while hits of the second go on.
+# Expects no hit of the first program while the second still has hits.
 expect_no_hit() {
   local since
   sleep 0.5 # what was captured before is evaluated by then
@@ -166,7 +166,7 @@ expect_no_hit() {
   for _ in 1 2 3; do expect_hit "$2"; done
   if hit=$(hit_since "$1" "$since"); then fail "$1: a hit at ${hit% * *}, though it is not to be seen"; fi
   checks=$((checks + 1))
-  echo "-- right: $1 is not to be seen, and not reported"
+  echo "-- right: $1 is not visible and not reported"
 }
 
 move() { xdotool windowmove "${ids[$1]}" "$2" "$3"; }
@@ -178,7 +178,7 @@ if [ "$here" = yes ]; then
 else
   start_private_desktop
 fi
-# A session of its own, apart from any worker that runs already.
+# A private session, apart from any worker that is already running.
 export XDG_RUNTIME_DIR=$work
 
 say "Starting xcalc and xterm"

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Breaks the product one line at a time and reports what the tests miss: each mutant of tests/mutants.txt is
-# put into a copy of this tree, which is built and tested incrementally. Not part of the CI: it takes some ten
-# seconds a mutant.
+# applied to a copy of this tree, which is built and tested incrementally. Not part of the CI: a mutant takes about
+# ten seconds.
 #
 #   scripts/mutants.sh [REGEX]     REGEX picks mutants by their "file: text ==> replacement"
 #
-# In tests/mutants.txt a line "[file: program...]" names a source file and the test programs that should notice,
-# cheapest first, each run in one process and, as "program/FILTER", by a filter of its cases. Each line after it is
-# a mutant of that file, "text ==> replacement" or "text ==> replacement ## why no test need notice". The text must
-# stand in the file exactly once.
+# In tests/mutants.txt a line "[file: program...]" names a source file and the test programs that should notice its
+# mutants, cheapest first; "program/FILTER" runs only matching cases. Each line after it is a mutant of that file,
+# "text ==> replacement" or "text ==> replacement ## why no test need notice". The text must occur in the file exactly
+# once.
 #
 # The copy stays in build/mutants. JOBS sets how many jobs run at once (default: 2). Fails when a mutant survives
 # without a reason, does not compile or no longer applies.
@@ -20,7 +20,7 @@ copy=$PWD/build/mutants
 build=$copy/build/linux-debug
 mkdir -p "$copy"
 
-# By content, not by time: what an interrupted run left mutated is put back, and nothing else is built again.
+# Compares contents, not times: this restores what an interrupted run left mutated, and rebuilds nothing else.
 git ls-files -z --cached --others --exclude-standard | while IFS= read -r -d '' file; do
   [ -f "$file" ] && ! cmp -s "$file" "$copy/$file" || continue
   mkdir -p "$copy/$(dirname "$file")"
@@ -38,13 +38,13 @@ Test() {
 
 declare -A counts=() sound=()
 Count() { counts[$1]=$((${counts[$1]:-0} + 1)); }
-# Tells the fate of the mutant `what`.
+# Prints the fate of the mutant `what`.
 Tell() {
   Count "$1"
   printf '%-20s %s%s\n' "$1" "$what" "${2:+  ($2)}"
 }
 
-# The fate of the file as it stands now: killed by a program, or survived.
+# The fate of the current file: killed by a program, or survived.
 Judge() {
   local program
   for program in $programs; do
@@ -54,7 +54,7 @@ Judge() {
   if [ -n "$reason" ]; then Tell "survived, expected" "$reason"; else Tell SURVIVED; fi
 }
 
-# A program that fails on the sound tree would kill everything.
+# A program that fails without a mutant would seem to kill every one.
 RequireSound() {
   local program
   for program in $programs; do
@@ -95,5 +95,5 @@ done <tests/mutants.txt
 
 echo
 for fate in "${!counts[@]}"; do printf '%5d %s\n' "${counts[$fate]}" "$fate"; done
-[ -n "${counts[*]:-}" ] || { echo "mutants.sh: no mutant is picked by $pick" >&2; exit 1; }
+[ -n "${counts[*]:-}" ] || { echo "mutants.sh: no mutant matches $pick" >&2; exit 1; }
 [ -z "${counts[SURVIVED]:-}${counts[did not compile]:-}${counts[no longer applies]:-}" ]

@@ -4,7 +4,7 @@
 #   scripts/package.sh [PRESET]    linux-release (the default): quillmark_VERSION_amd64.deb
 #                                  windows-mingw: Quillmark-VERSION-windows-x64.zip
 #
-# The package lies in build/PRESET/packages. JOBS sets how many jobs run at once.
+# The package is in build/PRESET/packages. JOBS sets how many jobs run at once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset=${1:-linux-release}
@@ -21,7 +21,7 @@ version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 work=$(mktemp -d)
 worker=
 finish() {
-  # Under Wine the worker outlives the shell that runs it.
+  # Under Wine the worker outlives the shell that started it.
   [ ! -d "$work/wine" ] || WINEPREFIX=$work/wine wineserver -k -w 2>/dev/null || true
   [ -z "$worker" ] || kill -9 "$worker" 2>/dev/null || true
   [ -z "$worker" ] || wait "$worker" 2>/dev/null || true
@@ -37,7 +37,7 @@ fail() {
 rm -rf "$build/packages"
 (cd "$build" && cpack)
 
-# Unpacks the package; sets where its programs and its statement on licences lie, and how they are run.
+# Unpacks the package; sets where its programs and licence statement are, and how the programs are run.
 runner=() suffix=
 case $preset in
   windows-*)
@@ -56,7 +56,7 @@ case $preset in
     for page in man1/quillmarkctl.1 man1/Quillmark.1 man5/quillmark-specs.5; do
       gzip -t "$work/usr/share/man/$page.gz"
       command -v man >/dev/null || {
-        echo "NOT CHECKED: how man shows $page, as there is none"
+        echo "NOT CHECKED: how man shows $page, since man is not installed"
         continue
       }
       said=$(MANROFFSEQ='' man --warnings -E UTF-8 -l "$work/usr/share/man/$page.gz" 2>&1 >/dev/null)
@@ -71,8 +71,7 @@ case $preset in
 esac
 [ -s "$licences" ] || fail "$package says nothing about licences"
 
-# A session of its own (under Wine a Wine of its own), without a display, and a working directory to write the
-# probe to.
+# A private session (or Wine) without a display, and a working directory for the probe.
 export XDG_RUNTIME_DIR=$work WINEPREFIX=$work/wine
 unset DISPLAY
 cd "$work"

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of one or more tasks; does nothing when all of them are there.
+# Installs the Debian packages of one or more tasks, unless they are installed already.
 #
 #   scripts/packages.sh build      compile the programs
 #   scripts/packages.sh test       compile and run the tests and benchmarks
 #   scripts/packages.sh demo       compile and run the demonstration
 #   scripts/packages.sh package    compile the programs and make the Debian package
 #   scripts/packages.sh format     check the formatting
-#   scripts/packages.sh windows    compile for Windows, and run what comes of it
-#   scripts/packages.sh bare       make a bare Debian to try the others in
+#   scripts/packages.sh windows    compile for Windows, and run the programs and tests
+#   scripts/packages.sh bare       make a bare Debian system to test the others
 set -euo pipefail
 
 packages_of() {
@@ -40,7 +40,7 @@ packages_of() {
     windows)
       packages_of opencv
       packages_of control
-      # Never g++-mingw-w64-x86-64: it also brings a compiler without std::thread, and prefers that one.
+      # Not g++-mingw-w64-x86-64: it also installs a compiler without std::thread, and prefers it.
       echo g++-mingw-w64-x86-64-posix libz-mingw-w64-dev cmake ninja-build dpkg-dev googletest
       # The launcher and the 64-bit loader; a display with software rendering.
       echo wine wine64 xvfb libgl1 libgl1-mesa-dri
@@ -66,7 +66,7 @@ done
 as_root=(env DEBIAN_FRONTEND=noninteractive)
 if [ "$(id -u)" -ne 0 ]; then
   if ! command -v sudo >/dev/null; then
-    echo "packages.sh: packages are missing; as root, say" >&2
+    echo "packages.sh: packages are missing; run as root:" >&2
     echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
     exit 1
   fi

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Shows that tests are reliable: builds a preset and runs each test TIMES times in a row under load. Stops at the
+# Tests whether tests are reliable: builds a preset and runs each test TIMES times in a row under load. Stops at the
 # first failure, which ctest names; exit code 0: none failed.
 #
 #   scripts/repeat.sh PRESET TIMES [CTEST OPTION...]       e.g. linux-debug 50 -R '^WorkerProcess'
 #
-# LOAD sets how many busy processes run beside them (default: 4), JOBS how many jobs (default: the processors).
+# LOAD sets how many busy processes run at the same time (default: 4), JOBS how many jobs (default: the processors).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 [ $# -ge 2 ] || {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds a preset and runs all its tests.
+# Installs the packages it needs, builds a preset and runs all its tests.
 #
 #   scripts/test.sh [PRESET [CTEST OPTION...]]       linux-debug (the default), linux-release, linux-asan or linux-tsan
 #
@@ -15,7 +15,7 @@ cmake --build --preset "$preset" -j "$jobs"
 
 runner=()
 if [ "$preset" = linux-tsan ] && [ "$(cat /proc/sys/vm/mmap_rnd_bits)" -gt 28 ]; then
-  # The thread sanitizer's fixed address ranges do not stand more than 28 random bits.
+  # The thread sanitizer's fixed address ranges allow at most 28 random bits.
   runner=(setarch "$(uname -m)" --addr-no-randomize)
 fi
 "${runner[@]}" ctest --preset "$preset" -j "$jobs" "${@:2}"

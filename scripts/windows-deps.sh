@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # Builds the libraries of the Windows build (OpenCV's core, imgproc and imgcodecs with PNG and JPEG, static)
-# from Debian's source packages and adds the header-only ones, as one prefix outside the tree. A prefix that
-# is there already is taken as it is. Prints where it is.
+# from Debian's source packages and adds the header-only ones, as one prefix outside the tree. Uses an existing
+# prefix as it is. Prints its path.
 #
-#   scripts/windows-deps.sh             make the prefix unless it is there
-#   scripts/windows-deps.sh --print     only say where it is or would be
+#   scripts/windows-deps.sh             make the prefix unless it exists
+#   scripts/windows-deps.sh --print     only print its path
 #
 # QUILLMARK_CACHE   the folder that holds the prefix (default: quillmark in the user's cache folder)
 # JOBS              how many compilers run at once (default: the number of processors)
 #
-# Exit code 3: the source packages cannot be had from this machine's package sources.
+# Exit code 3: this machine's package sources do not offer the source packages.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 top=$PWD
@@ -17,8 +17,8 @@ no_sources=3
 
 # ---- where the prefix is -------------------------------------------------------------------------------
 
-# The same libraries, built in the same way, have the same name. The versions are those installed here: what
-# is built is the newest that the package sources have, and an upgraded machine builds anew.
+# The name depends on the libraries' versions and on how they are built. The versions are those installed here: the
+# build takes the newest available, and an upgraded machine builds again.
 packages=(libopencv-core-dev libpng16-16 libjpeg62-turbo libz-mingw-w64-dev g++-mingw-w64-x86-64-posix
   libcli11-dev nlohmann-json3-dev libtomlplusplus-dev)
 if ! versions=$(dpkg-query -W "${packages[@]}"); then
@@ -54,11 +54,11 @@ fi
 
 # ---- sources -------------------------------------------------------------------------------------------
 
-# CMake's files in the prefix name it, so it is built where it stays; what an interrupted run left is no use.
+# CMake's files in the prefix contain its path, so it is built in place; what an interrupted run left is removed.
 for left in "$cache"/windows-deps-*; do
   [ -e "$left/complete" ] || rm -rf "$left"
 done
-# Always in the same folder, for the sake of a compiler cache.
+# Always in the same folder, for the compiler cache.
 work=$cache/windows-deps.build
 rm -rf "$work"
 mkdir "$work"
@@ -76,8 +76,8 @@ logged() {
   echo "$what: $((SECONDS - start)) s" >&2
 }
 
-# This machine's package sources, asked for source packages: in a folder of our own, so that the system's
-# configuration stays as it is.
+# Reads source packages from this machine's package sources, in a private folder, so that the system's configuration
+# does not change.
 mkdir -p "$work/apt/sources.list.d" "$work/apt/lists/partial" "$work/apt/cache/archives/partial"
 for list in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
   [ ! -e "$list" ] || sed -nE 's/^deb(-src)?[[:space:]]/deb-src /p' "$list"
@@ -90,7 +90,7 @@ apt_options=(-qq -o Acquire::Retries=3 -o APT::Sandbox::User=
   -o "Dir::State::Lists=$work/apt/lists" -o "Dir::Cache=$work/apt/cache")
 
 fetched=()
-# fetch NAME: downloads the newest version that can be had; a mirror may list one that it does not hold yet.
+# fetch NAME: downloads the newest version available; a mirror may list one that it does not have yet.
 fetch() {
   local name=$1 version
   while read -r version; do
@@ -105,11 +105,11 @@ fetch() {
 }
 
 cd "$work"
-# A source of others may well offer no source packages; what counts is whether ours are found.
+# Other package sources may have no source packages; only ours matter.
 logged "Lists of source packages" apt-get "${apt_options[@]}" update || true
 for name in opencv libpng1.6 libjpeg-turbo; do
   fetch "$name" || {
-    echo "windows-deps.sh: no source package $name from this machine's package sources" >&2
+    echo "windows-deps.sh: no source package $name in this machine's package sources" >&2
     exit "$no_sources"
   }
   logged "Unpacking $name" dpkg-source --no-check -x "$name"_*.dsc "$name"
@@ -142,11 +142,11 @@ build opencv "${zlib[@]}" -DBUILD_LIST=core,imgproc,imgcodecs -DBUILD_SHARED_LIB
   -DWITH_QUIRC=OFF -DWITH_PROTOBUF=OFF -DWITH_ADE=OFF -DWITH_FFMPEG=OFF -DWITH_GSTREAMER=OFF \
   -DHAVE_PTHREAD=1 "-DCPU_DISPATCH=SSE4_1;AVX2"
 
-# Header-only ones; /usr/include itself holds this host's system headers and must not be seen.
+# Header-only libraries; /usr/include also has this host's system headers, which must not be used.
 mkdir -p "$prefix/include" "$prefix/share/cmake"
 cp -r /usr/include/CLI /usr/include/nlohmann /usr/include/toml++ "$prefix/include/"
 cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$prefix/share/cmake/"
-# Debian's own names a library for this host; without it the headers are complete.
+# Debian's file names a library for this host; the headers are complete without it.
 mkdir "$prefix/share/cmake/tomlplusplus"
 cat >"$prefix/share/cmake/tomlplusplus/tomlplusplusConfig.cmake" <<'END'
 if(NOT TARGET tomlplusplus::tomlplusplus)
