@@ -64,7 +64,7 @@ class DesktopWindows : public testing::Test {
   TestDesktop desktop;
 };
 
-TEST_F(DesktopWindows, AnotherProcesssWindowHasATitleAProcessAndAState) {
+TEST_F(DesktopWindows, HaveATitleAProcessAndAState) {
   // Characters of one byte, three and four.
   const auto window = Open("calc \xED\x99\x94\xEB\xA9\xB4 \xF0\x9F\x98\x80", 100, 120, 300, 200);
   const std::wstring title = L"calc \xD654\xBA74 \xD83D\xDE00";
@@ -95,7 +95,7 @@ TEST_F(DesktopWindows, AreEnumeratedFromTopToBottom) {
   EXPECT_TRUE(Eventually([&] { return above(low->Handle(), high->Handle()); }));
 }
 
-TEST_F(DesktopWindows, RectanglesFollowTheWindow) {
+TEST_F(DesktopWindows, HaveRectanglesThatFollowThem) {
   const auto window = Open("window", 100, 120, 300, 200);
   RECT client{}, outer{};
   EXPECT_TRUE(::GetClientRect(window->Handle(), &client));
@@ -120,7 +120,7 @@ TEST_F(DesktopWindows, RectanglesFollowTheWindow) {
               ElementsAre(outer.left + 400, outer.top + 200, outer.right + 400, outer.bottom + 200));
 }
 
-TEST_F(DesktopWindows, AMinimisedWindowIsStillListedAndVisible) {
+TEST_F(DesktopWindows, StayListedAndVisibleWhenMinimised) {
   const auto window = Open("window", 100, 120, 300, 200);
   window->Minimise();
   EXPECT_TRUE(Eventually([&] { return ::IsIconic(window->Handle()); }));
@@ -137,7 +137,7 @@ TEST_F(DesktopWindows, AMinimisedWindowIsStillListedAndVisible) {
   }));
 }
 
-TEST_F(DesktopWindows, AWindowThatIsGoneAnswersNothing) {
+TEST_F(DesktopWindows, AnswerNothingOnceTheyAreGone) {
   const struct {
     const char* how;
     void (TestWindow::*end)();

@@ -93,16 +93,5 @@ TEST_F(Monitors, AreFoundByPlaceOrFallback) {
   EXPECT_NE(::MonitorFromPoint({-Far, 0}, MONITOR_DEFAULTTONEAREST), nullptr);
 }
 
-TEST_F(Monitors, AreFoundByWindow) {
-  TestWindow window("window", 100, 120, 300, 200);
-  EXPECT_TRUE(Eventually([&] { return ::IsWindowVisible(window.Handle()); }));
-  const HMONITOR primary = ::MonitorFromPoint({100, 120}, MONITOR_DEFAULTTONULL);
-  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTONULL), primary);
-  window.Close();
-  EXPECT_TRUE(Eventually([&] { return !::IsWindow(window.Handle()); }));
-  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTONULL), nullptr);
-  EXPECT_EQ(::MonitorFromWindow(window.Handle(), MONITOR_DEFAULTTOPRIMARY), primary);
-}
-
 }  // namespace
 }  // namespace quillmark::test

@@ -1,5 +1,4 @@
-// A desktop for windows of the test's own: as it is shown to one who manages windows, and told of changes to
-// its displays. What is opened on it goes before it.
+// A desktop for test windows, with a window manager, whose displays can change. Destroy its windows first.
 //
 // Threading: the test's main thread.
 #pragma once
@@ -15,13 +14,13 @@ namespace quillmark::test {
 
 class TestDesktop {
  public:
-  // Throws std::runtime_error when there is none.
+  // Throws std::runtime_error when there is no desktop.
   TestDesktop();
   ~TestDesktop();
   TestDesktop(const TestDesktop&) = delete;
   TestDesktop& operator=(const TestDesktop&) = delete;
 
-  // Lets the window system tell that its displays have changed.
+  // Makes the window system report a change of its displays.
   void ChangeDisplays();
 
  private:
@@ -29,17 +28,17 @@ class TestDesktop {
   std::unique_ptr<Host> host;
 };
 
-// An application's top-level window, of a process of its own. What is asked of it has been asked of the
-// window system when the call returns, and shows soon after.
+// A top-level window of another process. When a call returns, the window system has the request; its effect
+// shows soon after.
 class TestWindow {
  public:
-  // Shows it with its client area at the place on the desktop. Throws std::runtime_error when it cannot be.
+  // Shows the window with its client area at this place. Throws std::runtime_error on failure.
   TestWindow(const std::string& utf8Title, int x, int y, int width, int height);
 
   HWND Handle() const { return window; }
   DWORD ProcessId() const { return static_cast<DWORD>(process.Id()); }
 
-  // Puts the client area's top-left corner there.
+  // Moves the client area's top-left corner there.
   void Move(int x, int y);
   void Raise() { Do("raise"); }
   void Minimise() { Do("minimise"); }

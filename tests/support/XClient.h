@@ -1,5 +1,5 @@
-// An application of the test's own on the X server: plain windows whose every request has reached the server
-// and been answered when the call returns.
+// An application on the X server with plain windows. When a call returns, the server has executed the
+// request.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -20,12 +20,12 @@ class XClient {
   XClient(const XClient&) = delete;
   XClient& operator=(const XClient&) = delete;
 
-  // A mapped top-level window with its client area at the place on the root window, where a window manager
+  // A mapped top-level window with its client area at this place on the root window, where a window manager
   // leaves it, and its title in _NET_WM_NAME.
   std::uint32_t Show(int x, int y, int width, int height, const std::string& utf8Title);
-  // A mapped window that no window manager manages, as menus are.
+  // A mapped window that window managers ignore, like a menu.
   std::uint32_t ShowPopup(int x, int y, int width, int height);
-  // A title in WM_NAME alone, of type STRING.
+  // Sets the title in WM_NAME only, with type STRING.
   void SetLegacyTitle(std::uint32_t window, const std::string& latin1Title);
   void SetTitle(std::uint32_t window, const std::string& utf8Title);
   void Move(std::uint32_t window, int x, int y);
@@ -33,14 +33,14 @@ class XClient {
   void Raise(std::uint32_t window);
   void Map(std::uint32_t window);
   void Unmap(std::uint32_t window);
-  // Asks the window manager to iconify it.
+  // Asks the window manager to iconify the window.
   void Iconify(std::uint32_t window);
   void Destroy(std::uint32_t window);
   bool HasProperty(std::uint32_t window, const std::string& property);
-  // What the root window shows in an area within it, row by row: blue, green, red and a meaningless byte.
-  // Empty when it cannot be read.
+  // The pixels of an area of the root window, row by row: blue, green, red and a meaningless byte. Empty when
+  // it cannot be read.
   std::vector<std::uint8_t> Pixels(int x, int y, int width, int height);
-  // Returns when the server has done what was asked.
+  // Returns when the server has executed all requests.
   void Sync();
 
  protected:

@@ -11,12 +11,12 @@ namespace quillmark::test {
 
 struct TestDesktop::Host {
   PrivateDisplay display;
-  bool extra = false;  // whether the desktop has a monitor beside its first
+  bool extra = false;  // whether there is a second monitor
 };
 
 TestDesktop::TestDesktop() : host(std::make_unique<Host>()) {
   host->display.StartWindowManager();
-  layer::SetDesktop(nullptr);  // the next call of the platform opens this one
+  layer::SetDesktop(nullptr);  // the next call opens this display
 }
 
 TestDesktop::~TestDesktop() {
@@ -24,7 +24,7 @@ TestDesktop::~TestDesktop() {
 }
 
 void TestDesktop::ChangeDisplays() {
-  // Each is a change: to make a monitor that is there already fails.
+  // In turn, since creating an existing monitor fails.
   const std::vector<std::string> make{"xrandr", "--setmonitor", "EXTRA", "100/20x100/20+900+0", "none"};
   const std::vector<std::string> remove{"xrandr", "--delmonitor", "EXTRA"};
   if (!PrivateDisplay::Run(host->extra ? remove : make)) throw std::runtime_error("xrandr failed");

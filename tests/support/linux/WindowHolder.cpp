@@ -1,4 +1,4 @@
-// The process of a TestWindow on X11: obeys one line of standard input at a time.
+// The process of a TestWindow on X11: executes one line of standard input at a time.
 #include <iostream>
 #include <sstream>
 #include <string>

@@ -51,7 +51,7 @@ std::uint32_t XClient::Create(int x, int y, int width, int height, bool popup) {
 
 std::uint32_t XClient::Show(int x, int y, int width, int height, const std::string& utf8Title) {
   const std::uint32_t window = Create(x, y, width, height, false);
-  // Normal hints: the user's own position, static gravity, so that the client area stays where it was put.
+  // Normal hints: position set by the user, static gravity, so that the client area stays where it was put.
   constexpr std::uint32_t kUserPosition = 1u << 0;
   constexpr std::uint32_t kGravity = 1u << 9;
   std::uint32_t hints[18] = {kUserPosition | kGravity};

@@ -1,4 +1,4 @@
-// The desktop of the login, which other programs may use too.
+// The login's desktop, which other programs may use too.
 #include "support/TestDesktop.h"
 
 #include "support/windows/Turn.h"
@@ -14,7 +14,7 @@ TestDesktop::TestDesktop() : host(std::make_unique<Host>()) {}
 TestDesktop::~TestDesktop() = default;
 
 void TestDesktop::ChangeDisplays() {
-  // Back to the mode that is set already, which every top-level window is told of.
+  // Sets the current mode again; every top-level window gets a message.
   ::ChangeDisplaySettingsW(nullptr, 0);
 }
 

@@ -1,5 +1,5 @@
-// The process of a TestWindow: obeys one line of standard input at a time, while the window's own thread
-// answers its messages.
+// The process of a TestWindow: executes one line of standard input at a time, while the window's thread
+// handles its messages.
 #include <windows.h>
 
 #include <cstdint>
@@ -26,7 +26,7 @@ std::wstring Widen(const std::string& utf8) {
   return wide;
 }
 
-// The window whose client area is this.
+// The outer rectangle of a window with this client area.
 RECT Outer(int x, int y, int width, int height) {
   RECT rect{x, y, x + width, y + height};
   ::AdjustWindowRect(&rect, kStyle, FALSE);

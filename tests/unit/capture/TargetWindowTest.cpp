@@ -219,7 +219,7 @@ TEST_F(TargetWindowTest, ScaleOnOlderSystemsComesFromTheCallsTheyHave) {
   layer::HideEntries({});
 }
 
-TEST_F(TargetWindowTest, MonitorsAreListedInOrderButForThoseThatCannotBeMeasured) {
+TEST_F(TargetWindowTest, ListsTheMonitorsInOrderExceptUnmeasurableOnes) {
   std::vector<MonitorEntry> all, fewer;
   ::EnumDisplayMonitors(nullptr, nullptr, CollectMonitors, reinterpret_cast<LPARAM>(&all));
   ASSERT_EQ(all.size(), 2u);

@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <windows.h>
 
 #include <filesystem>
@@ -66,16 +64,6 @@ TEST_F(Files, RegularFilesAreReadByTheirUtf16Path) {
     EXPECT_EQ(std::string(bytes, count), expected);
   }
   EXPECT_TRUE(::CloseHandle(file));
-}
-
-TEST_F(Files, PipesAndDevicesOpenWithoutBlocking) {
-  ASSERT_EQ(::mkfifo("pipe", 0600), 0);
-  for (const auto& [path, type] :
-       {std::pair{L"pipe", FILE_TYPE_PIPE}, std::pair{L"/dev/zero", FILE_TYPE_CHAR}}) {
-    const HANDLE file = OpenToRead(path);
-    EXPECT_EQ(::GetFileType(file), type);
-    EXPECT_TRUE(::CloseHandle(file));
-  }
 }
 
 TEST_F(Files, FailuresHaveThePlatformsErrorCodes) {

@@ -1,6 +1,4 @@
-// Image names of processes, file names, and lookups in libraries.
 #include <gtest/gtest.h>
-#include <shlwapi.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <windows.h>
@@ -9,7 +7,6 @@
 #include <memory>
 #include <string>
 #include <system_error>
-#include <utility>
 
 #include "desktop/Desktop.h"
 #include "host/Text.h"
@@ -94,29 +91,6 @@ TEST_F(Processes, AnotherUsersProcessIsNamedByItsCommand) {
   int status = -1;
   ::waitpid(asker, &status, 0);
   EXPECT_EQ(status, 0);
-}
-
-TEST(Paths, FileNameFollowsTheLastSeparator) {
-  const std::pair<LPCWSTR, std::string> cases[] = {{L"/usr/bin/xterm.exe", "xterm.exe"},
-                                                   {L"C:\\Games\\Game.exe", "Game.exe"},
-                                                   {L"C:Game.exe", "Game.exe"},
-                                                   {L"/usr/bin/", "bin/"},
-                                                   {L"", ""}};
-  for (const auto& [path, name] : cases) EXPECT_EQ(ToUtf8(::PathFindFileNameW(path)), name);
-}
-
-TEST(Modules, EntriesAreFoundInTheirLibraryOnly) {
-  const HMODULE user32 = ::LoadLibraryW(L"USER32.dll");
-  EXPECT_EQ(user32, ::GetModuleHandleW(L"user32"));
-  EXPECT_NE(::GetProcAddress(user32, "GetDpiForWindow"), nullptr);
-  EXPECT_EQ(::GetProcAddress(user32, "GetDpiForMonitor"), nullptr) << "exported by shcore.dll";
-  EXPECT_EQ(::GetLastError(), ERROR_PROC_NOT_FOUND);
-  EXPECT_NE(::GetProcAddress(::LoadLibraryW(L"shcore.dll"), "GetDpiForMonitor"), nullptr);
-  EXPECT_EQ(::LoadLibraryW(L"nothere.dll"), nullptr);
-  EXPECT_EQ(::GetLastError(), ERROR_MOD_NOT_FOUND);
-  EXPECT_EQ(::GetProcAddress(nullptr, "GetDpiForWindow"), nullptr);
-  EXPECT_EQ(::GetLastError(), ERROR_INVALID_HANDLE);
-  EXPECT_FALSE(::FreeLibrary(nullptr));
 }
 
 }  // namespace

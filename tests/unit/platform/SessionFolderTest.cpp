@@ -146,7 +146,7 @@ TEST_F(SessionFolder, IsRefusedUnlessPrivate) {
   EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a missing runtime folder";
 }
 
-TEST_F(SessionFolder, NamesThatAreNoFileNamesAreRefused) {
+TEST_F(SessionFolder, NamesThatCannotBeFilesAreRefused) {
   EXPECT_EQ(MakeSection(std::wstring(200, L'x').c_str()), ERROR_SUCCESS);
   EXPECT_EQ(MakeSection(std::wstring(201, L'x').c_str()), ERROR_FILENAME_EXCED_RANGE);
   std::ofstream(session.Base() / "precious") << "data";
