@@ -1,10 +1,10 @@
-// The engine: turns monitor images into hits. One thread captures the monitors and cuts out the regions of
-// the specs, another hands the regions of one frame at a time to a pool of workers, a sender writes the
-// hits. On a display change every capture context is thrown away after a quiet period and rebuilt on its
-// next use: that is what the name says. A context that fails is replaced by itself, as CaptureRetry decides.
+// The engine: turns monitor images into hits. One thread captures the monitors and cuts out the specs'
+// regions, another passes the regions of one frame at a time to a pool of workers, and a sender writes the
+// hits. After a display change and a quiet period all capture contexts are dropped and rebuilt on their next
+// use, hence the name. A context that fails is replaced alone, as CaptureRetry decides.
 //
-// Threading: construction, SetTrackingTarget, Start, Stop and destruction by the owner's thread; everything
-// else says its thread. No two of the engine's locks are held together.
+// Threading: construction, SetTrackingTarget, Start, Stop and destruction by the owner's thread; other
+// methods name their thread. No thread holds two of the engine's locks.
 #pragma once
 
 #include <windows.h>
@@ -42,30 +42,29 @@ class AutoRebinder {
   AutoRebinder(const AutoRebinder&) = delete;
   AutoRebinder& operator=(const AutoRebinder&) = delete;
 
-  // Keeps the name and logs it; nothing in the engine depends on it.
+  // Stores and logs the name, for information only.
   void SetTrackingTarget(const std::wstring& name);
 
-  // Brings the engine up; once. Raises std::system_error when a thread cannot be started.
+  // Starts the engine, once. Raises std::system_error when a thread cannot be started.
   void Start();
-  // Ends every thread in order: no task of a job stays queued or running, no pending rebind touches the
-  // engine afterwards. Idempotent; also run by the destructor. The engine cannot be started again.
+  // Ends every thread in order and leaves no task or pending rebind behind. Idempotent; the destructor calls
+  // it. The engine cannot be started again.
   void Stop();
 
-  // The monitor's capture context, made on first use. Raises what DuplicationContext::Init raises.
-  // Threading: any thread.
+  // The monitor's capture context, made on first use. Raises what DuplicationContext::Init raises. Any
+  // thread.
   std::shared_ptr<DuplicationContext> GetContext(HMONITOR monitor);
-  // Forgets the monitor's context; it dies with its last holder. Threading: any thread.
+  // Forgets the monitor's context, which dies with its last holder. Any thread.
   void DropContext(HMONITOR monitor);
 
  private:
-  friend class EngineProbe;  // the tests' view
+  friend class EngineProbe;  // for tests and benchmarks
 
-  // What the capture thread remembers of a monitor, as long as there is that monitor.
+  // What the capture thread remembers about a monitor that is present.
   struct MonitorState {
-    std::weak_ptr<DuplicationContext> context;  // the one that `retry` speaks of
+    std::weak_ptr<DuplicationContext> context;  // the one that `retry` refers to
     CaptureRetry retry;
-    // The last error of its turns; a repetition of the text is not logged again.
-    std::string errorText;
+    std::string errorText;  // of its last failed turn; not logged again when it repeats
     std::int64_t errorMs = 0;
   };
 
@@ -81,9 +80,9 @@ class AutoRebinder {
   // Forgets all monitors but these, and drops the contexts whose time is up.
   void RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs);
   void MonitorTurn(HMONITOR monitor, std::int64_t nowMs);
-  // Null while its retry has it wait.
+  // Null while `state.retry` delays it.
   std::shared_ptr<DuplicationContext> OpenContext(HMONITOR monitor, MonitorState& state, std::int64_t nowMs);
-  // Logs an error when its text is news; without a monitor it is one of the whole tick.
+  // Logs an error unless it repeats. A null monitor means the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
   // Of the match thread.
@@ -113,7 +112,7 @@ class AutoRebinder {
   // Of the capture thread.
   Tick tick;
   std::set<HMONITOR> knownMonitors;                          // of the last tick
-  std::unordered_map<HMONITOR, MonitorState> monitorStates;  // without a monitor: of the whole tick
+  std::unordered_map<HMONITOR, MonitorState> monitorStates;  // null: the whole tick's
   std::uint64_t seenGeneration = 0;                          // of rebindGeneration
 
   std::mutex jobQueueMutex;  // guards jobQueue

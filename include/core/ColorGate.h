@@ -1,8 +1,7 @@
-// The red colour gate: which pixels of an HSV image are red. Red lies at both ends of the hue scale, so
-// the gate joins two hue bands and narrows them by least saturation and brightness. Beside it stands the
-// small structuring element of the matching code's morphology.
+// Marks the red pixels of an HSV image. Red lies at both ends of the hue scale: two hue bands, with a minimum
+// saturation and brightness. Also the structuring element of the matching code's morphology.
 //
-// Threading: callable from any thread at the same time; each thread has a structuring element of its own.
+// Threading: callable from any thread at the same time; each thread has its own structuring element.
 #pragma once
 
 #include <opencv2/core.hpp>
@@ -11,8 +10,8 @@
 namespace quillmark {
 
 // Makes `mask` an 8UC1 image of the size of `hsv` (8UC3): 255 where (H <= hueLow or hueHigh <= H <= 180),
-// S >= satMin and V >= valMin, else 0. Any other image type, the empty one included, raises cv::Exception
-// (StsAssert) and leaves `mask` alone.
+// S >= satMin and V >= valMin, else 0. Any other type and an empty image raise cv::Exception (StsAssert) and
+// leave `mask` unchanged.
 inline void BuildRedMaskHSV(const cv::Mat& hsv, cv::Mat& mask, int hueLow, int hueHigh, int satMin,
                             int valMin) {
   CV_Assert(hsv.type() == CV_8UC3);
@@ -29,8 +28,7 @@ inline void BuildRedMaskHSV(const cv::Mat& hsv, cv::Mat& mask, int hueLow, int h
   cv::bitwise_and(mask, pass, mask);
 }
 
-// The calling thread's 3x3 matrix of ones, anchored at its centre; built on the thread's first call and
-// not to be written to.
+// The calling thread's 3x3 matrix of ones, anchored at its centre. Not to be written to.
 inline const cv::Mat& MorphKernel3x3() {
   thread_local const cv::Mat kernel =
       cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3), cv::Point(-1, -1));

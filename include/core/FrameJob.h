@@ -1,4 +1,4 @@
-// One monitor frame's work: the regions cut out of it and the specs they are compared with. Made by the
+// The work of one monitor frame: the regions cut out of it and the specs to compare them with. Made by the
 // capture loop, immutable once queued, read by every task of the job.
 #pragma once
 
@@ -10,12 +10,12 @@
 
 namespace quillmark {
 
-// One region of one frame. The crops own their pixels, have one common size and are at template scale.
+// One region of one frame. The crops own their pixels, have the same size and are at template scale.
 struct ROIUnit {
   std::int32_t specIndex = 0;  // into FrameJob::specs
   // The region in desktop pixels, clipped to the target's client area and to the monitor; exclusive ends.
   std::int32_t x = 0, y = 0, right = 0, bottom = 0;
-  bool clipped = false;               // the monitor cut something off; relaxes several limits
+  bool clipped = false;               // by the monitor's edge; relaxes several limits
   cv::Mat gray;                       // 8UC1
   cv::Mat bgr;                        // 8UC3
   cv::Mat hsv, sat, hue;              // 8UC3, 8UC1, 8UC1; empty when no spec of the frame needs them

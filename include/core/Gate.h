@@ -1,6 +1,5 @@
-// A gate of the decision: one measured figure held against one limit, the outcome, and what shaped the limit.
-// A limit remembers the rules that moved it, so that whoever explains a verdict prints them and computes
-// nothing.
+// A gate of the decision: a measured figure, its limit, the outcome, and the rules that moved the limit, so
+// that an explanation of a verdict prints values and computes nothing.
 //
 // Threading: plain values.
 #pragma once
@@ -19,7 +18,7 @@ enum class Bound : std::int32_t { AtMost, AtLeast };
 enum class Rule : std::int32_t {
   Usual,           // the gate's own limit
   Spec,            // the spec's
-  ClippedMinimum,  // the monitor cuts the region: raised to a minimum,
+  ClippedMinimum,  // the monitor clips the region: raised to a minimum,
   ClippedMaximum,  // lowered to a maximum,
   Clipped,         // or relaxed by a step
   HueMode,
@@ -27,7 +26,7 @@ enum class Rule : std::int32_t {
   LowDetail,
   LowDetailRed,
   Relaxed,  // the difference is small
-  Floor,    // relaxed no further
+  Floor,    // the lowest relaxed limit
   Colourless,
   VividFlat,
 };
@@ -37,8 +36,7 @@ struct LimitRule {
   double limit = 0.0;  // once the rule has been applied
 };
 
-// A limit and the rules that shaped it, in the order in which they were applied. Rules that moved nothing are
-// left out, but for the first.
+// A limit and the rules that moved it, in order. The first rule is always listed.
 class Limit {
  public:
   Limit() = default;
@@ -62,10 +60,10 @@ enum class Outcome : std::int32_t {
   NotMeasured,  // no veto
   Passed,
   Failed,
-  Waived,  // measured, but without a say: no veto
+  Waived,  // measured but ignored: no veto
 };
 
-// Why a gate was not measured, or has no say.
+// Why a gate was not measured or is ignored.
 enum class Because : std::int32_t {
   None,
   NotReached,
@@ -95,7 +93,7 @@ struct GateResult {
   [[nodiscard]] bool Measured() const { return outcome != Outcome::NotMeasured; }
   [[nodiscard]] bool HasSay() const { return outcome == Outcome::Passed || outcome == Outcome::Failed; }
   [[nodiscard]] bool Vetoes() const { return outcome == Outcome::Failed; }
-  // How far inside its limit the figure lies; below 0 it is outside.
+  // How far the figure is inside the limit; negative outside.
   [[nodiscard]] double Margin() const {
     return bound == Bound::AtMost ? limit.Value() - figure : figure - limit.Value();
   }
@@ -117,7 +115,7 @@ struct GateResult {
   return result;
 }
 
-// Takes a measured gate's say away.
+// Makes the decision ignore a measured gate.
 inline void Waive(GateResult& gate, Because because) {
   if (!gate.Measured()) return;
   gate.outcome = Outcome::Waived;

@@ -1,8 +1,8 @@
-// The gates of the decision, each in its own file under src/core/gates: how its figure is measured, and its
-// limit with the rules that shape it. Which gates are measured when, which of them decides and which has no
-// say is the evaluation's business (RegionEvaluation.h).
+// The gates of the decision, each in its own file under src/core/gates: how the figure is measured, and the
+// limit with the rules that move it. RegionEvaluation.h decides which gates are measured, in which order, and
+// which are ignored.
 //
-// `patch` is the placement: the part of a crop that the template covers, at template scale. Limits are in the
+// `patch` is the placement: the part of a crop that the template covers, at template scale. Limits have the
 // units of their figure. Images of unexpected type or size raise cv::Exception.
 //
 // Threading: pure functions, callable from any thread at the same time.
@@ -15,12 +15,12 @@
 
 namespace quillmark {
 
-// Templates of at most this many pixels are tiny: they match by chance, and show too little for edges.
+// Templates with at most this many pixels are tiny: they match by chance and have too few edges.
 inline constexpr int kTinyPixels = 256;
-// A share of edge pixels below this is too little for edges to be compared.
+// Below this share of edge pixels, edges are not compared.
 inline constexpr double kLowDetailDensity = 0.01;
 
-// What the limits depend on beside the spec's own.
+// Properties of a template that limits depend on.
 struct TemplateTraits {
   bool tiny = false;        // at most kTinyPixels
   bool lowDetail = false;   // tiny, or almost without edges: edges are not compared
@@ -30,46 +30,46 @@ struct TemplateTraits {
 [[nodiscard]] bool IsTiny(const TemplateSpec& spec);
 [[nodiscard]] TemplateTraits TraitsOf(const TemplateSpec& spec);
 
-// The template's mean saturation is so low that its hue and its a* mean nothing.
+// The mean saturation is too low for hue and a* to mean anything.
 [[nodiscard]] bool IsColourless(const TemplateSpec& spec);
 
 struct GateContext {
   const TemplateSpec& spec;
-  bool clipped = false;  // the monitor cut something off the region
+  bool clipped = false;  // the monitor's edge clips the region
   TemplateTraits traits{};
 };
 
-// Difference of the best placement, 0 to 1: at most.
+// Maximum difference of the best placement, 0 to 1.
 [[nodiscard]] Limit DifferenceLimit(const GateContext& context);
 [[nodiscard]] GateResult DifferenceGate(double dist, const GateContext& context);
 
-// Similarity, 1 - dist: at least what the spec asks for, if it does.
+// The spec's minimum similarity, 1 - dist, if it sets one.
 [[nodiscard]] GateResult MinScoreGate(double dist, const TemplateSpec& spec);
 
-// Blank white templates: standard deviation of the placement's grey levels (`patch` 8UC1), at most.
+// Blank white templates: maximum standard deviation of the placement's grey levels (`patch` 8UC1).
 [[nodiscard]] GateResult FlatWhiteGate(const cv::Mat& patch, const TemplateTraits& traits);
 
-// Zero-mean correlation of the Cr or Cb plane with the template's over the placement `rect` of `bgr` (8UC3),
-// -1 to 1: at least.
+// Minimum zero-mean correlation of the Cr or Cb plane with the template's, -1 to 1, over the placement `rect`
+// of `bgr` (8UC3).
 [[nodiscard]] GateResult ChromaGate(const cv::Mat& bgr, const cv::Rect& rect, const TemplateSpec& spec);
 
-// Zero-mean correlation of the grey levels (`patch` 8UC1) with the template's, -1 to 1: at least.
+// Minimum zero-mean correlation of the grey levels (`patch` 8UC1) with the template's, -1 to 1.
 [[nodiscard]] Limit GreyCorrelationLimit(const GateContext& context);
 [[nodiscard]] GateResult GreyCorrelationGate(const cv::Mat& patch, const GateContext& context);
 
-// The larger of `plain` and `dilated`, the correlations of the edges and of the dilated edges with the
-// template's, -1 to 1: at least.
+// Minimum for the larger of `plain` and `dilated`: the correlations of the edges and of the dilated edges
+// with the template's, -1 to 1.
 [[nodiscard]] Limit EdgeCorrelationLimit(double dist, const GateContext& context);
 [[nodiscard]] GateResult EdgeCorrelationGate(double plain, double dilated, double dist,
                                              const GateContext& context);
 
-// Distance of `density`, the placement's share of edge pixels, from the template's: at most.
+// Maximum distance of `density`, the placement's share of edge pixels, from the template's.
 [[nodiscard]] GateResult EdgeDensityGate(double density, const TemplateSpec& spec);
 
-// Vivid flat templates: levels by which the placement's mean V lies below the template's, at most.
+// Vivid flat templates: maximum by which the placement's mean V is below the template's.
 [[nodiscard]] GateResult DarknessGate(const cv::Scalar& hsvMean, const TemplateSpec& spec);
 
-// Distances of the placement's mean H, S and V from the template's, in 8-bit units, H around 180: at most.
+// Maximum distances of the placement's mean H, S and V from the template's, in 8-bit units; H wraps at 180.
 [[nodiscard]] Limit HueLimit(const GateContext& context);
 [[nodiscard]] GateResult HueGate(const cv::Scalar& hsvMean, const GateContext& context);
 [[nodiscard]] Limit SaturationLimit(const GateContext& context);
@@ -77,11 +77,11 @@ struct GateContext {
 [[nodiscard]] Limit ValueLimit(const GateContext& context);
 [[nodiscard]] GateResult ValueGate(const cv::Scalar& hsvMean, const GateContext& context);
 
-// Distance of `ratio`, the placement's share of red pixels, from the template's: at most.
+// Maximum distance of `ratio`, the placement's share of red pixels, from the template's.
 [[nodiscard]] Limit RedLimit(bool clipped);
 [[nodiscard]] GateResult RedGate(double ratio, const GateContext& context);
 
-// Distance of `mean`, the mean of the placement's 8-bit a* plane, from the template's: at most.
+// Maximum distance of `mean`, the mean of the placement's 8-bit a* plane, from the template's.
 [[nodiscard]] Limit LabALimit(bool clipped);
 [[nodiscard]] GateResult LabAGate(double mean, const GateContext& context);
 

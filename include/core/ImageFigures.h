@@ -1,5 +1,5 @@
-// Figures and edge images that templates and regions are reduced to in the same way: the template's when it
-// is prepared, the region's when it is compared.
+// Figures and edge images computed alike for a template, when it is prepared, and a region, when it is
+// compared.
 //
 // Threading: no shared state, callable from any thread at the same time.
 #pragma once
@@ -14,14 +14,14 @@ struct MeanAndStdDev {
 // Of an 8UC1 image.
 [[nodiscard]] MeanAndStdDev LevelsOf(const cv::Mat& gray);
 
-// Share of the pixels (8UC1) that are not 0; 0 for an empty image.
+// Share of non-zero pixels (8UC1); 0 for an empty image.
 [[nodiscard]] double ShareOfNonZero(const cv::Mat& mask);
 
 // Edges of a grey image (8UC1), 255 on an edge, and the same dilated by a pixel.
 [[nodiscard]] cv::Mat EdgesOf(const cv::Mat& gray);
 [[nodiscard]] cv::Mat DilatedEdges(const cv::Mat& edges);
 
-// BuildRedMaskHSV with the bounds by which templates and regions are compared.
+// BuildRedMaskHSV with the bounds used for templates and regions.
 void MarkRed(const cv::Mat& hsv, cv::Mat& mask);
 
 // Mean of the 8-bit a* plane over `rect` of a BGR image (8UC3), 128 is neutral.

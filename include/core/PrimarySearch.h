@@ -1,5 +1,5 @@
-// The first step of a region's evaluation: the search for the placement at which the region differs least
-// from the template, by the planes that the spec's mode compares. A difference is 0 for a perfect match.
+// The first step of an evaluation: searches the region for the placement with the smallest difference from
+// the template, in the planes that the spec's mode compares. A perfect match has a difference of 0.
 //
 // Threading: pure functions of their arguments, callable from any thread at the same time.
 #pragma once
@@ -16,25 +16,24 @@ struct Placement {
   double dist = 1.0;  // difference
 };
 
-// Every placement's difference, for showing what the search saw.
+// Every placement's difference, to show what the search saw.
 struct SearchMap {
-  Placement best;  // what the evaluation goes on with
-  // The best of the placements that are off by half the template's width or height at least, so that they
-  // show another thing than `best` does. None when the region has no room for one.
+  Placement best;  // the one that is evaluated
+  // The best placement at least half the template's width or height away from `best`, if there is room for
+  // one.
   std::optional<Placement> second;
-  // 32FC1, one element a placement. In mode HS of the hue alone: the saturation is compared around the best
-  // placements only.
+  // 32FC1, one element a placement. In mode HS by hue alone, as saturation is compared near these two only.
   cv::Mat difference;
 };
 
-// Whether region and template have the image that the mode compares. A mode outside the enumeration has.
+// Whether region and template have the images that the mode needs. True for a mode outside the enumeration.
 [[nodiscard]] bool HasInputs(const ROIUnit& unit, const TemplateSpec& spec);
 
 // The best placement; none when the region cannot hold the template. A mode outside the enumeration counts as
-// Gray. Images of unexpected type raise cv::Exception.
+// Gray. Raises cv::Exception for images of unexpected type.
 [[nodiscard]] std::optional<Placement> SearchRegion(const ROIUnit& unit, const TemplateSpec& spec);
 
-// The same search with all that it saw. Raises as SearchRegion does.
+// The same search with every placement's difference.
 [[nodiscard]] std::optional<SearchMap> MapRegion(const ROIUnit& unit, const TemplateSpec& spec);
 
 }  // namespace quillmark

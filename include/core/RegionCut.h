@@ -1,5 +1,5 @@
-// From a picture of the screen to the region that is compared: the picture's planes, where a spec's region
-// lies on it, and the crops at template scale.
+// Cuts a spec's region out of a picture of the screen: converts the picture, finds where the region lies on
+// it, and makes the crops at template scale.
 //
 // Threading: no shared state; callable from any thread.
 #pragma once
@@ -12,14 +12,14 @@
 
 namespace quillmark {
 
-// The planes of one picture. Filled again and again, it keeps its buffers.
+// The planes of one picture, in buffers that are reused.
 struct FrameImages {
   cv::Mat bgr, gray;               // 8UC3, 8UC1
-  cv::Mat hsv;                     // 8UC3; empty when nobody needs it
+  cv::Mat hsv;                     // 8UC3; empty when not needed
   std::vector<cv::Mat> hsvPlanes;  // of `hsv`
 };
 
-// Whether a region of the spec is compared by hue or saturation.
+// Whether the spec's regions are compared by hue or saturation.
 [[nodiscard]] bool NeedsHsv(const TemplateSpec& spec);
 
 // `bgra` is 8UC4; its fourth byte means nothing.
@@ -28,8 +28,8 @@ void ConvertFrame(const cv::Mat& bgra, bool needsHsv, FrameImages& images);
 // A spec's region, in desktop pixels.
 struct RegionOnFrame {
   Rect region;        // cut to the target's client area
-  Rect visible;       // what the frame shows of that
-  cv::Size tmplSize;  // of the template on the desktop
+  Rect visible;       // the part that the frame shows
+  cv::Size tmplSize;  // the template's, on the desktop
 
   [[nodiscard]] bool OffFrame() const { return IsEmpty(visible); }
   [[nodiscard]] bool HoldsTemplate() const {
@@ -37,11 +37,11 @@ struct RegionOnFrame {
   }
 };
 
-// `frame` is the place of the picture on the desktop, the spec's target is bound.
+// `frame` is the picture's rectangle on the desktop. The spec's target must be bound.
 [[nodiscard]] RegionOnFrame PlaceRegion(const TemplateSpec& spec, const Rect& frame);
 
-// The visible part, which must not be empty, out of the picture whose top-left corner lies at `origin` on the
-// desktop. The unit's crops own their pixels; its specIndex is the caller's.
+// Cuts the visible part, which must not be empty, out of the picture with its top-left corner at `origin` on
+// the desktop. The caller sets the unit's specIndex.
 [[nodiscard]] ROIUnit CutRegion(const TemplateSpec& spec, const RegionOnFrame& place,
                                 const FrameImages& images, cv::Point origin);
 

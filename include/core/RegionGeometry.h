@@ -1,5 +1,5 @@
-// The arithmetic between logical pixels (those of the template), desktop pixels and the target's client
-// area. Rectangles have exclusive right and bottom ends.
+// Converts between logical pixels (the template's), desktop pixels and the target's client area. Right and
+// bottom are exclusive.
 //
 // Threading: pure functions.
 #pragma once
@@ -13,8 +13,7 @@
 
 namespace quillmark {
 
-// A length in pixels as an integer: rounded half away from zero, and kept within 32 bits whatever number the
-// controller sent.
+// Rounds half away from zero, and clamps to 32 bits whatever the controller sent.
 inline std::int32_t RoundToPixel(double length) {
   constexpr double kMost = 2147483647.0;
   return static_cast<std::int32_t>(std::lround(std::clamp(length, -kMost, kMost)));
@@ -25,7 +24,7 @@ inline double EffectiveScale(double scale) {
   return scale == 0.0 ? 1.0 : scale;
 }
 
-// Size on the desktop of something of the template's size, at least 1 x 1.
+// A size at template scale as a size on the desktop, at least 1 x 1.
 inline cv::Size SizeOnDesktop(cv::Size size, double scaleX, double scaleY) {
   return {std::max(RoundToPixel(size.width * scaleX), 1), std::max(RoundToPixel(size.height * scaleY), 1)};
 }
@@ -39,12 +38,12 @@ inline Rect Intersect(const Rect& a, const Rect& b) {
           std::min(a.bottom, b.bottom)};
 }
 
-// The spec's region on the desktop, cut to the target's client area; empty when nothing is left.
+// The spec's region on the desktop, clipped to the target's client area; empty when nothing is left.
 inline Rect RegionOnDesktop(const TemplateSpec& spec) {
   const double sx = EffectiveScale(spec.targetScaleX);
   const double sy = EffectiveScale(spec.targetScaleY);
   const cv::Size size = SizeOnDesktop(spec.roi.size(), sx, sy);
-  // The controller's numbers may be anything: add them up in 64 bits, where nothing wraps around.
+  // The controller may send any number: sums in 64 bits cannot overflow.
   const auto clamped = [](std::int64_t value, std::int32_t low, std::int32_t high) {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, low, std::max(low, high)));
   };
@@ -56,8 +55,8 @@ inline Rect RegionOnDesktop(const TemplateSpec& spec) {
           clamped(top + size.height, target.top, target.bottom)};
 }
 
-// A hit's centre relative to the client area. It is then clamped as though it were the top-left corner of
-// something of the hit's size: that is what controllers are used to.
+// A hit's centre relative to the client area, clamped as if it were the hit's top-left corner: controllers
+// rely on that.
 inline cv::Point RelativeToTarget(cv::Point centre, cv::Size hit, const Rect& target) {
   const int width = target.right - target.left;
   const int height = target.bottom - target.top;
@@ -69,7 +68,7 @@ inline cv::Point RelativeToTarget(cv::Point centre, cv::Size hit, const Rect& ta
   return relative;
 }
 
-// Deduplication window of a spec's hits in milliseconds; 0 leaves the choice to the sender.
+// Deduplication window of a spec's hits in milliseconds; 0 means the sender's default.
 inline std::uint64_t DedupWindowMs(const TemplateSpec& spec) {
   if (spec.intervalMs <= 0) return 0;
   return static_cast<std::uint64_t>(std::max(static_cast<int>(spec.intervalMs * 0.6), 1));

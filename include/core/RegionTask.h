@@ -1,5 +1,4 @@
-// The task around the decision of one region: turns an accepted verdict into a hit and always signals
-// completion.
+// The task that evaluates one region: sends a hit for an accepted verdict and always signals completion.
 //
 // Threading: EvaluateROI on any worker; a PendingTasks is shared by the tasks of one job and their waiter.
 #pragma once
@@ -17,8 +16,8 @@
 
 namespace quillmark {
 
-// Tasks of one job that have not finished yet. Every change and every signal is made under the lock: a
-// waiter that has seen zero may destroy the counter at once.
+// Counts a job's unfinished tasks. Signals under the lock, so that a waiter that has seen zero may destroy
+// the counter at once.
 class PendingTasks {
  public:
   void Add() {
@@ -41,14 +40,14 @@ class PendingTasks {
   std::int32_t pending = 0;
 };
 
-// Logs why a region of the spec was not evaluated, the first error of a spec and then one in a hundred.
+// Logs why a region of the spec was not evaluated: the spec's first error, then one in a hundred.
 void ReportTaskError(const std::wstring& name, const std::exception& error, SampledErrors& errors) noexcept;
 
-// The hit that an accepted verdict on the spec is reported by.
+// The hit that reports an accepted verdict.
 [[nodiscard]] HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs);
 
-// Evaluates the unit against its spec of the job, hands an accepted match to the sender, and counts itself
-// as done on every road. Nothing is raised: an error of the evaluation counts as no match and is reported.
+// Evaluates the unit with its spec, passes a hit to the sender, and always signals completion. An error of
+// the evaluation is logged and counts as no match.
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept;
 

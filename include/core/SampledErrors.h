@@ -1,4 +1,4 @@
-// Counts errors by key and says which of them are worth a log line: the first and then one in a hundred.
+// Counts errors by key and picks those to log: the first, then one in a hundred.
 //
 // Threading: any thread.
 #pragma once
@@ -12,7 +12,7 @@ namespace quillmark {
 
 class SampledErrors {
  public:
-  // Counts one more error; its number when it is to be reported (1, 101, 201, ...), else 0.
+  // Counts an error. Its number when it is to be logged (1, 101, 201, ...), else 0.
   std::uint64_t Count(const std::wstring& key) {
     const std::lock_guard lock(mutex);
     const std::uint64_t number = ++counts[key];

@@ -1,7 +1,7 @@
-// One tick of the worker: binds the specs to their windows, groups them by monitor, and for each monitor's
-// frame decides which specs are due and cuts their regions out of it. Whoever listens is told of every spec
-// what became of it. It has no thread and no clock: windows, monitors, frames and times come from the caller.
-// Of the environment it asks whether "T1" is forced.
+// One tick of the worker: binds the specs to their windows, groups them by monitor, and cuts the regions of
+// the due specs out of each monitor's frame. A listener learns the outcome of every spec. It has no thread
+// and no clock: windows, monitors, frames and times come from the caller; whether "T1" is forced, from the
+// environment.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -25,27 +25,27 @@
 
 namespace quillmark {
 
-// Indices of the specs to look for on each monitor, in the specs' order.
+// Indices of the specs to look for on each monitor, in order.
 using MonitorGroups = std::unordered_map<HMONITOR, std::vector<std::int32_t>>;
 
 // One monitor's frame.
 struct MonitorFrame {
   HMONITOR monitor = nullptr;
   cv::Point origin;          // of the monitor, desktop pixels
-  std::uint64_t number = 0;  // of the frame, counted over all monitors
-  cv::Mat bgra;              // 8UC4; the fourth byte means nothing
+  std::uint64_t number = 0;  // counted over all monitors
+  cv::Mat bgra;              // 8UC4; the fourth byte is ignored
 };
 
-// What became of a spec, in the order in which it is asked.
+// The outcome for a spec, in the order of the checks.
 enum class SpecOutcome : std::int32_t {
   Unbound,              // see the binding
   OutsideTarget,        // nothing of its region lies in the client area
   OffMonitors,          // no monitor shows anything of its region
-  FrameSkipped,         // not a frame of its divisor
+  FrameSkipped,         // by its divisor
   Throttled,            // its interval has not passed
-  OffFrame,             // the monitor shows nothing of its region
-  SmallerThanTemplate,  // what the monitor shows of its region cannot hold the template
-  Forced,               // to be reported unseen
+  OffFrame,             // the frame shows nothing of its region
+  SmallerThanTemplate,  // the frame shows too little of its region
+  Forced,               // to be reported without a look
   Cut,                  // its region is a unit of the job
 };
 struct SpecTurn {
@@ -56,7 +56,7 @@ struct SpecTurn {
 };
 using SpecListener = std::function<void(const SpecTurn&)>;
 
-// A hit that is reported unseen, at the centre of its region.
+// A forced hit, at the centre of its region.
 [[nodiscard]] HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::uint64_t tsMs);
 
 class Tick {
@@ -64,28 +64,26 @@ class Tick {
   // Binds one spec to its window and sets its target fields.
   using Binder = std::function<TargetBinding(TemplateSpec&)>;
 
-  // Milliseconds from one tick's beginning to the next one's, which slows down as jobs pile up.
+  // Milliseconds from one tick's start to the next one's; more as jobs pile up.
   [[nodiscard]] static std::int64_t IntervalMs(std::size_t waitingJobs);
 
-  // Begins a tick with these specs, prepared as the store holds them. The listener is called for each spec
-  // that is left out.
+  // Begins a tick with the store's specs. Calls the listener for each spec that is left out, as Group does.
   void Bind(std::vector<TemplateSpec> specs, const Binder& bind, const SpecListener& listener = {});
-  // Likewise.
   void Group(const std::vector<MonitorEntry>& monitors, const MonitorAnswers& answers = SystemMonitors(),
              const SpecListener& listener = {});
   [[nodiscard]] const MonitorGroups& Groups() const { return groups; }
-  // The specs of this tick, bound.
+  // This tick's specs, bound.
   [[nodiscard]] const std::vector<TemplateSpec>& Specs() const { return bound; }
 
-  // Makes the job of a monitor's frame, whose turn began at `tMs`. The listener is called for each spec of
-  // the monitor's group.
+  // Makes the job of a monitor's frame; the monitor's turn began at `tMs`. Calls the listener for each spec
+  // of the monitor's group.
   [[nodiscard]] std::shared_ptr<FrameJob> Cut(const MonitorFrame& frame, std::int64_t tMs,
                                               const SpecListener& listener = {});
-  // Begins the intervals of the specs that a frame's job holds. To be called once the job is queued: regions
-  // that were cut for a job that came to nothing are due again at once.
+  // Starts the intervals of a job's specs, once it is queued: specs of a job that failed are due again at
+  // once.
   void Commit(HMONITOR monitor, const FrameJob& job);
 
-  // Frees the buffers of all monitors but these.
+  // Frees the buffers of other monitors.
   void KeepMonitors(const std::set<HMONITOR>& monitors);
 
  private:
@@ -93,7 +91,7 @@ class Tick {
 
   std::vector<TemplateSpec> bound;  // the specs of this tick
   MonitorGroups groups;
-  // Job time by "name@monitor". Entries stay, about 100 bytes for each name ever given an interval.
+  // Job time by "name@monitor". Entries stay: about 100 bytes for each name ever given an interval.
   std::unordered_map<std::wstring, std::int64_t> lastScheduled;
   std::unordered_map<HMONITOR, FrameImages> frameImages;  // reused from frame to frame
 };

@@ -1,13 +1,12 @@
-// Zero-mean float images, the form in which edge images are correlated.
+// Zero-mean float images, for the correlation of edges.
 #pragma once
 
 #include <opencv2/core.hpp>
 
 namespace quillmark {
 
-// Makes `destination` the 8-bit, one-channel `source` as CV_32F over 255, less its mean, so that an edge
-// image of 0 and 255 has values near -m and 1 - m. An empty source releases the destination. Threading: no
-// shared state, callable from any thread.
+// Makes `destination` the 8-bit, one-channel `source` over 255, less its mean, as CV_32F. An empty source
+// releases it. Threading: no shared state, callable from any thread.
 void ToZeroMeanFloat(const cv::Mat& source, cv::Mat& destination);
 
 }  // namespace quillmark
