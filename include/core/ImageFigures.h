@@ -24,6 +24,10 @@ struct MeanAndStdDev {
 // BuildRedMaskHSV with the bounds used for templates and regions.
 void MarkRed(const cv::Mat& hsv, cv::Mat& mask);
 
+// Makes `destination` the 8-bit, one-channel `source` over 255, less its mean, as CV_32F: the form in which
+// edge images are correlated. An empty source releases it.
+void ToZeroMeanFloat(const cv::Mat& source, cv::Mat& destination);
+
 // Mean of the 8-bit a* plane over `rect` of a BGR image (8UC3), 128 is neutral.
 [[nodiscard]] double MeanLabA(const cv::Mat& bgr, const cv::Rect& rect);
 

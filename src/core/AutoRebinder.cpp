@@ -17,11 +17,11 @@ void AutoRebinder::Start() {
   sender.Start();
   pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
   sink.Start([this] {
-    // The border to the system's message dispatch: nothing may be raised across it.
+    // Called by the system's message dispatch, through which nothing may be raised.
     try {
       OnDisplayChange();
     } catch (const std::exception&) {
-      // No thread for the quiet period: rebinding at once and too often is better than not at all.
+      // Rebinding too often is better than not at all.
       AsyncLogger::Instance().Log(L"[Rebind] no timer thread, rebinding at once");
       DropAllContexts();
     }

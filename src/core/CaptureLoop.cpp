@@ -1,5 +1,5 @@
-// The capture thread of the engine: tick by tick it decides which regions are due on which monitor, grabs
-// one frame of each monitor concerned, cuts the regions out and queues one job a frame.
+// The engine's capture thread: on each tick it takes a frame of each monitor with a spec, cuts out the
+// regions that are due and queues one job a frame.
 #include <chrono>
 #include <exception>
 #include <optional>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr auto kTickPoll = std::chrono::milliseconds(2);
 constexpr auto kIdleWait = std::chrono::milliseconds(20);
-// An error that comes back with the same text after this long is news again.
+// After this long, an error with the same text is logged again.
 constexpr std::int64_t kErrorQuietMs = 60'000;
 
 std::int64_t SteadyNowMs() {
@@ -97,7 +97,7 @@ void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowM
     std::erase_if(monitorStates, isGone);
   }
   const std::lock_guard lock(ctxMutex);
-  // Each holds a device or a connection, and a burst of display changes puts the rebind off for its length.
+  // At once: each holds a device or a connection, and a burst of display changes delays the rebind.
   if (monitorsChanged) std::erase_if(contexts, isGone);
   knownMonitors = std::move(monitors);
   seenGeneration = generation;
@@ -171,7 +171,7 @@ void AutoRebinder::ReportTurnError(HMONITOR monitor, const std::exception& error
     state.errorText = error.what();
     LogLine(L"[Capture] ", monitor == nullptr ? L"tick" : NameOf(monitor), L" skipped: ", CauseOf(error));
   } catch (const std::exception&) {
-    // No memory for the line; the loop goes on.
+    // No memory for the line.
   }
 }
 

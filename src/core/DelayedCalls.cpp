@@ -11,7 +11,7 @@ void DelayedCalls::After(std::chrono::milliseconds delay, std::function<void()> 
   JoinFinished();
   const auto timer = timers.emplace(timers.end());
   try {
-    // The thread reaches its timer only under the mutex, that is after this assignment.
+    // The thread reads its timer under the mutex, so after this assignment.
     timer->thread = std::thread([this, timer, deadline, call = std::move(call)] {
       std::unique_lock waiting(mutex);
       if (!wakeup.wait_until(waiting, deadline, [this] { return stopping; })) {
@@ -40,7 +40,7 @@ void DelayedCalls::Stop() {
 }
 
 void DelayedCalls::JoinFinished() {
-  // A timer that is done has left the mutex for good: the join waits for the thread's last instructions.
+  // A timer that is done needs the mutex no more, so the join is short.
   timers.remove_if([](Timer& timer) {
     if (!timer.done) return false;
     timer.thread.join();

@@ -1,5 +1,5 @@
-// Calls made after a delay, each on a short-lived thread of its own, that never outlive their owner: Stop
-// cancels those still waiting and joins every thread.
+// Makes calls after a delay, each on a short-lived thread. None outlives the owner: Stop cancels those that
+// still wait and joins every thread.
 //
 // Threading: After from any thread; Stop by the owner's thread, not from inside a call.
 #pragma once
@@ -20,10 +20,10 @@ class DelayedCalls {
   DelayedCalls(const DelayedCalls&) = delete;
   DelayedCalls& operator=(const DelayedCalls&) = delete;
 
-  // Runs the call once the delay has passed, unless Stop comes first. The call must not raise.
+  // Runs the call after the delay, unless Stop comes first. The call must not raise.
   // Raises std::system_error when no thread can be started.
   void After(std::chrono::milliseconds delay, std::function<void()> call);
-  // Waiting calls are dropped, running ones finished. Idempotent; After does nothing from then on.
+  // Drops waiting calls and finishes running ones. Idempotent; After does nothing from then on.
   void Stop();
 
  private:

@@ -30,6 +30,15 @@ cv::Mat DilatedEdges(const cv::Mat& edges) {
   return dilated;
 }
 
+void ToZeroMeanFloat(const cv::Mat& source, cv::Mat& destination) {
+  if (source.empty()) {
+    destination.release();
+    return;
+  }
+  source.convertTo(destination, CV_32F, 1.0 / 255.0);
+  cv::subtract(destination, cv::Scalar(cv::mean(destination)[0]), destination);
+}
+
 void MarkRed(const cv::Mat& hsv, cv::Mat& mask) {
   constexpr int hueLow = 10, hueHigh = 170, satMin = 80, valMin = 50;  // 8-bit units, hue 0 to 179
   BuildRedMaskHSV(hsv, mask, hueLow, hueHigh, satMin, valMin);

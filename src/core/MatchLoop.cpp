@@ -1,4 +1,4 @@
-// The match thread of the engine: takes one job at a time and spreads its regions over the pool.
+// The engine's match thread: takes one job at a time and spreads its regions over the pool.
 #include <chrono>
 #include <exception>
 
@@ -40,7 +40,7 @@ void AutoRebinder::RunJob(const FrameJob& job) {
       ReportTaskError(job.specs[unit.specIndex].name, error, taskErrors);
     }
   }
-  // Also when a stop was asked for: the tasks refer to the job and to the counter.
+  // Also when stopping: the tasks refer to the job and to the counter.
   tasks.WaitForAll();
 }
 

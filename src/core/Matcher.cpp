@@ -10,12 +10,12 @@ namespace {
 // Keeps the correlation of uniform images at 0 instead of 0 / 0.
 constexpr double kCorrelationGuard = 1e-12;
 
-// The searches keep buffers up to this size, each, for the next call on the same thread. Larger ones are
-// freed: allocating them costs little next to the search, and one search of a 4K screen would otherwise leave
-// up to 139 MB on every thread.
+// The searches keep buffers of up to this size for the next call on the same thread. Larger ones are freed:
+// allocating them costs little next to the search, and a search of a 4K screen would leave 139 MB on every
+// thread.
 constexpr std::size_t kKeptBytes = std::size_t{4} << 20;
 
-// Frees a buffer that is too large to keep, however the call ends.
+// Frees a buffer that is too large to keep.
 struct KeptBuffer {
   cv::Mat& buffer;
   ~KeptBuffer() {

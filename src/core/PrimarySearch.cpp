@@ -11,7 +11,7 @@ double HueWeight(const TemplateSpec& spec) {
   return spec.redHint ? 0.9 : 0.8;
 }
 
-// `map`, when wanted, holds similarities in the hue modes and differences in the others.
+// `map` gets similarities in the hue modes and differences in the others.
 std::optional<Placement> Search(const ROIUnit& unit, const TemplateSpec& spec, cv::Mat* map) {
   Placement best;
   bool found = false;

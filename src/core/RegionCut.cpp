@@ -7,7 +7,7 @@
 namespace quillmark {
 namespace {
 
-// A region's pixels at template scale, in a buffer of their own.
+// A copy of a region's pixels, at template scale.
 cv::Mat Cut(const cv::Mat& image, const cv::Rect& rect, double sx, double sy) {
   const cv::Mat region = image(rect);
   if (std::abs(sx - 1.0) <= 0.01 && std::abs(sy - 1.0) <= 0.01) return region.clone();

@@ -7,7 +7,6 @@
 #include "core/Matcher.h"
 #include "core/PrimarySearch.h"
 #include "core/RegionGeometry.h"
-#include "core/ZeroMean.h"
 
 namespace quillmark {
 namespace {
@@ -38,7 +37,7 @@ double CorrelationOfEdges(const cv::Mat& edges, const cv::Mat& tmplZeroMean) {
   return Corr1x1_ZeroMean(zeroMean, tmplZeroMean);
 }
 
-// Why grey levels and edges have no say, whatever was measured.
+// Why grey levels and edges are ignored.
 Because StructureWaiver(const TemplateSpec& spec) {
   if (IsHueMode(spec.mode)) return Because::HueMode;
   if (spec.redHint) return Because::RedSpec;
@@ -67,7 +66,7 @@ class Evaluation {
              const StepComputed& listener)
       : unit(region), spec(wanted), thoroughness(thorough), computed(listener) {}
 
-  // The order of measuring: each stage says whether to go on.
+  // In the order of measuring; each stage returns whether to go on.
   Verdict Run() {
     if (Search() && CompareDifference() && CompareFlatWhite() && CompareStructure() && CompareDarkness()) {
       CompareColour();
@@ -78,11 +77,11 @@ class Evaluation {
   }
 
  private:
-  void Tell(DecidingStep step) const {
+  void Report(DecidingStep step) const {
     if (computed) computed(step);
   }
 
-  // Keeps the first veto; false when it ends the evaluation.
+  // Records the first veto; false when it ends the evaluation.
   bool GoesOn(bool veto, DecidingStep step) {
     if (!veto) return true;
     if (v.Accepted()) v.decidedBy = step;
@@ -92,9 +91,9 @@ class Evaluation {
   bool Search() {
     v.tw = spec.tmplGray.cols;
     v.th = spec.tmplGray.rows;
-    if (!HasInputs(unit, spec)) return false;  // a verdict begins as decided by this
+    if (!HasInputs(unit, spec)) return false;  // a verdict starts as decided by Inputs
     const std::optional<Placement> best = SearchRegion(unit, spec);
-    Tell(DecidingStep::Search);
+    Report(DecidingStep::Search);
     v.decidedBy = best ? DecidingStep::Accepted : DecidingStep::Search;
     if (!best) return false;
     v.found = true;
@@ -112,25 +111,25 @@ class Evaluation {
     rect = {v.loc.x, v.loc.y, v.tw, v.th};
     if (InsideCrop(rect, unit.gray)) return true;
     if (v.Accepted()) v.decidedBy = DecidingStep::Placement;
-    return false;  // nothing to compare, however thorough
+    return false;  // nothing to compare
   }
 
   bool CompareFlatWhite() {
     patch = unit.gray(rect);
     context.traits = TraitsOf(spec);
     v.flatWhite = FlatWhiteGate(patch, context.traits);
-    Tell(DecidingStep::FlatWhite);
+    Report(DecidingStep::FlatWhite);
     return GoesOn(v.flatWhite.Vetoes(), DecidingStep::FlatWhite);
   }
 
   bool CompareStructure() {
     v.chroma = ChromaGate(unit.bgr, rect, spec);
-    Tell(DecidingStep::Chroma);
+    Report(DecidingStep::Chroma);
     v.traits = context.traits;
     v.greyCorrelation = GreyCorrelationGate(patch, context);
-    Tell(DecidingStep::GreyCorrelation);
+    Report(DecidingStep::GreyCorrelation);
     if (!GoesOn(!CompareEdges(), DecidingStep::NoEdges)) return false;
-    Tell(DecidingStep::EdgeCorrelation);
+    Report(DecidingStep::EdgeCorrelation);
     if (const Because waiver = StructureWaiver(spec); waiver != Because::None) {
       for (GateResult* gate : {&v.greyCorrelation, &v.edgeCorrelation, &v.edgeDensity}) Waive(*gate, waiver);
       if (waiver == Because::HueMode) Waive(v.chroma, waiver);
@@ -138,7 +137,7 @@ class Evaluation {
     return true;
   }
 
-  // False when the edge detection gave no image.
+  // False when edge detection gave no image.
   bool CompareEdges() {
     const TemplateTraits& traits = v.traits;
     if (traits.lowDetail || traits.flat) {
@@ -163,7 +162,7 @@ class Evaluation {
     v.colourActive = spec.redHint || spec.colorGate;
     if (!unit.hsv.empty()) v.hsvMean = cv::mean(unit.hsv(rect));
     v.darkness = DarknessGate(v.hsvMean, spec);
-    Tell(DecidingStep::Darkness);
+    Report(DecidingStep::Darkness);
     return GoesOn(v.darkness.Vetoes(), DecidingStep::Darkness);
   }
 
@@ -180,7 +179,7 @@ class Evaluation {
       v.labAMean = MeanLabA(unit.bgr, rect);
       v.labA = LabAGate(v.labAMean, context);
       if (IsColourless(spec)) Waive(v.labA, Because::Colourless);
-      Tell(DecidingStep::Colour);
+      Report(DecidingStep::Colour);
     } else {
       v.hue = v.saturation = v.value = v.red = v.labA = NotMeasured(Because::NoColourTest);
     }
@@ -194,7 +193,7 @@ class Evaluation {
     v.sq = static_cast<float>(1.0 - v.dist);
     v.edgeScore = static_cast<float>(std::max(v.e1, v.e2));
     v.dedupWindowMs = DedupWindowMs(spec);
-    Tell(DecidingStep::Accepted);
+    Report(DecidingStep::Accepted);
   }
 
   const ROIUnit& unit;

@@ -11,7 +11,7 @@ void ReportTaskError(const std::wstring& name, const std::exception& error, Samp
     const std::uint64_t number = errors.Count(name);
     if (number != 0) LogLine(L"[Match] error ", number, L" of name=", name, L": ", CauseOf(error));
   } catch (const std::exception&) {
-    // No memory for the line; the matching goes on.
+    // No memory for the line.
   }
 }
 
@@ -31,7 +31,7 @@ HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t 
 
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept {
-  // The last thing to happen: after it, job and counter may be gone.
+  // Signalled last: job and counter may be gone after it.
   struct Completion {
     PendingTasks& tasks;
     ~Completion() { tasks.Done(); }

@@ -9,7 +9,7 @@
 namespace quillmark {
 namespace {
 
-// A spec named "T1" is reported unseen where the environment asks for it.
+// The environment can have a spec named "T1" reported without a look.
 bool IsForced(const TemplateSpec& spec) {
   if (spec.name != L"T1") return false;
   const char* allowed = std::getenv("QM_FORCE_T1_ALLOW");

@@ -18,8 +18,7 @@ namespace {
 
 constexpr auto RetryInterval = std::chrono::milliseconds(50);
 
-// Runs a callback of the owner. The operations behind it report their errors themselves; a command that
-// fails must not keep the next ones from running.
+// Runs a callback, which reports its own errors: a command that fails must not stop the next ones.
 template <typename Callback, typename... Values>
 void RunGuarded(const Callback& callback, const Values&... values) {
   if (!callback) return;
@@ -76,7 +75,7 @@ void CmdRingReader::SetHandlers(OnSpec spec, OnClear clear, OnRemove remove) {
   onRemove = std::move(remove);
 }
 
-void CmdRingReader::Poll(std::uint32_t largestCount) {
+void CmdRingReader::Poll(std::uint32_t maximumCount) {
   if (!view) return;
   auto& ring = *static_cast<CmdRingLayout*>(view.Get());
   const SharedWord writeIndex(ring.header.writeIndex);
@@ -94,10 +93,10 @@ void CmdRingReader::Poll(std::uint32_t largestCount) {
     FullFence();
     Execute(ring.slots[SlotOf(next)]);
     ++next;
-    if (++count == largestCount) break;
+    if (++count == maximumCount) break;
   }
 
-  // Frees the slots; pairs with the controller's load of readIndex before it fills them again.
+  // Frees the slots. Pairs with the controller's load of readIndex before it fills them again.
   readIndex.store(next, std::memory_order_release);
   FullFence();
 }
@@ -127,7 +126,7 @@ void CmdRingReader::Execute(CmdSlot& shared) const {
 }
 
 void CmdRingReader::Close() {
-  // Orders nothing else: of several closings, the first gives the signal.
+  // Only the first Close signals.
   if (!stopRequested.exchange(true, std::memory_order_relaxed) && event) ::SetEvent(event.Get());
   view.Reset();
   event.Reset();

@@ -1,6 +1,6 @@
-// The worker's side of the command ring: takes every command that the controller has published, hands spec
-// commands to callbacks and answers heartbeat and version through the hit ring. It keeps no position of its
-// own; the shared header holds all progress, so that a restarted worker goes on where the last one stopped.
+// The worker's side of the command ring: passes spec commands to callbacks and answers heartbeat and version
+// through the hit ring. Its position is kept in the shared header, so that a restarted worker goes on where
+// the last one stopped.
 //
 // Threading: one thread at a time. Callbacks and replies run on the thread that polls.
 #pragma once
@@ -30,19 +30,18 @@ class CmdRingReader {
   CmdRingReader(const CmdRingReader&) = delete;
   CmdRingReader& operator=(const CmdRingReader&) = delete;
 
-  // Opens or creates the ring, trying again every 50 ms for that long; 0 tries once. False when it cannot
-  // be opened. The header is zeroed when nobody held the ring's event before, and kept otherwise.
+  // Opens or creates the ring, retrying every 50 ms until the timeout; 0 tries once. False when that fails.
+  // Zeroes the header unless somebody already held the ring's event.
   [[nodiscard]] bool Init(std::uint32_t timeoutMs);
 
-  // An empty callable is allowed: its commands are then consumed without effect. What a callable raises is
-  // discarded, and the command counts as consumed.
+  // Commands without a callable are consumed without effect. Exceptions of a callable are discarded.
   void SetHandlers(OnSpec spec, OnClear clear, OnRemove remove);
 
-  // Consumes pending commands, at most that many, all of them for 0. Of more than 64 pending commands only
-  // the newest 64 are left to consume. Does nothing while the reader is closed.
-  void Poll(std::uint32_t largestCount);
+  // Consumes at most that many pending commands, or all for 0. Of more than 64 only the newest 64 are left.
+  // Does nothing while the reader is closed.
+  void Poll(std::uint32_t maximumCount);
 
-  // Releases the ring, after one signal to whoever waits for its event. Idempotent.
+  // Signals the ring's event once and releases the ring. Idempotent.
   void Close();
 
  private:

@@ -8,14 +8,14 @@ namespace quillmark {
 namespace {
 
 constexpr double ToleranceShare = 0.1;  // of the hit's longer side
-constexpr int LeastTolerance = 3, LargestTolerance = 12;
+constexpr int MinTolerance = 3, MaxTolerance = 12;
 constexpr std::uint64_t DefaultWindowMs = 150, FastWindowMs = 30;
 constexpr float ScoreMargin = 0.02f;
 constexpr std::uint64_t ScoreWindowMs = 300;
 
 std::int64_t ToleranceOf(const HitRecord& hit) {
   const int share = static_cast<int>(static_cast<double>(std::max(hit.w, hit.h)) * ToleranceShare);
-  return std::max(std::min(share, LargestTolerance), LeastTolerance);
+  return std::max(std::min(share, MaxTolerance), MinTolerance);
 }
 
 std::uint64_t WindowOf(const HitRecord& hit) {

@@ -1,8 +1,6 @@
-// Tells hits that say something new from near-repetitions of the last hit accepted under the same name: one
-// at almost the same place soon after it, and a clearly weaker one soon after it, wherever that lies.
-//
-// A refused hit leaves no trace, so a target that stands still passes once a window. The only clock is the
-// time in the hits.
+// Refuses near-repetitions of the last hit accepted under the same name: hits at almost the same place, and
+// clearly weaker hits anywhere, soon after it. Refused hits leave no trace, so a target that stands still
+// passes once a window. The only clock is the hits' time.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -15,12 +13,12 @@
 
 namespace quillmark {
 
-// What a hit repeats of the last one of its name.
+// How a hit repeats the last one of its name.
 enum class Repetition : std::int32_t { None, SamePlace, Weaker };
 
 class DuplicateFilter {
  public:
-  // A hit that repeats nothing is what the next one of its name is held against.
+  // The next hit of the name is compared with the last for which this returned None.
   [[nodiscard]] Repetition Admit(const HitRecord& hit);
 
  private:

@@ -21,7 +21,6 @@ void LogIndices(const char* when, std::uint32_t w, std::uint32_t r) {
   LogLine(when, w, " r=", r, " depth=", w - r);
 }
 
-// The reserved bytes are the controller's: only named fields are touched.
 void StoreName(HitSlot& slot, const std::wstring& name) {
   const std::size_t kept = std::min(name.size(), std::size(slot.name) - 1);
   const auto end = std::transform(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(kept), slot.name,
@@ -37,7 +36,7 @@ HitRing& HitRing::Instance() {
 }
 
 bool HitRing::EnsureInit() {
-  // Both acquire loads pair with the release store below: who sees true sees the view and the event.
+  // Both acquire loads pair with the release store below, which publishes the view and the event.
   if (ready.load(std::memory_order_acquire)) return true;
   std::call_once(initOnce, [this] { ready.store(Init(), std::memory_order_release); });
   return ready.load(std::memory_order_acquire);

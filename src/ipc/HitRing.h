@@ -1,8 +1,7 @@
-// The worker's side of the hit ring: hits and replies to the controller through shared memory. A hit that
-// finds the ring full is refused and counted, never waited for; unread records are never overwritten.
+// The worker's side of the hit ring: sends hits and replies to the controller through shared memory. When the
+// ring is full, a hit is refused and counted; unread records are never overwritten.
 //
-// Threading: every operation may be called from any thread of the process. Log lines are queued while the
-// writers' mutex is held.
+// Threading: any thread. Log lines are queued under the writers' mutex.
 #pragma once
 
 #include <atomic>
@@ -18,15 +17,14 @@ struct HitRingLayout;
 
 class HitRing {
  public:
-  // The process's ring. It is never destroyed: writers may outlive everything else.
+  // The process's ring. Never destroyed, as writers may outlive everything else.
   static HitRing& Instance();
 
   HitRing() = default;
   HitRing(const HitRing&) = delete;
   HitRing& operator=(const HitRing&) = delete;
 
-  // Opens the ring on the first call; whoever calls meanwhile waits for it. False when that failed, which
-  // stays so: it is not tried again.
+  // Opens the ring on the first call; concurrent callers wait. False, for good, when that failed.
   bool EnsureInit();
 
   // Writes one record or drops it; see WriteHit.
@@ -47,8 +45,8 @@ class HitRing {
   std::atomic<bool> nullViewWarned{false};
 };
 
-// Writes one hit or reply into the process's hit ring, or drops it. Position and size in pixels, `tsMs` in
-// UTC milliseconds since 1970-01-01; of the name, 31 UTF-16 units are kept.
+// Writes a hit or reply into the process's hit ring, or drops it. Position and size in pixels, `tsMs` in UTC
+// milliseconds since 1970-01-01. Of the name, 31 UTF-16 units are kept.
 void WriteHit(const std::wstring& name, std::int32_t cx, std::int32_t cy, std::int32_t w, std::int32_t h,
               float sq, float edge, std::uint64_t tsMs);
 

@@ -30,32 +30,35 @@ std::vector<std::byte> VersionBlockOfThisProgram() {
   return block;
 }
 
-// The text under the first language that the block lists.
-std::optional<std::wstring> ProductVersionText(std::vector<std::byte>& block) {
-  void* value = nullptr;
+// A value of the block and its length; null when there is none.
+struct Value {
+  const void* data = nullptr;
   UINT length = 0;
-  if (!::VerQueryValueW(block.data(), L"\\VarFileInfo\\Translation", &value, &length) || value == nullptr ||
-      length < sizeof(Translation)) {
-    return std::nullopt;
-  }
-  const auto& translation = *static_cast<const Translation*>(value);
-  wchar_t query[64];
-  std::swprintf(query, std::size(query), L"\\StringFileInfo\\%04x%04x\\ProductVersion",
-                static_cast<unsigned>(translation.language), static_cast<unsigned>(translation.codePage));
-  value = nullptr;
-  length = 0;
-  if (!::VerQueryValueW(block.data(), query, &value, &length) || value == nullptr || length == 0) {
-    return std::nullopt;
-  }
-  // The length counts the terminator.
-  return std::wstring(static_cast<const wchar_t*>(value), length - 1);
+};
+Value Query(const std::vector<std::byte>& block, const wchar_t* path) {
+  void* data = nullptr;
+  UINT length = 0;
+  if (!::VerQueryValueW(block.data(), path, &data, &length)) return {};
+  return {data, length};
 }
 
-std::optional<std::wstring> FileVersionNumbers(std::vector<std::byte>& block) {
-  void* value = nullptr;
-  UINT length = 0;
-  if (!::VerQueryValueW(block.data(), L"\\", &value, &length) || value == nullptr) return std::nullopt;
-  const auto& info = *static_cast<const VS_FIXEDFILEINFO*>(value);
+// The text under the first language that the block lists.
+std::optional<std::wstring> ProductVersionText(const std::vector<std::byte>& block) {
+  const Value languages = Query(block, L"\\VarFileInfo\\Translation");
+  if (languages.data == nullptr || languages.length < sizeof(Translation)) return std::nullopt;
+  const auto& first = *static_cast<const Translation*>(languages.data);
+  wchar_t path[64];
+  std::swprintf(path, std::size(path), L"\\StringFileInfo\\%04x%04x\\ProductVersion",
+                static_cast<unsigned>(first.language), static_cast<unsigned>(first.codePage));
+  const Value text = Query(block, path);
+  if (text.data == nullptr || text.length == 0) return std::nullopt;
+  return std::wstring(static_cast<const wchar_t*>(text.data), text.length - 1);  // it counts the terminator
+}
+
+std::optional<std::wstring> FileVersionNumbers(const std::vector<std::byte>& block) {
+  const Value value = Query(block, L"\\");
+  if (value.data == nullptr) return std::nullopt;
+  const auto& info = *static_cast<const VS_FIXEDFILEINFO*>(value.data);
   const auto number = [](WORD part) { return std::to_wstring(part); };
   return number(HIWORD(info.dwFileVersionMS)) + L"." + number(LOWORD(info.dwFileVersionMS)) + L"." +
          number(HIWORD(info.dwFileVersionLS)) + L"." + number(LOWORD(info.dwFileVersionLS));
@@ -64,7 +67,7 @@ std::optional<std::wstring> FileVersionNumbers(std::vector<std::byte>& block) {
 }  // namespace
 
 std::wstring GetProductVersionString() {
-  std::vector<std::byte> block = VersionBlockOfThisProgram();
+  const std::vector<std::byte> block = VersionBlockOfThisProgram();
   if (!block.empty()) {
     if (auto text = ProductVersionText(block)) return *text;
     if (auto numbers = FileVersionNumbers(block)) return *numbers;

@@ -1,4 +1,4 @@
-// The product's version as the version reply tells it.
+// The product's version, for the version reply.
 //
 // Threading: any thread.
 #pragma once
@@ -7,8 +7,8 @@
 
 namespace quillmark {
 
-// The version resource of the running program: its product version text, else its numeric file version as
-// "a.b.c.d"; the version that the program was built as when it has no resource.
+// The running program's version resource: its product version text, else its file version as "a.b.c.d".
+// Without a resource, the version of the build.
 [[nodiscard]] std::wstring GetProductVersionString();
 
 }  // namespace quillmark

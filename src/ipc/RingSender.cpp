@@ -30,7 +30,7 @@ void RingSender::Start() {
 
 void RingSender::Stop() {
   {
-    const std::lock_guard lock(mutex);  // so that the thread cannot miss it between its test and its wait
+    const std::lock_guard lock(mutex);  // or the thread could miss it between its test and its wait
     stopRequested.store(true, std::memory_order_relaxed);
   }
   wakeup.notify_all();

@@ -1,6 +1,5 @@
-// Stands between the engine and the hit ring: takes hits from any thread, drops near-repetitions of the
-// last hit accepted under the same name, and writes the rest in arrival order from a thread of its own, so
-// that no producer touches shared memory.
+// Sends the engine's hits to the hit ring: drops near-repetitions and writes the rest in order of arrival
+// from its own thread, so that no producer touches shared memory.
 //
 // Threading: Enqueue from any thread; Start and Stop from the owner's thread only.
 #pragma once
@@ -23,12 +22,12 @@ class RingSender {
   RingSender(const RingSender&) = delete;
   RingSender& operator=(const RingSender&) = delete;
 
-  // Starts the sender thread; not while one runs. Raises std::system_error when it cannot be started.
+  // Starts the sender thread, unless it runs. Raises std::system_error when it cannot be started.
   void Start();
-  // Ends and joins the sender thread; hits not yet written are dropped. Idempotent.
+  // Ends and joins the sender thread and drops unwritten hits. Idempotent.
   void Stop();
 
-  // Queues or suppresses the hit; never waits for the controller.
+  // Queues or suppresses the hit. Never waits for the controller.
   void Enqueue(HitRecord hit);
 
  private:

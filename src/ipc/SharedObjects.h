@@ -1,6 +1,6 @@
-// Opens or creates the named objects under the rings, and says which call failed and why.
+// Opens or creates the rings' named objects, and says which call failed and why.
 //
-// Threading: free functions without state.
+// Threading: no shared state, callable from any thread.
 #pragma once
 
 #include <windows.h>
@@ -11,21 +11,21 @@
 
 namespace quillmark {
 
-// What was obtained stays owned even when a later step failed.
+// Owns what was opened, even when a later step failed.
 struct SharedSection {
   UniqueHandle mapping;
-  UniqueView view;                   // null unless the whole layout lies inside it
+  UniqueView view;                   // null unless the whole layout fits
   const char* failedCall = nullptr;  // null on success
   DWORD error = ERROR_SUCCESS;
 };
 
-// The section of that name with at least `size` bytes. One that exists and is smaller is refused as a view
-// that cannot be mapped, with ERROR_BAD_LENGTH.
+// The section of that name with at least `size` bytes. A smaller one is refused as MapViewOfFile failing with
+// ERROR_BAD_LENGTH.
 [[nodiscard]] SharedSection OpenSharedSection(const wchar_t* name, std::uint32_t size);
 
 struct SharedEvent {
   UniqueHandle event;
-  bool existed = false;  // someone else holds it already
+  bool existed = false;  // before the call
   DWORD error = ERROR_SUCCESS;
 };
 

@@ -1,11 +1,10 @@
-// The two rings as bytes in shared memory: a command ring that the controller writes and the worker reads,
-// and a hit ring the other way round. Both are a 16-byte header and 64 slots; indices count records since
-// the beginning, run freely and wrap modulo 2^32, and record n lies in slot n & 63. Every offset, width
-// and encoding is an agreement with another program (docs/protocol.md). Integers are little-endian, texts
-// UTF-16LE, floats IEEE 754 single precision.
+// The two rings in shared memory: the controller writes the command ring and the worker reads it; the hit
+// ring works the other way round. Each has a 16-byte header and 64 slots. Indices count records and wrap
+// modulo 2^32; record n is in slot n & 63. Every offset, width and encoding is agreed with other programs
+// (docs/protocol.md): little-endian integers, UTF-16LE texts, IEEE 754 single-precision floats.
 //
-// Threading: header words are reached through SharedWord only, since the other process changes them at
-// any time. Whatever the other process writes is copied once and then judged.
+// Threading: header words are accessed through SharedWord only, as the other process changes them at any
+// time. Its data is copied once, then checked.
 #pragma once
 
 #include <atomic>
@@ -82,10 +81,8 @@ struct HitRingLayout {
 };
 
 static_assert(sizeof(CmdRingHeader) == 16);
-static_assert(offsetof(CmdRingHeader, writeIndex) == 0);
 static_assert(offsetof(CmdRingHeader, readIndex) == 4);
 static_assert(sizeof(CmdSlot) == 320);
-static_assert(offsetof(CmdSlot, kind) == 0);
 static_assert(offsetof(CmdSlot, target) == 8);
 static_assert(offsetof(CmdSlot, name) == 40);
 static_assert(offsetof(CmdSlot, path) == 104);
@@ -101,11 +98,9 @@ static_assert(sizeof(CmdRingLayout) == 0x5010);
 static_assert(std::is_trivially_copyable_v<CmdRingLayout>);
 
 static_assert(sizeof(HitRingHeader) == 16);
-static_assert(offsetof(HitRingHeader, writeIndex) == 0);
 static_assert(offsetof(HitRingHeader, readIndex) == 4);
 static_assert(offsetof(HitRingHeader, droppedCount) == 8);
 static_assert(sizeof(HitSlot) == 128);
-static_assert(offsetof(HitSlot, tsMs) == 0);
 static_assert(offsetof(HitSlot, cx) == 8);
 static_assert(offsetof(HitSlot, cy) == 12);
 static_assert(offsetof(HitSlot, w) == 16);
@@ -126,8 +121,7 @@ inline void FullFence() {
   std::atomic_thread_fence(std::memory_order_seq_cst);
 }
 
-// A slot of the other process, each word read exactly once: whatever that process does meanwhile, what
-// was checked is what is used.
+// A copy of the other process's slot. Reads each word exactly once, so what is checked is what is used.
 inline CmdSlot CopySlot(CmdSlot& shared) {
   static_assert(alignof(CmdSlot) == alignof(std::uint32_t));
   std::uint32_t words[sizeof(CmdSlot) / sizeof(std::uint32_t)];
@@ -138,7 +132,7 @@ inline CmdSlot CopySlot(CmdSlot& shared) {
   return copy;
 }
 
-// The text of a field; its first NUL unit, or the field's end, ends it.
+// The text of a field, up to its first NUL unit or the field's end.
 template <std::size_t Units>
 std::wstring TextOf(const std::uint16_t (&field)[Units]) {
   std::wstring text;

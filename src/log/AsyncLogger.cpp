@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto WakeInterval = std::chrono::milliseconds(10);
 constexpr std::size_t BatchReserve = 64;
-// The stamp is at most 37 units long. What is left takes the line end without another allocation.
+// The stamp has at most 37 units; the rest takes the line end without another allocation.
 constexpr std::size_t StampReserve = 64;
 
 LogStamp StampNow() {
@@ -23,7 +23,7 @@ LogStamp StampNow() {
           now.wMinute, now.wSecond, now.wMilliseconds, ::GetCurrentThreadId()};
 }
 
-// As UTF-8, by the platform: the wide stream of the library needs a locale for what is not ASCII.
+// Converts by the platform: wide streams need a locale for anything but ASCII.
 void PrintOnStandardOutput(const std::wstring& line) {
   constexpr int MaxBytesPerUnit = 3;
   std::string bytes(MaxBytesPerUnit * line.size(), '\0');
@@ -59,19 +59,13 @@ AsyncLogger::~AsyncLogger() {
 }
 
 void AsyncLogger::Log(const std::wstring& message) {
-  {
-    const std::lock_guard lock(mutex);
-    Append(FormatLogLine(message));
-  }
-  wakeup.notify_one();
+  const std::lock_guard lock(mutex);  // stamped in the queue's order
+  Append(FormatLogLine(message));
 }
 
 void AsyncLogger::Print(std::wstring line) {
-  {
-    const std::lock_guard lock(mutex);
-    Append(std::move(line));
-  }
-  wakeup.notify_one();
+  const std::lock_guard lock(mutex);
+  Append(std::move(line));
 }
 
 void AsyncLogger::Append(std::wstring line) {
@@ -80,6 +74,7 @@ void AsyncLogger::Append(std::wstring line) {
     ++droppedLines;
   }
   queue.push_back(std::move(line));
+  wakeup.notify_one();
 }
 
 std::uint64_t AsyncLogger::DroppedLines() const {

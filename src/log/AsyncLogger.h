@@ -1,8 +1,7 @@
-// The one diagnostic log of the process: any thread hands in a line, a thread of the logger's own writes
-// the lines in batches to the debugger output, so that no caller waits for a sink. Memory is bounded: of a
-// flood the newest 8192 lines are kept.
+// The process's diagnostic log. Any thread queues lines; the logger's thread writes them in batches to the
+// debugger output, so that no caller waits for a sink. The queue keeps the newest 8192 lines.
 //
-// Threading: Log may be called from any thread. The queue's lock is the innermost lock of the process.
+// Threading: any thread. The queue's lock is the innermost lock of the process.
 #pragma once
 
 #include <atomic>
@@ -24,16 +23,16 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// Where the lines go. The process's own logger writes to the debugger output only.
+// Where the lines go; by default to the debugger output only.
 struct LogSinks {
   bool toDebugOutput = true;
   bool toConsole = false;  // standard output, UTF-8
-  bool toFile = false;     // `file`, when there is one
+  bool toFile = false;     // `file`, if set
   bool flushFile = true;   // after each batch
   std::unique_ptr<std::FILE, CloseFile> file;
 };
 
-// What stands in front of a message: local time, and the thread that logged it.
+// What precedes a message: local time and the logging thread.
 struct LogStamp {
   std::uint32_t year, month, day, hour, minute, second, milliseconds;
   std::uint32_t threadId;
@@ -46,26 +45,25 @@ class AsyncLogger {
   // The process's logger, made on the first call; drained and joined at process exit.
   // Raises std::system_error when its thread cannot be started.
   static AsyncLogger& Instance();
-  // The process's standard output, line by line. It has a thread of its own, so that a reader who stops
-  // reading holds up neither the caller nor the log. Never destroyed: the process's end does not wait for
-  // that reader.
+  // The process's standard output, line by line. It has its own thread, so that a reader that stops reading
+  // blocks neither the caller nor the log. Never destroyed, so that such a reader does not block the
+  // process's exit.
   static AsyncLogger& StandardOutput();
 
   explicit AsyncLogger(LogSinks sinks = {});
-  // Writes every line logged before, then joins the thread.
+  // Writes every queued line, then joins the thread.
   ~AsyncLogger();
   AsyncLogger(const AsyncLogger&) = delete;
   AsyncLogger& operator=(const AsyncLogger&) = delete;
 
-  // Queues the message with the local time and the caller's thread id in front. With 8192 lines waiting,
-  // the oldest goes.
+  // Queues the message after local time and thread id. Drops the oldest line when 8192 wait.
   void Log(const std::wstring& message);
-  // Queues the line in the same way, with nothing in front.
+  // Queues the line as it is.
   void Print(std::wstring line);
 
-  // Lines that had to go because the queue was full.
+  // Lines dropped because the queue was full.
   [[nodiscard]] std::uint64_t DroppedLines() const;
-  // Lines that wait for the sinks; never above MaxQueuedLines.
+  // Lines that wait for the sinks, at most MaxQueuedLines.
   [[nodiscard]] std::size_t QueuedLines() const;
 
   // "2025-11-15 21:14:06.042 [T7312] message", now and on the calling thread.
@@ -73,7 +71,7 @@ class AsyncLogger {
   static std::wstring FormatLogLine(const std::wstring& message, const LogStamp& stamp);
 
  private:
-  void Append(std::wstring line);  // under the mutex
+  void Append(std::wstring line);  // with the mutex held
   void Run();
   void WriteBatch(std::vector<std::wstring>& batch);
 
@@ -81,12 +79,12 @@ class AsyncLogger {
   std::condition_variable wakeup;
   std::deque<std::wstring> queue;  // formatted, oldest first
   std::uint64_t droppedLines = 0;
-  std::atomic<bool> stopRequested{false};  // set under the mutex, so that the waiting thread sees it
+  std::atomic<bool> stopRequested{false};  // set under the mutex, so that a waiting thread sees it
   const LogSinks sinks;
   std::thread worker;  // last: it uses everything above
 };
 
-// Logs the pieces as one message, each as a wide stream writes it.
+// Logs the pieces as one message, formatted as by a wide stream.
 template <typename... Pieces>
 void LogLine(const Pieces&... pieces) {
   std::wostringstream line;

@@ -13,7 +13,6 @@
 namespace quillmark {
 namespace {
 
-// Fills `bytes` with the whole file.
 ImageFault ReadRegularFile(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
   const HANDLE opened =
       ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -53,7 +52,7 @@ ImageFault Decode(const std::wstring& path, cv::Mat& picture) {
 }  // namespace
 
 cv::Mat ReadImageFile(const std::wstring& path, ImageFault* fault) {
-  (void)ToUtf8(path);  // the platform would take an unpaired surrogate, we do not
+  (void)ToUtf8(path);  // raises for an unpaired surrogate, which the platform would accept
   cv::Mat picture;
   const ImageFault result = Decode(path, picture);
   if (fault != nullptr) *fault = result;

@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 
 constexpr ImageSize kNoSize;
 
-// A file's bytes with checked access: a field that is not wholly inside the file reads as 0.
+// Checked access to a file's bytes: a field that is not wholly inside the file reads as 0.
 class Bytes {
  public:
   explicit Bytes(std::span<const std::uint8_t> file) : file_(file) {}
@@ -55,14 +55,14 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Takes leading blanks and "#" comments off `text`.
+// Takes blanks and "#" comments off the front of `text`.
 void SkipBlanks(std::string_view& text) {
   while (!text.empty() && (IsBlank(text.front()) || text.front() == '#')) {
     text.remove_prefix(text.front() == '#' ? std::min(text.find('\n'), text.size()) : 1);
   }
 }
 
-// Takes the number that follows off `text`; 0 when there is none. Stops growing where no decoder follows.
+// Takes a number off `text`; 0 without one. Capped beyond what any decoder accepts.
 std::uint64_t TakeNumber(std::string_view& text) {
   constexpr std::uint64_t kLargest = std::uint64_t{1} << 32;
   SkipBlanks(text);
@@ -78,7 +78,7 @@ ImageSize Png(const Bytes& file) {
   return {file.Big(16, 4), file.Big(20, 4)};
 }
 
-// The first frame header. Everything before it is either a bare marker or a segment with its length.
+// The first frame header. Before it come bare markers and segments with a length.
 ImageSize Jpeg(const Bytes& file) {
   for (std::uint64_t at = 2; at < file.Length();) {
     if (file.At(at) != 0xFF || file.At(at + 1) == 0xFF) {  // garbage and fill bytes before a marker
@@ -110,7 +110,8 @@ ImageSize Gif(const Bytes& file) {
   return {file.Little(6, 2), file.Little(8, 2)};
 }
 
-// The first directory's width and length. An entry in an unusual form fails the file: decoders may take it.
+// The first directory's width and length. Entries in an unusual form are refused, as decoders may accept
+// them.
 ImageSize Tiff(const Bytes& file) {
   const bool big = file.At(0) == 'M';
   const auto number = [&](std::uint64_t offset, int count) {
@@ -161,8 +162,7 @@ ImageSize Pnm(const Bytes& file) {
   return {width, TakeNumber(text)};
 }
 
-// One blank before each number: where there are more, the decoder finds a size of 0, and forgets the
-// temporary file that it keeps a PFM in.
+// Exactly one blank before each number: with more, the decoder finds a size of 0 and leaks a temporary file.
 ImageSize Pfm(const Bytes& file) {
   std::string_view text = file.Text().substr(2);
   const auto side = [&text]() -> std::uint64_t {
@@ -173,7 +173,7 @@ ImageSize Pfm(const Bytes& file) {
   return {width, side()};
 }
 
-// One key and its value a line, up to ENDHDR.
+// A key and its value a line, up to ENDHDR.
 ImageSize Pam(const Bytes& file) {
   ImageSize size;
   std::string_view text = file.Text().substr(2);
@@ -189,8 +189,8 @@ ImageSize Pam(const Bytes& file) {
   return size;
 }
 
-// The resolution text, "-Y height +X width". Decoders cut over-long header lines in ways of their own, so
-// every place counts where one of them could find it.
+// The resolution, "-Y height +X width". Decoders cut over-long header lines differently, so every place where
+// one could find it counts.
 ImageSize Radiance(const Bytes& file) {
   ImageSize size;
   const std::string_view whole = file.Text();
@@ -210,7 +210,7 @@ ImageSize SunRaster(const Bytes& file) {
   return {file.Big(4, 4), file.Big(8, 4)};
 }
 
-// A code stream begins with the size of its reference grid, which is at least that of the picture.
+// A code stream begins with the size of its reference grid, which is at least the picture's.
 ImageSize Jpeg2000Stream(const Bytes& file, std::uint64_t stream) {
   if (!file.Is(stream, "\xFF\x4F\xFF\x51"sv)) return kNoSize;
   return {file.Big(stream + 8, 4), file.Big(stream + 12, 4)};
@@ -228,7 +228,7 @@ ImageSize Jpeg2000Boxes(const Bytes& file) {
   return kNoSize;
 }
 
-// Attributes of name, type, size and value. The data window is what is decoded.
+// Attributes with name, type, size and value. The data window is what is decoded.
 ImageSize OpenExr(const Bytes& file) {
   ImageSize size;
   std::uint64_t at = 8;

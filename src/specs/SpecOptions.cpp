@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Of A to Z only, whatever the locale.
+// A to Z only, whatever the locale.
 std::wstring Lowered(std::wstring text) {
   for (wchar_t& unit : text) {
     if (unit >= L'A' && unit <= L'Z') unit = static_cast<wchar_t>(unit - L'A' + L'a');
@@ -18,7 +18,7 @@ std::wstring Lowered(std::wstring text) {
   return text;
 }
 
-// The number that `text` begins with, after blanks and a sign; none without digits or out of range.
+// The number that `text` begins with, after blanks and a sign; none when missing or out of range.
 std::optional<int> LeadingInteger(const std::wstring& text) {
   try {
     return std::stoi(text);

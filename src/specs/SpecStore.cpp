@@ -36,12 +36,10 @@ void LoadSpec(const std::wstring& target, const std::wstring& name, const std::w
               int width, int height, float edgeMin, float threshold) {
   TemplateSpec spec = SpecOfCommand(target, name, path, x, y, width, height, edgeMin, threshold);
   try {
-    TemplateSpec prepared = spec;
-    if (!PrepareTemplate(prepared)) {
+    if (!PrepareTemplate(spec)) {
       AsyncLogger::StandardOutput().Print(L"[Spec] Load failed: " + path);
       return;
     }
-    spec = std::move(prepared);
     AddOrReplaceSpec(spec);
   } catch (const std::exception& error) {
     LogLine(L"[Spec][ERROR] name=", name, L" path=", path, L" (", CauseOf(error), L")");

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "core/ImageFigures.h"
-#include "core/ZeroMean.h"
 #include "specs/ImageFile.h"
 
 namespace quillmark {
@@ -15,17 +14,16 @@ namespace {
 
 constexpr int kMonitorFramesPerSecond = 30;
 
-// Leading blanks, a sign, digits; 0 without digits. Out of range it sticks at the nearest 32-bit value, also
-// where long has 64 bits.
+// The number that `text` begins with, after blanks and a sign, clamped to 32 bits; 0 without digits.
 std::int32_t LeadingInteger(const wchar_t* text) {
   const long long value = std::wcstoll(text, nullptr, 10);
   return static_cast<std::int32_t>(std::clamp<long long>(value, std::numeric_limits<std::int32_t>::min(),
                                                          std::numeric_limits<std::int32_t>::max()));
 }
 
-// Reads the suffix into the record; false when it is not known.
+// Applies the suffix; false when it is unknown.
 bool ReadSuffix(TemplateSpec& spec, const std::wstring& suffix) {
-  const bool hasNumber = suffix.size() > 3;  // so "MS5" is a suffix that sets nothing
+  const bool hasNumber = suffix.size() > 3;  // "MS5" is a suffix, but sets nothing
   if (suffix == L"H") {
     spec.mode = MatchMode::H;
   } else if (suffix == L"HS") {
@@ -66,7 +64,7 @@ cv::Mat OpaqueMask(const cv::Mat& image) {
   return mask;
 }
 
-// A mask that an earlier preparation of the same record left, in the present template's shape.
+// Fits a mask of an earlier preparation to the template.
 cv::Mat FitMask(cv::Mat mask, cv::Size size) {
   if (mask.type() == CV_8UC1 && mask.size() == size) return mask;
   if (mask.channels() > 1) cv::cvtColor(mask, mask, cv::COLOR_BGR2GRAY);

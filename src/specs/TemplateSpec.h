@@ -1,13 +1,12 @@
-// One job that the controller gave the worker: look for this template image, in this region of that
-// window, in this way. A plain value; its matrices are shared between copies and never written after
-// preparation, so copies stay valid while the store changes.
+// What to look for, in which region of which window, and how. A plain value; copies share its matrices, which
+// are never written after preparation, so copies stay valid while the store changes.
 #pragma once
 
 #include <cstdint>
 #include <opencv2/core.hpp>
 #include <string>
 
-// The platform's handles by declaration only: the decision of a region is computed without the platform.
+// The platform's handles, declared only: matching does without the platform.
 struct HWND__;
 struct HMONITOR__;
 
@@ -33,7 +32,7 @@ struct TemplateSpec {
   MatchMode mode = MatchMode::Gray;
   bool vividFlat = false;  // strongly saturated and flat: hsvMean[1] > 100 and hsvStd[1] < 20
 
-  // Target window. Bound anew on each tick in the capture loop's own copy; the store holds the defaults.
+  // Target window. Bound on each tick in the capture loop's copy; the store has the defaults.
   std::wstring target;  // part of a title, or an executable name ending in ".exe" or ".EXE"
   HWND__* targetHwnd = nullptr;
   HMONITOR__* targetMonitor = nullptr;
@@ -42,14 +41,14 @@ struct TemplateSpec {
   double targetScaleX = 1.0, targetScaleY = 1.0;  // desktop pixels per logical pixel
 
   // Limits. Differences and similarities lie between 0 and 1.
-  double maxDiff = 0.1;          // largest accepted difference
-  double minScore = 0.0;         // smallest accepted similarity, 0 for none
-  double edgeMin = 0.75;         // smallest edge correlation
-  double edgeMinFloor = 0.66;    // relaxation goes no lower
+  double maxDiff = 0.1;          // maximum difference
+  double minScore = 0.0;         // minimum similarity, 0 for none
+  double edgeMin = 0.75;         // minimum edge correlation
+  double edgeMinFloor = 0.66;    // minimum when relaxed
   double edgeRelaxDiff = 0.065;  // relaxed at or below this difference
   double edgeRelaxStep = 0.06;   // by this much
 
-  // Prepared once from the image; all of the template's size.
+  // Prepared from the image; all of the template's size.
   cv::Mat tmplBgr;             // 8UC3
   cv::Mat tmplGray;            // 8UC1
   cv::Mat tmplMask;            // 8UC1, 255 where opaque; empty without an alpha channel
@@ -67,12 +66,12 @@ struct TemplateSpec {
   bool redHint = false;            // the spec looks for a red object
   bool colorGate = false;          // the colour tests take part in the decision
   std::int32_t chromaChannel = 0;  // 1 compares the Cr plane, 2 the Cb plane, else none
-  double chromaMin = 0.88;         // smallest correlation of that plane
+  double chromaMin = 0.88;         // minimum correlation of that plane
   cv::Mat tmplCr, tmplCb;          // 8UC1
 
   // Scheduling.
   std::int32_t frameDivisor = 1;  // above 1: only every n-th monitor frame
-  std::int32_t intervalMs = 0;    // above 0: least time between two schedulings on one monitor
+  std::int32_t intervalMs = 0;    // above 0: minimum time between two looks on one monitor
   std::int32_t monitorPin = 0;    // 0 none, -1 the primary monitor, n >= 1 the n-th monitor
 };
 

@@ -1,4 +1,4 @@
-// Text at the borders where it is narrow: file paths and the texts of exceptions.
+// Converts text to and from UTF-8, for file paths and exceptions.
 //
 // Threading: no shared state, callable from any thread.
 #pragma once
@@ -12,10 +12,10 @@ namespace quillmark {
 // UTF-16 as UTF-8. Raises std::system_error (illegal byte sequence) for an unpaired surrogate.
 [[nodiscard]] std::string ToUtf8(const std::wstring& text);
 
-// UTF-8 as UTF-16; bytes that are no UTF-8 become U+FFFD.
+// UTF-8 as UTF-16; invalid bytes become U+FFFD.
 [[nodiscard]] std::wstring FromUtf8(std::string_view bytes);
 
-// An exception's text in one line: the image library's have several.
+// An exception's text on one line; the image library's texts have several.
 [[nodiscard]] std::wstring CauseOf(const std::exception& error);
 
 }  // namespace quillmark

@@ -10,7 +10,7 @@ namespace quillmark::testing {
 
 extern const std::uint32_t kCases;
 
-// Desktop pixels per template pixel, across and down. Up to 1.01 a crop is not scaled; 0 counts as 1.
+// Desktop pixels per template pixel, across and down. 0 counts as 1.
 struct Scale {
   double x, y;
 };

@@ -57,8 +57,8 @@ TemplateSpec MakeSpec(Random& random, const path& file) {
   return spec;
 }
 
-// Writes words and values with a blank behind each. Numbers have the fewest digits that give the same number
-// back.
+// Writes words and values, each followed by a blank. Numbers have the fewest digits that restore them
+// exactly.
 class Writer {
  public:
   explicit Writer(std::ostream& to) : out(to) {}
@@ -151,7 +151,7 @@ void PrintVerdict(Writer& out, const Verdict& v, const TemplateSpec& spec) {
                                                              {"labA", &v.labA}};
   for (const auto& [name, gate] : gates) {
     static constexpr std::array kOutcomes = {"not-measured", "passed", "failed", "waived"};
-    // In the hue modes no gate behind the difference has a say, whatever its own outcome.
+    // The hue modes ignore every gate after the difference.
     const bool waived = IsHueMode(spec.mode) && gate->Measured();
     out.Add(name, kOutcomes.at(static_cast<std::size_t>(waived ? Outcome::Waived : gate->outcome)));
     if (gate->Measured()) out.Add("value", gate->figure, "limit", gate->limit.Value());

@@ -9,13 +9,13 @@
 namespace quillmark::testing {
 namespace {
 
-// The limit itself or a representable number beside it.
+// The limit itself or the next number above or below.
 double Near(Random& random, double limit) {
   const int side = random.Between(-1, 1);
   return side == 0 ? limit : std::nextafter(limit, side * std::numeric_limits<double>::infinity());
 }
 
-// A number that lies a distance near one of `distances` away.
+// A number at about one of the `distances` from `from`.
 double Beside(Random& random, double from, std::initializer_list<double> distances) {
   const double distance =
       Near(random, *(distances.begin() + random.Between(0, static_cast<int>(distances.size()) - 1)));

@@ -1,5 +1,4 @@
-// Seeded screen-like images, and the region and spec that the worker would make of them. The same seed gives
-// the same image on every host.
+// Seeded screen-like images, the same on every host, and the worker's regions and specs made from them.
 #pragma once
 
 #include <cstdint>
@@ -30,9 +29,9 @@ class Random {
   std::mt19937 engine_;  // its sequence is fixed by the language
 };
 
-// Every level of every channel at random.
+// Random levels in every channel.
 cv::Mat Noise(Random& random, cv::Size size, int type = CV_8UC3);
-// BGR: a gradient or flat ground, panels with borders, lines of small text, a toolbar of little shapes.
+// BGR: a flat or graded background, panels with borders, lines of small text, small shapes.
 cv::Mat Screen(Random& random, cv::Size size);
 // BGR: a button of several vivid colours: ground, border, disc and a letter or two.
 cv::Mat Icon(Random& random, cv::Size size, const std::string& letters);
@@ -47,8 +46,8 @@ void Plant(cv::Mat& screen, const cv::Mat& image, cv::Point at);
 
 // A region at desktop (0, 0) whose crops all show `bgr`.
 ROIUnit UnitShowing(const cv::Mat& bgr);
-// A spec with default limits, prepared by the product from an image file; its target rectangle is empty. One
-// thread at a time.
+// A spec with default limits and an empty target rectangle, prepared from an image file. One thread at a
+// time.
 TemplateSpec PreparedSpec(const cv::Mat& bgr, MatchMode mode = MatchMode::Gray);
 
 }  // namespace quillmark::testing

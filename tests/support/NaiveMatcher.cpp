@@ -52,7 +52,7 @@ double SquaredDifference(const Sums& s) {
   return std::max(s.image2 - 2.0 * s.cross + s.tpl2, 0.0);
 }
 
-// A black window or template differs by 1 from anything, itself included, and nothing by more.
+// At most 1: a black window or template differs by 1 from anything, even itself.
 double NormedDifference(const Sums& s) {
   const double norm = std::sqrt(s.image2 * s.tpl2);
   return norm > 0.0 ? std::min(SquaredDifference(s) / norm, 1.0) : 1.0;
@@ -83,8 +83,7 @@ cv::Mat NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl) {
 }
 
 cv::Mat NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl) {
-  // The angle is a single-precision number, so the cosine of 90 degrees is tiny but not 0; normalised, a flat
-  // ground of that hue counts as much as any other.
+  // In single precision the cosine of 90 degrees is tiny but not 0; normalised, it counts like any other.
   const auto turned = [](const cv::Mat& hues, double (*turn)(double)) {
     Planes planes = InDouble(hues);
     for (auto h = planes[0].begin<double>(); h != planes[0].end<double>(); ++h) {

@@ -1,5 +1,4 @@
-// A reference for the searches and correlations: direct loops in double precision that share no code with the
-// product's.
+// A reference for searches and correlations: direct loops in double precision, without the product's code.
 #pragma once
 
 #include <opencv2/core.hpp>

@@ -1,8 +1,7 @@
-// The other end of both rings, as a program of another maker would write it: platform calls and plain byte
-// offsets, nothing shared with the product's own headers. What it and the product agree on is what
-// docs/protocol.md says.
+// The controller's end of both rings, written from docs/protocol.md with platform calls and byte offsets,
+// without the product's headers.
 //
-// Threading: one thread at a time, which need not be that of the worker.
+// Threading: one thread at a time.
 #pragma once
 
 #include <windows.h>
@@ -23,7 +22,7 @@ namespace quillmark::test {
 // Header words of both rings.
 inline constexpr std::size_t WriteIndex = 0, ReadIndex = 4, DroppedCount = 8;
 
-// One command record. The texts fill their fields up to 16, 32 and 64 units; what is longer is cut.
+// A command record. Texts are cut to 16, 32 and 64 units.
 struct RawCommand {
   std::uint32_t kind = 0;
   std::wstring target{}, name{}, path{};
@@ -61,7 +60,7 @@ class RawController {
   bool SendClear() { return Send({.kind = 3}); }
   bool SendHeartbeat(const std::wstring& text = {}) { return Send({.kind = 4, .name = text}); }
 
-  // The steps of Send, for tests that leave one out.
+  // The steps of Send, for tests that skip one.
   void FillCommand(std::uint32_t record, const RawCommand& command);
   void SignalCommands() { ::SetEvent(commandEvent.Get()); }
   [[nodiscard]] std::uint32_t CommandWord(std::size_t offset) const {
@@ -78,14 +77,14 @@ class RawController {
 
   // Everything published since the last call, oldest first; the worker may then use the slots again.
   std::vector<RawHit> TakeHits();
-  // Takes hits until one answers the question or the deadline passes; the others are lost.
+  // Takes hits until the wanted one comes or the deadline passes; discards the others.
   std::optional<RawHit> WaitForHit(const std::function<bool(const RawHit&)>& wanted,
                                    Clock::time_point deadline = Clock::now() + std::chrono::seconds(60));
   std::optional<RawHit> WaitForHit(const std::wstring& name,
                                    Clock::time_point deadline = Clock::now() + std::chrono::seconds(60));
 
   [[nodiscard]] RawHit ReadHit(std::uint32_t record) const;
-  // Whether the event was signalled; takes the signal.
+  // Takes the event's signal; false when there was none.
   bool TakeHitSignal() { return ::WaitForSingleObject(hitEvent.Get(), 0) == WAIT_OBJECT_0; }
   [[nodiscard]] std::uint32_t HitWord(std::size_t offset) const { return Word(Hits(), offset).load(); }
   void SetHitWord(std::size_t offset, std::uint32_t value) { Word(Hits(), offset).store(value); }

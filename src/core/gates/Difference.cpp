@@ -10,7 +10,7 @@ Limit DifferenceLimit(const GateContext& context) {
     limit.Becomes(Rule::ClippedMinimum, std::max(limit.Value(), 0.16));
     limit.Becomes(Rule::ClippedMaximum, std::min(limit.Value(), 0.25));
   }
-  if (IsHueMode(context.spec.mode)) {  // whose scores spread less
+  if (IsHueMode(context.spec.mode)) {  // their differences vary less
     limit.Becomes(Rule::HueMode, std::max(limit.Value(), 0.35));
   } else if (context.traits.tiny) {
     limit.Becomes(Rule::Tiny, std::min(limit.Value(), 0.06));

@@ -4,7 +4,7 @@
 
 namespace quillmark {
 
-// The allowance of a clipped region comes after the floor and may go below it.
+// The step for a clipped region comes last and may go below the floor.
 Limit EdgeCorrelationLimit(double dist, const GateContext& context) {
   const TemplateSpec& spec = context.spec;
   Limit limit(Rule::Spec, spec.edgeMin);

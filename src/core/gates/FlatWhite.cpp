@@ -3,7 +3,7 @@
 
 namespace quillmark {
 
-// A blank white template finds a close match in any bright place, so the place has to be blank too.
+// A blank white template matches any bright area closely, so the area must be blank too.
 GateResult FlatWhiteGate(const cv::Mat& patch, const TemplateTraits& traits) {
   if (!traits.blankWhite) return NotMeasured(Because::NotBlankWhite);
   return AtMost(LevelsOf(patch).stdDev, Limit(Rule::Usual, 4.0));

@@ -41,7 +41,7 @@ GateResult SaturationGate(const cv::Scalar& hsvMean, const GateContext& context)
   return AtMost(Distance(hsvMean, context.spec.hsvMean, 1), SaturationLimit(context));
 }
 
-// Brightness alone tells colourless templates apart, by a wide limit that no other rule moves.
+// Colourless templates are compared by brightness alone, with a wide limit that no other rule moves.
 Limit ValueLimit(const GateContext& context) {
   if (IsColourless(context.spec)) return Limit(Rule::Colourless, 45.0);
   Limit limit(Rule::Usual, 12.0);

@@ -1,4 +1,4 @@
-// Each gate alone: its limits as numbers of their own, the rules that lead to them, and its figure.
+// Each gate alone: its limits as numbers, the rules that lead to them, and its figure.
 #include "core/Gates.h"
 
 #include <gmock/gmock.h>
@@ -227,7 +227,7 @@ TEST(Gates, HsvMeansRedAndLabA) {
   }
 }
 
-TEST(Gates, HsvFiguresGoAroundTheHueCircleAndLeaveColourlessTemplatesToBrightness) {
+TEST(Gates, HueWrapsAndColourlessTemplatesAreComparedByBrightnessAlone) {
   TemplateSpec spec;
   spec.hsvMean = {178, 15.01, 100};
   const cv::Scalar seen(1, 20, 120);

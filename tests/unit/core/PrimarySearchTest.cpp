@@ -26,7 +26,7 @@ struct Twins {
   }
 };
 
-TEST(PrimarySearch, MapShowsTheBestPlacementOfTheSearchAndTheNextOneElsewhere) {
+TEST(PrimarySearch, MapHasTheBestPlacementAndTheSecondBestElsewhere) {
   for (const MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS}) {
     SCOPED_TRACE(static_cast<int>(mode));
     const Twins twins(3);
@@ -83,7 +83,7 @@ TEST(PrimarySearch, DifferencesAgreeWithDirectLoopsEverywhere) {
   }
 }
 
-// The hue is the template's, the saturation its opposite: a hue weight of w leaves a difference of 2 - 2 w.
+// With the template's hue and the opposite saturation, a hue weight of w leaves a difference of 2 - 2 w.
 TEST(PrimarySearch, WeighsHueMoreForRedSpecs) {
   Random random(8);
   const cv::Mat icon = Icon(random, {24, 18}, "Q");

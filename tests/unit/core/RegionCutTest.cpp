@@ -54,7 +54,7 @@ TEST_F(RegionCutTest, PlacesRegionsInsideTheClientArea) {
   }
 }
 
-TEST_F(RegionCutTest, CopiesWithinAHundredthOfTemplateScaleAndScalesElse) {
+TEST_F(RegionCutTest, ScalesOnlyBeyondAHundredthOfTemplateScale) {
   constexpr int kCopy = -1;
   const struct {
     double sx, sy;
@@ -80,7 +80,7 @@ TEST_F(RegionCutTest, CopiesWithinAHundredthOfTemplateScaleAndScalesElse) {
   }
 }
 
-TEST_F(RegionCutTest, GivesAtLeastAPixel) {
+TEST_F(RegionCutTest, CropHasAtLeastAPixel) {
   const ROIUnit unit = CutAt({33, 26, 10, 10}, 3.0, 3.0);
   EXPECT_EQ(unit.gray.size(), cv::Size(1, 1));
   EXPECT_TRUE(unit.clipped);
@@ -101,7 +101,7 @@ TEST_F(RegionCutTest, CropsKeepTheirPixelsWhenTheNextFrameComes) {
   EXPECT_TRUE(CutAt({10, 5, 30, 20}).hsv.empty());
 }
 
-TEST_F(RegionCutTest, HsvIsNeededByItsModesAndColourTests) {
+TEST_F(RegionCutTest, OnlyHueAndSaturationModesAndColourTestsNeedHsv) {
   for (const MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS}) {
     spec.mode = mode;
     EXPECT_EQ(NeedsHsv(spec), mode >= MatchMode::S);

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <thread>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include "support/Images.h"
 
@@ -37,7 +40,7 @@ struct Shown {
   [[nodiscard]] Verdict Evaluated() const { return EvaluateRegion(unit, spec); }
 };
 
-TEST(RegionEvaluation, CallsItsListenerUpToTheFirstVeto) {
+TEST(RegionEvaluation, ReportsItsStepsUpToTheFirstVeto) {
   using enum DecidingStep;
   Shown shown(IconOf({40, 30}));
   const auto computed = [&] {
@@ -114,7 +117,7 @@ TEST(RegionEvaluation, ComparesEdgeDensityUnlessTheRegionIsClipped) {
   EXPECT_TRUE(shown.Evaluated().Accepted());
 }
 
-TEST(RegionEvaluation, ComparesNoStructureThatTheTemplateLacks) {
+TEST(RegionEvaluation, SkipsStructureThatTheTemplateLacks) {
   for (const auto& [edgeDensity, grey, edges] :
        {std::tuple{0.01, true, true}, {0.0099, true, false}, {0.0049, false, false}}) {
     Shown shown(IconOf(kNormal));
@@ -162,7 +165,7 @@ TEST(RegionEvaluation, WaivesStructureChromaAndColourInHueModes) {
   }
 }
 
-TEST(RegionEvaluation, NeedsOneOfTheThreeColourTests) {
+TEST(RegionEvaluation, AcceptsWhenAnyColourTestAgrees) {
   for (int round = 0; round < 24; ++round) {
     const int wrong = round % 8, plane = round / 8;
     Shown shown(IconOf(kNormal));
@@ -255,6 +258,65 @@ TEST(RegionEvaluation, DerivesTheDedupeWindowFromTheInterval) {
     shown.spec.intervalMs = interval;
     EXPECT_EQ(shown.Evaluated().dedupWindowMs, static_cast<std::uint64_t>(expected)) << interval;
   }
+}
+
+// -- seeded screen-like images ------------------------------------------------------------------------------
+
+constexpr std::array kModes = {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS};
+
+// A screen that shows an icon.
+struct Scene {
+  cv::Mat icon;
+  cv::Point at;
+  ROIUnit unit;
+
+  explicit Scene(std::uint32_t seed) {
+    Random random(seed);
+    icon = Icon(random, cv::Size(random.Between(17, 30), random.Between(16, 24)), "Q");
+    cv::Mat screen = Screen(random, cv::Size(120, 80));
+    at = {random.Between(0, 120 - icon.cols), random.Between(0, 80 - icon.rows)};
+    Plant(screen, icon, at);
+    unit = UnitShowing(screen);
+  }
+};
+
+TEST(RegionEvaluation, GrayAndBgrRefuseOtherTextAndInvertedIcons) {
+  for (std::uint32_t seed = 2000; seed < 2060; ++seed) {
+    Random random(seed);
+    const cv::Scalar ground = random.Colour(180, 255), ink = random.Colour(0, 60);
+    const cv::Mat wanted = Label({30, 14}, "SAVE", ground, ink);
+    const cv::Mat icon = Icon(random, {24, 18}, "Q");
+    cv::Mat screen(cv::Size(90, 60), CV_8UC3, ground);
+    Plant(screen, Label({30, 14}, "LOAD", ground, ink), {random.Between(0, 50), random.Between(0, 10)});
+    Plant(screen, Inverted(icon), {random.Between(0, 60), random.Between(30, 40)});
+    const ROIUnit unit = UnitShowing(screen);
+    for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr}) {
+      EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(wanted, mode)).Accepted()) << "text, seed " << seed;
+      EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(icon, mode)).Accepted()) << "icon, seed " << seed;
+    }
+  }
+}
+
+TEST(RegionEvaluation, EveryModeFindsAnIconToThePixelOnFourThreads) {
+  std::vector<std::thread> threads;
+  for (std::uint32_t t = 0; t < 4; ++t) {
+    std::vector<std::pair<Scene, std::vector<TemplateSpec>>> scenes;
+    for (std::uint32_t seed = 1000 + t; seed < 1060; seed += 4) {
+      auto& [scene, specs] = scenes.emplace_back(Scene(seed), std::vector<TemplateSpec>());
+      for (MatchMode mode : kModes) specs.push_back(PreparedSpec(scene.icon, mode));
+    }
+    threads.emplace_back([scenes = std::move(scenes)] {
+      for (const auto& [scene, specs] : scenes) {
+        for (const TemplateSpec& spec : specs) {
+          const Verdict v = EvaluateRegion(scene.unit, spec);
+          EXPECT_TRUE(v.Accepted() && v.loc == scene.at)
+              << "mode " << static_cast<int>(spec.mode) << ": " << v.loc << " instead of " << scene.at
+              << ", step " << static_cast<int>(v.decidedBy);
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

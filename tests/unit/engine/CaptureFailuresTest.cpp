@@ -64,7 +64,7 @@ TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesO
   EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "another text is news";
 }
 
-TEST_F(CaptureFailures, ExceptionAnywhereInATickGivesTheFrameBack) {
+TEST_F(CaptureFailures, ExceptionAnywhereInATickReleasesTheFrame) {
   const HMONITOR monitor = ShowOneSpec();
   Specs().specs[0].intervalMs = 1;
   FailEachAllocationOfATick([&](int) { engine.DropContext(monitor); },
@@ -73,7 +73,7 @@ TEST_F(CaptureFailures, ExceptionAnywhereInATickGivesTheFrameBack) {
   EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u);
 }
 
-TEST_F(CaptureFailures, TurnThatRaisesBeforeItsJobIsQueuedBeginsNoInterval) {
+TEST_F(CaptureFailures, TurnThatRaisesStartsNoInterval) {
   ShowOneSpec();
   FailEachAllocationOfATick(
       [&](int n) {
@@ -86,7 +86,7 @@ TEST_F(CaptureFailures, TurnThatRaisesBeforeItsJobIsQueuedBeginsNoInterval) {
       [&](const Jobs& jobs, int n) { EXPECT_GE(UnitsIn(jobs) + UnitsIn(Tick(afterEveryDelay)), 2u) << n; });
 }
 
-TEST_F(CaptureFailures, FaultyContextIsReplacedAloneAfter200MsAndLoggedOnce) {
+TEST_F(CaptureFailures, FaultyContextIsReplacedAfter200MsAndLoggedOnce) {
   ShowOneSpecOnTwoMonitors();
   for (const auto& [call, text] :
        {std::pair{Call::Acquire, "access lost (0x887A0026)"}, {Call::Map, "capture failed (0x8007000E)"}}) {
@@ -110,7 +110,7 @@ TEST_F(CaptureFailures, FaultyContextIsReplacedAloneAfter200MsAndLoggedOnce) {
   }
 }
 
-TEST_F(CaptureFailures, ContextThatCannotBeMadeIsTriedLessOftenUntilTheDisplayChanges) {
+TEST_F(CaptureFailures, ContextThatCannotBeMadeIsRetriedLessOftenUntilADisplayChange) {
   ShowOneSpec();
   desktop->FailAlways(Call::Duplicate);
   for (int tick = 0; tick < 250; ++tick) Tick();  // 5 s

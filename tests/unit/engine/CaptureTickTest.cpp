@@ -1,4 +1,4 @@
-// Which regions a tick cuts out of which monitor's frame.
+// The regions that a tick cuts out of the monitors' frames.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ using ::testing::ElementsAre;
 
 class CaptureTickTest : public EngineFixture {};
 
-TEST_F(CaptureTickTest, CutsARegionFromEachMonitorItTouchesOrThePinnedOne) {
+TEST_F(CaptureTickTest, CutsARegionOnEachMonitorItTouchesOrOnThePinnedOne) {
   AddMonitor(0, 0);
   AddMonitor(-300, -50);
   const layer::WindowId window = OpenWindow(RectAt(-60, 0, 120, 100));
@@ -35,13 +35,13 @@ TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitorsTogether) {
   AddMonitor(300, 0);
   OpenWindow(RectAt(250, 10, 100, 100));
   AddSpec({0, 0, 100, 50}).frameDivisor = 2;
-  // Two frames a tick, one of them with an even number. A count for each monitor would give 2, 0, 2, 0.
+  // Of the two frames of a tick, one has an even number. Counted for each monitor: 2, 0, 2, 0.
   std::vector<std::size_t> units;
   for (int tick = 0; tick < 4; ++tick) units.push_back(UnitsIn(Tick()));
   EXPECT_THAT(units, ElementsAre(1, 1, 1, 1));
 }
 
-TEST_F(CaptureTickTest, QueuesAJobBehindThoseThatWaitEvenWithoutARegion) {
+TEST_F(CaptureTickTest, QueuesAJobLastEvenWithoutRegions) {
   ShowOneSpec();
   Specs().specs[0].roi = {0, 0, 4, 4};
   const auto waiting = std::make_shared<FrameJob>();
@@ -59,7 +59,7 @@ TEST_F(CaptureTickTest, QueuesNoJobForAStillScreen) {
   EXPECT_EQ(desktop->HeldFrames(), 0);
 }
 
-TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
+TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegion) {
   test::RawController controller;
   AddMonitor(0, 0);
   OpenWindow(RectAt(10, 10, 100, 100));
@@ -77,21 +77,6 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegionUnseen) {
   EXPECT_EQ(UnitsIn(Tick()), 0u) << "begun now";
 }
 
-// The window's place is read when the tick begins. On a still screen the move itself brings the frame, so the
-// regions of that one frame lie at the old place.
-TEST_F(CaptureTickTest, WindowThatMovesDuringTheWaitIsCutAtItsOldPlaceOnce) {
-  ShowOneSpec();
-  Tick();
-  desktop->WhileNextWaiting([&] {
-    desktop->MoveWindow(desktop->TopLevelWindows().at(0), RectAt(30, 20, 100, 100));
-    RefreshAll();
-  });
-  const Jobs jobs = probe.Tick();
-  EXPECT_THAT(RegionsIn(jobs), ElementsAre(Rect{10, 10, 60, 60}));
-  EXPECT_EQ(jobs.at(0)->specs.at(0).targetRect, (Rect{10, 10, 110, 110})) << "what the hit is relative to";
-  EXPECT_THAT(RegionsIn(Tick()), ElementsAre(Rect{30, 20, 80, 70}));
-}
-
 // A tick without the engine.
 class TickTest : public ::testing::Test {
  protected:
@@ -101,7 +86,7 @@ class TickTest : public ::testing::Test {
     binding.outcome = BindingOutcome::Bound;
     return binding;
   }
-  // The frame shows less than the monitor is said to.
+  // The frame is smaller than the monitor.
   SpecOutcome Turn(const TemplateSpec& spec, std::int64_t tMs = 0, layer::MonitorId monitor = 1) {
     SpecOutcome outcome{};
     const SpecListener listener = [&](const SpecTurn& turn) { outcome = turn.outcome; };
@@ -182,7 +167,7 @@ TEST_F(TickTest, GroupsBoundSpecsByTheMonitorsTheyTouchOrArePinnedTo) {
       (MonitorGroups{{one.monitor, {1, 2, 3}}, {two.monitor, {1, 4}}, {primary, {6}}, {nearest, {5, 7}}}));
 }
 
-TEST_F(TickTest, RegionBesideTheTargetMonitorOrFrameIsNotCut) {
+TEST_F(TickTest, RegionOutsideTheTargetMonitorOrFrameIsNotCut) {
   const struct {
     cv::Rect roi;
     SpecOutcome expected;

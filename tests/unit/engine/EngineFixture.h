@@ -37,7 +37,7 @@ class EngineFixture : public ::testing::Test {
     window.client = client;
     return desktop->OpenWindow(window);
   }
-  // A spec in the store, with a grey template of 8 x 8 pixels without content.
+  // Adds a spec with a black template of 8 x 8 pixels to the store.
   TemplateSpec& AddSpec(const cv::Rect& roi, const std::wstring& name = L"spec") {
     TemplateSpec& spec = Specs().specs.emplace_back();
     spec.name = name;
@@ -60,7 +60,7 @@ class EngineFixture : public ::testing::Test {
     RefreshAll();
     return probe.Tick(afterMs);
   }
-  // The regions cut in a tick, on the desktop.
+  // The regions of a tick's jobs, on the desktop.
   static std::vector<Rect> RegionsIn(const Jobs& jobs) {
     std::vector<Rect> regions;
     for (const auto& job : jobs) {

@@ -1,4 +1,4 @@
-// The engine with its threads over the scripted desktop: its queue, its contexts, its start and its end.
+// The running engine on the scripted desktop: queue, contexts, start and stop.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -23,7 +23,7 @@ class EngineTest : public EngineFixture {
  protected:
   EngineTest() { desktop->SetWaiting(test::Waiting::UpToTimeout); }
 
-  // A job of some regions of one spec.
+  // A job with this many regions of one spec.
   static std::shared_ptr<FrameJob> MakeJob(std::size_t units) {
     auto job = std::make_shared<FrameJob>();
     TemplateSpec& spec = job->specs.emplace_back();
@@ -73,7 +73,7 @@ TEST_F(EngineTest, TicksSlowDownWhileJobsWait) {
   EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 0; }));
 }
 
-TEST_F(EngineTest, ContextIsSharedDroppedAndNotKeptWhenItCannotBeMade) {
+TEST_F(EngineTest, ContextIsSharedUntilDroppedAndRetriedWhenItFails) {
   const HMONITOR monitor = AddMonitor(0, 0);
   desktop->FailNth(Call::OpenDevice, 1);
   EXPECT_THROW(engine.GetContext(monitor), std::runtime_error);
@@ -84,7 +84,7 @@ TEST_F(EngineTest, ContextIsSharedDroppedAndNotKeptWhenItCannotBeMade) {
   EXPECT_THROW(engine.GetContext(test::HandleOf(layer::MonitorId{12345})), std::runtime_error);
 }
 
-TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
+TEST_F(EngineTest, StopAtAnyTimeLeavesNoTaskBehind) {
   for (int round = 0; round < 20; ++round) {
     AutoRebinder short_lived;
     EngineProbe view(short_lived);
@@ -101,7 +101,7 @@ TEST_F(EngineTest, StopLeavesNoTaskBehindAndMayComeAtAnyTime) {
   }
 }
 
-TEST_F(EngineTest, JobsWaitInOrderWhileTasksOfTheOneBeforeRun) {
+TEST_F(EngineTest, JobsRunInOrderOneAtATime) {
   test::DebugOutputCapture output;
   engine.Start();
   probe.OccupyWorkers(release);
@@ -156,7 +156,7 @@ TEST_F(EngineTest, TaskThatCannotBeQueuedIsReportedAndTheOthersFinish) {
   EXPECT_TRUE(output.WaitForLine("[Match] error 1 of name=mark: std::bad_alloc"));
 }
 
-TEST_F(EngineTest, StartWithoutEnoughThreadsRaisesAndEndsThoseItStarted) {
+TEST_F(EngineTest, StartWithoutEnoughThreadsRaisesAndLeavesNone) {
   for (int n = 1;; ++n) {
     AutoRebinder short_lived;
     test::FailNthThread(n);

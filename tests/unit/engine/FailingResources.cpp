@@ -29,7 +29,7 @@ int FailNthAllocation(int n) {
 
 }  // namespace quillmark::test
 
-// In the program itself, so found before the C library's by everything that starts a thread.
+// The program's own definition takes precedence over the C library's.
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                               void* argument) {
   if (threadsLeft > 0 && --threadsLeft == 0) return EAGAIN;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -17,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A job whose one unit makes the image library raise: crop and template differ in type.
+// A job with one unit that makes the image library raise: crop and template differ in type.
 FrameJob MismatchedJob() {
   FrameJob job;
   TemplateSpec& spec = job.specs.emplace_back();
@@ -31,7 +32,7 @@ FrameJob MismatchedJob() {
   return job;
 }
 
-TEST(RegionTask, ErrorOfTheEvaluationIsReportedSampledAndAlwaysCountsAsDone) {
+TEST(RegionTask, LogsOneErrorInAHundredAndAlwaysSignalsCompletion) {
   const FrameJob job = MismatchedJob();
   RingSender sender;
   SampledErrors errors;
@@ -52,11 +53,11 @@ TEST(RegionTask, OnlyAnAcceptedVerdictBecomesAHit) {
   const test::PrivateSession session;
   test::RawController controller;
   FrameJob job;
-  for (const wchar_t* const name : {L"unlike", L"like"}) {
-    TemplateSpec& spec = job.specs.emplace_back();
-    spec.name = name;
-    spec.tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(job.specs.size() == 1 ? 250 : 20));
-  }
+  job.specs.resize(2);
+  job.specs[0].name = L"unlike";
+  job.specs[0].tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(250));
+  job.specs[1].name = L"like";
+  job.specs[1].tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(20));
   ROIUnit unit;
   unit.gray = cv::Mat(20, 20, CV_8UC1, cv::Scalar(20));
   PendingTasks tasks;
@@ -72,7 +73,7 @@ TEST(RegionTask, OnlyAnAcceptedVerdictBecomesAHit) {
   EXPECT_EQ(first->name, L"like");
 }
 
-TEST(RegionTask, AHitBringsTheVerdictsFiguresAndTheSpecsName) {
+TEST(RegionTask, HitHasTheVerdictsFiguresAndTheSpecsName) {
   TemplateSpec spec;
   spec.name = L"mark";
   Verdict verdict;
@@ -101,29 +102,21 @@ TEST(RegionTask, WaiterMayDestroyTheCounterAsSoonAsItSeesZero) {
 }
 
 TEST(DelayedCallsTest, RunsACallAfterItsDelayAndNotBefore) {
-  std::atomic<bool> ran{false};
+  std::promise<std::chrono::steady_clock::time_point> ran;
   const auto start = std::chrono::steady_clock::now();
-  std::atomic<std::chrono::steady_clock::time_point> at{};
   DelayedCalls calls;
-  calls.After(50ms, [&] {
-    at = std::chrono::steady_clock::now();
-    ran = true;
-    ran.notify_all();
-  });
-  ran.wait(false);
-  EXPECT_GE(at.load() - start, 50ms);
+  calls.After(50ms, [&] { ran.set_value(std::chrono::steady_clock::now()); });
+  EXPECT_GE(ran.get_future().get() - start, 50ms);
 }
 
 TEST(DelayedCallsTest, StopDropsWaitingCallsAtOnceAndRefusesNewOnes) {
   std::atomic<int> ran{0};
-  const auto start = std::chrono::steady_clock::now();
   DelayedCalls calls;
   for (int i = 0; i < 10; ++i) calls.After(1h, [&] { ++ran; });
   calls.Stop();
   calls.After(0ms, [&] { ++ran; });
   calls.Stop();
   EXPECT_EQ(ran, 0);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 30min);
 }
 
 }  // namespace

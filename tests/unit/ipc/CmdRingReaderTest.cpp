@@ -21,7 +21,7 @@ using testing::IsEmpty;
 
 class CmdRingReaderTest : public testing::Test {
  protected:
-  // Notes what the callbacks were given.
+  // Records what the callbacks are given.
   void Open() {
     ASSERT_TRUE(reader.Init(0));
     reader.SetHandlers(
@@ -36,7 +36,7 @@ class CmdRingReaderTest : public testing::Test {
           calls.push_back(L"remove " + name + L"," + path);
         });
   }
-  // One spec command for each record of the range, named after it.
+  // Fills the records with spec commands named after their numbers.
   void FillSpecs(std::uint32_t first, std::uint32_t end) {
     for (std::uint32_t record = first; record != end; ++record)
       controller.FillCommand(record, {.kind = 1, .name = std::to_wstring(record)});
@@ -54,7 +54,7 @@ class CmdRingReaderTest : public testing::Test {
   std::set<std::uint32_t> readIndexDuringCalls;
 };
 
-TEST_F(CmdRingReaderTest, HandsOnTheNineValuesOfASpec) {
+TEST_F(CmdRingReaderTest, PassesTheNineValuesOfASpec) {
   Open();
   const RawCommand commands[] = {{1, std::wstring(16, L't'), std::wstring(31, L'n') + L'\xDFFF',
                                   std::wstring(64, L'p'), -1, 2, 3, 4, 0.75f, -0.5f},
@@ -113,7 +113,7 @@ TEST_F(CmdRingReaderTest, TakesTheNewestPublishedRecords) {
     EXPECT_EQ(calls, expected);
     EXPECT_EQ(controller.CommandWord(ReadIndex), c.endTaken);
     EXPECT_EQ(controller.CommandWord(WriteIndex), c.written);
-    // The slots are freed all at once, behind the last call.
+    // All slots are freed at once, after the last call.
     const std::set<std::uint32_t> during = calls.empty() ? std::set<std::uint32_t>{} : std::set{c.read};
     EXPECT_EQ(readIndexDuringCalls, during);
   }
@@ -195,7 +195,7 @@ TEST(CmdRingInitTest, FailsWithoutHoldingAnything) {
   }
 }
 
-TEST(CmdRingInitTest, KeepsTryingUntilItsTimeIsOver) {
+TEST(CmdRingInitTest, RetriesUntilItsTimeout) {
   PrivateSession session;
   UniqueHandle obstacle(::CreateMutexW(nullptr, FALSE, L"Local\\CmdRingEvent"));
   CmdRingReader reader;

@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <functional>
-#include <map>
 #include <thread>
 
 #include "unit/ipc/RingFixture.h"
@@ -115,28 +114,24 @@ TEST_F(HitRingTest, LogsTheIndicesOfOneCallInTwoHundred) {
   EXPECT_EQ(log.Count("] after w=401 r=400 depth=1"), 1u);
 }
 
-TEST_F(HitRingTest, ServesManyThreadsAndAReaderAtOnce) {
-  constexpr int Threads = 4, Each = 500;  // few, since every refusal is logged
+TEST_F(HitRingTest, ServesManyThreadsAtOnce) {
+  constexpr int Threads = 4, Each = 20;  // more than the ring holds
   std::vector<std::thread> writers;
   for (int t = 0; t < Threads; ++t) {
     writers.emplace_back([this, t] {
       for (int n = 1; n <= Each; ++n) ring.Write(L"thread " + std::to_wstring(t), n, -n, t, 0, 0, 0, 5);
     });
   }
-  std::map<int, int> last;
-  std::uint32_t seen = 0;
-  const auto deadline = RawController::Clock::now() + std::chrono::seconds(30);
-  while (seen + controller.HitWord(DroppedCount) < Threads * Each && RawController::Clock::now() < deadline) {
-    for (const RawHit& hit : controller.TakeHits()) {
-      EXPECT_EQ(hit.name, L"thread " + std::to_wstring(hit.w));
-      EXPECT_EQ(hit.cy, -hit.cx);
-      EXPECT_GT(hit.cx, last[hit.w]);
-      last[hit.w] = hit.cx;
-      ++seen;
-    }
-  }
   for (std::thread& writer : writers) writer.join();
-  EXPECT_EQ(seen + controller.HitWord(DroppedCount), Threads * Each);
+  int last[Threads] = {};
+  const std::vector<RawHit> hits = controller.TakeHits();
+  for (const RawHit& hit : hits) {
+    EXPECT_EQ(hit.name, L"thread " + std::to_wstring(hit.w));
+    EXPECT_EQ(hit.cy, -hit.cx);
+    EXPECT_EQ(hit.cx, ++last[hit.w]);
+  }
+  EXPECT_EQ(hits.size(), 64u);
+  EXPECT_EQ(controller.HitWord(DroppedCount), 16u);
   EXPECT_EQ(log.Count("Init begin"), 1u);
 }
 

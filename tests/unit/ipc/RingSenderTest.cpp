@@ -60,7 +60,7 @@ TEST_F(RingSenderTest, WritesAllFieldsOfAHit) {
             std::tuple(L"button", -1, 2, 3, 4, 0.5f, 0.25f, Now));
 }
 
-TEST_F(RingSenderTest, TakesATenthOfTheLongerSideAsTolerance) {
+TEST_F(RingSenderTest, ToleratesMovesByATenthOfTheLongerSide) {
   const struct {
     std::int32_t w, h, dx, dy;
     bool accepted;
@@ -117,7 +117,7 @@ TEST_F(RingSenderTest, SuppressesRepetitionsForAWindow) {
   }
 }
 
-TEST_F(RingSenderTest, MeasuresFromTheLastAcceptedHitOfTheName) {
+TEST_F(RingSenderTest, ComparesWithTheLastAcceptedHitOfTheName) {
   const auto sent = Sent({Hit(L"a", 0, 0), Hit(L"b", 0, 0), Hit(L"a", 4, 100), Hit(L"a", 8, 140),
                           Hit(L"a", 8, 149), Hit(L"a", 8, 290), Hit(L"b", 0, 150)});
   std::vector<std::pair<std::wstring, std::uint64_t>> seen;
@@ -145,7 +145,7 @@ TEST_F(RingSenderTest, KeepsTheOrderOfEachProducer) {
   EXPECT_EQ(last.size(), Threads);
 }
 
-TEST_F(RingSenderTest, StopsAnyNumberOfTimesAndDropsWhatIsLeft) {
+TEST_F(RingSenderTest, StopIsIdempotentAndDropsUnwrittenHits) {
   RingSender sender;
   sender.Stop();
   sender.Start();
@@ -161,7 +161,7 @@ TEST_F(RingSenderTest, StopsAnyNumberOfTimesAndDropsWhatIsLeft) {
   EXPECT_EQ(sent[0].name, L"kept");
 }
 
-// Reports of that many suppressed hits, sent by two senders.
+// How many lines two senders log for that many suppressed hits.
 int ReportsOfSuppression(int count) {
   DebugOutputCapture output;
   RingSender one, other;
@@ -173,7 +173,7 @@ int ReportsOfSuppression(int count) {
 }
 
 // Each case needs a new process: all senders of one share their count.
-TEST(RingSenderDeathTest, ReportsOneSuppressionInAHundred) {
+TEST(RingSenderDeathTest, LogsOneSuppressionInAHundred) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const struct { int suppressed, reports; } cases[] = {{0, 0}, {1, 1}, {100, 1}, {101, 2}};
   for (const auto& c : cases) {

@@ -25,7 +25,7 @@ std::wstring Number(int n) {
   return L"line " + std::to_wstring(n) + L".";
 }
 
-TEST(LogLine, HasFixedWidthFieldsInFrontOfTheMessage) {
+TEST(LogLine, BeginsWithFieldsOfFixedWidth) {
   EXPECT_EQ(AsyncLogger::FormatLogLine(L"", {2026, 1, 2, 3, 4, 5, 6, 4294967295u}),
             L"2026-01-02 03:04:05.006 [T4294967295] ");
   EXPECT_EQ(AsyncLogger::FormatLogLine(L"a\nb %s \xD55C", {2026, 12, 31, 23, 59, 59, 999, 1}),
@@ -123,7 +123,7 @@ void CheckWhatWasWritten() {
   std::exit(2);
 }
 
-TEST(AsyncLoggerDeathTest, OfTheProcessIsDrainedAtExit) {
+TEST(AsyncLoggerDeathTest, DrainsTheProcessLogAtExit) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(LogAndExit(), testing::ExitedWithCode(0), "");
 }

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "core/ImageFigures.h"
-#include "core/ZeroMean.h"
 
 namespace quillmark {
 namespace {

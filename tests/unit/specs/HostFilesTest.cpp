@@ -1,4 +1,4 @@
-// Files that only this host has.
+// Pipes and links, which Windows lacks.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -11,7 +11,7 @@
 namespace quillmark {
 namespace {
 
-TEST(HostFiles, APipeThatNobodyWritesToIsNoPictureAndNotWaitedFor) {
+TEST(HostFiles, PipeIsRefusedWithoutWaiting) {
   const test::TemplateFolder folder;
   ASSERT_EQ(::mkfifo(folder.Native("fifo.png").c_str(), 0600), 0);
   ImageFault fault = ImageFault::None;
@@ -19,7 +19,7 @@ TEST(HostFiles, APipeThatNobodyWritesToIsNoPictureAndNotWaitedFor) {
   EXPECT_EQ(fault, ImageFault::NoRegularFile);
 }
 
-TEST(HostFiles, PathsAreShownWithTheirLinksResolved) {
+TEST(HostFiles, DisplayPathResolvesLinks) {
   const test::TemplateFolder folder;
   std::filesystem::create_directory(folder.Native("real"));
   std::filesystem::create_directory_symlink(folder.Native("real"), folder.Native("link"));

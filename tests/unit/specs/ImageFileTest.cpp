@@ -22,7 +22,7 @@ cv::Mat Picture(int type = CV_8UC3) {
   return image;
 }
 
-// A PNG header that announces a picture of this size, with nothing behind it.
+// A PNG file that announces this size.
 FileBytes PngOf(std::uint32_t width, std::uint32_t height) {
   FileBytes file = Encoded(Picture());
   for (int i = 0; i < 4; ++i) {
@@ -32,7 +32,7 @@ FileBytes PngOf(std::uint32_t width, std::uint32_t height) {
   return file;
 }
 
-TEST(ImageFile, KeepsChannelsAndDepthAtPathsOfAnyScript) {
+TEST(ImageFile, KeepsChannelsAndDepthWhateverThePathsScript) {
   const TemplateFolder folder;
   const struct {
     int type;
@@ -48,7 +48,7 @@ TEST(ImageFile, KeepsChannelsAndDepthAtPathsOfAnyScript) {
   }
 }
 
-TEST(ImageFile, IsEmptyForWhatIsNoPictureAndSaysWhy) {
+TEST(ImageFile, SaysWhyAFileIsNoPicture) {
   const TemplateFolder folder;
   const FileBytes png = Encoded(Picture());
   FileBytes damaged = png;
@@ -82,7 +82,7 @@ TEST(ImageFile, IsEmptyForWhatIsNoPictureAndSaysWhy) {
   }
 }
 
-TEST(ImageFile, TakesFilesUpToTheLimitOnly) {
+TEST(ImageFile, AcceptsFilesUpToTheLimit) {
   const TemplateFolder folder;
   const std::wstring path = folder.WriteImage("a.bmp", Picture());
   std::filesystem::resize_file(folder.Native("a.bmp"), kMaxImageFileBytes);  // zeros behind the picture
@@ -91,7 +91,7 @@ TEST(ImageFile, TakesFilesUpToTheLimitOnly) {
   EXPECT_TRUE(ReadImageFile(path).empty());
 }
 
-TEST(ImageFile, TakesPicturesUpToTheLimitOnly) {
+TEST(ImageFile, AcceptsPicturesUpToTheLimit) {
   const TemplateFolder folder;
   const FileBytes largest = Encoded(cv::Mat(8192, 8192, CV_8UC1, cv::Scalar(7)));
   EXPECT_EQ(ReadImageFile(folder.Write("largest.png", largest)).size(), cv::Size(8192, 8192));
@@ -99,7 +99,7 @@ TEST(ImageFile, TakesPicturesUpToTheLimitOnly) {
   EXPECT_TRUE(ReadImageFile(folder.Write("larger.png", larger)).empty());
 }
 
-TEST(ImageFile, PassesOnWhatTheImageLibraryRaises) {
+TEST(ImageFile, RaisesTheImageLibrarysExceptions) {
   const TemplateFolder folder;
   const std::string_view wide = "P5 4000000 1 255\n";  // within our limit, beyond the library's for one side
   EXPECT_THROW((void)ReadImageFile(folder.Write("wide.pgm", {wide.begin(), wide.end()})), cv::Exception);

@@ -36,7 +36,7 @@ struct Sample {
   Bytes file;
 };
 
-// One file of each format that this OpenCV can write: those that it always has, and what it was built with.
+// A file of each format that OpenCV always writes, and of those that it was built with.
 std::vector<Sample> WrittenSamples() {
   std::vector<Sample> samples{
       {"png", Encoded(".png", CV_8UC4)},
@@ -61,7 +61,7 @@ std::vector<Sample> WrittenSamples() {
   return samples;
 }
 
-TEST(ImageHeader, GivesTheSizeOfWhatOpenCvWritesAndNoLargerOneWhenCutShort) {
+TEST(ImageHeader, GivesTheSizeOfWrittenFilesAndNoLargerOneWhenTheyAreCut) {
   for (const auto& [name, file] : WrittenSamples()) {
     for (std::size_t cut = 0; cut <= file.size(); ++cut) {
       const auto size = ReadImageSize(std::span(file).first(file.size() - cut));
@@ -73,7 +73,7 @@ TEST(ImageHeader, GivesTheSizeOfWhatOpenCvWritesAndNoLargerOneWhenCutShort) {
   }
 }
 
-TEST(ImageHeader, ReadsTheSizeOfHandMadeHeaders) {
+TEST(ImageHeader, GivesTheSizeOfHandMadeHeaders) {
   const struct {
     const char* name;
     std::string_view file;

@@ -111,7 +111,7 @@ TEST(NameOptions, AreAppliedFromLeftToRight) {
          &ApplyNameOptions);
 }
 
-TEST(NameOptions, SwitchTheRedTestsOnForRedAnywhereInTheName) {
+TEST(NameOptions, TurnRedTestsOnForRedAnywhereInTheName) {
   for (const wchar_t* name : {L"red", L"Bored", L"btn:mode=bgr:red", L"x:shReDder"}) {
     TemplateSpec spec = Named(name);
     spec.chromaMin = 0.5;

@@ -92,7 +92,7 @@ TEST_F(Store, FillsASpecFromTheCommand) {
                                     "[Spec][REPLACE] name=btn path=" + shown + " (count=1)"));
 }
 
-TEST_F(Store, TakesTheThresholdAsScoreOrDifference) {
+TEST_F(Store, ReadsTheThresholdAsScoreOrDifference) {
   const struct {
     float threshold;
     double minScore, maxDiff;
@@ -120,7 +120,7 @@ TEST_F(Store, ReplacesInPlaceAndKeepsTheOrder) {
   EXPECT_EQ(Logged().back(), "[Spec][REPLACE] name=two path=" + shown + " (count=4)");
 }
 
-TEST_F(Store, RemovesExactNamesOnlyAndClearsAlsoWhenEmpty) {
+TEST_F(Store, RemovesExactNamesAndClearsEvenWhenEmpty) {
   for (const wchar_t* name : {L"one", L"two", L"three"}) Load(name);
   (void)Logged();
   RemoveSpec(L"ONE");
@@ -137,7 +137,7 @@ TEST_F(Store, RemovesExactNamesOnlyAndClearsAlsoWhenEmpty) {
   }
 }
 
-TEST_F(Store, PrintsAnUnreadableImageAndKeepsTheOlderSpec) {
+TEST_F(Store, KeepsTheOldSpecWhenTheImageIsUnreadable) {
   Load(L"btn:ms5");
   (void)Logged();
   LoadFrom(L"/no/such/\uD55C.png", L"btn:ms7");
@@ -160,7 +160,7 @@ TEST_F(Store, LogsAnImageThatVanishedBeforeTheSecondReading) {
               ElementsAre("[Spec][FAIL] name=btn:ms9 path=" + folder.Utf8("gone.png") + " (Load failed)"));
 }
 
-TEST_F(Store, ReportsWhatRaisesInOneLineAndStaysAsItWas) {
+TEST_F(Store, LogsAnExceptionInOneLineAndKeepsItsSpecs) {
   Load(L"btn");
   (void)Logged();
   const std::wstring deep = folder.Write("deep.png", Encoded(cv::Mat(8, 8, CV_16UC1, cv::Scalar(9))));
@@ -175,7 +175,7 @@ TEST_F(Store, ReportsWhatRaisesInOneLineAndStaysAsItWas) {
   EXPECT_EQ(Snapshot()[0].intervalMs, 0);
 }
 
-TEST_F(Store, GivesReadersWholeSpecsWhileItChanges) {
+TEST_F(Store, ReadersSeeWholeSpecsWhileItChanges) {
   const std::wstring large = folder.WriteImage("b.png", cv::Mat(9, 12, CV_8UC3, cv::Scalar(200, 10, 10)));
   std::atomic<bool> done = false;
   std::atomic<int> checked = 0;

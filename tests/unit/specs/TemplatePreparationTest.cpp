@@ -105,7 +105,7 @@ TEST_F(Preparation, CentresTheEdgesAndTheirDilation) {
   }
 }
 
-TEST_F(Preparation, MasksWhatIsOpaqueAndCountsOnlyThat) {
+TEST_F(Preparation, MasksOpaquePixelsAndCountsOnlyThose) {
   cv::Mat image = Blocks(4, 3);
   for (int x = 0; x < image.cols; ++x) {
     cv::Mat alpha(image.rows, 1, CV_8UC1, cv::Scalar(x % 3));
@@ -131,7 +131,7 @@ TEST_F(Preparation, TurnsAGreyImageIntoEqualPlanes) {
   EXPECT_NEAR(spec.labAMean, 128.0, 1e-9);
 }
 
-TEST_F(Preparation, CallsVividAndFlatWhatIsSaturatedAboveAHundredAndVariesByLessThanTwenty) {
+TEST_F(Preparation, VividFlatIsSaturationAbove100WithADeviationBelow20) {
   for (const auto& [left, right, expected] :
        {std::tuple{100, 100, false}, {101, 101, true}, {120, 160, false}, {120, 159, true}}) {
     cv::Mat image(8, 8, CV_8UC3, cv::Scalar(255 - left, 255, 255));
@@ -140,7 +140,7 @@ TEST_F(Preparation, CallsVividAndFlatWhatIsSaturatedAboveAHundredAndVariesByLess
   }
 }
 
-TEST_F(Preparation, LeavesTheRecordWhenTheImageCannotBeRead) {
+TEST_F(Preparation, LeavesTheSpecWhenTheImageCannotBeRead) {
   TemplateSpec spec = Prepared(Blocks(4, 6));
   const TemplateSpec before = spec;
   spec.path = folder.Path("missing.png");
@@ -150,7 +150,7 @@ TEST_F(Preparation, LeavesTheRecordWhenTheImageCannotBeRead) {
   EXPECT_EQ(spec.hsvMean, before.hsvMean);
 }
 
-TEST_F(Preparation, NeverWritesIntoTheMatricesOfACopy) {
+TEST_F(Preparation, LeavesTheMatricesOfCopies) {
   const cv::Mat first = Blocks(4, 7);
   TemplateSpec spec = Prepared(first);
   const TemplateSpec copy = spec;
