@@ -1,5 +1,5 @@
-// A whole tick of the engine with 16 specs over a scripted desktop: find the targets, take the frame, convert
-// it, cut the regions, and match them on the pool until nothing is left.
+// Measures a whole tick of the engine with 16 specs on a scripted desktop: find the targets, take the frame,
+// convert it, cut the regions, and match them on the pool.
 #include <opencv2/imgproc.hpp>
 
 #include "Measure.h"
@@ -15,7 +15,7 @@ namespace {
 constexpr int kSpecs = 16;
 const cv::Size kRegion(300, 200), kTemplate(64, 32);
 
-// Frames that cost nothing: always a new one, always the same picture.
+// Frames at no cost: always a new one with the same picture.
 class StillFrames : public layer::Duplication {
  public:
   explicit StillFrames(const cv::Mat& bgra) : picture(bgra) {}
@@ -32,7 +32,7 @@ class StillFrames : public layer::Duplication {
   const cv::Mat picture;
 };
 
-// A scripted desktop of one monitor under one window, whose frames are still.
+// A scripted desktop with one monitor and one window that covers it.
 class StillDesktop : public test::ScriptedDesktop {
  public:
   explicit StillDesktop(const cv::Mat& picture) {
@@ -53,10 +53,10 @@ class StillDesktop : public test::ScriptedDesktop {
   cv::Mat bgra;
 };
 
-// Which searches the specs ask for: the grey ones need no HSV image of the frame.
+// The specs' modes. Grey ones need no HSV image of the frame.
 enum class Specs16 { Gray, Mixed };
 
-// 16 regions over the screen in rows of four, every second of which shows its template.
+// Puts 16 specs into the store, with regions in rows of four; every second region shows its template.
 cv::Mat FillStore(cv::Size screen, Specs16 kind) {
   testing::Random random(5);
   cv::Mat picture = testing::Screen(random, screen);

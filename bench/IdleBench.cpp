@@ -1,5 +1,5 @@
-// What the worker costs when nothing happens: processor time of the worker and of the X server, and memory,
-// without a spec and with 16 specs on a still screen.
+// Measures what an idle worker costs: processor time of the worker and the X server, and memory, without
+// specs and with 16 specs on a still screen.
 //
 //   bench_idle [SECONDS [WORKER]]
 #include <chrono>
@@ -14,7 +14,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 void Observe(const char* what, Stage& stage, std::chrono::seconds span) {
-  std::this_thread::sleep_for(std::chrono::seconds(2));  // what came before may still be under way
+  std::this_thread::sleep_for(std::chrono::seconds(2));  // until earlier work is done
   const auto start = Clock::now();
   const ProcessFacts before = stage.WorkerFacts();
   const double serverBefore = stage.ServerCpuSeconds();
@@ -51,7 +51,7 @@ int Run(int seconds, const std::string& program) {
   Observe("no spec:", stage, span);
   AddSpecs(stage);
   Observe("16 specs, still screen:", stage, span);
-  // As on a desktop in use: windows that concern nobody.
+  // Other windows, as on a desktop in use.
   for (int i = 0; i < 20; ++i) stage.client.Show(1400, 20 * i, 200, 150, "other window " + std::to_string(i));
   Observe("the same, 20 more windows:", stage, span);
   return 0;

@@ -1,4 +1,4 @@
-// The way of a hit: the sender's queue, and the write into shared memory.
+// Measures the sender's queue and the write of a hit into shared memory.
 #include "Measure.h"
 #include "ipc/HitRing.h"
 #include "ipc/RingSender.h"
@@ -8,15 +8,12 @@
 namespace quillmark::bench {
 namespace {
 
-// The controller's words in the header of the hit ring.
-constexpr std::size_t kWriteIndex = 0, kReadIndex = 4;
-
-// One record and its signal, with no one waiting for it; the controller is never behind.
+// One record and its signal, without a waiting controller; the ring never fills up.
 void MeasureRingWrite(test::RawController& controller) {
   Measure("ring/write", [&controller](benchmark::State& state) {
     for (auto _ : state) {
       WriteHit(L"a spec of a usual length", 100, 200, 64, 32, 0.98f, 0.9f, 1'700'000'000'000);
-      controller.SetHitWord(kReadIndex, controller.HitWord(kWriteIndex));
+      controller.SetHitWord(test::ReadIndex, controller.HitWord(test::WriteIndex));
     }
   });
 }
@@ -33,7 +30,7 @@ HitRecord HitAt(std::int32_t x) {
   return hit;
 }
 
-// The sender's thread does not run, so that its share is not counted; its queue is emptied outside the clock.
+// Without the sender's thread, so that its share is not counted; the queue is emptied with the clock stopped.
 void MeasureEnqueue() {
   Measure("enqueue/accepted", [](benchmark::State& state) {
     RingSender sender;

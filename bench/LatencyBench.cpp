@@ -1,10 +1,10 @@
-// How long it takes from a change on the screen until the controller sees the hit: a template is drawn into a
-// window of a real X server at random times, 200 times or as often as is said; a real worker finds it.
+// Measures the time from a change on the screen until the controller has the hit: a template is drawn into a
+// window of a real X server at random times, by default 200 times, and found by a real worker.
 //
 //   bench_latency [CHANGES [WORKER]]
 //
-// The clock runs from just before the drawing is sent to the server until the hit has been read from the
-// ring, by a controller that waits for the ring's event.
+// The clock runs from just before the drawing is sent to the server until a controller that waits for the
+// ring's event has read the hit.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -37,7 +37,7 @@ double Share(const std::vector<double>& sorted, double share) {
   return sorted[std::min(index, sorted.size() - 1)];
 }
 
-// The median time of what the worker must do between capture and hit, done here on one thread.
+// The median time of work that the worker does between capture and hit, here on one thread.
 double MedianOf(const std::function<void()>& work) {
   std::vector<double> times;
   for (int i = 0; i < 50; ++i) {
@@ -64,7 +64,7 @@ void PrintCostOfWork() {
   });
   const double decision = MedianOf([&] { (void)EvaluateRegion(unit, spec); });
   std::printf(
-      "work in it: conversion of the frame %.1f ms, decision on the region %.1f ms (medians, alone)\n",
+      "of that: conversion of the frame %.1f ms, decision on the region %.1f ms (medians, measured alone)\n",
       conversion, decision);
 }
 
@@ -80,7 +80,7 @@ class Latency {
   double Change() {
     Hide();
     const cv::Point at = NextPlace();
-    // A random phase against the tick, and long enough for the worker to have seen the icon gone.
+    // At random against the tick, and long enough for the worker to see that the icon is gone.
     const auto pause = std::chrono::microseconds(stage.random.Between(60'000, 140'000));
     std::this_thread::sleep_for(pause);
     stage.controller.TakeHits();
@@ -103,7 +103,7 @@ class Latency {
     stage.painter.Erase(stage.Window(), shown);
     stage.painter.Flush();
   }
-  // Far enough from the last place that the hit is no repetition of the last one.
+  // Far enough from the last place that the hit is not suppressed as a repetition.
   cv::Point NextPlace() {
     cv::Point at;
     do {

@@ -1,4 +1,4 @@
-// The pixel work: conversions of a whole frame, the primary searches, and the whole decision on a region.
+// Measures the pixel work: conversions of a whole frame, the searches, and the whole decision on a region.
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <utility>
@@ -14,7 +14,7 @@ namespace {
 
 using testing::Random;
 
-// -- conversions, into buffers that are reused as the capture loop reuses them -----------------------------
+// -- conversions, into reused buffers as in the capture loop ----------------------------------------------
 
 void MeasureConversions(const std::string& name, cv::Size size) {
   Random random(1);
@@ -84,7 +84,7 @@ void MeasureDecision(const std::string& name, const Shown& shown, DecidingStep e
   });
 }
 
-// A region that would be accepted, and limits moved until one step refuses it.
+// An acceptable region, with limits moved until one step refuses it.
 void MeasureRefusal(const std::string& name, DecidingStep step, void (*tighten)(Shown&)) {
   Shown shown = Show(kRegion, kTemplate, MatchMode::Gray);
   tighten(shown);
@@ -125,7 +125,7 @@ void MeasureDecisions() {
     s.spec.chromaMin = 2.0;
   });
   MeasureRefusal("colour", DecidingStep::Colour, [](Shown& s) {
-    // Waives the grey tests and leaves the decision to the three colour tests.
+    // Leaves the decision to the three colour tests.
     s.spec.redHint = true;
     s.spec.hsvMean[2] += 100.0;
     s.spec.redRatio += 0.5;

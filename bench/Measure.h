@@ -1,7 +1,6 @@
-// What every micro-benchmark program shares: each benchmark is registered twice, the second time as
-// "NAME/control". The two are the same code, so the ratio of their times is the noise that a comparison of
-// two builds has to exceed. Run with repetitions and random interleaving (bench/run.sh), they see the same
-// phases of the machine.
+// Registers every micro-benchmark twice, the second time as "NAME/control". Both run the same code, so the
+// ratio of their times is the noise that a comparison of two builds must exceed. To be run with repetitions
+// and random interleaving (bench/run.sh).
 //
 // Threading: one thread.
 #pragma once
@@ -16,7 +15,7 @@ namespace quillmark::bench {
 
 using Body = std::function<void(benchmark::State&)>;
 
-// Reports CPU time: of the measuring thread, or of the whole process where the work is spread over threads.
+// Whose CPU time is reported: the measuring thread's, or the process's where several threads work.
 enum class Counts { Thread, Process };
 
 inline void Measure(const std::string& name, const Body& body, Counts counts = Counts::Thread) {
@@ -27,7 +26,7 @@ inline void Measure(const std::string& name, const Body& body, Counts counts = C
   }
 }
 
-// The end of main, after everything has been registered. OpenCV runs as it does in the worker: on one thread.
+// Runs everything that was registered, with OpenCV on one thread as in the worker. Returns the exit code.
 inline int RunAll(int argc, char** argv) {
   cv::setUseOptimized(true);
   cv::setNumThreads(1);

@@ -1,7 +1,6 @@
 // Shows whether a busy worker grows: windows move, pictures come and go, specs are added, replaced and
-// removed, and the monitors change. Memory, threads and descriptors are printed after each busy minute, once
-// the worker has worked off the frames that wait in its queue; what counts is the last line against the
-// first.
+// removed, and monitors change. Prints memory, threads and descriptors after each busy minute, once the
+// worker has processed the frames in its queue. Compare the last line with the first.
 //
 //   bench_soak [MINUTES [WORKER]]
 #include <chrono>
@@ -23,7 +22,7 @@ constexpr auto kLongestRest = std::chrono::minutes(2);
 constexpr int kSpecs = 8;
 constexpr int kSprites = 24;
 
-// The names of the modes and options that a spec is asked for with, by turns.
+// Options of specs, chosen at random.
 const wchar_t* const kOptions[] = {L"",       L":mode=bgr", L":mode=s", L":mode=h",     L":mode=hs",
                                    L":ms100", L":fast",     L":strict", L":mon=primary"};
 
@@ -37,8 +36,8 @@ class Soak {
     stage.StartWorker(program);
   }
 
-  // Changes nothing until the worker is idle; the seconds that it took. On a machine that is too slow for the
-  // specs the queue has no end, so the wait has one.
+  // Waits until the worker is idle and returns the seconds. On a machine that is too slow it never is, so the
+  // wait has a limit.
   double Rest() const {
     constexpr double idleShare = 0.1;
     const auto start = Clock::now();
@@ -53,7 +52,7 @@ class Soak {
     return std::chrono::duration<double>(Clock::now() - start).count();
   }
 
-  // One change of the screen and, by turns, one of everything else.
+  // Changes the screen and, every few steps, everything else.
   void Step(int step) {
     const Sprite& sprite = Any();
     const cv::Point at(stage.random.Between(0, stage.Area().width - sprite.size.width),

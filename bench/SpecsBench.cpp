@@ -1,4 +1,4 @@
-// Template preparation from a file, and the copy of the store that each tick takes.
+// Measures the preparation of a template from its file, and each tick's copy of the store.
 #include <filesystem>
 #include <mutex>
 #include <opencv2/imgcodecs.hpp>
@@ -16,7 +16,7 @@
 namespace quillmark::bench {
 namespace {
 
-// A 64x64 picture of this type as a PNG file.
+// Writes a 64x64 picture as a PNG file.
 std::wstring WriteIcon(const std::filesystem::path& folder, const std::string& name, int channels) {
   testing::Random random(3);
   cv::Mat icon = testing::Icon(random, {64, 64}, "Qm");

@@ -1,5 +1,5 @@
-// Where a real worker is measured: a private session and X server, a window that shows a screen-like picture,
-// template files to look for in it, a controller, and the worker process. Everything ends with this object.
+// Runs a real worker for measurements: in a private session, on a private X server, with a window that shows
+// a screen-like picture, template files and a controller. Everything ends with this object.
 //
 // Threading: one thread.
 #pragma once
@@ -22,7 +22,7 @@
 
 namespace quillmark::bench {
 
-// A picture to draw and the template file that shows the same.
+// A picture to draw, and its template file.
 struct Sprite {
   std::uint32_t pixmap = 0;
   cv::Size size;
@@ -39,14 +39,14 @@ class Stage {
   // The window's client area at this place of the screen.
   const cv::Rect& Area() const { return area; }
   std::uint32_t Window() const { return window; }
-  // A new sprite of this size; no two are alike.
+  // Makes a sprite unlike any other.
   Sprite MakeSprite(cv::Size size);
-  // Starts the worker and waits for its first sign of life. Throws std::runtime_error when none comes.
+  // Starts the worker and waits for its first reply. Throws std::runtime_error when none comes.
   void StartWorker(const std::string& program);
-  // Asks for the sprite in a region of the window; `options` follow the name.
+  // Adds a spec for the sprite in a region of the window; `options` follow the name.
   void AddSpec(const std::wstring& name, const Sprite& sprite, const cv::Rect& region,
                const std::wstring& options = {});
-  // Returns when the worker has carried out every command. Throws std::runtime_error when it does not.
+  // Waits until the worker has executed every command. Throws std::runtime_error when it does not.
   void Settle();
 
   ProcessFacts WorkerFacts() const { return FactsOf(worker->Pid()); }

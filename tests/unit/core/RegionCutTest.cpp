@@ -80,10 +80,11 @@ TEST_F(RegionCutTest, ScalesOnlyBeyondAHundredthOfTemplateScale) {
   }
 }
 
-TEST_F(RegionCutTest, CropHasAtLeastAPixel) {
-  const ROIUnit unit = CutAt({33, 26, 10, 10}, 3.0, 3.0);
-  EXPECT_EQ(unit.gray.size(), cv::Size(1, 1));
-  EXPECT_TRUE(unit.clipped);
+TEST_F(RegionCutTest, CropHasAtLeastAPixelAndMayBeClipped) {
+  EXPECT_EQ(CutAt({33, 26, 10, 10}, 3.0, 3.0).gray.size(), cv::Size(1, 1));
+  EXPECT_FALSE(CutAt({10, 5, 90, 75}).clipped);
+  EXPECT_TRUE(CutAt({10, 5, 91, 75}).clipped);
+  EXPECT_TRUE(CutAt({10, 5, 90, 76}).clipped);
 }
 
 TEST_F(RegionCutTest, CropsKeepTheirPixelsWhenTheNextFrameComes) {

@@ -71,7 +71,7 @@ class Store : public testing::Test {
 };
 
 TEST_F(Store, FillsASpecFromTheCommand) {
-  Load(L"btn:mode=h:mon=2:RED", 0.25f);
+  Load(L"btn:mode=h:mon=primary:RED", 0.25f);
   const auto specs = Snapshot();
   ASSERT_EQ(specs.size(), 1u);
   const TemplateSpec& spec = specs[0];
@@ -82,12 +82,12 @@ TEST_F(Store, FillsASpecFromTheCommand) {
   EXPECT_EQ(spec.edgeMin, 0.5);
   EXPECT_EQ(spec.maxDiff, 0.25);
   EXPECT_EQ(spec.mode, MatchMode::H);
-  EXPECT_EQ(spec.monitorPin, 2);
+  EXPECT_EQ(spec.monitorPin, -1);
   EXPECT_TRUE(spec.colorGate);
   EXPECT_EQ(spec.tmplBgr.size(), cv::Size(8, 8));
   EXPECT_FALSE(spec.targetValid);
   Load(L"btn:mon=0:mon=x");  // no pin, of which nothing is logged
-  EXPECT_THAT(Logged(), ElementsAre("[Spec][MON] name=btn:mode=h:mon=2:RED hint=2",
+  EXPECT_THAT(Logged(), ElementsAre("[Spec][MON] name=btn:mode=h:mon=primary:RED hint=-1",
                                     "[Spec][ADD] name=btn path=" + shown + " (count=1)",
                                     "[Spec][REPLACE] name=btn path=" + shown + " (count=1)"));
 }
