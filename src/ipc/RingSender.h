@@ -22,7 +22,7 @@ class RingSender {
   RingSender(const RingSender&) = delete;
   RingSender& operator=(const RingSender&) = delete;
 
-  // Starts the sender thread, unless it runs. Raises std::system_error when it cannot be started.
+  // Starts the sender thread, which must not be running. Raises std::system_error when it cannot be started.
   void Start();
   // Ends and joins the sender thread and drops unwritten hits. Idempotent.
   void Stop();
