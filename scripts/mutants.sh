@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Breaks the product one line at a time and reports what the tests miss: each mutant of tests/mutants.txt is
+# Breaks the product one line at a time and reports what the tests miss: each mutant of scripts/mutants.txt is
 # applied to a copy of this tree, which is built and tested incrementally. Not part of the CI: a mutant takes about
 # ten seconds.
 #
 #   scripts/mutants.sh [REGEX]     REGEX picks mutants by their "file: text ==> replacement"
 #
-# In tests/mutants.txt a line "[file: program...]" names a source file and the test programs that should notice its
+# In scripts/mutants.txt a line "[file: program...]" names a source file and the test programs that should notice its
 # mutants, cheapest first; "program/FILTER" runs only matching cases. Each line after it is a mutant of that file,
 # "text ==> replacement" or "text ==> replacement ## why no test need notice". The text must occur in the file exactly
 # once.
@@ -91,7 +91,7 @@ while IFS= read -r line; do
   [[ $replacement != *' ## '* ]] || reason=${replacement#* ## }
   replacement=${replacement%% ## *} replacement=${replacement# }
   Mutate </dev/null
-done <tests/mutants.txt
+done <scripts/mutants.txt
 
 echo
 for fate in "${!counts[@]}"; do printf '%5d %s\n' "${counts[$fate]}" "$fate"; done
