@@ -58,7 +58,7 @@ bool MayMeet(const LintSpec& a, const LintSpec& b) {
   return !a.hasRegion || !b.hasRegion || !(a.request.roi & b.request.roi).empty();
 }
 
-bool SameName(const Subject& a, const Subject& b) {
+bool HaveSameName(const Subject& a, const Subject& b) {
   if (!a.given.fault.empty() || !b.given.fault.empty()) return false;
   return a.given.hasName && b.given.hasName && a.spec.name == b.spec.name;
 }
@@ -103,7 +103,7 @@ std::vector<Finding> Lint(const std::vector<LintSpec>& specs, const WindowPictur
     list.About(i);
     for (std::size_t j = 0; j < count; ++j) {
       if (i == j) continue;
-      if (!SameName(subjects[i], subjects[j])) {
+      if (!HaveSameName(subjects[i], subjects[j])) {
         CheckPair(subjects[i], subjects[j], j, list);
       } else if (i < j) {
         list.AddPair(FindingCode::SameName, j, "both are named '" + Printable(subjects[i].spec.name) + "'");

@@ -3,6 +3,7 @@
 
 #include "advice/Checks.h"
 #include "advice/NameOptions.h"
+#include "client/Command.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "specs/TemplatePreparation.h"
@@ -11,9 +12,6 @@
 
 namespace quillmark::advice {
 namespace {
-
-// Maximum UTF-16 units of the command's fields, and of the name in a hit.
-constexpr std::size_t kTargetUnits = 16, kNameUnits = 32, kPathUnits = 64, kHitNameUnits = 31;
 
 bool IsLetter(wchar_t unit) {
   return (unit >= L'a' && unit <= L'z') || (unit >= L'A' && unit <= L'Z') || unit > L'\x7F';
@@ -39,11 +37,12 @@ void CheckLength(const char* field, const std::wstring& text, std::size_t max, F
 
 void CheckLengths(const LintSpec& given, FindingList& list) {
   const explain::SpecRequest& request = given.request;
-  if (given.hasTarget) CheckLength("target", request.target, kTargetUnits, list);
-  CheckLength("path", request.path, kPathUnits, list);
+  if (given.hasTarget) CheckLength("target", request.target, client::TargetUnits, list);
+  CheckLength("path", request.path, client::PathUnits, list);
   if (!given.hasName) return;
-  CheckLength("name", request.name, kNameUnits, list);
-  CheckLength("name without options", request.name.substr(0, request.name.find(L':')), kHitNameUnits, list);
+  CheckLength("name", request.name, client::NameUnits, list);
+  CheckLength("name without options", request.name.substr(0, request.name.find(L':')), client::HitNameUnits,
+              list);
 }
 
 // A record in which every option changes something.

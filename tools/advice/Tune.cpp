@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "client/Command.h"
 #include "explain/Explain.h"
 #include "text/Printable.h"
 
@@ -11,7 +12,6 @@ namespace {
 
 using explain::StepOutcome;
 
-constexpr std::size_t kNameUnits = 32;
 constexpr char kOnlySeemed[] = "the limits found decide a picture wrongly";
 
 FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& reports) {
@@ -109,7 +109,7 @@ class Tuning {
   }
 
   void Add(Setting setting, LimitRanges ranges) {
-    const bool tooLong = setting.request.name.size() > kNameUnits;
+    const bool tooLong = setting.request.name.size() > client::NameUnits;
     report.proposals.push_back({std::move(setting), ranges, tooLong});
   }
 
