@@ -1,10 +1,10 @@
-// Watches one template in one window and prints its hits and what they mean.
+// Watches one template in one window and prints hits and events.
 //
 //   watch_template TARGET IMAGE X,Y,W,H [WITNESS]
 //
-// TARGET is a part of the window's title or a program's name with .exe; IMAGE and WITNESS are template images
-// as the worker sees them. The witness is something else in the same window that is there as long as the
-// window shows: by its hits a loss can be told from a screen that stands still. Ctrl-C ends it.
+// TARGET is part of the window's title or a program's file name ending in .exe. IMAGE and WITNESS are
+// template images. The witness is something else that the window always shows: its hits distinguish a lost
+// object from an unchanged screen. Stop it with Ctrl-C.
 #include <csignal>
 #include <cstdio>
 #include <iomanip>
@@ -39,10 +39,10 @@ void Print(const quillmark::Record& record) {
       std::cout << record.count << " hits were lost" << std::endl;
       break;
     case QM_WORKER_GONE:
-      std::cout << "the worker is gone" << std::endl;
+      std::cout << "no worker is running" << std::endl;
       break;
     case QM_WORKER_STARTED:
-      std::cout << "a worker has started" << std::endl;
+      std::cout << "a new worker is running" << std::endl;
       break;
     default:
       break;
@@ -65,7 +65,7 @@ int main(int argc, char** argv) try {
     quillmark::Spec witness = thing;
     witness.name = "witness";
     witness.path = argv[4];
-    witness.region = {0, 0, 10000, 10000};  // is cut to the window
+    witness.region = {0, 0, 10000, 10000};  // clipped to the window
     specs.push_back(witness);
     watch.witnesses = {"witness"};
   }
@@ -84,7 +84,7 @@ int main(int argc, char** argv) try {
     for (const quillmark::Record& record : client.Read(quillmark::Milliseconds(200))) {
       Print(record);
       Print(tracker.Feed(record));
-      if (record.kind == QM_WORKER_STARTED) sendAll();  // it knows no spec
+      if (record.kind == QM_WORKER_STARTED) sendAll();  // it knows no specs
     }
     Print(tracker.Advance());
   }

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Watches one template in one window and prints its hits and what they mean.
+"""Watches one template in one window and prints hits and events.
 
-TARGET is a part of the window's title or a program's name with .exe; IMAGE and WITNESS are template images as
-the worker sees them. The witness is something else in the same window that is there as long as the window shows:
-by its hits a loss can be told from a screen that stands still. Ctrl-C ends it.
+TARGET is part of the window's title or a program's file name ending in .exe. IMAGE and WITNESS are template images.
+The witness is something else that the window always shows: its hits distinguish a lost object from an unchanged
+screen. Stop it with Ctrl-C.
 """
 
 import argparse
@@ -38,7 +38,7 @@ def main() -> None:
     specs = [quillmark.Spec(arguments.target, "thing", arguments.image, arguments.region, min_score=0.95)]
     witnesses: "tuple[str, ...]" = ()
     if arguments.witness:
-        whole = (0, 0, 10000, 10000)  # is cut to the window
+        whole = (0, 0, 10000, 10000)  # clipped to the window
         specs.append(quillmark.Spec(arguments.target, "witness", arguments.witness, whole, min_score=0.95))
         witnesses = ("witness",)
 
@@ -59,10 +59,10 @@ def main() -> None:
                     elif isinstance(record, quillmark.Dropped):
                         print(f"{record.count} hits were lost", flush=True)
                     elif isinstance(record, quillmark.WorkerGone):
-                        print("the worker is gone", flush=True)
+                        print("no worker is running", flush=True)
                     elif isinstance(record, quillmark.WorkerStarted):
-                        print("a worker has started", flush=True)
-                        send_all()  # it knows no spec
+                        print("a new worker is running", flush=True)
+                        send_all()  # it knows no specs
                     show(tracker.feed(record))
                 show(tracker.advance())
         except KeyboardInterrupt:

@@ -1,12 +1,11 @@
 """Controls the Quillmark worker and reads the hits it reports.
 
-A ``Client`` holds both rings of the session: it sends specs and reads records. A ``Tracker`` makes events of
-the records: appeared, moved, stable, lost, unknown. Nothing is ever cut to fit: what the rings cannot carry
-raises an error that says why.
+A ``Client`` opens both rings of the session: it sends specs and reads records. A ``Tracker`` turns the records
+into events: appeared, moved, stable, lost, unknown. Nothing is ever truncated to fit: an argument that the rings
+cannot carry raises an error that says why.
 
-Times are UTC milliseconds since 1970-01-01, as records carry them; time-outs are seconds. A client and a
-tracker are each used by one thread at a time. A child process that is forked without exec keeps the rings
-alive.
+Times are UTC milliseconds since 1970-01-01; timeouts are in seconds. Use each client and each tracker from one
+thread at a time. Do not fork without exec while a client is open: the child would keep the rings alive.
 """
 
 from ._client import Client, State

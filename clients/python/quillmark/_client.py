@@ -1,4 +1,4 @@
-"""A controller's whole side of both rings."""
+"""The controller's side of both rings."""
 
 from __future__ import annotations
 
@@ -21,20 +21,20 @@ else:
 
 _QUEUE_LIMIT = 65536
 _LOOK_INTERVAL = 0.1
-_TAKEOVER_PATIENCE = 1.0  # the control tool holds the role for moments
+_TAKEOVER_PATIENCE = 1.0  # the control tool takes the role for moments
 _POLL_INTERVAL = 0.005
 _VERSION_REPLY = "__ver__:"
 _WRITER_ROLE, _READER_ROLE = "QuillmarkctlCommands", "QuillmarkctlHits"
 
 
 def now_ms() -> int:
-    """The wall clock as records carry it."""
+    """The wall clock in the unit of records."""
     return time.time_ns() // 1_000_000
 
 
 @dataclass(frozen=True)
 class State:
-    """What can be known from outside, at once."""
+    """The state of the rings and the worker."""
 
     worker_running: bool
     worker_starts: int  # seen since the client was opened
@@ -44,11 +44,11 @@ class State:
 
 
 class Client:
-    """Sends commands, asks questions, and hands out one stream of records in order.
+    """Sends commands, waits for replies, and hands out one ordered stream of records.
 
-    Whatever waits keeps reading the hit ring into a queue, so that the ring does not fill up meanwhile. The
-    worker is looked for every 100 ms while a call waits. One client of a session reads hits; opening another
-    raises ``Busy``. Hits from before are let go unless ``keep_unread``. Close it, or use it in ``with``.
+    A call that waits keeps reading the hit ring into a queue, so that the ring does not fill up, and checks for a
+    worker every 100 ms. Only one client in a session can read hits; opening another raises ``Busy``. Earlier hits
+    are discarded unless ``keep_unread`` is set. Close the client, or use it in a ``with`` statement.
     """
 
     def __init__(self, keep_unread: bool = False) -> None:
@@ -67,7 +67,7 @@ class Client:
         self._commands: Optional[Ring] = None
         self._probe: Optional[WorkerProbe] = None
         self._queue: Deque[Record] = deque()
-        self._awaited = ""  # how the reply that is waited for begins
+        self._awaited = ""  # start of the awaited reply; empty for none
         self._answer: Optional[str] = None
         self._dropped = 0
         self._barrier_prefix = f"__hb__:{secrets.token_hex(4)}"
@@ -88,7 +88,7 @@ class Client:
             raise
 
     def close(self) -> None:
-        """Gives up the rings. Safe to call again."""
+        """Closes the rings. Can be called more than once."""
         for part in (self._probe, self._commands, self._hits, self._role):
             if part is not None:
                 part.close()
@@ -101,27 +101,27 @@ class Client:
         self.close()
 
     def add(self, spec: Spec, timeout: float = 2.0) -> None:
-        """Sends a spec; one of the same name is replaced.
+        """Sends a spec, replacing one with the same name.
 
-        It returns when the command was published; ``barrier`` tells that the worker has executed it. Whether
-        the worker could read the image, no reply tells: its log does, and the first hit. With 64 commands
-        unread it waits so many seconds for the worker to take one, then raises ``NoWorker`` or ``Stalled``;
-        ``Refused`` says that the spec cannot be sent as it stands.
+        Returns when the command is published; use ``barrier`` to wait until the worker has executed it. There is no
+        reply about an image that the worker cannot read; that is in its log. While 64 commands are unread, the call
+        waits up to ``timeout`` for the worker to take one, then raises ``NoWorker`` or ``Stalled``. Raises
+        ``Refused`` if the spec cannot be sent as it is, and ``Busy`` if other clients keep writing.
         """
         self._send(command_for(spec), time.monotonic() + timeout)
 
     def remove(self, name: str, timeout: float = 2.0) -> None:
-        """Removes the spec of this name, given without options; none of that name is no error. As ``add``."""
+        """Removes the spec with this name, without options; it need not exist. Otherwise like ``add``."""
         self._send(removal_of(name), time.monotonic() + timeout)
 
     def clear(self, timeout: float = 2.0) -> None:
-        """Removes every spec. As ``add``."""
+        """Removes all specs. Otherwise like ``add``."""
         self._send(_wire.command(_wire.CLEAR), time.monotonic() + timeout)
 
     def barrier(self, timeout: float = 2.0) -> None:
-        """Waits until the worker has executed everything that was sent before.
+        """Waits until the worker has executed all commands sent before.
 
-        Raises ``NoWorker``, ``Stalled`` or ``Busy`` when it has not in so many seconds; the commands stay sent.
+        Raises ``NoWorker``, ``Stalled`` or ``Busy`` on timeout; the commands stay sent.
         """
         self._barriers += 1
         text = f"{self._barrier_prefix}{self._barriers & 0xFFFFFFFF:08x}"
@@ -129,13 +129,13 @@ class Client:
         self._ask(command, text, timeout)
 
     def version(self, timeout: float = 2.0) -> str:
-        """The worker's version. As ``barrier``."""
+        """Returns the worker's version. Otherwise like ``barrier``."""
         answer = self._ask(_wire.command(_wire.VERSION), _VERSION_REPLY, timeout)
         return answer[len(_VERSION_REPLY) :]
 
     def read(self, timeout: Optional[float] = None) -> list[Record]:
-        """Every record that waits, as soon as there is one; none after so many seconds without. Without a
-        time-out it waits for one. Call it again and again: the ring holds 64 hits."""
+        """Returns all waiting records as soon as there are any; an empty list on timeout. Without a timeout it waits
+        for the first. Call it continually, since the ring holds only 64 hits."""
         deadline = float("inf") if timeout is None else time.monotonic() + timeout
         self._pump()
         while not self._queue and time.monotonic() < deadline:
@@ -146,7 +146,7 @@ class Client:
         return records
 
     def look(self) -> State:
-        """What can be known from outside now."""
+        """Returns the current state without waiting."""
         self._pump()
         self._watch_worker()
         return State(
@@ -183,13 +183,12 @@ class Client:
     @staticmethod
     def _silence(running: bool) -> Error:
         kind: Type[Error] = Stalled if running else NoWorker
-        return kind(
-            "a worker runs, but did not take or answer the command in time" if running else "no worker runs"
-        )
+        stalled = "timed out: a worker is running, but did not take the command or reply"
+        return kind(stalled if running else "no worker is running")
 
     def _ask(self, slot: bytes, reply: str, timeout: float) -> str:
         deadline = time.monotonic() + timeout
-        self._pump()  # an answer to an earlier question is none to this one
+        self._pump()  # late replies to earlier commands
         self._answer = None
         self._send(slot, deadline)
         self._awaited = reply
@@ -200,7 +199,7 @@ class Client:
                 self._pump()
         finally:
             self._awaited = ""
-        self._watch_worker()  # who knows that a command was executed should also know if by a new worker
+        self._watch_worker()  # the caller should learn of a new worker before it relies on the reply
         if self._answer is None:
             raise self._silence(self._running)
         return self._answer
@@ -212,8 +211,8 @@ class Client:
         hits = self._open()[0]
         written = hits.words[_wire.WRITE_INDEX]
         unread = (written - hits.words[_wire.READ_INDEX]) & _wire.MASK
-        lost = max(unread - _wire.SLOTS, 0)  # somebody else has written to the indices
-        # Looked at behind the write index, it counts every hit that was refused before the newest record here.
+        lost = max(unread - _wire.SLOTS, 0)  # another program has changed the indices
+        # Read after the write index, so it includes every hit dropped before the newest record.
         refused = hits.words[_wire.DROPPED_COUNT]
         lost += (refused - self._dropped_by_worker) & _wire.MASK
         self._dropped_by_worker = refused
@@ -234,7 +233,7 @@ class Client:
                 self._answer = record.text
                 return
             if record.text.startswith(self._barrier_prefix):
-                return  # an answer to a question that was given up
+                return  # the reply to a barrier that timed out
         if len(self._queue) >= _QUEUE_LIMIT:
             self._let_go()
         self._queue.append(record)

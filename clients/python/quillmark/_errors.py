@@ -1,39 +1,39 @@
-"""What can go wrong. Every error of the package is an ``Error``."""
+"""The package's errors; all are an ``Error``."""
 
 from __future__ import annotations
 
 
 class Error(Exception):
-    """Anything that this package raises by itself."""
+    """The base of all errors that this package raises itself."""
 
 
 class Refused(Error, ValueError):
-    """The caller asked for what the rings cannot carry as it stands; nothing was sent."""
+    """The rings cannot carry an argument; nothing was sent."""
 
 
 class TooLong(Refused):
-    """A text has more UTF-16 units than its field."""
+    """A text does not fit its field."""
 
 
 class BadText(Refused):
-    """A text is empty, or holds what cannot stand there."""
+    """A text is empty, or contains something not allowed there."""
 
 
 class BadValue(Refused):
-    """A number lies outside its range, or options do not go together."""
+    """A number is out of range, or options cannot be combined."""
 
 
 class NoWorker(Error):
-    """No worker runs, and the time is over."""
+    """Timed out, and no worker is running."""
 
 
 class Stalled(Error):
-    """A worker runs, but did not take or answer the command in time."""
+    """Timed out: a worker is running, but did not take the command or reply."""
 
 
 class Busy(Error):
-    """Another client reads the hits, or kept writing commands."""
+    """Another client is reading the hits, or kept writing commands."""
 
 
 class SystemRefused(Error, OSError):
-    """The system refused an object of the rings."""
+    """A system call for the rings failed."""

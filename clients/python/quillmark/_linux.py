@@ -1,7 +1,6 @@
-"""The named objects of a session on Linux: files whose holders keep locks, as docs/protocol.md gives them.
+"""The named objects of a session on Linux: files with locks, as docs/protocol.md describes them.
 
-The rings' words are stored and loaded one by one, in program order; x86-64 keeps that order, so that is the
-machine this needs.
+The rings' words must be stored and loaded one by one, in program order. Only x86-64 guarantees that.
 """
 
 from __future__ import annotations
@@ -22,7 +21,7 @@ from ._errors import SystemRefused
 assert sys.platform == "linux"
 
 if os.uname().machine != "x86_64":
-    raise ImportError("quillmark needs a machine that keeps the order of stores: x86-64")
+    raise ImportError("quillmark needs a 64-bit x86 machine")
 
 _GATE, _LIFE, _OWNER = 2**40, 2**40 + 1, 2**40 + 2
 _FLOCK = struct.Struct("hhqqi0q")
@@ -37,13 +36,13 @@ class _Timespec(ctypes.Structure):
 
 
 def _lock(fd: int, command: int, kind: int, byte: int) -> int:
-    """The lock's kind that the call answers."""
+    """Makes the locking call for one byte and returns the resulting kind of lock."""
     request = _FLOCK.pack(kind, os.SEEK_SET, byte, 1, 0)
     return int(_FLOCK.unpack(fcntl.fcntl(fd, command, request))[0])
 
 
 def _is_locked(fd: int, byte: int) -> bool:
-    """Whether another open file holds the byte."""
+    """Whether the byte is locked through another open file."""
     return _lock(fd, fcntl.F_OFD_GETLK, fcntl.F_WRLCK, byte) != fcntl.F_UNLCK
 
 
@@ -81,7 +80,7 @@ def _open_session_folder() -> int:
 
 
 class _SharedFile:
-    """The file of one object, held until it is closed."""
+    """The file of one object, which exists until it is closed."""
 
     def __init__(self, name: str, size: int) -> None:
         self.fd = -1
@@ -98,11 +97,11 @@ class _SharedFile:
             flags = os.O_RDWR | os.O_CREAT | os.O_NOFOLLOW | os.O_NONBLOCK
             self.fd = os.open(self._name, flags, 0o600, dir_fd=self._folder)
             if not stat.S_ISREG(os.fstat(self.fd).st_mode):
-                raise SystemRefused(errno.EACCES, f"{self._name} is no regular file")
+                raise SystemRefused(errno.EACCES, f"{self._name} is not a regular file")
             _lock(self.fd, fcntl.F_OFD_SETLKW, fcntl.F_WRLCK, _GATE)
             if os.fstat(self.fd).st_nlink:
                 break
-            os.close(self.fd)  # its last holder removed it while this one waited at the gate
+            os.close(self.fd)  # its last user removed it during the wait
 
         _lock(self.fd, fcntl.F_OFD_SETLK, fcntl.F_RDLCK, _LIFE)
         existed = _is_locked(self.fd, _LIFE)
@@ -126,7 +125,7 @@ class _SharedFile:
 
 
 class _Mapped:
-    """An object's bytes, and its 32-bit words as far as they are aligned."""
+    """An object's bytes, and the same as 32-bit words."""
 
     def __init__(self, name: str, size: int) -> None:
         self._file = _SharedFile(name, size)
@@ -143,13 +142,13 @@ class _Mapped:
     def close(self) -> None:
         self.words.release()
         self.bytes.release()
-        # The mapping has a copy of the descriptor, which would hold the object on.
+        # The mapping has a copy of the descriptor, which would keep the object alive.
         self._map.close()
         self._file.close()
 
 
 class Ring:
-    """A ring's section and its event. The event comes first: by it a worker knows that a controller owns the
+    """A ring's section and event. The event is opened first: it tells a worker that a controller owns the
     section's contents."""
 
     def __init__(self, section: str, event: str, size: int) -> None:
@@ -161,7 +160,7 @@ class Ring:
             raise
         self.bytes = self._section.bytes
         self.words = self._section.words
-        # No object of ctypes may stay: it would keep the mapping from being closed.
+        # No ctypes object may remain: it would keep the mapping open.
         self._state = ctypes.addressof(ctypes.c_uint32.from_buffer(self._event.bytes))
 
     def signal(self) -> None:
@@ -169,11 +168,11 @@ class Ring:
         _syscall(_SYS_FUTEX, ctypes.c_void_p(self._state), _FUTEX_WAKE, 1, None, None, 0)
 
     def wait(self, timeout: float) -> None:
-        """Until the worker signals, for so many seconds at most; may return early."""
+        """Waits until the worker signals, at most this many seconds; may return early."""
         if not self._event.words[0] and timeout > 0:
             limit = _Timespec(int(timeout), int(timeout % 1 * 1e9))
             _syscall(_SYS_FUTEX, ctypes.c_void_p(self._state), _FUTEX_WAIT, 0, ctypes.byref(limit), None, 0)
-        # There is no other who waits, so nothing can come between; the write index is loaded after this.
+        # Nobody else waits, so no signal can be taken in between; the write index is loaded after this.
         if self._event.words[0]:
             self._event.words[0] = 0
 
@@ -183,8 +182,8 @@ class Ring:
 
 
 def take_role(name: str, deadline: float) -> Optional[_SharedFile]:
-    """A mutex of that name, held by one client of the session; None when another keeps it until the deadline
-    of the monotonic clock."""
+    """The mutex with this name, owned by at most one client of the session; None if another client still owns it
+    at the deadline (monotonic clock)."""
     while True:
         role = _SharedFile(f"{name}.mutex", 4)
         if not role.existed:
@@ -196,13 +195,13 @@ def take_role(name: str, deadline: float) -> Optional[_SharedFile]:
 
 
 class WorkerProbe:
-    """Sees whether a worker runs, without leaving a trace that one could take for another instance."""
+    """Detects a running worker without leaving a trace that a worker could take for another instance."""
 
     def __init__(self) -> None:
         self._folder = _open_session_folder()
 
     def look(self) -> tuple[bool, int]:
-        """Whether a worker owns the mutex of the single instance, and what tells it from another worker."""
+        """Whether a worker owns the single-instance mutex, and a number that differs from worker to worker."""
         try:
             fd = os.open("KXRQTLV1_Quillmark.mutex", os.O_RDWR | os.O_NOFOLLOW | os.O_NONBLOCK, dir_fd=self._folder)
         except OSError:

@@ -1,4 +1,4 @@
-"""What a client hands out, in one stream and in order."""
+"""The records that a client hands out, in one ordered stream."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ from typing import Union
 
 @dataclass(frozen=True)
 class Hit:
-    """The worker saw a spec's template."""
+    """A match of a spec's template."""
 
     name: str
     ts_ms: int
@@ -17,12 +17,12 @@ class Hit:
     w: int
     h: int
     score: float  # 1 is perfect
-    edge: float  # edge correlation; 0 where none was computed
+    edge: float  # edge correlation; 0 if not computed
 
 
 @dataclass(frozen=True)
 class Reply:
-    """An answer to a question of another client; of no concern."""
+    """A reply to another client's command; can be ignored."""
 
     text: str
     ts_ms: int
@@ -30,7 +30,7 @@ class Reply:
 
 @dataclass(frozen=True)
 class Dropped:
-    """So many hits are lost, as 64 lay unread or this client kept 65536; when exactly cannot be known."""
+    """``count`` hits were lost: 64 were unread, or this client had queued 65536. The exact time is unknown."""
 
     count: int
     ts_ms: int
@@ -38,14 +38,14 @@ class Dropped:
 
 @dataclass(frozen=True)
 class WorkerGone:
-    """No worker runs any more."""
+    """No worker is running any more."""
 
     ts_ms: int
 
 
 @dataclass(frozen=True)
 class WorkerStarted:
-    """One runs that did not before: it knows no spec, send them again."""
+    """A new worker is running: it knows no specs, send them again."""
 
     ts_ms: int
 

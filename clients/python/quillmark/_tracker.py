@@ -1,12 +1,11 @@
-"""What the stream of records says about each spec that is watched.
+"""Turns the stream of records into events per spec: appeared, moved, stable, lost, unknown.
 
-A spec's silence proves nothing: a screen that stands still gives no frames, a repetition is held back, a hit may
-have found the ring full. A spec is lost when frames are known to have been searched without a hit of it, and a
-witness knows: another spec on the same monitor, best in the same window. The worker finishes each frame before
-the next and holds no repetition back for longer than 300 ms (or 0.6 of the spec's interval), so of three hits of
-one witness from then on the first says that a hit would be let through, the second that the spec was searched
-for again, the third that this search is over. Without a witness only the caller can say that its screen never
-stands still.
+Silence proves nothing: an unchanged screen gives no frames, repetitions are suppressed, and hits may be dropped. A
+spec is lost when frames were searched without a hit, which a witness shows: another spec on the same monitor, best
+in the same window. The worker finishes each frame before the next, and suppresses repetitions for at most 300 ms (or
+0.6 of the spec's interval). So after that time, the first hit of a witness shows that a hit would be reported, the
+second that the spec was searched for again, and the third that this search is over. Without a witness, only the
+caller knows that its screen always changes.
 """
 
 from __future__ import annotations
@@ -20,14 +19,14 @@ from ._client import now_ms
 from ._errors import BadValue
 from ._records import Dropped, Hit, Record, Reply, WorkerGone
 
-_HOLD_BACK_MS = 300  # the worker's longest hold-back of a weaker repetition
+_HOLD_BACK_MS = 300  # the maximum time for which the worker suppresses weaker repetitions
 _LEAST_GAP_MS = 1000
-# An interval counts from when a frame was taken, a hit from when it was searched.
+# An interval starts when a frame is captured; a hit's time is when it was searched.
 _INTERVAL_SLACK_MS = 250
 
 
 class Sight(Enum):
-    """What is known of a spec."""
+    """The state of a spec."""
 
     UNKNOWN = "unknown"
     PRESENT = "present"
@@ -36,32 +35,32 @@ class Sight(Enum):
 
 class EventKind(Enum):
     APPEARED = "appeared"  # a hit, and it was not known to be present
-    MOVED = "moved"  # a hit at another place than the one told last
-    STABLE = "stable"  # hits at that place for long enough, told once a place
-    LOST = "lost"  # known to be gone, by a witness or by the caller's own rule
-    UNKNOWN = "unknown"  # nothing is known any more; a screen that stands still gives no hits
+    MOVED = "moved"  # a hit at another place than last reported
+    STABLE = "stable"  # hits at that place for ``stable_ms``; reported once per place
+    LOST = "lost"  # gone, according to a witness or to ``lost_ms``
+    UNKNOWN = "unknown"  # no longer known; an unchanged screen gives no hits
 
 
 class Reason(Enum):
     HIT = "hit"
-    WITNESS = "witness"  # frames were searched, and it was not in them
+    WITNESS = "witness"  # frames were searched without a hit
     SILENCE = "silence"  # no hit for unknown_ms or lost_ms
     WORKER_GONE = "worker_gone"
-    WORKER_STARTED = "worker_started"  # a new worker knows no spec
+    WORKER_STARTED = "worker_started"  # a new worker knows no specs
 
 
 @dataclass(frozen=True)
 class Watch:
-    """How a spec is followed; durations in milliseconds."""
+    """How to track a spec; durations in milliseconds."""
 
-    name: str  # of the spec, as its hits carry it
-    witnesses: tuple[str, ...] = ()  # other specs whose region lies on the same monitor
-    move_tolerance: int = 1  # pixels on either axis that are no move yet
-    stable_ms: int = 0  # 0: never told
-    interval_ms: int = 0  # the spec's own interval
-    gap_ms: int = 0  # silence after which a stay counts anew; 0: 1000, or 3 intervals if more
-    unknown_ms: int = 2000  # silence after which nothing is known any more; 0: never
-    lost_ms: int = 0  # silence that the caller takes for a loss; 0: never
+    name: str  # of the spec, as in its hits
+    witnesses: tuple[str, ...] = ()  # names of other specs on the same monitor
+    move_tolerance: int = 1  # largest change in pixels, on each axis, that is not a move
+    stable_ms: int = 0  # 0: never reported
+    interval_ms: int = 0  # the spec's interval
+    gap_ms: int = 0  # silence that restarts stable_ms; 0: 1000, or 3 intervals if longer
+    unknown_ms: int = 2000  # silence after which it is unknown; 0: never
+    lost_ms: int = 0  # silence that means a loss; 0: never
 
 
 @dataclass(frozen=True)
@@ -69,14 +68,14 @@ class Event:
     kind: EventKind
     reason: Reason
     was: Sight  # before
-    ts_ms: int  # of the hit, the witness's hit or the news; of silence, the time given
+    ts_ms: int  # of the record that caused it; for silence, the time passed to ``advance``
     hit: Hit  # the last one, with the spec's name
     stable_ms: int = 0  # of STABLE
 
 
 @dataclass
 class _Proof:
-    """How far a witness's hits have come in proving a loss."""
+    """A witness's progress in proving a loss."""
 
     hits: int = 0
     first_ms: int = 0
@@ -86,10 +85,10 @@ class _Proof:
 class _Watched:
     watch: Watch
     sight: Sight = Sight.UNKNOWN
-    last: Optional[Hit] = None  # by the worker that runs now
-    before: Optional[Hit] = None  # by any
-    place: tuple[int, int] = (0, 0)  # that was reported last
-    stay_ms: int = 0  # the hit with which the stay there began
+    last: Optional[Hit] = None  # from the current worker
+    before: Optional[Hit] = None  # from any worker
+    place: tuple[int, int] = (0, 0)  # the last reported one
+    stay_ms: int = 0  # time of the first hit there
     stay_told: bool = False
     proofs: dict[str, _Proof] = field(default_factory=dict)
 
@@ -98,21 +97,21 @@ class _Watched:
 
 
 class Tracker:
-    """Feed it the records in the order of their stream, and tell it the time."""
+    """Turns records into events. Feed it all records in order, and the time."""
 
     def __init__(self) -> None:
         self._specs: dict[str, _Watched] = {}
-        self._evidence_from_ms = 0  # before it hits may have been lost
+        self._evidence_from_ms = 0  # hits before this may have been lost
 
     def watch(self, watch: Watch) -> None:
-        """Begins to watch, or begins anew with nothing known; do so too when the spec was sent again."""
+        """Starts tracking a spec, or restarts with nothing known, for example when the spec was sent again."""
         _wire.field("name", watch.name, _wire.HIT_NAME_UNITS)
         numbers = ("move_tolerance", "stable_ms", "interval_ms", "gap_ms", "unknown_ms", "lost_ms")
         for number in numbers:
             if getattr(watch, number) < 0:
                 raise BadValue(f"{number} must not be negative")
         if watch.name in watch.witnesses:
-            raise BadValue("witnesses hold the spec itself")
+            raise BadValue("witnesses must not include the spec itself")
         watched = _Watched(watch)
         watched.reset_proofs()
         self._specs[watch.name] = watched
@@ -121,7 +120,7 @@ class Tracker:
         self._specs.pop(name, None)
 
     def sight(self, name: str) -> Sight:
-        """What is known of the spec; UNKNOWN of one that is not watched."""
+        """The state of the spec; UNKNOWN if it is not tracked."""
         watched = self._specs.get(name)
         return watched.sight if watched else Sight.UNKNOWN
 
@@ -146,7 +145,7 @@ class Tracker:
         return events
 
     def advance(self, time_ms: Optional[int] = None) -> list[Event]:
-        """The events that the passing of time causes; without an argument, up to now."""
+        """The events caused by silence up to this time; by default, up to now."""
         now = now_ms() if time_ms is None else time_ms
         events: list[Event] = []
         for _, watched in sorted(self._specs.items()):

@@ -14,7 +14,7 @@ from ._errors import SystemRefused
 assert sys.platform == "win32"
 
 if platform.machine() != "AMD64":
-    raise ImportError("quillmark needs a machine that keeps the order of stores: x86-64")
+    raise ImportError("quillmark needs a 64-bit x86 machine")
 
 _kernel32 = ctypes.WinDLL("kernel32", use_last_error=True)
 _user32 = ctypes.WinDLL("user32", use_last_error=True)
@@ -71,7 +71,7 @@ def _error(call: str, name: str, code: Optional[int] = None) -> SystemRefused:
 
 
 class Ring:
-    """A ring's section and its event. The event comes first: by it a worker knows that a controller owns the
+    """A ring's section and event. The event is opened first: it tells a worker that a controller owns the
     section's contents."""
 
     def __init__(self, section: str, event: str, size: int) -> None:
@@ -101,7 +101,7 @@ class Ring:
         _SetEvent(self._event)
 
     def wait(self, timeout: float) -> None:
-        """Until the worker signals, for so many seconds at most."""
+        """Waits until the worker signals, at most this many seconds."""
         _WaitForSingleObject(self._event, int(max(timeout, 0.0) * 1000 + 0.999))
 
     def close(self) -> None:
@@ -129,8 +129,8 @@ class _Role:
 
 
 def take_role(name: str, deadline: float) -> Optional[_Role]:
-    """A mutex of that name, held by one client of the session; None when another keeps it until the deadline
-    of the monotonic clock."""
+    """The mutex with this name, owned by at most one client of the session; None if another client still owns it
+    at the deadline (monotonic clock)."""
     while True:
         handle = _CreateMutexW(None, True, f"Local\\{name}")
         code = ctypes.get_last_error()
@@ -138,24 +138,24 @@ def take_role(name: str, deadline: float) -> Optional[_Role]:
             raise _error("CreateMutexW", name, code)
         if code != _ERROR_ALREADY_EXISTS:
             return _Role(handle)
-        _CloseHandle(handle)  # held open, the other client's mutex would outlive it
+        _CloseHandle(handle)  # kept open, the other client's mutex would outlive it
         if time.monotonic() >= deadline:
             return None
         time.sleep(0.005)
 
 
 class WorkerProbe:
-    """Sees whether a worker runs. A look opens the mutex of the single instance for a moment and never waits
-    with it open, since a worker that starts meanwhile would take it for another instance."""
+    """Detects a running worker. A look opens the single-instance mutex only for a moment, since a worker that
+    starts meanwhile would take it for another instance."""
 
     def look(self) -> tuple[bool, int]:
-        """Whether a worker owns the mutex, and what tells it from another worker: its hidden window."""
+        """Whether a worker owns the mutex, and a number that differs from worker to worker: its hidden window."""
         mutex = _OpenMutexW(_SYNCHRONIZE | _MUTEX_MODIFY_STATE, False, "KXRQTLV1_Quillmark")
         if not mutex:
             return False, 0
         result = _WaitForSingleObject(mutex, 0)
         if result in (_WAIT_OBJECT_0, _WAIT_ABANDONED):
-            _ReleaseMutex(mutex)  # whoever owned it has ended
+            _ReleaseMutex(mutex)  # its owner has ended
         _CloseHandle(mutex)
         if result != _WAIT_TIMEOUT:
             return False, 0

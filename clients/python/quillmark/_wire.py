@@ -1,4 +1,4 @@
-"""The bytes of both rings, as docs/protocol.md gives them."""
+"""The bytes of both rings, as docs/protocol.md describes them."""
 
 from __future__ import annotations
 
@@ -30,17 +30,17 @@ _UNPAIRED = re.compile("[\ud800-\udfff]")
 
 
 def field(what: str, text: str, max_units: int, may_be_empty: bool = False) -> bytes:
-    """A text as UTF-16 units that fit the field."""
+    """The text in UTF-16, checked to fit the field."""
     if not text and not may_be_empty:
         raise BadText(f"{what} must not be empty")
     if "\0" in text:
-        raise BadText(f"{what} holds a zero")
+        raise BadText(f"{what} contains a zero")
     try:
         units = text.encode("utf-16-le")
     except UnicodeEncodeError:
-        raise BadText(f"{what} holds a surrogate without its other half") from None
+        raise BadText(f"{what} contains an unpaired surrogate") from None
     if len(units) > 2 * max_units:
-        raise TooLong(f"{what} is {len(units) // 2} UTF-16 units long; at most {max_units} are possible")
+        raise TooLong(f"{what} has {len(units) // 2} characters (UTF-16 units); at most {max_units} are allowed")
     return units
 
 
@@ -53,12 +53,12 @@ def command(
     edge_min: float = 0.0,
     threshold: float = 0.0,
 ) -> bytes:
-    """A whole slot of the command ring; texts as ``field`` gives them."""
+    """A slot of the command ring; texts come from ``field``."""
     return COMMAND.pack(kind, target, name, path, *region, edge_min, threshold)
 
 
 def text_of(units: bytes) -> str:
-    """The text of a field: up to its first zero unit, unpaired surrogates as U+FFFD."""
+    """The text of a field up to its first zero unit; unpaired surrogates become U+FFFD."""
     for at in range(0, len(units), 2):
         if units[at : at + 2] == b"\0\0":
             units = units[:at]
@@ -67,7 +67,7 @@ def text_of(units: bytes) -> str:
 
 
 def record(slot: bytes) -> Union[Hit, Reply]:
-    """A slot of the hit ring. Replies have no size, hits at least one pixel."""
+    """The record in a slot of the hit ring. Replies have no size; hits have at least one pixel."""
     ts_ms, cx, cy, w, h, score, edge, name = HIT.unpack(slot)
     if w == 0 and h == 0:
         return Reply(text_of(name), ts_ms)

@@ -1,4 +1,4 @@
-"""A session of the test's own, and the other side of the rings as plain bytes of their files."""
+"""A private session for a test, and the other side of the rings as the bytes of their files."""
 
 from __future__ import annotations
 
@@ -19,7 +19,7 @@ CONTROL = os.environ.get("QUILLMARKCTL")
 
 
 class Bytes:
-    """An object's file, which somebody holds."""
+    """The file of an existing object."""
 
     def __init__(self, path: pathlib.Path) -> None:
         with open(path, "r+b") as file:
@@ -33,7 +33,7 @@ class Bytes:
 
 
 class StandIn:
-    """What can be seen of a worker from outside while it does nothing."""
+    """Looks like a running worker from outside, but does nothing."""
 
     def __init__(self, identity: int) -> None:
         self.file = _linux._SharedFile("KXRQTLV1_Quillmark.mutex", 4)
@@ -87,5 +87,5 @@ class SessionTest(unittest.TestCase):
     def eventually(self, condition: Callable[[], object]) -> None:
         deadline = time.monotonic() + 20
         while not condition():
-            self.assertLess(time.monotonic(), deadline, "it did not happen")
+            self.assertLess(time.monotonic(), deadline, "timed out")
             time.sleep(0.005)

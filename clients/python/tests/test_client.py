@@ -1,4 +1,4 @@
-"""The client at work: against what stands in for a worker, and against real ones."""
+"""The client with stand-ins for a worker, and with real workers."""
 
 from __future__ import annotations
 
@@ -30,10 +30,10 @@ class ClientAtWork(SessionTest):
     def kinds(self, records: list[qm.Record]) -> list[type]:
         return [type(record) for record in records]
 
-    def test_real_worker_is_asked_and_is_missed_when_killed(self) -> None:
+    def test_real_worker_replies_and_its_death_is_reported(self) -> None:
         client = self.open()
         with self.assertRaises(qm.NoWorker):
-            client.barrier(timeout=0)  # answered late, which is no record
+            client.barrier(timeout=0)  # its late reply is not a record
         for _ in range(2):
             worker = self.start_worker()
             for i in range(200):
@@ -52,7 +52,7 @@ class ClientAtWork(SessionTest):
             worker.wait()
             self.assertEqual(self.kinds(client.read(timeout=60)), [qm.WorkerGone])
 
-    def test_who_does_not_answer_is_told_from_who_is_not_there(self) -> None:
+    def test_stalled_worker_is_distinguished_from_none(self) -> None:
         client = self.open()
         with self.assertRaises(qm.NoWorker):
             client.barrier(timeout=0.05)
@@ -66,7 +66,7 @@ class ClientAtWork(SessionTest):
             client.clear(timeout=0.05)
         self.assertEqual(client.look().unread_commands, 64)
 
-    def test_lost_hits_are_counted(self) -> None:
+    def test_dropped_hits_are_counted(self) -> None:
         client = self.open()
         self.write_hit()
         self.hits().set_word(8, 7)
@@ -87,7 +87,7 @@ class ClientAtWork(SessionTest):
             self.assertEqual(ring.word(4), ring.word(0))
             self.assertEqual(client.read(timeout=0), [])
 
-    def test_who_never_reads_loses_the_oldest_and_is_told(self) -> None:
+    def test_client_that_never_reads_drops_the_oldest_hits(self) -> None:
         client = self.open()
         ring = self.hits()
         ring.map[16:] = (bytes(16) + (1).to_bytes(4, "little") * 2 + bytes(104)) * 64
@@ -99,7 +99,7 @@ class ClientAtWork(SessionTest):
         assert isinstance(dropped, qm.Dropped)
         self.assertEqual(dropped.count + len(hits), 64 * rounds)
 
-    def test_old_hits_are_let_go_unless_they_are_asked_for(self) -> None:
+    def test_earlier_hits_are_discarded_unless_requested(self) -> None:
         keeper = self.open()
         self.write_hit()
         keeper._role.close()  # type: ignore[union-attr]
@@ -122,7 +122,7 @@ class ClientAtWork(SessionTest):
         self.assertFalse(waiter.is_alive())
         self.assertEqual(client.read(timeout=0), [])
 
-    def test_worker_that_goes_comes_or_is_replaced_unseen_is_told(self) -> None:
+    def test_end_start_and_replacement_of_a_worker_are_reported(self) -> None:
         client = self.open()
         stand_in = StandIn(1)
         self.assertEqual(self.kinds(client.read(timeout=60)), [qm.WorkerStarted])

@@ -1,4 +1,4 @@
-"""The package against the file that every client is held to."""
+"""Runs the conformance file that every client must pass."""
 
 from __future__ import annotations
 
@@ -52,7 +52,7 @@ class Conformance(SessionTest):
         self.client = qm.Client(keep_unread=True)
         self.addCleanup(self.client.close)
 
-    def test_commands_are_their_bytes(self) -> None:
+    def test_commands_have_the_expected_bytes(self) -> None:
         ring = self.commands()
         for index, vector in enumerate(VECTORS["commands"]):
             with self.subTest(vector["case"]):
@@ -63,14 +63,14 @@ class Conformance(SessionTest):
                 self.assertEqual(ring.word(0), index + 1)
                 ring.set_word(4, index + 1)
 
-    def test_what_cannot_be_said_is_refused(self) -> None:
+    def test_invalid_arguments_are_refused(self) -> None:
         for vector in VECTORS["refusals"]:
             with self.subTest(vector["case"]):
                 with self.assertRaisesRegex(ERRORS[vector["error"]], vector["what"]):
                     call(self.client, vector)
         self.assertEqual(self.commands().word(0), 0)
 
-    def test_what_only_python_can_say_is_refused(self) -> None:
+    def test_wrong_types_are_refused(self) -> None:
         spec = qm.Spec("t", "n", "p", (1, 2, 3, 4))
         parts: list[dict[str, Any]] = [
             {"region": (1, 2, 3.0, 4)},
@@ -101,7 +101,7 @@ class Conformance(SessionTest):
                         self.client.clear(timeout=0)
                 self.assertEqual(ring.word(0), vector["end"])
 
-    def test_bytes_are_their_records(self) -> None:
+    def test_bytes_become_the_expected_records(self) -> None:
         ring = self.hits()
         for index, vector in enumerate(VECTORS["records"]):
             with self.subTest(vector["case"]):
@@ -118,8 +118,8 @@ class Conformance(SessionTest):
     def test_hit_indices_wrap(self) -> None:
         ring = self.hits()
         for slot in range(64):
-            ring.set_word(16 + 128 * slot, slot)  # its time tells it
-            ring.set_word(16 + 128 * slot + 16, 1)  # and its width that it is a hit
+            ring.set_word(16 + 128 * slot, slot)  # its time is the slot's number
+            ring.set_word(16 + 128 * slot + 16, 1)  # a width makes it a hit
         for vector in VECTORS["hit_indices"]:
             with self.subTest(vector["case"]):
                 ring.set_word(4, vector["read"])
@@ -146,7 +146,7 @@ class Events(unittest.TestCase):
             return tracker.feed(qm.WorkerStarted(step["worker_started"]))
         return tracker.advance(step["advance"])
 
-    def test_records_become_their_events(self) -> None:
+    def test_records_become_the_expected_events(self) -> None:
         for vector in VECTORS["events"]:
             watch = dict(vector["watch"])
             watch["witnesses"] = tuple(watch.get("witnesses", ()))
@@ -157,13 +157,13 @@ class Events(unittest.TestCase):
                     if "watch" in step:
                         tracker.watch(qm.Watch(**watch))
                         continue
-                    told: list[list[object]] = []
+                    events: list[list[object]] = []
                     for event in self.step(tracker, step):
-                        told.append([event.kind.value, event.reason.value, event.was.value])
+                        events.append([event.kind.value, event.reason.value, event.was.value])
                         if event.kind is qm.EventKind.STABLE:
-                            told[-1].append(event.stable_ms)
+                            events[-1].append(event.stable_ms)
                         self.assertEqual(event.hit.name, watch["name"])
-                    self.assertEqual(told, step.get("expect", []))
+                    self.assertEqual(events, step.get("expect", []))
 
 
 if __name__ == "__main__":

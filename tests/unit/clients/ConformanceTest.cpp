@@ -1,5 +1,4 @@
-// The shared library, through its C++ header, against the file that every client is held to. The bytes in the
-// rings are looked at and written by a controller and a worker of another make.
+// Runs the conformance file that every client must pass on the shared library, through its C++ header.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -87,7 +86,7 @@ std::vector<Event> Step(Tracker& tracker, const Json& step) {
   return tracker.Feed(record);
 }
 
-// The bytes of a slot that gives them by offset; the others are 0.
+// The bytes of a slot, given by offset; the others are 0.
 template <std::size_t Size>
 std::array<std::uint8_t, Size> BytesOf(const Json& slot) {
   std::array<std::uint8_t, Size> bytes{};
@@ -138,7 +137,7 @@ class Conformance : public testing::Test {
   RawController rings;
 };
 
-TEST_F(Conformance, CommandsAreTheirBytes) {
+TEST_F(Conformance, CommandsHaveTheExpectedBytes) {
   Client client;
   std::uint32_t index = 0;
   for (const Json& vector : Vectors()["commands"]) {
@@ -150,7 +149,7 @@ TEST_F(Conformance, CommandsAreTheirBytes) {
   }
 }
 
-TEST_F(Conformance, WhatCannotBeSaidIsRefused) {
+TEST_F(Conformance, InvalidArgumentsAreRefused) {
   Client client;
   for (const Json& vector : Vectors()["refusals"]) {
     const std::string error = vector["error"];
@@ -183,7 +182,7 @@ TEST_F(Conformance, CommandIndicesWrapAndNeverRunAhead) {
   }
 }
 
-TEST_F(Conformance, BytesAreTheirRecords) {
+TEST_F(Conformance, BytesBecomeTheExpectedRecords) {
   Client client;
   for (const Json& vector : Vectors()["records"]) {
     const std::uint32_t index = rings.HitWord(WriteIndex);
@@ -209,8 +208,8 @@ TEST_F(Conformance, BytesAreTheirRecords) {
 TEST_F(Conformance, HitIndicesWrap) {
   for (std::uint32_t slot = 0; slot < 64; ++slot) {
     std::byte* const bytes = rings.Hits() + Header + HitSlot * slot;
-    std::memcpy(bytes, &slot, sizeof slot);  // its time tells it
-    bytes[16] = std::byte{1};                // and its width that it is a hit
+    std::memcpy(bytes, &slot, sizeof slot);  // its time is the slot's number
+    bytes[16] = std::byte{1};                // a width makes it a hit
   }
   for (const Json& vector : Vectors()["hit_indices"]) {
     rings.SetHitWord(WriteIndex, vector["write"]);
@@ -238,14 +237,14 @@ TEST_F(Conformance, GarbageInTheHitSectionIsReadOnceAsRecords) {
     EXPECT_LE(records.size(), 64u) << seed;
     for (const Record& record : records) {
       EXPECT_LE(record.kind, QM_REPLY) << seed;
-      EXPECT_NO_THROW((void)Json(record.name).dump()) << seed << ": no UTF-8";
+      EXPECT_NO_THROW((void)Json(record.name).dump()) << seed << ": not UTF-8";
     }
     EXPECT_EQ(rings.HitWord(ReadIndex), rings.HitWord(WriteIndex)) << seed;
     EXPECT_TRUE(ReadAll(client).empty()) << seed;
   }
 }
 
-TEST_F(Conformance, RecordsBecomeTheirEvents) {
+TEST_F(Conformance, RecordsBecomeTheExpectedEvents) {
   for (const Json& vector : Vectors()["events"]) {
     Tracker tracker;
     tracker.Begin(WatchOf(vector["watch"]));
@@ -254,15 +253,15 @@ TEST_F(Conformance, RecordsBecomeTheirEvents) {
         tracker.Begin(WatchOf(vector["watch"]));
         continue;
       }
-      Json told = Json::array();
+      Json events = Json::array();
       for (const Event& event : Step(tracker, step)) {
-        told.push_back({EventKinds.at(static_cast<std::size_t>(event.kind)),
-                        Reasons.at(static_cast<std::size_t>(event.reason)),
-                        Sights.at(static_cast<std::size_t>(event.was))});
-        if (event.kind == QM_STABLE) told.back().push_back(event.stable_ms);
+        events.push_back({EventKinds.at(static_cast<std::size_t>(event.kind)),
+                          Reasons.at(static_cast<std::size_t>(event.reason)),
+                          Sights.at(static_cast<std::size_t>(event.was))});
+        if (event.kind == QM_STABLE) events.back().push_back(event.stable_ms);
         EXPECT_EQ(event.Name(), vector["watch"]["name"].get<std::string>());
       }
-      EXPECT_EQ(told, step.value("expect", Json::array())) << vector["case"] << ' ' << step;
+      EXPECT_EQ(events, step.value("expect", Json::array())) << vector["case"] << ' ' << step;
     }
   }
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the client library into an empty folder and uses it from there: by pkg-config from C, by CMake for the
-# example; and holds it to what it may show and need.
+# example. Checks what it exports and needs.
 #
 #   installed.sh SOURCE_FOLDER BUILD_FOLDER VERSION
 set -euo pipefail
@@ -17,7 +17,7 @@ library=$(find "$work/prefix" -name libquillmark.so)
 [ "$(objdump -p "$library" | awk '$1 == "SONAME" { print $2 }')" = "libquillmark.so.${version%%.*}" ] ||
   fail "wrong soname"
 foreign=$(nm --dynamic --defined-only --extern-only "$library" | awk '$3 !~ /^(qm_|QUILLMARK_)/ { print $3 }')
-[ -z "$foreign" ] || fail "it shows what quillmark.h does not declare:" $foreign
+[ -z "$foreign" ] || fail "it exports what quillmark.h does not declare:" $foreign
 needed=$(objdump -p "$library" | awk '$1 == "NEEDED" { print $2 }')
 [ -n "$needed" ] || fail "it needs nothing at all"
 foreign=$(grep -vE '^(libstdc\+\+|libgcc_s|libc|libm|ld-linux-x86-64)\.so\.' <<<"$needed" || true)
@@ -26,7 +26,7 @@ foreign=$(grep -vE '^(libstdc\+\+|libgcc_s|libc|libm|ld-linux-x86-64)\.so\.' <<<
 export PKG_CONFIG_PATH=$(dirname "$library")/pkgconfig LD_LIBRARY_PATH=$(dirname "$library") XDG_RUNTIME_DIR=$work
 [ "$(pkg-config --modversion quillmark)" = "$version" ] || fail "pkg-config gives another version"
 for standard in c99 c17; do
-  # shellcheck disable=SC2046 # these are several words
+  # shellcheck disable=SC2046 # several words
   cc -std=$standard -Wall -Wextra -Wpedantic -Wconversion -Werror -DQUILLMARK_VERSION="\"$version\"" \
     "$source/tests/unit/clients/smoke.c" $(pkg-config --cflags --libs quillmark) -o "$work/smoke"
   "$work/smoke"

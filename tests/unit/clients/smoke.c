@@ -1,4 +1,4 @@
-/* The header in plain C, and the library as its user links it. */
+/* The header in plain C, with the installed library. */
 #include <math.h>
 #include <quillmark.h>
 #include <stdio.h>
