@@ -21,7 +21,6 @@ using quillmark::testing::Noise;
 using quillmark::testing::Plant;
 using quillmark::testing::Random;
 using quillmark::testing::Screen;
-using quillmark::testing::WithHueShift;
 using quillmark::testing::WithNoise;
 using ::testing::HasSubstr;
 
@@ -209,17 +208,6 @@ TEST_F(TuneTest, RegionAndScaleApply) {
   input.spec.roi = {30, 20, 70, 60};
   input.scale = 2.0;
   EXPECT_TRUE(Tune(input).samples[1].IsHit());
-}
-
-TEST(Distribution, SeparatesAndRounds) {
-  using enum Bound;
-  EXPECT_EQ(Separate({0.1, 0.2}, {0.4, 0.3}, AtMost)->Middle(), 0.25);
-  EXPECT_EQ(Separate({0.4, 0.3}, {0.1, 0.2}, AtLeast)->high, 0.3);
-  EXPECT_FALSE(Separate({0.1, 0.2}, {0.2, 0.3}, AtMost)) << "touching";
-  EXPECT_FALSE(Separate({0.1}, {}, AtMost));
-  const std::pair<Separation, double> cases[] = {
-      {{0.0109, 0.0404}, 0.03}, {{0.1, 0.3}, 0.2}, {{0.90001, 0.90003}, 0.90002}, {{0.0, 10.0}, 5.0}};
-  for (const auto& [range, expected] : cases) EXPECT_DOUBLE_EQ(RoundLimit(range), expected);
 }
 
 }  // namespace

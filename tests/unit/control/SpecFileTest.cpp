@@ -1,4 +1,4 @@
-// Spec files: the example of the manual, damaged ones, and things that are not files.
+// Spec files, and the record of what was sent from one: valid, damaged, or not a file.
 #include "specfile/SpecFile.h"
 
 #include <gmock/gmock.h>
@@ -10,7 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "host/Session.h"
+#include "specfile/Applied.h"
 #include "support/Damage.h"
+#include "support/PrivateSession.h"
 #include "support/TempFolder.h"
 
 namespace quillmark::control {
@@ -63,6 +66,22 @@ TEST_F(SpecFile, DamagedTextIsReadOrRefusedWithItsLine) {
   EXPECT_GT(refused, 20);
   EXPECT_GT(faults, 20);
   EXPECT_GT(read, 20);
+}
+
+TEST(Applied, DamagedRecordIsIgnored) {
+  const test::PrivateSession session;
+  Applied({"specs.toml"}, 7, 8).Save();
+  const std::filesystem::path record = std::filesystem::directory_iterator(host::SessionFolder())->path();
+  const auto sent = [&](const char* text) {
+    std::ofstream(record) << text;
+    return Applied({"specs.toml"}, 7, 8).sent;
+  };
+  for (const char* text : {"", "[]", "{}", R"({"worker": 7, "sent": {"a": "b"}})", R"({"worker": "7-8"})",
+                           R"({"worker": "7-8", "sent": "a"})", R"({"worker": "7-8", "sent": ["a"]})",
+                           R"({"worker": "7-8", "sent": {"a": 1}})"}) {
+    EXPECT_TRUE(sent(text).empty()) << text;
+  }
+  EXPECT_EQ(sent(R"({"worker": "7-8", "sent": {"a": "b"}})")["a"], "b");
 }
 
 }  // namespace

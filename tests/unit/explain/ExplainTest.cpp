@@ -58,6 +58,18 @@ TEST_F(Explain, FirstVetoDecidesAndOutcomesFollowFromTheFigures) {
   }
 }
 
+TEST_F(Explain, TuningPageQuotesTheSentenceForEachScreenshot) {
+  const std::string page = test::ContentOf(QUILLMARK_DOCS "/tuning.md");
+  std::size_t at = 0;
+  for (const Case& c : TuningCases()) {
+    const std::string sentence = Of(c).sentence;
+    at = page.find("](img/tuning-" + c.name + ".png)", at);
+    ASSERT_NE(at, std::string::npos) << c.name << " is not shown, or not in its place";
+    EXPECT_EQ(page.find("```\n", at), page.find("```\n" + sentence + "\n```", at)) << sentence;
+  }
+  EXPECT_EQ(page.find("](img/", at + 1), std::string::npos) << "a section without a case";
+}
+
 // With QUILLMARK_UPDATE_GOLDEN set the file is written instead.
 TEST_F(Explain, ReadsLikeTheGoldenText) {
   const std::filesystem::path file = QUILLMARK_GOLDEN "/colour.txt";

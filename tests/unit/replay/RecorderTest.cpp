@@ -19,11 +19,6 @@ using ::testing::HasSubstr;
 using ::testing::SizeIs;
 using Step = std::function<void()>;
 
-cv::Mat Mark(std::uint32_t seed = 1) {
-  testing::Random random(seed);
-  return testing::Noise(random, {24, 16});
-}
-
 class RecorderTest : public ::testing::Test {
  protected:
   RecorderTest() {

@@ -15,14 +15,8 @@ namespace {
 using explain::Reason;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using testing::Random;
 
 const Rect Client = RectAt(40, 30, 200, 150);
-
-cv::Mat Mark(std::uint32_t seed = 1) {
-  Random random(seed);
-  return testing::Noise(random, {24, 16});
-}
 
 std::vector<std::int64_t> TimesOf(const ReplayResult& result) {
   std::vector<std::int64_t> times;

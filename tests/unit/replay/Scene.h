@@ -27,6 +27,12 @@ inline RecordedWindow Window(const Rect& client, std::wstring title = L"target")
   return {std::move(title), {}, client, client};
 }
 
+// A pattern found at its own place only.
+inline cv::Mat Mark(std::uint32_t seed = 1) {
+  testing::Random random(seed);
+  return testing::Noise(random, {24, 16});
+}
+
 class Scene {
  public:
   explicit Scene(const std::vector<Rect>& monitors = {RectAt(0, 0, 320, 240)}) {
