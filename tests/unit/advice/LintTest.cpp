@@ -1,14 +1,17 @@
-// What lint finds in specs with one problem each, and in one without.
+// What lint finds in specs with one problem each, and in specs without. The pages list every finding and
+// reason, in the same order and words.
 #include "advice/Lint.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <opencv2/imgproc.hpp>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
+#include "reasons/Reasons.h"
 #include "support/Images.h"
 #include "unit/specs/TemplateFolder.h"
 
@@ -251,6 +254,39 @@ TEST_F(LintTest, ChecksSpecsAgainstEachOther) {
   EXPECT_EQ(found({a, b}), Ids{}) << "the windows differ";
   b.hasTarget = b.hasRegion = b.hasName = false;
   EXPECT_EQ(found({a, b}), (Ids{"matches-other", "matches-other"}));
+}
+
+// The rows of a page's tables, each with the heading above it.
+std::vector<std::string> RowsOf(const char* file) {
+  std::ifstream page(std::string(QUILLMARK_DOCS "/") + file);
+  std::vector<std::string> rows;
+  std::string heading;
+  for (std::string line; std::getline(page, line);) {
+    if (line.starts_with("## ")) heading = line.substr(3);
+    if (line.starts_with("| `")) rows.push_back(heading + ": " + line);
+  }
+  return rows;
+}
+
+std::string Row(std::string_view heading, std::string_view code,
+                std::initializer_list<std::string_view> cells) {
+  std::string row = std::string(heading) + ": | `" + std::string(code) + "` |";
+  for (const std::string_view cell : cells) row += ' ' + std::string(cell) + " |";
+  return row;
+}
+
+TEST(Pages, ListEveryFindingAndReason) {
+  std::vector<std::string> findings, reasons;
+  for (const FindingEntry& f : AllFindings()) {
+    findings.push_back(Row(TitleOf(f.topic), f.id, {WordOf(f.severity), f.meaning, f.consequence, f.remedy}));
+    EXPECT_EQ(FindingOfId(f.id), f.code);
+  }
+  for (const explain::ReasonEntry& r : explain::AllReasons()) {
+    reasons.push_back(Row(TitleOf(r.stage), r.code, {r.meaning, r.remedy, r.namedBy}));
+    EXPECT_EQ(explain::ReasonOfCode(r.code), r.reason);
+  }
+  EXPECT_EQ(RowsOf("lint.md"), findings);
+  EXPECT_EQ(RowsOf("silence.md"), reasons);
 }
 
 }  // namespace

@@ -116,7 +116,6 @@ TEST_F(TuneTest, ProposesAThresholdThatSeparatesSimilarButtons) {
   EXPECT_TRUE(WithProposal(report.proposals.front()).right);
 }
 
-// However the spec sets its difference now, the proposal replaces it.
 TEST_F(TuneTest, ProposalsReplaceWhatTheSpecSets) {
   AddEasyPictures();
   AddSimilarButtons();

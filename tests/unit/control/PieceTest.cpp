@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <string>
@@ -39,7 +38,7 @@ class PieceTest : public testing::Test {
   const std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
 };
 
-TEST_F(PieceTest, StretchedWindowGivesAPieceAtTemplateScale) {
+TEST_F(PieceTest, StretchedWindowGivesAnAreaAtTemplateScale) {
   desktop->OpenWindow({.title = L"sheet",
                        .client = RectAt(-600, 0, 400, 200),
                        .processId = 1,
@@ -62,7 +61,7 @@ TEST_F(PieceTest, StretchedWindowGivesAPieceAtTemplateScale) {
   EXPECT_EQ(picked.rect, piece.rect);
 }
 
-TEST_F(PieceTest, PickedWindowIsNamedByWhatLeadsTheWorkerToIt) {
+TEST_F(PieceTest, PickedWindowGetsATargetThatSelectsIt) {
   const Rect inside{110, 110, 120, 120};
   const ScriptedWindow window{.title = L"A window with a long title", .client = RectAt(100, 100, 50, 50)};
   const auto open = [&](std::uint32_t processId) {
@@ -79,7 +78,7 @@ TEST_F(PieceTest, PickedWindowIsNamedByWhatLeadsTheWorkerToIt) {
   EXPECT_NE(Refusal({.picked = inside}).find("use --target"), std::string::npos);
 }
 
-TEST_F(PieceTest, PieceThatNoMonitorShowsWholeIsRefused) {
+TEST_F(PieceTest, AreaThatNoMonitorShowsCompletelyIsRefused) {
   desktop->OpenWindow({.title = L"sheet", .client = RectAt(-50, 100, 100, 100)});
   EXPECT_NE(Refusal({.target = L"sheet", .rect = cv::Rect(40, 0, 20, 20)}).find("no monitor shows"),
             std::string::npos);
@@ -90,16 +89,12 @@ TEST_F(PieceTest, PieceThatNoMonitorShowsWholeIsRefused) {
   EXPECT_NE(Refusal({.picked = Rect{300, 300, 310, 310}}).find("no window"), std::string::npos);
 }
 
-TEST_F(PieceTest, PngFileHoldsPictureAndTexts) {
-  cv::Mat bgr(3, 5, CV_8UC3);
-  cv::randu(bgr, 0, 256);
-  const std::string file = EncodePng(bgr, {{"Target", "sheet.exe"}, {"Title", "계산기"}});
-  const cv::Mat read = cv::imdecode(std::vector<char>(file.begin(), file.end()), cv::IMREAD_UNCHANGED);
-  ASSERT_EQ(read.type(), CV_8UC3);
-  EXPECT_EQ(cv::norm(read, bgr, cv::NORM_INF), 0.0);
-  EXPECT_NE(file.find(std::string("tEXtTarget\0sheet.exe", 20)), std::string::npos);
-  EXPECT_NE(file.find("iTXtTitle"), std::string::npos);
-  EXPECT_NE(file.find("계산기"), std::string::npos);
+TEST_F(PieceTest, PngFileHasTexts) {
+  const std::string file = EncodePng(cv::Mat3b(3, 5), {{"Target", "sheet.exe"}, {"Title", "계산기"}});
+  for (const std::string& part :
+       {std::string("tEXtTarget\0sheet.exe", 20), std::string("iTXtTitle"), std::string("계산기")}) {
+    EXPECT_NE(file.find(part), std::string::npos) << part;
+  }
 }
 
 }  // namespace
