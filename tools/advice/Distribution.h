@@ -16,7 +16,7 @@ struct Distribution {
   std::size_t count = 0;
   double min = 0.0, q1 = 0.0, median = 0.0, q3 = 0.0, max = 0.0;
 };
-// The value below which this share of the sorted values lies, interpolated. Needs at least one value.
+// The value with this share of the sorted values below it, interpolated. Needs at least one value.
 [[nodiscard]] double Quantile(const std::vector<double>& sorted, double share);
 // Needs at least one value; any order.
 [[nodiscard]] Distribution DistributionOf(std::vector<double> values);
@@ -33,7 +33,7 @@ struct Separation {
   // The distance from the middle to the nearest value of either set.
   [[nodiscard]] double Margin() const { return (high - low) / 2.0; }
 };
-// None when the sets overlap, touch, or one is empty.
+// None if the sets overlap or touch, or one is empty.
 [[nodiscard]] std::optional<Separation> Separate(const std::vector<double>& positives,
                                                  const std::vector<double>& negatives, Bound bound);
 

@@ -18,10 +18,10 @@ namespace {
 
 // Traces that a lossy compression has left in an image, whatever its file format now.
 //
-// JPEG works on squares of 8 x 8 pixels and makes most of their frequencies 0. On an image that went through
-// it, such a grid fits at one of its 64 positions far better than at the others. Sharp text on a plain
-// background hides this, as levels are cut off at black and white; but there the background, which a screen
-// paints in one exact colour, is speckled with colours close to it.
+// JPEG divides an image into squares of 8 x 8 pixels and sets most of their frequencies to 0. So in an image
+// that was a JPEG, one of the 64 possible grid positions has far more zeros than the others. Sharp text on a
+// plain background hides this, since levels are clipped at black and white. But there the background, which a
+// screen paints in one exact colour, is speckled with similar colours.
 
 constexpr int kSquare = 8, kPlaces = kSquare * kSquare;
 
@@ -32,11 +32,11 @@ constexpr double kGridLimit = 0.18, kSpeckleLimit = 0.1;
 // The minimum share of one colour that makes it the background.
 constexpr double kMinBackground = 0.3;
 
-// Squares with less contrast, in levels, are plain and fit everywhere.
+// Squares with less contrast, in levels, are plain and fit any grid.
 constexpr double kPlainContrast = 2.0;
-// Frequencies below this, in levels, are 0 but for rounding.
+// Frequencies below this, in levels, are rounding errors of 0.
 constexpr double kRounding = 1.0;
-// Fewer squares are no evidence.
+// Fewer squares prove nothing.
 constexpr int kMinSquares = 2;
 
 // The share of zeros among the frequencies of the squares of a grid at `corner`; -1 with too few squares.
@@ -85,8 +85,8 @@ double GridFit(const cv::Mat& gray) {
   return best - second;
 }
 
-// Pixels close to the most frequent colour, but not in a row or column of their own colour, per pixel of
-// exactly that colour; 0 when it is no backbackground. `bgr` is 8UC3.
+// The number of speckles per background pixel; 0 without a background, the most frequent colour. A speckle
+// has a similar colour and differs from the pixels to its left and above it. `bgr` is 8UC3.
 double Speckle(const cv::Mat& bgr) {
   std::unordered_map<std::uint32_t, int> counts;
   for (auto pixel = bgr.begin<cv::Vec3b>(); pixel != bgr.end<cv::Vec3b>(); ++pixel) ++counts[Packed(*pixel)];

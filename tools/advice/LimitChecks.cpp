@@ -10,7 +10,7 @@
 namespace quillmark::advice {
 namespace {
 
-// Different images begin to differ by about this much.
+// Unrelated images can differ by as little as this.
 constexpr double kLoose = 0.25;
 // The search's rounding error is almost this large.
 constexpr double kTight = 0.001;

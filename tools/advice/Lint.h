@@ -19,7 +19,7 @@
 
 namespace quillmark::advice {
 
-// A spec, or part of one: what is not given is not checked.
+// A spec, or part of one: missing parts are not checked.
 struct LintSpec {
   explain::SpecRequest request;
   bool hasName = true, hasTarget = true, hasRegion = true;
@@ -30,7 +30,7 @@ struct LintSpec {
 
 // A screenshot of the client area.
 struct WindowPicture {
-  cv::Mat bgra;        // 8UC4, the fourth byte means nothing
+  cv::Mat bgra;        // 8UC4; the fourth channel is ignored
   double scale = 1.0;  // its pixels per template pixel
 };
 

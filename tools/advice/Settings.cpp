@@ -80,8 +80,8 @@ std::string RemarkOn(const explain::SpecRequest& request, const explain::SpecReq
   std::string remark;
   if (then.colorGate && !now.colorGate) remark = "strict: grey values and edges no longer decide";
   if (then.intervalMs != now.intervalMs) {
-    remark += (remark.empty() ? "" : "; ") + std::string("due once in ") + std::to_string(then.intervalMs) +
-              " ms, unless ms or fps comes before";
+    remark += (remark.empty() ? "" : "; ") + std::string("due every ") + std::to_string(then.intervalMs) +
+              " ms unless an ms or fps option precedes it";
   }
   return remark;
 }

@@ -12,7 +12,7 @@ namespace {
 
 using explain::StepOutcome;
 
-constexpr char kOnlySeemed[] = "the limits found decide a picture wrongly";
+constexpr char kOnlySeemed[] = "the limits found decide a screenshot wrongly";
 
 FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& reports) {
   const auto known = std::ranges::find(reports, step.id, &FigureReport::id);
@@ -148,7 +148,7 @@ class Tuning {
     }
   }
 
-  // Keeps the proposals with which the worker decides every picture correctly.
+  // Keeps the proposals with which the worker decides every screenshot correctly.
   void Verify() {
     if (report.proposals.empty()) return;
     std::vector<explain::SpecRequest> requests;

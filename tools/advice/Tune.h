@@ -24,8 +24,8 @@ struct FigureReport {
   bool hasSay = false;                     // whether it can reject here
   double lowLimit = 0.0, highLimit = 0.0;  // in force; different if the limit depends on the picture
   std::vector<double> positives, negatives;
-  // How far inside their limits the positives are at least, and how far outside the negatives; below 0 if one
-  // is on the wrong side. None without any.
+  // The minimum distance of positives inside the limit, and of negatives outside; negative if one is on the
+  // wrong side. None if there are none.
   std::optional<double> positiveMargin, negativeMargin;
   std::optional<Separation> separation;
 };

@@ -105,7 +105,7 @@ class Report {
     }
     const Separation& s = *figure.separation;
     Line("  Limits between " + Digits(s.low) + " and " + Digits(s.high) +
-         " separate them; the middle leaves " + Digits(s.Margin()) + ".");
+         " separate them; the middle leaves a margin of " + Digits(s.Margin()) + ".");
   }
 
   void AddRow(const char* name, const std::vector<double>& values, const std::optional<double>& margin) {
@@ -141,16 +141,16 @@ class Report {
   void AddAnswer() {
     Line();
     if (report.right) {
-      Line(painted(Paint::Good, "Every picture is decided correctly."));
+      Line(painted(Paint::Good, "Every screenshot is decided correctly."));
       if (!report.proposals.empty()) Line("With more room:");
     }
     if (!report.obstacle.empty()) {
       const std::string why =
-          "No limits of the spec's own mode separate the pictures: " + report.obstacle + ".";
+          "No limits of the spec's own mode separate the screenshots: " + report.obstacle + ".";
       Line(painted(Paint::Bad, Wrapped(why, 0, width)));
     }
     if (!report.right && !report.proposals.empty()) {
-      Line("These settings decide every picture correctly:");
+      Line("These settings decide every screenshot correctly:");
     }
     for (const Proposal& proposal : report.proposals) AddProposal(proposal);
     if (!report.rejected.empty()) Line("Tried without success:");
@@ -168,7 +168,7 @@ class Report {
     const Separation& range = proposal.ranges.difference;
     Prose(6, "difference at most " + Digits(setting.difference) + ": positives reach " + Digits(range.low) +
                  (proposal.ranges.bounded ? ", negatives begin at " + Digits(range.high)
-                                          : ", no negative limits it"));
+                                          : ", no negatives limit it"));
     if (setting.edgeMin) {
       const Separation& edges = *proposal.ranges.edgeMin;
       Prose(6, "edge correlation at least " + Digits(*setting.edgeMin) + ": between " + Digits(edges.low) +

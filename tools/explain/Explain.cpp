@@ -91,14 +91,14 @@ bool AddPlaceSteps(Explanation& e, const RegionOnFrame& place, const Rect& frame
   return true;
 }
 
-// What depends on time, which one screenshot cannot show.
+// Adds the interval, which one screenshot cannot show.
 void AddPacing(Explanation& e) {
   const TemplateSpec& spec = e.spec;
   std::string due = "in every frame";
   if (spec.frameDivisor > 1) {
-    due = "in one of " + std::to_string(spec.frameDivisor) + " frames";
+    due = "in 1 of " + std::to_string(spec.frameDivisor) + " frames";
   } else if (spec.intervalMs > 0) {
-    due = "once in " + std::to_string(spec.intervalMs) + " ms";
+    due = "every " + std::to_string(spec.intervalMs) + " ms";
   }
   e.steps.push_back({"pacing", "Pacing", "whether the spec is due in this frame", StepOutcome::NotMeasured,
                      "depends on time; due " + due});
@@ -121,7 +121,7 @@ void AddDelivery(Explanation& e) {
   AddPosition(e);
   const std::uint64_t window = e.sight->verdict.dedupWindowMs;
   const int shownWindow = window != 0 ? static_cast<int>(window) : e.spec.name == L"T1" ? 30 : 150;
-  e.steps.push_back({"duplicate", "Repetition", "whether it repeats the last hit of the name",
+  e.steps.push_back({"duplicate", "Repetition", "whether it repeats the last hit with this name",
                      StepOutcome::NotMeasured,
                      "depends on time; repeats are suppressed for " + std::to_string(shownWindow) + " ms"});
   e.steps.push_back({"ring", "Hit ring", "room for the hit", StepOutcome::NotMeasured,
@@ -161,7 +161,7 @@ std::string HitSentence(const Explanation& e) {
          " of the client area, score " + Digits(v.sq) + ", edge score " + Digits(v.edgeScore) + ".";
 }
 
-// Such as "Rejected by edge density: 0.091 against 0.042 +- 0.04; everything else passes."
+// For example "Rejected by edge density: 0.091 against 0.042 +- 0.04; everything else passes."
 std::string SentenceOf(const Explanation& e) {
   if (e.IsHit()) return HitSentence(e);
   std::vector<const Step*> vetoes;

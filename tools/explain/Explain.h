@@ -14,7 +14,7 @@ namespace quillmark::explain {
 // Begins an explanation: prepares the spec as the worker does, which may already reject it.
 [[nodiscard]] Explanation PrepareExplanation(const SpecRequest& request);
 
-// Ends one before the comparison; `step` has the reason.
+// Ends an explanation before the comparison; `step` has the reason.
 void EndWith(Explanation& explanation, Step step);
 
 // The long steps: converting the screenshot, evaluating the region, mapping the differences.

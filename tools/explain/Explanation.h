@@ -51,7 +51,7 @@ struct SpecRequest {
 };
 
 struct Picture {
-  cv::Mat bgra;      // 8UC4, the fourth byte means nothing
+  cv::Mat bgra;      // 8UC4; the fourth channel is ignored
   cv::Point origin;  // of its top-left corner, in desktop pixels
 
   [[nodiscard]] Rect Area() const { return {origin.x, origin.y, origin.x + bgra.cols, origin.y + bgra.rows}; }

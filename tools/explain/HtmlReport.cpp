@@ -47,7 +47,7 @@ std::string Capital(std::string word) {
   return word;
 }
 
-// A mark in a picture, with a light outline so that it is visible on any ground.
+// A mark in a picture, with a light outline visible on any background.
 std::string Outlined(const std::string& kind, const std::string& element, const std::string& attributes) {
   std::string mark;
   for (const std::string& name : {std::string("halo"), kind}) {
@@ -168,7 +168,7 @@ class Article {
     boxes += Box(BestKind(), OnPicture(sight.map->best));
     page << "<div class=\"card\">"
          << Shot(Overview(sight.picture, kOverviewPixels), sight.picture.bgra.size(), kWide, boxes,
-                 "the picture")
+                 "the screenshot")
          << "<div class=\"keys\">" << Key("client", "client area") << Key("region", "region")
          << Key(BestKind(), "best place, difference " + Digits(sight.map->best.dist));
     if (sight.map->second) page << Key("next", "next place, difference " + Digits(sight.map->second->dist));
@@ -221,9 +221,8 @@ class Article {
   void AddSteps() {
     Section("Steps of the decision");
     page << "<div class=\"card wide\"><table><thead><tr><th>Step</th><th class=\"num\">Figure</th><th "
-            "class=\"num\">"
-            "Limit</th><th></th><th "
-            "class=\"num\">Margin</th><th>Outcome</th><th>Remark</th></tr></thead><tbody>\n";
+            "class=\"num\">Limit</th><th></th><th class=\"num\">Margin</th><th>Outcome</th>"
+            "<th>Remark</th></tr></thead><tbody>\n";
     for (const Step& step : e.steps) AddStep(step);
     page << "</tbody></table></div>\n";
   }

@@ -18,7 +18,7 @@
 namespace quillmark::explain {
 namespace {
 
-// False when the explanation ends with the target.
+// Returns false if the explanation ends here.
 bool BindTarget(Explanation& e) {
   constexpr char Measures[] = "window that matches the target";
   EnableDpiAwareness();

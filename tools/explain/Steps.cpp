@@ -17,7 +17,7 @@ constexpr GateWords kWords[] = {
     {"difference", "Difference", "difference from the template at the best place"},
     {"min-score", "Minimum score", "score, 1 minus the difference"},
     {"flat-white", "Blank white", "spread of the place's grey levels"},
-    {"darkness", "Darkness", "how many levels the place is darker than the template"},
+    {"darkness", "Darkness", "how much darker the place is than the template, in levels"},
     {"grey-correlation", "Grey correlation", "correlation of the grey levels with the template's"},
     {"edge-correlation", "Edge correlation",
      "correlation of the edges, plain or dilated, whichever is larger"},
@@ -58,7 +58,7 @@ constexpr std::pair<Rule, std::string_view> kRules[] = {
     {Rule::VividFlat, "a vivid, flat template"},
 };
 
-// The text of a table's row; empty without one.
+// The text for a key in a table; empty if it is not there.
 std::string TextIn(const auto& table, const auto& key) {
   for (const auto& [known, text] : table) {
     if (known == key) return std::string(text);
@@ -84,7 +84,7 @@ StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
   return step == DecidingStep::Colour ? StepOutcome::Missed : StepOutcome::Vetoed;  // one of three is no veto
 }
 
-// Maps an enumeration to the reasons that are in the same order.
+// Maps an enumeration to the reasons in the same order.
 template <typename Enum>
 class InTheOrderOf {
  public:
@@ -111,7 +111,7 @@ class Comparison {
     if (!v.found) return std::move(steps);
     for (const GateEntry& gate : AllGates()) {
       if (gate.step == DecidingStep::FlatWhite && v.decidedBy == DecidingStep::Placement) {
-        Add(DecidingStep::Placement, "Placement", "whether the place lies in the grey image",
+        Add(DecidingStep::Placement, "Placement", "whether the place is inside the grey image",
             StepOutcome::Vetoed);
         return std::move(steps);
       }

@@ -1,4 +1,4 @@
-// Windows that the system hides although it calls them visible; one implementation per host.
+// Windows that the system hides although it reports them as visible; one implementation per host.
 //
 // Threading: free function without state.
 #pragma once

@@ -1,4 +1,4 @@
-// The desktop's monitors, numbered like the worker does.
+// The desktop's monitors, numbered as the worker does.
 //
 // Threading: free functions without state.
 #pragma once

@@ -47,7 +47,7 @@ struct MonitorPicture {
 };
 
 // Captures the monitor, within two seconds. With `quiet` above 0 it waits until nothing has changed for that
-// long; on a screen that never rests it returns the last frame.
+// long; if the screen keeps changing, it returns the last frame.
 [[nodiscard]] MonitorPicture TakePicture(HMONITOR monitor, std::chrono::milliseconds quiet = {});
 
 }  // namespace quillmark::live

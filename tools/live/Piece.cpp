@@ -28,8 +28,9 @@ std::wstring TargetFor(const DesktopWindow& window, std::vector<SystemWindow>& l
     const SystemWindow* const chosen = ChooseTarget(text, listed);
     if (chosen != nullptr && chosen->Handle() == window.handle) return text;
   }
-  throw std::runtime_error("\"" + Printable(window.title) +
-                           "\" cannot be told from a larger window by its program or title; use --target");
+  throw std::runtime_error(
+      "\"" + Printable(window.title) +
+      "\" cannot be distinguished from a larger window by its program or title; use --target");
 }
 
 const DesktopWindow& WindowUnder(const Rect& rect, const std::vector<DesktopWindow>& windows) {
@@ -39,7 +40,7 @@ const DesktopWindow& WindowUnder(const Rect& rect, const std::vector<DesktopWind
       throw std::runtime_error("the rectangle extends beyond \"" + Printable(window.title) + "\"");
     }
   }
-  throw std::runtime_error("no window at the rectangle");
+  throw std::runtime_error("there is no window at the rectangle");
 }
 
 const DesktopWindow& WindowOf(HWND handle, const std::vector<DesktopWindow>& windows) {

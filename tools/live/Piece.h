@@ -22,7 +22,7 @@ struct PieceChoice {
 
 struct Piece {
   cv::Mat bgr;          // 8UC3, at template scale
-  std::wstring target;  // with which a spec finds this window
+  std::wstring target;  // selects this window in a spec
   DesktopWindow window;
   cv::Rect rect;       // pixels of the client area, at template scale
   cv::Size client;     // size of the client area, likewise

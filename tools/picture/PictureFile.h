@@ -12,7 +12,7 @@ namespace quillmark {
 struct PictureFile {
   cv::Mat bgra;         // 8UC4; empty on a fault
   std::string fault;    // completes a sentence that begins with the file's name
-  bool isImage = true;  // false when the file's first bytes are those of no image format
+  bool isImage = true;  // false if the file's first bytes match no image format
 };
 // `path` is UTF-16.
 [[nodiscard]] PictureFile ReadPicture(const std::wstring& path);

@@ -83,7 +83,7 @@ constexpr ReasonEntry kReasons[] = {
      "Move the window onto the screen, or correct `mon=`.", "explain, replay"},
     {Reason::RegionTooSmall, Stage::Region, "region-too-small",
      "The visible part of the region is smaller than the template.",
-     "Enlarge the region: it must hold the template after clipping to the client area and the monitor, at "
+     "Enlarge the region: the template must fit after clipping to the client area and the monitor, at "
      "the window's scale.",
      "explain, replay, tune, bench"},
 
@@ -93,7 +93,7 @@ constexpr ReasonEntry kReasons[] = {
      "locked or remote.",
      "explain --live, replay"},
     {Reason::CaptureLost, Stage::Frame, "capture-lost",
-     "The worker lost access to the monitor, for example by a mode change or a secure screen.",
+     "The worker lost access to the monitor, for example through a mode change or a secure screen.",
      "Nothing. The worker opens the capture again after 200 ms, then at least once a second.",
      "explain --live"},
     {Reason::NoNewFrame, Stage::Frame, "no-new-frame",
@@ -170,7 +170,7 @@ constexpr ReasonEntry kReasons[] = {
      "Start it again and send its specs again.", "none"},
     {Reason::RingUnavailable, Stage::Delivery, "ring-unavailable",
      "The worker could not set up the hit ring at start; its log says why.",
-     "End the program that holds a hit ring of another size, then restart the worker.", "none"},
+     "End the program that keeps a hit ring of another size open, then restart the worker.", "none"},
     {Reason::RingFull, Stage::Delivery, "ring-full",
      "64 records in the hit ring were unread, so the new hit was dropped and counted.",
      "Read the ring: run one controller, or `quillmarkctl watch`.", "status"},

@@ -1,6 +1,6 @@
-// The worker's engine without threads, clock and screen: it is given windows, frames and times, and reports
-// a hit or a reason for silence for each spec. Windows are chosen, regions cut, specs scheduled and evaluated
-// and repeats suppressed by the worker's own code; this only feeds it in the worker's order.
+// The worker's engine without threads, clock and screen: the caller passes in windows, frames and times, and
+// gets a hit or a reason for silence for each spec. The worker's own code chooses windows, cuts regions,
+// schedules and evaluates specs and suppresses repeats; this class only calls it in the worker's order.
 //
 // Threading: one thread.
 #pragma once
@@ -23,7 +23,7 @@ class Observer {
   virtual ~Observer() = default;
   // A hit that the worker would have reported.
   virtual void OnHit(std::size_t spec, const HitRecord& hit) = 0;
-  // Why there was none. The verdict is null unless the region was compared.
+  // Why there was no hit. The verdict is null unless the region was compared.
   virtual void OnSilence(std::size_t spec, explain::Reason reason, const Verdict* verdict) = 0;
 };
 

@@ -38,8 +38,8 @@ std::string WithoutQuotation(const std::string& error) {
   return error.substr(0, std::min(error.find("; last read: '"), error.find(" parsing '")));
 }
 
-// Rejects what the parser accepts: of a name given twice it keeps the last, and nested lists take many times
-// the memory of their text.
+// Rejects what the parser accepts: names given twice, of which it keeps the last, and deeply nested lists,
+// which take many times the memory of their text.
 class Guard {
  public:
   explicit Guard(const std::string& fileName) : file(fileName) {}

@@ -65,7 +65,7 @@ class JsonField {
 // The text with control characters as '?'.
 [[nodiscard]] std::string OneLine(std::string text);
 
-// The double with the shortest decimals from which the same float is read back.
+// The double with the fewest decimals that converts back to the same float.
 [[nodiscard]] double Shortest(float value);
 
 }  // namespace quillmark::replay

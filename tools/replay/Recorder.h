@@ -35,9 +35,9 @@ struct RecorderResult {
   std::vector<std::string> notes;  // faults, and why it ended early
 };
 
-// Ends early when `goOn`, called with the milliseconds so far, returns false. Without its trigger it leaves
-// no recording. Raises std::runtime_error when a spec's image cannot be used, no monitor can be captured or
-// the folder cannot be written; FormatError for two specs of one name.
+// Ends early when `goOn`, called with the milliseconds so far, returns false. Leaves no recording if the
+// trigger never came. Raises std::runtime_error when a spec's image cannot be used, no monitor can be
+// captured or the folder cannot be written; FormatError for two specs of one name.
 [[nodiscard]] RecorderResult Record(const RecorderOptions& options,
                                     const std::function<bool(std::int64_t tMs)>& goOn);
 

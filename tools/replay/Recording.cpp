@@ -23,7 +23,7 @@ constexpr std::size_t TitleUnits = 511;    // what the worker reads of a title
 constexpr std::size_t ProgramUnits = 259;  // and of a path
 constexpr std::size_t FileBytes = 1024;
 
-// Of a monitor at template scale: more than real desktops need, but not more than memory holds.
+// Of a monitor at template scale: more than real desktops need, but still fits into memory.
 constexpr double MaxPixelsScaled = 1 << 28;
 
 RecordedMonitor ReadMonitor(const JsonField& field) {

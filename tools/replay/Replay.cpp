@@ -145,7 +145,7 @@ class Player : public Observer {
   std::size_t frame = 0;       // taken last
 };
 
-// A turn without anything to compare says less than any other.
+// Whether there was nothing to compare.
 bool IsPause(Reason reason) {
   return reason == Reason::NoNewFrame || reason == Reason::BetweenFrames || reason == Reason::FrameDivisor ||
          reason == Reason::Interval;

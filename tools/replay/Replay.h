@@ -43,8 +43,8 @@ struct SpecResult {
   std::map<explain::Reason, std::uint64_t> silences;  // turns that ended with each reason
   std::optional<NearestMiss> nearestMiss;
 
-  // Why there was no hit at all: the reason furthest on the way to one. Turns without a frame, or in which
-  // the spec was not due, count only if there were no others.
+  // Why there was no hit: the last reason in the order of the list. Turns without a frame, or in which the
+  // spec was not due, count only if there were no others.
   [[nodiscard]] std::optional<explain::Reason> Silence() const;
 };
 
@@ -52,7 +52,7 @@ struct ReplayResult {
   std::vector<ReplayedHit> hits;    // in the order of their reports
   std::vector<SpecResult> specs;    // as in the recording
   std::vector<std::string> faults;  // unusable frames: the file and the error
-  std::size_t framesTaken = 0;      // the others were never asked for
+  std::size_t framesTaken = 0;      // the others were never needed
 };
 
 // Calls `progress` with the milliseconds played so far. An unusable frame is a fault and counts as a failed

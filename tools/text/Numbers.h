@@ -1,4 +1,4 @@
-// Figures as text, with few digits, but enough to tell a figure from its limit.
+// Figures as text, with few digits but enough to distinguish a figure from its limit.
 //
 // Threading: free functions without state.
 #pragma once

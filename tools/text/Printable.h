@@ -1,4 +1,4 @@
-// Text from elsewhere as UTF-8.
+// Untrusted text as UTF-8.
 //
 // Threading: free functions without state.
 #pragma once

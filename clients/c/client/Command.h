@@ -1,4 +1,4 @@
-// The fields of one command, whose lengths are not checked yet.
+// The fields of one command; their lengths are not checked yet.
 //
 // Threading: plain values.
 #pragma once

@@ -13,7 +13,7 @@
 
 namespace quillmark::client {
 
-// Held by the one client that consumes hits.
+// Owned by the client that consumes hits; there is at most one.
 class HitConsumer : public Role {
  public:
   explicit HitConsumer(Deadline deadline = {}) : Role(L"Local\\QuillmarkctlHits", deadline) {}
@@ -29,7 +29,7 @@ class HitReader {
   // Hits dropped because the ring was full, since the section was created.
   [[nodiscard]] std::uint32_t Dropped() const;
 
-  // Record `index`, a hit or reply below the write index; nothing when it has been overwritten.
+  // Record `index`, a hit or reply below the write index; empty if it has been overwritten.
   [[nodiscard]] std::optional<Record> Peek(std::uint32_t index) const;
   // Frees the slots of all records before `index`.
   void ConsumeUpTo(std::uint32_t index);

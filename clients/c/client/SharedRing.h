@@ -31,7 +31,7 @@ class SharedRing {
   SharedSection section;
 };
 
-// Held by at most one client of the session; released on destruction, and when its process dies.
+// Owned by at most one client of the session; released on destruction, and when its process dies.
 class Role {
  public:
   // Tries to take the role, once and then until the deadline.

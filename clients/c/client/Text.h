@@ -9,7 +9,7 @@
 
 namespace quillmark::client {
 
-// Nothing for invalid UTF-8, including unpaired surrogates.
+// Empty for invalid UTF-8, including unpaired surrogates.
 [[nodiscard]] std::optional<std::wstring> ToWide(const std::string& utf8);
 
 // Unpaired surrogates become U+FFFD.

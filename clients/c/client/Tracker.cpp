@@ -9,9 +9,10 @@
 namespace quillmark::client {
 namespace {
 
-constexpr std::uint64_t HoldBackMs = 300;  // how long the worker suppresses weaker repetitions at most
+constexpr std::uint64_t HoldBackMs =
+    300;  // the maximum time for which the worker suppresses weaker repetitions
 constexpr std::uint64_t MinGapMs = 1000;
-// An interval starts when a frame is captured, a hit's time is when it was searched.
+// An interval starts when a frame is captured; a hit's time is when it was searched.
 constexpr std::uint64_t IntervalSlackMs = 250;
 
 std::uint64_t GapOf(const Watch& watch) {

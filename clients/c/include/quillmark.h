@@ -1,6 +1,6 @@
 /* libquillmark: controls Quillmark, the worker that watches the screen for known images.
  *
- * A client (qm_client) holds both rings of the session: it sends specs and reads what the worker reports. A
+ * A client (qm_client) opens both rings of the session: it sends specs and reads what the worker reports. A
  * tracker (qm_tracker) turns those records into events: appeared, moved, stable, lost, unknown.
  *
  * Texts are zero-terminated UTF-8. Lengths are in UTF-16 units; a text that does not fit is refused, never

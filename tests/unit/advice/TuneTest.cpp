@@ -104,7 +104,7 @@ TEST_F(TuneTest, ProposesAThresholdThatSeparatesSimilarButtons) {
         "  wrong: n8.png, a hit, difference 0.0365\n",
         "\nEdge correlation, at least 0.69 to 0.75; can be set\n",
         " ^  ^ limit\n  No limit separates them.\n\nEdge density, at most 0.04; fixed\n",
-        "\n\nThese settings decide every picture correctly:\n  --threshold 0.02\n"
+        "\n\nThese settings decide every screenshot correctly:\n  --threshold 0.02\n"
         "      difference at most 0.02: positives reach 0.00378, negatives begin at 0.0365\n"}) {
     EXPECT_THAT(text, HasSubstr(part));
   }
