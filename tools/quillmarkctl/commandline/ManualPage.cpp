@@ -53,14 +53,14 @@ std::string Usage(const CommandModel& command) {
 }
 
 // Each line is a paragraph.
-std::string Notes(const std::string& notes) {
+std::string NotesSection(const std::string& notes) {
   std::istringstream lines(notes);
   std::string text;
   for (std::string line; std::getline(lines, line);) text += Plain(line) + "\n.br\n";
   return text;
 }
 
-std::string Options(const CommandModel& command) {
+std::string OptionsSection(const CommandModel& command) {
   std::string text;
   for (const Argument& option : command.arguments) {
     text += ".TP\n" + Term(option) + "\n" + Plain(option.help) +
@@ -78,16 +78,16 @@ std::string ManualPage(const CommandModel& tool, const std::vector<CommandModel>
        << ".SH DESCRIPTION\n"
        << Plain(tool.help) << "\n"
        << ".SH OPTIONS\n"
-       << Options(tool) << ".SH COMMANDS\n";
+       << OptionsSection(tool) << ".SH COMMANDS\n";
   for (const CommandModel& command : commands) {
     page << ".SS " << Plain(command.name) << "\n"
          << Usage(command) << "\n.PP\n"
          << Plain(command.help) << "\n"
-         << Options(command) << ".PP\n"
-         << Notes(command.notes);
+         << OptionsSection(command) << ".PP\n"
+         << NotesSection(command.notes);
   }
   page << ".SH EXIT STATUS AND JSON\n"
-       << Notes(tool.notes) << R"(.SH ENVIRONMENT
+       << NotesSection(tool.notes) << R"(.SH ENVIRONMENT
 .TP
 \fBNO_COLOR\fR
 If set and not empty, the output is not coloured.

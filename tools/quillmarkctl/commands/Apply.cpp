@@ -27,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-constexpr char Notes[] =
+constexpr char ApplyNotes[] =
     "Only changes since the last apply are sent: specs that are new, changed or have a changed image, and "
     "the "
     "removal of those no longer in the file. Specs added by other means are left alone. A worker started "
@@ -42,7 +42,7 @@ constexpr char Notes[] =
     "  at the end: {\"type\":\"applied\", \"added\":N, \"replaced\":N, \"removed\":N, \"unchanged\":N, "
     "\"refused\":N}.";
 
-struct Options {
+struct ApplyOptions {
   std::string file;
   std::chrono::milliseconds timeout = DefaultTimeout;
   bool watch = false, force = false, dryRun = false;
@@ -64,7 +64,7 @@ std::string FingerprintOf(const client::Command& command, const std::string& ima
 
 class Applier {
  public:
-  Applier(const Options& given, Output& toOutput)
+  Applier(const ApplyOptions& given, Output& toOutput)
       : options(given), file(fs::absolute(PathOf(given.file)).lexically_normal()), output(toOutput) {}
 
   ExitCode Apply() {
@@ -178,7 +178,7 @@ class Applier {
     output.Print(object, text);
   }
 
-  const Options& options;
+  const ApplyOptions& options;
   const fs::path file;
   Output& output;
   CommandRing ring;
@@ -188,7 +188,7 @@ class Applier {
   bool owes = false;  // the worker did not take everything last time
 };
 
-ExitCode Run(const Options& options, Output& output) {
+ExitCode RunApply(const ApplyOptions& options, Output& output) {
   if (options.file.empty()) throw std::invalid_argument("FILE must not be empty");
   Applier applier(options, output);
   if (!options.watch) return applier.Apply();
@@ -216,7 +216,8 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddApply(CommandLine& line) {
-  const auto [command, options] = line.Add<Options>("apply", "Syncs the worker with a spec file.", Run);
+  const auto [command, options] =
+      line.Add<ApplyOptions>("apply", "Syncs the worker with a spec file.", RunApply);
   command.Add("FILE", &options.file, "File that declares the specs", {.required = true});
   command.Add("--watch", &options.watch,
               "Keep running; apply again when the file, an image or the worker changes");
@@ -224,7 +225,7 @@ void AddApply(CommandLine& line) {
   command.Add("--dry-run", &options.dryRun, "Only print what would be sent");
   AddTimeout(command, options.timeout, "Seconds to wait for the worker per command (2)");
   command.notes = "The file is TOML; quillmarkctl manual quillmark-specs lists all keys:\n";
-  command.notes += std::string(SpecFileExample) + Notes;
+  command.notes += std::string(SpecFileExample) + ApplyNotes;
 }
 
 }  // namespace quillmark::control

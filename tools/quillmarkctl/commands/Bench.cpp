@@ -11,12 +11,13 @@
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
 #include "core/Tick.h"
+#include "text/Places.h"
 #include "text/Wording.h"
 
 namespace quillmark::control {
 namespace {
 
-constexpr char Notes[] =
+constexpr char BenchNotes[] =
     "Give a spec as for add (only --path is required) or a spec file as for apply. Without --image, each "
     "spec is "
     "measured on a picture with its template in the middle of its region. No worker is needed, and a running "
@@ -24,21 +25,22 @@ constexpr char Notes[] =
     "is left alone. docs/bench.md describes the output and its fields.\n"
     "Exit codes: 0 the specs fit into a tick of 20 ms on one core, 1 they do not, 2 usage error or failure.";
 
-struct Options {
+struct BenchOptions {
   SpecArguments spec;
   std::string image;
   double scale = 1.0, seconds = 0.5;
 };
 
-// To nanoseconds.
-double Rounded(double micros) {
+double RoundedToNanoseconds(double micros) {
   return std::round(micros * 1000.0) / 1000.0;
 }
 
-Json JsonOf(const std::vector<Spread>& spreads) {
+Json StepsJson(const std::vector<Spread>& spreads) {
   Json steps = Json::array();
   for (const Spread& each : spreads) {
-    steps.push_back({{"step", each.step}, {"median", Rounded(each.median)}, {"p90", Rounded(each.p90)}});
+    steps.push_back({{"step", each.step},
+                     {"median", RoundedToNanoseconds(each.median)},
+                     {"p90", RoundedToNanoseconds(each.p90)}});
   }
   return steps;
 }
@@ -62,26 +64,21 @@ std::string Rows(const std::vector<Spread>& spreads) {
   return text;
 }
 
-std::string SizeText(int width, int height) {
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-
 void Print(const Measured& m, Output& output) {
   const cv::Mat& tmpl = m.spec.tmplGray;
-  const Rect& r = m.place.visible;
-  const int width = r.right - r.left, height = r.bottom - r.top;
+  const cv::Rect region = ToCv(m.place.visible);
   const std::string reason(m.reason ? explain::CodeOf(*m.reason) : "");
   const std::string end = !m.Compared()    ? "not compared: " + reason
                           : reason.empty() ? "hit"
                                            : "refused: " + reason;
-  output.Print({{"type", "spec"},
-                {"name", m.name},
-                {"template", {{"w", tmpl.cols}, {"h", tmpl.rows}}},
-                {"region", {{"x", r.left}, {"y", r.top}, {"w", width}, {"h", height}}},
-                {"reason", reason.empty() ? Json(nullptr) : Json(reason)},
-                {"steps", JsonOf(m.steps)}},
-               m.name + ": " + SizeText(tmpl.cols, tmpl.rows) + " in " + SizeText(width, height) + ", " +
-                   end + Rows(m.steps));
+  output.Print(
+      {{"type", "spec"},
+       {"name", m.name},
+       {"template", {{"w", tmpl.cols}, {"h", tmpl.rows}}},
+       {"region", {{"x", region.x}, {"y", region.y}, {"w", region.width}, {"h", region.height}}},
+       {"reason", reason.empty() ? Json(nullptr) : Json(reason)},
+       {"steps", StepsJson(m.steps)}},
+      m.name + ": " + SizeText(tmpl.size()) + " in " + SizeText(region.size()) + ", " + end + Rows(m.steps));
 }
 
 // Prints the totals; true when everything together fits into a tick.
@@ -100,23 +97,27 @@ bool Summarise(const std::vector<Measured>& specs, const Spread& convert, Output
   char share[96];
   std::snprintf(share, sizeof share, "%.1f %% of a %.0f ms tick on one core, %.1f %% at the p90",
                 100.0 * all.median / tick, tick / 1000.0, 100.0 * all.p90 / tick);
-  Json json = {{"type", "summary"},       {"specs", specs.size()},      {"median", Rounded(all.median)},
-               {"p90", Rounded(all.p90)}, {"share", all.median / tick}, {"threads", threads},
+  Json json = {{"type", "summary"},
+               {"specs", specs.size()},
+               {"median", RoundedToNanoseconds(all.median)},
+               {"p90", RoundedToNanoseconds(all.p90)},
+               {"share", all.median / tick},
+               {"threads", threads},
                {"costliest", nullptr}};
   std::string text = Counted(specs.size(), "spec") + " and the frame" + Rows({all}) + "\n" + share +
                      "; the worker would use " + Counted(threads, "thread") + " here.";
   if (costliest != nullptr) {
     const auto less = [](const Spread& a, const Spread& b) { return a.median < b.median; };
     const Spread& step = *std::max_element(costliest->steps.begin() + 1, costliest->steps.end() - 1, less);
-    json["costliest"] = {{"spec", costliest->name}, {"step", step.step}, {"median", Rounded(step.median)}};
+    json["costliest"] = {
+        {"spec", costliest->name}, {"step", step.step}, {"median", RoundedToNanoseconds(step.median)}};
     text += "\nMost expensive: " + costliest->name + ", mainly in " + step.step + ".";
   }
   output.Print(json, text);
   return all.median <= tick;
 }
 
-ExitCode Run(const Options& options, Output& output) {
-  using Clock = std::chrono::steady_clock;
+ExitCode RunBench(const BenchOptions& options, Output& output) {
   std::vector<advice::LintSpec> given;
   if (options.spec.file.empty()) {
     given.push_back(ReadPartialSpec(options.spec));
@@ -131,13 +132,13 @@ ExitCode Run(const Options& options, Output& output) {
   const Benchmark all = MeasureSpecs(specs, screenshot, options.seconds, [&] {
     output.Bar().Show(std::chrono::duration<double>(Clock::now() - start).count(), seconds);
   });
-  const std::string screen = SizeText(all.screen.width, all.screen.height);
+  const std::string screen = SizeText(all.screen);
   output.Print(
       {{"type", "frame"},
        {"w", all.screen.width},
        {"h", all.screen.height},
        {"hsv", all.needsHsv},
-       {"steps", JsonOf({all.convert})}},
+       {"steps", StepsJson({all.convert})}},
       output.Styled(Style::Quiet, Row("", "median", "p90")) + "\nframe: " + screen + Rows({all.convert}));
   for (const Measured& m : specs) Print(m, output);
   return Summarise(specs, all.convert, output) ? Yes : No;
@@ -147,7 +148,7 @@ ExitCode Run(const Options& options, Output& output) {
 
 void AddBench(CommandLine& line) {
   const auto [command, options] =
-      line.Add<Options>("bench", "Measures how long specs take to evaluate on this machine.", Run);
+      line.Add<BenchOptions>("bench", "Measures how long specs take to evaluate on this machine.", RunBench);
   AddPartialSpecOptions(command, options.spec);
   command.Add("--image", &options.image, "Screenshot of the window's client area to search",
               {.value = "FILE"});
@@ -155,7 +156,7 @@ void AddBench(CommandLine& line) {
               {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
   command.Add("--seconds", &options.seconds, "Time to spend on each spec (0.5)",
               {.value = "SECONDS", .within = {{0.01, 600.0}}});
-  command.notes = Notes;
+  command.notes = BenchNotes;
 }
 
 }  // namespace quillmark::control

@@ -28,7 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using live::Piece;
 
-constexpr char Notes[] =
+constexpr char CaptureNotes[] =
     "The area is saved as the worker would see it: if the system stretches the window, it is scaled back to "
     "the "
     "window's own pixels. The screenshot is taken once the screen has not changed for 0.15 s, after 2 s at "
@@ -44,7 +44,7 @@ constexpr char Notes[] =
     "\"h\":N}, \"scale\":N, \"monitor\":N, \"visibleShare\":N, \"command\":[TEXT, ...]}, rect and roi in "
     "pixels of the client area; then the output of lint and explain.";
 
-struct Options {
+struct CaptureOptions {
   std::string file, target, rect, name;
   bool pick = false, force = false;
   int margin = 16;
@@ -52,7 +52,7 @@ struct Options {
 };
 
 // The spec's name; raises std::invalid_argument when the file's name cannot be one.
-std::string SpecName(const Options& options, const fs::path& file) {
+std::string SpecName(const CaptureOptions& options, const fs::path& file) {
   const std::string name = options.name.empty() ? Utf8Of(file.stem()) : options.name;
   const std::string base = name.substr(0, name.find(':'));
   (void)client::NonEmptyField("the spec's name '" + base + "'", base, client::HitNameUnits);
@@ -62,11 +62,11 @@ std::string SpecName(const Options& options, const fs::path& file) {
   return name;
 }
 
-std::string SizeText(int width, int height) {
+std::string SizeArgument(int width, int height) {
   return std::to_string(width) + "x" + std::to_string(height);
 }
 
-std::string RectText(const cv::Rect& r) {
+std::string RectArgument(const cv::Rect& r) {
   return std::to_string(r.x) + "," + std::to_string(r.y) + "," + std::to_string(r.width) + "," +
          std::to_string(r.height);
 }
@@ -79,17 +79,18 @@ std::string NumberText(double number) {
 
 PngTexts TextsOf(const Piece& piece) {
   const live::DesktopMonitor& monitor = piece.monitor;
-  return {{"Software", "quillmarkctl " QUILLMARK_VERSION},
-          {"Target", client::ToUtf8(piece.target)},
-          {"Program", client::ToUtf8(piece.window.program)},
-          {"Piece", RectText(piece.rect)},
-          {"Client area", SizeText(piece.client.width, piece.client.height)},
-          {"Scale", NumberText(piece.scale)},
-          {"Monitor", std::to_string(monitor.number) + ", " + SizeText(monitor.Width(), monitor.Height()) +
-                          ", " + std::to_string(monitor.dpi) + " dpi"}};
+  return {
+      {"Software", "quillmarkctl " QUILLMARK_VERSION},
+      {"Target", client::ToUtf8(piece.target)},
+      {"Program", client::ToUtf8(piece.window.program)},
+      {"Piece", RectArgument(piece.rect)},
+      {"Client area", SizeArgument(piece.client.width, piece.client.height)},
+      {"Scale", NumberText(piece.scale)},
+      {"Monitor", std::to_string(monitor.number) + ", " + SizeArgument(monitor.Width(), monitor.Height()) +
+                      ", " + std::to_string(monitor.dpi) + " dpi"}};
 }
 
-Json JsonOf(const cv::Rect& r) {
+Json RectJson(const cv::Rect& r) {
   return {{"x", r.x}, {"y", r.y}, {"w", r.width}, {"h", r.height}};
 }
 
@@ -128,7 +129,6 @@ void Review(const explain::SpecRequest& request, Output& output) {
 }
 
 void Delay(double seconds, Progress& bar) {
-  using Clock = std::chrono::steady_clock;
   using Millis = std::chrono::milliseconds;
   const auto whole = std::chrono::duration_cast<Millis>(std::chrono::duration<double>(seconds));
   const auto start = Clock::now();
@@ -138,7 +138,7 @@ void Delay(double seconds, Progress& bar) {
   }
 }
 
-ExitCode Capture(const Options& options, Output& output) {
+ExitCode Capture(const CaptureOptions& options, Output& output) {
   const fs::path file = fs::absolute(PathOf(options.file)).lexically_normal();
   const std::string name = SpecName(options, file);
   if (!options.force && fs::exists(file)) {
@@ -168,7 +168,7 @@ ExitCode Capture(const Options& options, Output& output) {
   const cv::Rect roi = grown & all;
   const std::string path = Utf8Of(file), target = client::ToUtf8(piece.target);
   const std::vector<std::string> command{"quillmarkctl", "add",    "--target", target,  "--name",
-                                         name,           "--path", path,       "--roi", RectText(roi)};
+                                         name,           "--path", path,       "--roi", RectArgument(roi)};
   std::string line;
   for (const std::string& word : command) line += (line.empty() ? "" : " ") + host::ShellQuoted(word);
   output.Print({{"type", "captured"},
@@ -178,14 +178,14 @@ ExitCode Capture(const Options& options, Output& output) {
                 {"target", target},
                 {"title", client::ToUtf8(piece.window.title)},
                 {"program", client::ToUtf8(piece.window.program)},
-                {"rect", JsonOf(piece.rect)},
-                {"roi", JsonOf(roi)},
+                {"rect", RectJson(piece.rect)},
+                {"roi", RectJson(roi)},
                 {"client", {{"w", piece.client.width}, {"h", piece.client.height}}},
                 {"scale", piece.scale},
                 {"monitor", piece.monitor.number},
                 {"visibleShare", piece.visible},
                 {"command", command}},
-               "Saved " + path + ": " + SizeText(piece.bgr.cols, piece.bgr.rows) + " pixels at " +
+               "Saved " + path + ": " + SizeArgument(piece.bgr.cols, piece.bgr.rows) + " pixels at " +
                    std::to_string(piece.rect.x) + "," + std::to_string(piece.rect.y) + " in \"" +
                    Printable(piece.window.title) + "\".\n");
   WarnIfCovered(piece, output);
@@ -199,7 +199,7 @@ ExitCode Capture(const Options& options, Output& output) {
 }  // namespace
 
 void AddCapture(CommandLine& line) {
-  const auto [command, options] = line.Add<Options>(
+  const auto [command, options] = line.Add<CaptureOptions>(
       "capture", "Cuts a template out of a window and prints the command that adds it.", Capture);
   command.Add("FILE", &options.file, "PNG file to write; the spec is named after it", {.required = true});
   command.Add("--target", &options.target,
@@ -213,7 +213,7 @@ void AddCapture(CommandLine& line) {
   command.Add("--delay", &options.delaySeconds, "Time to wait first, for example to open a menu (0)",
               {.value = "SECONDS", .within = {{0.0, 3600.0}}});
   command.Add("--force", &options.force, "Replace the file if it exists");
-  command.notes = Notes;
+  command.notes = CaptureNotes;
 }
 
 }  // namespace quillmark::control

@@ -11,7 +11,7 @@
 namespace quillmark::control {
 namespace {
 
-constexpr char Notes[] =
+constexpr char DoctorNotes[] =
     "Exit codes: 0 no problems (warnings do not count), 1 problems found, 2 usage error or failure.\n"
     "With --json, one object per line:\n"
     "  {\"type\":\"finding\", \"level\":\"ok|warning|problem\", \"topic\":TEXT, \"text\":TEXT, "
@@ -19,7 +19,7 @@ constexpr char Notes[] =
     "target's candidates\n"
     "  {\"type\":\"summary\", \"ok\":N, \"warnings\":N, \"problems\":N}";
 
-struct Options {
+struct DoctorOptions {
   std::vector<std::string> targets;
   std::chrono::milliseconds timeout{1000};
 };
@@ -48,7 +48,7 @@ void Show(const Check& check, Output& output) {
                text);
 }
 
-ExitCode Examine(const Options& options, Output& output) {
+ExitCode RunDoctor(const DoctorOptions& options, Output& output) {
   std::size_t counts[3] = {};
   const auto show = [&](const Checks& checks) {
     for (const Check& check : checks) {
@@ -76,12 +76,12 @@ ExitCode Examine(const Options& options, Output& output) {
 }  // namespace
 
 void AddDoctor(CommandLine& line) {
-  const auto [command, options] = line.Add<Options>(
-      "doctor", "Checks session, display, monitors, windows and worker, and suggests fixes.", Examine);
+  const auto [command, options] = line.Add<DoctorOptions>(
+      "doctor", "Checks session, display, monitors, windows and worker, and suggests fixes.", RunDoctor);
   command.Add("--target", &options.targets,
               "Target to check, as in a spec: part of a title, or a program with .exe");
   AddTimeout(command, options.timeout, "Seconds to wait for the worker's reply (1)");
-  command.notes = Notes;
+  command.notes = DoctorNotes;
 }
 
 }  // namespace quillmark::control

@@ -16,14 +16,14 @@ namespace {
 
 using explain::Explanation;
 
-constexpr char Notes[] =
+constexpr char ExplainNotes[] =
     "The screenshot shows the window's client area or, with --client, a larger part of the screen with the "
     "client "
     "area at that position; it must not be scaled. docs/explain.md describes the output and its fields, "
     "docs/silence.md the reasons.\n"
     "Exit codes: 0 every spec would be a hit, 1 at least one would not, 2 usage error or failure.";
 
-struct Options {
+struct ExplainOptions {
   SpecArguments spec;
   std::string image, client, html;
   double scale = 1.0;
@@ -42,7 +42,7 @@ Rect ClientArea(const std::string& argument, cv::Size picture) {
   return {client.x, client.y, client.x + client.width, client.y + client.height};
 }
 
-Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const Options& options,
+Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const ExplainOptions& options,
                          const explain::Progress& progress) {
   TemplateSpec& spec = explanation.spec;
   spec.targetRect = ClientArea(options.client, picture.size());
@@ -52,7 +52,7 @@ Explanation ExplainImage(Explanation explanation, const cv::Mat& picture, const 
   return explanation;
 }
 
-ExitCode Run(const Options& options, Output& output) {
+ExitCode RunExplain(const ExplainOptions& options, Output& output) {
   const std::vector<Command> commands = SpecCommands(options.spec);
   if (commands.empty()) throw std::invalid_argument("give a spec as for add, or use --specs");
   const cv::Mat picture = options.live ? cv::Mat() : ReadScreenshot("--image", options.image);
@@ -78,8 +78,8 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddExplain(CommandLine& line) {
-  const auto [command, options] = line.Add<Options>(
-      "explain", "Explains why a spec matches a screenshot of its window, or why not.", Run);
+  const auto [command, options] = line.Add<ExplainOptions>(
+      "explain", "Explains why a spec matches a screenshot of its window, or why not.", RunExplain);
   AddSpecOptions(command, options.spec, SpecIs::Optional);
   AddSpecFileOptions(command, options.spec);
   command.Add("--client", &options.client, "Position of the client area in the screenshot (all of it)",
@@ -91,7 +91,7 @@ void AddExplain(CommandLine& line) {
   command.Add("--image", &options.image, "Screenshot to search", {.value = "FILE"});
   command.Add("--live", &options.live, "Search the current desktop, as the worker does");
   command.oneOf = {"picture", "What to search", {"--image", "--live"}};
-  command.notes = Notes;
+  command.notes = ExplainNotes;
 }
 
 }  // namespace quillmark::control

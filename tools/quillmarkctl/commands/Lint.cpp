@@ -14,7 +14,7 @@ namespace {
 
 using advice::LintSpec;
 
-constexpr char Notes[] =
+constexpr char LintNotes[] =
     "Give a spec as for add (only --path is required), a spec file as for apply, template images, or any of "
     "these together. What is not given is not checked. docs/lint.md lists all findings.\n"
     "Exit codes: 0 nothing found, 1 something found, 2 usage error or failure.\n"
@@ -24,14 +24,14 @@ constexpr char Notes[] =
     "\"facts\":{...}}\n"
     "  {\"type\":\"summary\", \"specs\":N, \"errors\":N, \"warnings\":N, \"notes\":N}";
 
-struct Options {
+struct LintOptions {
   SpecArguments spec;
   std::vector<std::string> files, ignored;
   std::string image;
   double scale = 1.0;
 };
 
-std::vector<LintSpec> SpecsOf(const Options& options) {
+std::vector<LintSpec> SpecsOf(const LintOptions& options) {
   std::vector<LintSpec> specs;
   if (options.spec.GivenInPart()) specs.push_back(ReadPartialSpec(options.spec));
   for (const DeclaredSpec& spec : DeclaredSpecs(options.spec)) specs.push_back(DeclaredAs(spec));
@@ -50,7 +50,7 @@ std::vector<advice::FindingCode> CodesOf(const std::vector<std::string>& ids) {
   return codes;
 }
 
-ExitCode Run(const Options& options, Output& output) {
+ExitCode RunLint(const LintOptions& options, Output& output) {
   const std::vector<advice::FindingCode> ignored = CodesOf(options.ignored);
   const std::vector<LintSpec> specs = SpecsOf(options);
   advice::WindowPicture window;
@@ -63,7 +63,8 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddLint(CommandLine& line) {
-  const auto [command, options] = line.Add<Options>("lint", "Checks specs and templates for problems.", Run);
+  const auto [command, options] =
+      line.Add<LintOptions>("lint", "Checks specs and templates for problems.", RunLint);
   command.Add("FILE", &options.files, "Template images");
   AddPartialSpecOptions(command, options.spec);
   command.Add("--image", &options.image, "Screenshot of the window's client area to test the specs on",
@@ -72,7 +73,7 @@ void AddLint(CommandLine& line) {
               {.value = "N", .within = {{0.25, 8.0}}, .needs = {"--image"}});
   command.Add("--ignore", &options.ignored, "Suppress findings with this code; may be repeated",
               {.value = "CODE", .oneValue = true});
-  command.notes = Notes;
+  command.notes = LintNotes;
 }
 
 }  // namespace quillmark::control

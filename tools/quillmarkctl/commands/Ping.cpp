@@ -9,12 +9,12 @@
 namespace quillmark::control {
 namespace {
 
-struct Options {
+struct PingOptions {
   std::string text;
   std::chrono::milliseconds timeout = DefaultTimeout;
 };
 
-ExitCode Ping(const Options& options, Output& output) {
+ExitCode Ping(const PingOptions& options, Output& output) {
   const Command heartbeat{.kind = CmdKind::Heartbeat,
                           .name = client::Field("TEXT", options.text, client::HitNameUnits)};
   const Answer answer = Ask(heartbeat, options.timeout, output);
@@ -30,7 +30,7 @@ ExitCode Ping(const Options& options, Output& output) {
 
 void AddPing(CommandLine& line) {
   const auto [command, options] =
-      line.Add<Options>("ping", "Asks the worker for a reply and prints the round-trip time.", Ping);
+      line.Add<PingOptions>("ping", "Asks the worker for a reply and prints the round-trip time.", Ping);
   command.Add("TEXT", &options.text, "Text for the worker to send back (HB)");
   AddTimeout(command, options.timeout);
   command.notes =

@@ -12,7 +12,7 @@
 namespace quillmark::control {
 namespace {
 
-constexpr char Notes[] =
+constexpr char RecordNotes[] =
     "Saves frames of all monitors and the list of windows in the folder, for quillmarkctl replay, until the "
     "time "
     "is up or it is interrupted. No worker is needed; given specs are saved in the recording with copies of "
@@ -85,7 +85,7 @@ void AddRecord(CommandLine& line) {
               {.value = "N", .within = {{0, 100}}});
   AddSpecOptions(command, options.spec, SpecIs::Optional);
   AddSpecFileOptions(command, options.spec);
-  command.notes = Notes;
+  command.notes = RecordNotes;
 }
 
 }  // namespace quillmark::control

@@ -23,7 +23,7 @@ using replay::ReplayedHit;
 using replay::ReplayResult;
 using replay::SpecResult;
 
-constexpr char Notes[] =
+constexpr char ReplayNotes[] =
     "The folder contains recording.json and its frames, as quillmarkctl record writes them; see "
     "docs/replay.md. "
     "The output for a folder is always the same, bit for bit.\n"
@@ -161,7 +161,7 @@ void AddReplay(CommandLine& line) {
   command.Add("--check", &options.check, "Compare the result with the folder's expected.json");
   command.Add("--accept", &options.accept, "Save the result as the folder's expected.json",
               {.excludes = {"--check"}});
-  command.notes = Notes;
+  command.notes = ReplayNotes;
 }
 
 }  // namespace quillmark::control

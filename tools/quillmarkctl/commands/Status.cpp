@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr char Notes[] =
+constexpr char StatusNotes[] =
     "Exit codes: 0 a worker is running and replies, 1 not, 2 usage error or failure.\n"
     "--follow sends no commands. It prints a line when a worker starts or ends, stops taking commands or "
     "drops "
@@ -28,7 +28,7 @@ constexpr char Notes[] =
     "\"droppedHits\":N, \"hasReader\":B, \"reasons\":[CODE, ...]}; unknown fields are left out. With "
     "--follow: {\"type\":\"news\", \"ts\":N, \"text\":TEXT, \"starts\":N, ...}, with the same fields.";
 
-struct Options {
+struct StatusOptions {
   std::chrono::milliseconds timeout = DefaultTimeout;
   bool follow = false;
 };
@@ -112,7 +112,7 @@ class Follower {
   int starts = 0;
 };
 
-ExitCode Status(const Options& options, Output& output) {
+ExitCode Status(const StatusOptions& options, Output& output) {
   if (options.follow) {
     constexpr auto Interval = 1000ms, Pause = 100ms;
     const Interruption interruption;
@@ -136,11 +136,11 @@ ExitCode Status(const Options& options, Output& output) {
 }  // namespace
 
 void AddStatus(CommandLine& line) {
-  const auto [command, options] = line.Add<Options>(
+  const auto [command, options] = line.Add<StatusOptions>(
       "status", "Shows whether the worker is running, its version, and how full the rings are.", Status);
   command.Add("--follow", &options.follow, "Keep watching and print changes");
   AddTimeout(command, options.timeout);
-  command.notes = Notes;
+  command.notes = StatusNotes;
 }
 
 }  // namespace quillmark::control

@@ -15,13 +15,13 @@
 namespace quillmark::control {
 namespace {
 
-constexpr char Notes[] =
+constexpr char TuneNotes[] =
     "With --roi, screenshots show the window's client area; without it, only the region. A folder stands for "
     "the "
     "images in it. docs/tune.md describes the output and its fields.\n"
     "Exit codes: 0 the spec as given decides every screenshot correctly, 1 not, 2 usage error or failure.";
 
-struct Options {
+struct TuneOptions {
   SpecArguments spec;
   std::vector<std::string> positives, negatives;
   double scale = 1.0;
@@ -53,14 +53,14 @@ void ReportUnused(const advice::TuneReport& report, const Pictures& pictures, Ou
   }
 }
 
-advice::LintSpec SpecOf(const Options& options) {
+advice::LintSpec SpecOf(const TuneOptions& options) {
   if (options.spec.file.empty()) return ReadPartialSpec(options.spec);
   const std::vector<Command> commands = SpecCommands(options.spec);
   if (commands.size() > 1) throw std::invalid_argument("--specs: tune takes one spec; choose it with --only");
   return {.request = RequestOf(commands.front())};
 }
 
-ExitCode Run(const Options& options, Output& output) {
+ExitCode RunTune(const TuneOptions& options, Output& output) {
   const advice::LintSpec spec = SpecOf(options);
   advice::TuneInput input;
   input.spec = spec.request;
@@ -95,8 +95,8 @@ ExitCode Run(const Options& options, Output& output) {
 }  // namespace
 
 void AddTune(CommandLine& line) {
-  const auto [command, options] =
-      line.Add<Options>("tune", "Finds thresholds that separate good screenshots from bad ones.", Run);
+  const auto [command, options] = line.Add<TuneOptions>(
+      "tune", "Finds thresholds that separate good screenshots from bad ones.", RunTune);
   AddPartialSpecOptions(command, options.spec);
   command.Add("--positive", &options.positives, "Screenshots, or folders of them, that show the template",
               {.value = "PATH"});
@@ -104,7 +104,7 @@ void AddTune(CommandLine& line) {
               {.value = "PATH"});
   command.Add("--scale", &options.scale, "Screenshot pixels per template pixel (1)",
               {.value = "N", .within = {{0.25, 8.0}}});
-  command.notes = Notes;
+  command.notes = TuneNotes;
 }
 
 }  // namespace quillmark::control

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 using client::Record;
 
-constexpr char Notes[] =
+constexpr char WaitNotes[] =
     "Exit codes: 0 seen, 1 timed out, 2 usage error or failure. Only hits from now on count.\n"
     "A timeout does not prove it is absent: an unchanged screen delivers no frames, hence no hits.\n"
     "While it waits, it consumes the hits of all specs, so no watch or other client can run.\n"
@@ -25,7 +25,7 @@ constexpr char Notes[] =
     "\"w\":N, \"h\":N, \"score\":N, \"edge\":N, \"ts\":N, \"stableMs\":N}, as in a hit; stableMs is how long "
     "it has stayed put.";
 
-struct Options {
+struct WaitOptions {
   std::string name;
   bool appear = false;
   double stableSeconds = 0.0;
@@ -49,8 +49,7 @@ void Report(const Record& record, Output& output) {
   if (record.kind == Record::Kind::Dropped) output.Note("the ring was full; hits were lost");
 }
 
-ExitCode Wait(const Options& options, Output& output) {
-  using Clock = std::chrono::steady_clock;
+ExitCode Wait(const WaitOptions& options, Output& output) {
   (void)client::NonEmptyField("NAME", options.name, client::HitNameUnits);
   client::Client worker;
   if (!worker.Look().workerRunning) output.Note(NoWorkerYet);
@@ -87,14 +86,14 @@ ExitCode Wait(const Options& options, Output& output) {
 
 void AddWait(CommandLine& line) {
   const auto [command, options] =
-      line.Add<Options>("wait", "Waits until a template appears or stays put.", Wait);
+      line.Add<WaitOptions>("wait", "Waits until a template appears or stays put.", Wait);
   command.Add("NAME", &options.name, "Name of the spec without its options", {.required = true});
   command.Add("--appear", &options.appear, "Wait for the next hit (the default)");
   command.Add("--stable", &options.stableSeconds,
               "Wait until its hits have stayed at one place for this long",
               {.value = "SECONDS", .within = {{0.001, 1e6}}, .excludes = {"--appear"}});
   AddTimeout(command, options.timeout, "Seconds to wait at most (no limit)");
-  command.notes = Notes;
+  command.notes = WaitNotes;
 }
 
 }  // namespace quillmark::control

@@ -14,12 +14,11 @@
 namespace quillmark::control {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr auto RolePatience = 3s;
 
-constexpr char Notes[] =
+constexpr char WatchNotes[] =
     "Only one watch can run at a time. It starts with the unread records in the ring, and notes when a "
     "worker "
     "starts or ends.\n"
@@ -32,7 +31,7 @@ constexpr char Notes[] =
     "cx and cy are the centre of the match in pixels of the target's client area, w and h its size; score "
     "and edge are 1 for a perfect match; ts is UTC in milliseconds since 1970-01-01.";
 
-struct Options {
+struct WatchOptions {
   std::uint32_t count = 0;  // hits to print, 0 for no limit
   std::chrono::milliseconds timeout = std::chrono::milliseconds::max();
 };
@@ -63,7 +62,7 @@ void ReportDropped(const HitReader& hits, std::uint32_t& known, Output& output) 
   output.Print({{"type", "dropped"}, {"count", more}, {"total", total}}, {});
 }
 
-ExitCode Watch(const Options& options, Output& output) {
+ExitCode Watch(const WatchOptions& options, Output& output) {
   HitReader hits;
   // A ping holds the role for a moment, another watch until it ends.
   const HitConsumer consumer(Clock::now() + RolePatience);
@@ -103,9 +102,9 @@ ExitCode Watch(const Options& options, Output& output) {
 }  // namespace
 
 void AddWatch(CommandLine& line) {
-  const auto [command, options] =
-      line.Add<Options>("watch", "Prints hits until interrupted, and removes them from the ring.", Watch);
-  command.notes = Notes;
+  const auto [command, options] = line.Add<WatchOptions>(
+      "watch", "Prints hits until interrupted, and removes them from the ring.", Watch);
+  command.notes = WatchNotes;
   command.Add("--count", &options.count, "Stop after N hits, with exit code 0",
               {.value = "N", .within = {{1, 1'000'000'000}}});
   AddTimeout(command, options.timeout,

@@ -9,8 +9,8 @@
 namespace quillmark::control {
 
 namespace {
-constexpr auto Patience = std::chrono::seconds(1);
-constexpr auto Pause = std::chrono::milliseconds(100);
+constexpr auto ShownAfter = std::chrono::seconds(1);
+constexpr auto Refresh = std::chrono::milliseconds(100);
 constexpr std::size_t Cells = 30;
 }  // namespace
 
@@ -20,10 +20,10 @@ Progress::Progress(std::string shownWhat) : what(std::move(shownWhat)) {
 
 void Progress::Tick() {
   std::unique_lock lock(mutex);
-  auto next = start + Patience;
+  auto next = start + ShownAfter;
   while (!ending.wait_until(lock, next, [this] { return ended; })) {
     Draw();
-    next = Clock::now() + Pause;
+    next = Clock::now() + Refresh;
   }
 }
 

@@ -14,6 +14,8 @@
 
 namespace quillmark::control {
 
+using Clock = std::chrono::steady_clock;
+
 class Progress {
  public:
   // `what` names the work, in ASCII.
@@ -39,8 +41,6 @@ class Progress {
   void End();
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   void Tick();
   // Both need the mutex while the ticker runs.
   void Draw();

@@ -47,7 +47,7 @@ constexpr SpecFileKey Keys[] = {
      "Search only every 2nd, 3rd, 4th, 5th, 6th, 8th, 10th, 15th or 30th frame; excludes all other options."},
     {"monitor", "NUMBER or \"primary\"", "Search only this monitor, counted from 1. Default: all."}};
 
-std::string LineOf(const toml::node& node) {
+std::string SourceLine(const toml::node& node) {
   return "line " + std::to_string(node.source().begin.line);
 }
 
@@ -151,7 +151,7 @@ client::Spec SpecOf(const Entry& entry, const std::filesystem::path& folder, std
 void CheckKeys(const toml::table& table) {
   for (const auto& [key, node] : table) {
     if (std::ranges::find(Keys, key.str(), &SpecFileKey::name) == std::end(Keys)) {
-      throw std::invalid_argument("unknown key '" + std::string(key.str()) + "' (" + LineOf(node) + ")");
+      throw std::invalid_argument("unknown key '" + std::string(key.str()) + "' (" + SourceLine(node) + ")");
     }
   }
 }
@@ -197,7 +197,7 @@ std::vector<DeclaredSpec> ReadSpecFile(const std::filesystem::path& file) {
     const bool known =
         (key.str() == "spec" && node.is_array_of_tables()) || (key.str() == "defaults" && node.is_table());
     if (known) continue;
-    throw std::runtime_error(Utf8Of(file) + ", " + LineOf(node) + ": '" + std::string(key.str()) +
+    throw std::runtime_error(Utf8Of(file) + ", " + SourceLine(node) + ": '" + std::string(key.str()) +
                              "' is neither [[spec]] nor [defaults]");
   }
   const toml::table* const defaults = document["defaults"].as_table();

@@ -11,7 +11,6 @@
 namespace quillmark::control {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr auto PollInterval = 5ms;
