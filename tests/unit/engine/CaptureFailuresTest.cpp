@@ -1,10 +1,8 @@
 // What a tick does when calls fail and memory runs out.
-#include <functional>
 #include <memory>
 #include <new>
 
 #include "EngineFixture.h"
-#include "FailingResources.h"
 #include "support/DebugOutputCapture.h"
 
 namespace quillmark {
@@ -23,23 +21,6 @@ class CaptureFailures : public EngineFixture {
     AddMonitor(300, 0);
     OpenWindow(RectAt(250, 10, 100, 100));
     AddSpec({0, 0, 100, 50});
-  }
-  // Ticks with the first allocation failing, then the second, and so on until a tick needs fewer.
-  void FailEachAllocationOfATick(const std::function<void(int)>& before,
-                                 const std::function<void(const Jobs&, int)>& after) {
-    int failed = 0;
-    for (int n = 1; failed == n - 1; ++n) {
-      before(n);
-      Jobs jobs;
-      test::FailNthAllocation(n);
-      try {
-        jobs = probe.Tick(afterEveryDelay);
-      } catch (const std::bad_alloc&) {  // outside of any monitor's turn
-      }
-      if (test::FailNthAllocation(0) == 0) ++failed;
-      after(jobs, n);
-    }
-    EXPECT_GT(failed, 10);
   }
 };
 
@@ -64,26 +45,29 @@ TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesO
   EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "another text is news";
 }
 
-TEST_F(CaptureFailures, ExceptionAnywhereInATickReleasesTheFrame) {
+// Fails the first allocation of a tick, then the second, and so on until a tick needs fewer.
+TEST_F(CaptureFailures, ExceptionAnywhereInATickReleasesTheFrameAndStartsNoInterval) {
   const HMONITOR monitor = ShowOneSpec();
-  Specs().specs[0].intervalMs = 1;
-  FailEachAllocationOfATick([&](int) { engine.DropContext(monitor); },
-                            [&](const Jobs&, int n) { EXPECT_EQ(desktop->HeldFrames(), 0) << n; });
-  Specs().specs[0].intervalMs = 0;
-  EXPECT_EQ(UnitsIn(Tick(afterEveryDelay)), 1u);
-}
-
-TEST_F(CaptureFailures, TurnThatRaisesStartsNoInterval) {
-  ShowOneSpec();
-  FailEachAllocationOfATick(
-      [&](int n) {
-        Specs().specs.clear();
-        for (const wchar_t* name : {L"first", L"second"}) {
-          AddSpec({0, 0, 50, 50}, name + std::to_wstring(n)).intervalMs = 3'600'000;
-        }
-        RefreshAll();
-      },
-      [&](const Jobs& jobs, int n) { EXPECT_GE(UnitsIn(jobs) + UnitsIn(Tick(afterEveryDelay)), 2u) << n; });
+  int failed = 0;
+  for (int n = 1; failed == n - 1; ++n) {
+    SCOPED_TRACE(n);
+    engine.DropContext(monitor);
+    Specs().specs.clear();
+    for (const wchar_t* name : {L"first", L"second"}) {
+      AddSpec({0, 0, 50, 50}, name + std::to_wstring(n)).intervalMs = 3'600'000;
+    }
+    RefreshAll();
+    Jobs jobs;
+    FailNthAllocation(n);
+    try {
+      jobs = probe.Tick(afterEveryDelay);
+    } catch (const std::bad_alloc&) {  // outside of any monitor's turn
+    }
+    if (FailNthAllocation(0) == 0) ++failed;
+    EXPECT_EQ(desktop->HeldFrames(), 0);
+    EXPECT_GE(UnitsIn(jobs) + UnitsIn(Tick(afterEveryDelay)), 2u);
+  }
+  EXPECT_GT(failed, 10);
 }
 
 TEST_F(CaptureFailures, FaultyContextIsReplacedAfter200MsAndLoggedOnce) {

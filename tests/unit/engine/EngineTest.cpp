@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "EngineFixture.h"
-#include "FailingResources.h"
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
 
@@ -148,9 +147,9 @@ TEST_F(EngineTest, TaskThatCannotBeQueuedIsReportedAndTheOthersFinish) {
   int failed = 0;
   for (int n = 1; failed == n - 1; ++n) {
     const std::shared_ptr<FrameJob> job = MakeJob(3);
-    test::FailNthAllocation(n);
+    FailNthAllocation(n);
     probe.RunJob(*job);
-    if (test::FailNthAllocation(0) == 0) ++failed;
+    if (FailNthAllocation(0) == 0) ++failed;
   }
   EXPECT_GE(failed, 3);
   EXPECT_TRUE(output.WaitForLine("[Match] error 1 of name=mark: std::bad_alloc"));
@@ -159,10 +158,10 @@ TEST_F(EngineTest, TaskThatCannotBeQueuedIsReportedAndTheOthersFinish) {
 TEST_F(EngineTest, StartWithoutEnoughThreadsRaisesAndLeavesNone) {
   for (int n = 1;; ++n) {
     AutoRebinder short_lived;
-    test::FailNthThread(n);
+    FailNthThread(n);
     try {
       short_lived.Start();
-      test::FailNthThread(0);
+      FailNthThread(0);
       EXPECT_GT(n, 6) << "sender, two workers at least, sink, capture, match";
       break;
     } catch (const std::system_error& error) {
@@ -180,7 +179,7 @@ TEST_F(EngineTest, DisplayChangeWithoutATimerThreadRebindsAtOnce) {
     return probe.DisplayChanges() > 0;
   }));
   const std::weak_ptr<DuplicationContext> context = engine.GetContext(monitor);
-  test::FailNthThread(1);
+  FailNthThread(1);
   desktop->ChangeDisplay();
   EXPECT_TRUE(output.WaitForLine("rebinding at once"));
   EXPECT_TRUE(Eventually([&] { return context.expired(); }));

@@ -1,5 +1,3 @@
-#include "FailingResources.h"
-
 #include <dlfcn.h>
 #include <pthread.h>
 
@@ -10,6 +8,8 @@
 #include <opencv2/core.hpp>
 #include <utility>
 
+#include "EngineFixture.h"
+
 namespace {
 
 std::atomic<int> threadsLeft{0};
@@ -17,7 +17,7 @@ thread_local int allocationsLeft = 0;
 
 }  // namespace
 
-namespace quillmark::test {
+namespace quillmark {
 
 void FailNthThread(int n) {
   threadsLeft = n;
@@ -27,7 +27,7 @@ int FailNthAllocation(int n) {
   return std::exchange(allocationsLeft, n);
 }
 
-}  // namespace quillmark::test
+}  // namespace quillmark
 
 // The program's own definition takes precedence over the C library's.
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
@@ -38,8 +38,7 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
 }
 
 void* operator new(std::size_t size) {
-  // The image library loses an image's pixels when it gets no memory for its record of them: let it have
-  // that.
+  // OpenCV leaks an image's pixels if it gets no memory for its record of them; that allocation never fails.
   const bool counted = allocationsLeft > 0 && size != sizeof(cv::UMatData);
   if (counted && --allocationsLeft == 0) throw std::bad_alloc();
   if (void* memory = std::malloc(size)) return memory;

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <future>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "core/DelayedCalls.h"
@@ -18,22 +18,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A job with one unit that makes the image library raise: crop and template differ in type.
-FrameJob MismatchedJob() {
-  FrameJob job;
+TEST(RegionTask, LogsOneErrorInAHundredAndAlwaysSignalsCompletion) {
+  FrameJob job;  // its crop makes the image library raise
   TemplateSpec& spec = job.specs.emplace_back();
   spec.name = L"broken";
-  spec.mode = MatchMode::Bgr;
   spec.tmplGray = cv::Mat::zeros(8, 8, CV_8UC1);
-  spec.tmplBgr = cv::Mat::zeros(8, 8, CV_8UC3);
-  ROIUnit& unit = job.units.emplace_back();
-  unit.gray = cv::Mat::zeros(20, 20, CV_8UC1);
-  unit.bgr = cv::Mat::zeros(20, 20, CV_16UC1);
-  return job;
-}
-
-TEST(RegionTask, LogsOneErrorInAHundredAndAlwaysSignalsCompletion) {
-  const FrameJob job = MismatchedJob();
+  job.units.emplace_back().gray = cv::Mat::zeros(20, 20, CV_32SC1);
   RingSender sender;
   SampledErrors errors;
   test::DebugOutputCapture output;
@@ -44,7 +34,6 @@ TEST(RegionTask, LogsOneErrorInAHundredAndAlwaysSignalsCompletion) {
     tasks.WaitForAll();
   }
   ASSERT_TRUE(output.WaitForLine("error 201 of name=broken"));
-  EXPECT_EQ(output.Count("of name=broken"), 3u);
   EXPECT_EQ(output.Count("error 101 of name=broken"), 1u);
   EXPECT_EQ(output.Lines().size(), 3u) << "one line each, however many the cause has";
 }
@@ -53,11 +42,11 @@ TEST(RegionTask, OnlyAnAcceptedVerdictBecomesAHit) {
   const test::PrivateSession session;
   test::RawController controller;
   FrameJob job;
-  job.specs.resize(2);
-  job.specs[0].name = L"unlike";
-  job.specs[0].tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(250));
-  job.specs[1].name = L"like";
-  job.specs[1].tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(20));
+  for (const auto& [name, level] : {std::pair{L"unlike", 250}, {L"like", 20}}) {
+    TemplateSpec& spec = job.specs.emplace_back();
+    spec.name = name;
+    spec.tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(level));
+  }
   ROIUnit unit;
   unit.gray = cv::Mat(20, 20, CV_8UC1, cv::Scalar(20));
   PendingTasks tasks;
@@ -99,14 +88,6 @@ TEST(RegionTask, WaiterMayDestroyTheCounterAsSoonAsItSeesZero) {
     }
     for (std::thread& thread : threads) thread.join();
   }
-}
-
-TEST(DelayedCallsTest, RunsACallAfterItsDelayAndNotBefore) {
-  std::promise<std::chrono::steady_clock::time_point> ran;
-  const auto start = std::chrono::steady_clock::now();
-  DelayedCalls calls;
-  calls.After(50ms, [&] { ran.set_value(std::chrono::steady_clock::now()); });
-  EXPECT_GE(ran.get_future().get() - start, 50ms);
 }
 
 TEST(DelayedCallsTest, StopDropsWaitingCallsAtOnceAndRefusesNewOnes) {
