@@ -2,11 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <map>
-#include <thread>
 #include <tuple>
+#include <utility>
 
 #include "unit/ipc/RingFixture.h"
 
@@ -32,12 +29,12 @@ class RingSenderTest : public testing::Test {
   // What reaches the ring, in order.
   std::vector<RawHit> Sent(const std::vector<HitRecord>& hits) {
     RingSender sender;
+    return Sent(sender, hits);
+  }
+  std::vector<RawHit> Sent(RingSender& sender, const std::vector<HitRecord>& hits) {
     for (const HitRecord& hit : hits) sender.Enqueue(hit);
     sender.Enqueue(Hit(L"end", 0, 0));
     sender.Start();
-    return TakeUntilEnd();
-  }
-  std::vector<RawHit> TakeUntilEnd() {
     std::vector<RawHit> sent;
     const auto end = controller.WaitForHit([&](const RawHit& hit) {
       sent.push_back(hit);
@@ -127,24 +124,6 @@ TEST_F(RingSenderTest, ComparesWithTheLastAcceptedHitOfTheName) {
                                          Pair(L"b", 150)));
 }
 
-TEST_F(RingSenderTest, KeepsTheOrderOfEachProducer) {
-  constexpr int Threads = 4, Each = 15;  // no more than the ring holds
-  RingSender sender;
-  sender.Start();
-  std::vector<std::thread> producers;
-  for (int t = 0; t < Threads; ++t) {
-    producers.emplace_back([&, t] {
-      for (int n = 1; n <= Each; ++n) sender.Enqueue(Hit(L"thread " + std::to_wstring(t), 100 * n, 0));
-    });
-  }
-  for (std::thread& producer : producers) producer.join();
-  sender.Enqueue(Hit(L"end", 0, 0));
-  std::map<std::wstring, int> last;
-  for (const RawHit& hit : TakeUntilEnd()) EXPECT_EQ(hit.cx, last[hit.name] += 100);
-  for (const auto& [name, cx] : last) EXPECT_EQ(cx, 100 * Each);
-  EXPECT_EQ(last.size(), Threads);
-}
-
 TEST_F(RingSenderTest, StopIsIdempotentAndDropsUnwrittenHits) {
   RingSender sender;
   sender.Stop();
@@ -153,32 +132,17 @@ TEST_F(RingSenderTest, StopIsIdempotentAndDropsUnwrittenHits) {
   sender.Stop();
   sender.Enqueue(Hit(L"dropped", 0, 0));
   sender.Stop();
-  sender.Enqueue(Hit(L"kept", 0, 0));
-  sender.Start();
-  sender.Enqueue(Hit(L"end", 0, 0));
-  const auto sent = TakeUntilEnd();
+  const auto sent = Sent(sender, {Hit(L"kept", 0, 0)});
   ASSERT_EQ(sent.size(), 1u);
   EXPECT_EQ(sent[0].name, L"kept");
 }
 
-// How many lines two senders log for that many suppressed hits.
-int ReportsOfSuppression(int count) {
-  DebugOutputCapture output;
-  RingSender one, other;
-  for (RingSender* sender : {&one, &other}) sender->Enqueue(Hit(L"a", 0, 0));
-  for (int n = 0; n < count; ++n) (n % 2 == 0 ? one : other).Enqueue(Hit(L"a", 0, 0));
-  ::OutputDebugStringW(L"that is all\n");
-  if (!output.WaitForLine("that is all")) return -1;
-  return static_cast<int>(std::ranges::count(output.Lines(), "[RingSender] dedupe drop"));
-}
-
-// Each case needs a new process: all senders of one share their count.
-TEST(RingSenderDeathTest, LogsOneSuppressionInAHundred) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const struct { int suppressed, reports; } cases[] = {{0, 0}, {1, 1}, {100, 1}, {101, 2}};
-  for (const auto& c : cases) {
-    EXPECT_EXIT(std::_Exit(ReportsOfSuppression(c.suppressed)), testing::ExitedWithCode(c.reports), "");
-  }
+// All senders of the process share a count, so the first line may come late.
+TEST_F(RingSenderTest, LogsOneSuppressionInAHundred) {
+  LogReader log;
+  RingSender sender;
+  for (int n = 0; n <= 10'100; ++n) sender.Enqueue(Hit(L"a", 0, 0));
+  EXPECT_EQ(log.Count("[RingSender] dedupe drop"), 101u);
 }
 
 }  // namespace

@@ -26,11 +26,5 @@ TEST(ColorGate, RefusesOtherImageTypesAndLeavesTheMask) {
   }
 }
 
-TEST(ZeroMean, ReleasesTheDestinationForAnEmptySource) {
-  cv::Mat result(3, 3, CV_32FC1, cv::Scalar(1));
-  ToZeroMeanFloat(cv::Mat(), result);
-  EXPECT_TRUE(result.empty());
-}
-
 }  // namespace
 }  // namespace quillmark

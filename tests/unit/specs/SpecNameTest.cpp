@@ -9,12 +9,6 @@
 namespace quillmark {
 namespace {
 
-TemplateSpec Named(const wchar_t* name) {
-  TemplateSpec spec;
-  spec.name = name;
-  return spec;
-}
-
 // What a name sets. The defaults are a spec's.
 struct Meaning {
   int intervalMs = 0;
@@ -22,6 +16,8 @@ struct Meaning {
   double maxDiff = 0.1;
   int monitorPin = 0, frameDivisor = 1;
   bool redHint = false, colorGate = false;
+  int chromaChannel = 0;
+  double chromaMin = 0.88;
   bool operator==(const Meaning&) const = default;
 };
 
@@ -34,12 +30,13 @@ struct Case {
 void Expect(const std::vector<Case>& cases, void (*apply)(TemplateSpec&)) {
   for (const auto& [names, left, meaning] : cases) {
     for (const wchar_t* name : names) {
-      TemplateSpec s = Named(name);
+      TemplateSpec s;
+      s.name = name;
       apply(s);
       EXPECT_EQ(s.name, left) << testing::PrintToString(std::wstring(name));
-      EXPECT_EQ(
-          (Meaning{s.intervalMs, s.mode, s.maxDiff, s.monitorPin, s.frameDivisor, s.redHint, s.colorGate}),
-          meaning)
+      EXPECT_EQ((Meaning{s.intervalMs, s.mode, s.maxDiff, s.monitorPin, s.frameDivisor, s.redHint,
+                         s.colorGate, s.chromaChannel, s.chromaMin}),
+                meaning)
           << testing::PrintToString(std::wstring(name));
     }
   }
@@ -107,26 +104,21 @@ TEST(NameOptions, AreAppliedFromLeftToRight) {
            {.intervalMs = 5, .mode = MatchMode::S, .maxDiff = 0.01, .colorGate = true}},
           {{L"btn:fast:strict"},
            L"btn",
-           {.intervalMs = 20, .mode = MatchMode::Bgr, .maxDiff = 0.08, .colorGate = true}}},
+           {.intervalMs = 20, .mode = MatchMode::Bgr, .maxDiff = 0.08, .colorGate = true}},
+          {{L"red"}, L"red", {.redHint = true, .colorGate = true, .chromaChannel = 1}},
+          {{L"Bored"}, L"Bored", {.redHint = true, .colorGate = true, .chromaChannel = 1}},
+          {{L"x:shReDder"}, L"x", {.redHint = true, .colorGate = true, .chromaChannel = 1}},
+          {{L"re:d"}, L"re"}},
          &ApplyNameOptions);
 }
 
-TEST(NameOptions, TurnRedTestsOnForRedAnywhereInTheName) {
-  for (const wchar_t* name : {L"red", L"Bored", L"btn:mode=bgr:red", L"x:shReDder"}) {
-    TemplateSpec spec = Named(name);
-    spec.chromaMin = 0.5;
-    ApplyNameOptions(spec);
-    EXPECT_TRUE(spec.redHint && spec.colorGate) << testing::PrintToString(std::wstring(name));
-    EXPECT_EQ(spec.chromaChannel, 1);
-    EXPECT_EQ(spec.chromaMin, 0.88);
-  }
-  for (const bool redHint : {false, true}) {
-    TemplateSpec spec = Named(L"re:d");
-    spec.redHint = redHint;
-    ApplyNameOptions(spec);
-    EXPECT_EQ(spec.colorGate, redHint);
-    EXPECT_EQ(spec.chromaChannel, redHint ? 1 : 0);
-  }
+TEST(NameOptions, FollowARedSuffix) {
+  TemplateSpec spec;
+  spec.name = L"btn:RED";
+  ApplyNameSuffix(spec);
+  ApplyNameOptions(spec);
+  EXPECT_TRUE(spec.redHint && spec.colorGate);
+  EXPECT_EQ(spec.chromaChannel, 1);
 }
 
 }  // namespace
