@@ -30,7 +30,7 @@ void Observe(const char* what, Stage& stage, std::chrono::seconds span) {
   std::fflush(stdout);
 }
 
-// 16 regions over the window in rows of four, every second of which shows its template.
+// 16 regions over the window in rows of four, of which every second shows its template.
 void AddSpecs(Stage& stage) {
   constexpr int columns = 4, rows = 4;
   const cv::Size cell(stage.Area().width / columns, stage.Area().height / rows);

@@ -1,4 +1,4 @@
-// Draws pictures into X windows, over a connection of its own.
+// Draws pictures into X windows, over its own connection.
 //
 // Threading: one thread.
 #pragma once
@@ -20,7 +20,7 @@ class Painter {
 
   // A pixmap that shows an 8UC3 image (BGR); it lives as long as this object.
   std::uint32_t Load(const cv::Mat& bgr);
-  // What the window shows wherever nothing has been drawn.
+  // Sets what the window shows where nothing has been drawn.
   void SetGround(std::uint32_t window, std::uint32_t pixmap);
   void Draw(std::uint32_t window, std::uint32_t pixmap, const cv::Rect& at);
   // Restores the ground.

@@ -22,7 +22,7 @@ struct ProcessFacts {
   long descriptors = 0;
 };
 
-// Zeros where the process is gone.
+// Zeros if the process is gone.
 inline ProcessFacts FactsOf(pid_t pid) {
   const std::filesystem::path folder = "/proc/" + std::to_string(pid);
   ProcessFacts facts;

@@ -36,7 +36,7 @@ class Soak {
     stage.StartWorker(program);
   }
 
-  // Waits until the worker is idle and returns the seconds. On a machine that is too slow it never is, so the
+  // Waits until the worker is idle and returns the seconds. On a slow machine it may never be, so the
   // wait has a limit.
   double Rest() const {
     constexpr double idleShare = 0.1;

@@ -1,5 +1,5 @@
 // Runs a real worker for measurements: in a private session, on a private X server, with a window that shows
-// a screen-like picture, template files and a controller. Everything ends with this object.
+// a screen-like picture, template files and a controller. Its destructor ends them all.
 //
 // Threading: one thread.
 #pragma once

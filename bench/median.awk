@@ -1,5 +1,5 @@
 # Medians of the repetitions of benchmarks, from Google Benchmark's CSV output (one file or several):
-#   NAME  MEDIAN  MIN  MAX    of the processor time in microseconds, a benchmark a line, in order of appearance.
+#   NAME  MEDIAN  MIN  MAX    of the processor time in microseconds, one benchmark per line, in order of appearance.
 function sort(list, count,    i, j, value) {
   for (i = 2; i <= count; i++) {
     value = list[i]

@@ -2,7 +2,7 @@
 # Runs the micro-benchmarks of a build: median processor time, its spread, and the control's ratio to it (the
 # same benchmark once more, interleaved: what differs from 1.00 is noise).
 #
-#   bench/run.sh [BUILD [FILTER]]      BUILD is build/linux-release unless told otherwise
+#   bench/run.sh [BUILD [FILTER]]      BUILD is build/linux-release by default
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build/linux-release}

@@ -54,7 +54,7 @@ class AutoRebinder {
   // The monitor's capture context, made on first use. Raises what DuplicationContext::Init raises. Any
   // thread.
   std::shared_ptr<DuplicationContext> GetContext(HMONITOR monitor);
-  // Forgets the monitor's context, which dies with its last holder. Any thread.
+  // Drops the monitor's context, which is destroyed with its last user. Any thread.
   void DropContext(HMONITOR monitor);
 
  private:
@@ -75,17 +75,17 @@ class AutoRebinder {
   void OnDisplayChange();
   void DropAllContexts();
 
-  // Of the capture thread.
+  // Capture thread only.
   void CaptureTick(std::int64_t nowMs);
-  // Forgets all monitors but these, and drops the contexts whose time is up.
+  // Forgets all other monitors, and drops the contexts that are due for replacement.
   void RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs);
   void MonitorTurn(HMONITOR monitor, std::int64_t nowMs);
-  // Null while `state.retry` delays it.
+  // Returns null while `state.retry` delays the next attempt.
   std::shared_ptr<DuplicationContext> OpenContext(HMONITOR monitor, MonitorState& state, std::int64_t nowMs);
   // Logs an error unless it repeats. A null monitor means the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
-  // Of the match thread.
+  // Match thread only.
   void RunJob(const FrameJob& job);
 
   std::atomic<bool> running{false};
@@ -109,7 +109,7 @@ class AutoRebinder {
 
   std::atomic<std::uint64_t> frameCounter{0};  // monitor frames captured
 
-  // Of the capture thread.
+  // Capture thread only.
   Tick tick;
   std::set<HMONITOR> knownMonitors;                          // of the last tick
   std::unordered_map<HMONITOR, MonitorState> monitorStates;  // null: the whole tick's

@@ -1,5 +1,5 @@
 // Marks the red pixels of an HSV image. Red lies at both ends of the hue scale: two hue bands, with a minimum
-// saturation and brightness. Also the structuring element of the matching code's morphology.
+// saturation and brightness. Also provides the structuring element for dilation.
 //
 // Threading: callable from any thread at the same time; each thread has its own structuring element.
 #pragma once
@@ -10,8 +10,8 @@
 namespace quillmark {
 
 // Makes `mask` an 8UC1 image of the size of `hsv` (8UC3): 255 where (H <= hueLow or hueHigh <= H <= 180),
-// S >= satMin and V >= valMin, else 0. Any other type and an empty image raise cv::Exception (StsAssert) and
-// leave `mask` unchanged.
+// S >= satMin and V >= valMin, else 0. An empty image or any other type raises cv::Exception (StsAssert) and
+// leaves `mask` unchanged.
 inline void BuildRedMaskHSV(const cv::Mat& hsv, cv::Mat& mask, int hueLow, int hueHigh, int satMin,
                             int valMin) {
   CV_Assert(hsv.type() == CV_8UC3);
@@ -28,7 +28,7 @@ inline void BuildRedMaskHSV(const cv::Mat& hsv, cv::Mat& mask, int hueLow, int h
   cv::bitwise_and(mask, pass, mask);
 }
 
-// The calling thread's 3x3 matrix of ones, anchored at its centre. Not to be written to.
+// The calling thread's 3x3 matrix of ones, anchored at its centre. Do not write to it.
 inline const cv::Mat& MorphKernel3x3() {
   thread_local const cv::Mat kernel =
       cv::getStructuringElement(cv::MORPH_RECT, cv::Size(3, 3), cv::Point(-1, -1));

@@ -1,5 +1,5 @@
-// Figures and edge images computed alike for a template, when it is prepared, and a region, when it is
-// compared.
+// Computes figures and edge images in the same way for a template when it is prepared and for a region when
+// it is compared.
 //
 // Threading: no shared state, callable from any thread at the same time.
 #pragma once
@@ -11,7 +11,7 @@ namespace quillmark {
 struct MeanAndStdDev {
   double mean = 0.0, stdDev = 0.0;
 };
-// Of an 8UC1 image.
+// Mean and standard deviation of an 8UC1 image.
 [[nodiscard]] MeanAndStdDev LevelsOf(const cv::Mat& gray);
 
 // Share of non-zero pixels (8UC1); 0 for an empty image.
@@ -24,7 +24,7 @@ struct MeanAndStdDev {
 // BuildRedMaskHSV with the bounds used for templates and regions.
 void MarkRed(const cv::Mat& hsv, cv::Mat& mask);
 
-// Makes `destination` the 8-bit, one-channel `source` over 255, less its mean, as CV_32F: the form in which
+// Makes `destination` the 8-bit, one-channel `source` over 255, minus its mean, as CV_32F: the form in which
 // edge images are correlated. An empty source releases it.
 void ToZeroMeanFloat(const cv::Mat& source, cv::Mat& destination);
 

@@ -35,7 +35,7 @@ void HueToVec2(const cv::Mat& H8u, cv::Mat& cosOut, cv::Mat& sinOut);
                                cv::Mat* map = nullptr);
 
 // Searches by hue, then compares the saturation (zero-mean, normalised) at the location found and its eight
-// neighbours and takes the first best of `(1 - hueWeight) * saturation + hueWeight * hue`. `hsv` is 8-bit
+// neighbours and takes the first maximum of `(1 - hueWeight) * saturation + hueWeight * hue`. `hsv` is 8-bit
 // with at least two channels, hue first; the templates are 8UC1. `score` is a similarity, -1 when no
 // neighbour fits into the image; `map` is by hue alone. Raises cv::Exception when `hsv` is empty.
 [[nodiscard]] bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u,

@@ -22,7 +22,7 @@ struct SearchMap {
   // The best placement at least half the template's width or height away from `best`, if there is room for
   // one.
   std::optional<Placement> second;
-  // 32FC1, one element a placement. In mode HS by hue alone, as saturation is compared near these two only.
+  // 32FC1, one element per placement. In mode HS by hue alone: saturation is compared near these two only.
   cv::Mat difference;
 };
 

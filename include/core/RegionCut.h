@@ -1,5 +1,5 @@
-// Cuts a spec's region out of a picture of the screen: converts the picture, finds where the region lies on
-// it, and makes the crops at template scale.
+// Cuts a spec's region out of a frame or screenshot: converts the picture, locates the region on it, and
+// makes the crops at template scale.
 //
 // Threading: no shared state; callable from any thread.
 #pragma once
@@ -22,7 +22,7 @@ struct FrameImages {
 // Whether the spec's regions are compared by hue or saturation.
 [[nodiscard]] bool NeedsHsv(const TemplateSpec& spec);
 
-// `bgra` is 8UC4; its fourth byte means nothing.
+// `bgra` is 8UC4; its fourth byte is ignored.
 void ConvertFrame(const cv::Mat& bgra, bool needsHsv, FrameImages& images);
 
 // A spec's region, in desktop pixels.

@@ -13,7 +13,7 @@
 
 namespace quillmark {
 
-// Rounds half away from zero, and clamps to 32 bits whatever the controller sent.
+// Rounds half away from zero, and clamps to 32 bits, as the controller may send any number.
 inline std::int32_t RoundToPixel(double length) {
   constexpr double kMost = 2147483647.0;
   return static_cast<std::int32_t>(std::lround(std::clamp(length, -kMost, kMost)));

@@ -12,7 +12,7 @@ namespace quillmark {
 
 class SampledErrors {
  public:
-  // Counts an error. Its number when it is to be logged (1, 101, 201, ...), else 0.
+  // Counts an error. Returns its number if it should be logged (1, 101, 201, ...), else 0.
   std::uint64_t Count(const std::wstring& key) {
     const std::lock_guard lock(mutex);
     const std::uint64_t number = ++counts[key];

@@ -1,5 +1,5 @@
 // One tick of the worker: binds the specs to their windows, groups them by monitor, and cuts the regions of
-// the due specs out of each monitor's frame. A listener learns the outcome of every spec. It has no thread
+// the due specs out of each monitor's frame. A listener gets the outcome for every spec. It has no thread
 // and no clock: windows, monitors, frames and times come from the caller; whether "T1" is forced, from the
 // environment.
 //
@@ -91,7 +91,7 @@ class Tick {
 
   std::vector<TemplateSpec> bound;  // the specs of this tick
   MonitorGroups groups;
-  // Job time by "name@monitor". Entries stay: about 100 bytes for each name ever given an interval.
+  // Job time by "name@monitor". Entries are never removed: about 100 bytes per name and monitor.
   std::unordered_map<std::wstring, std::int64_t> lastScheduled;
   std::unordered_map<HMONITOR, FrameImages> frameImages;  // reused from frame to frame
 };

@@ -17,7 +17,7 @@ void AutoRebinder::Start() {
   sender.Start();
   pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
   sink.Start([this] {
-    // Called by the system's message dispatch, through which nothing may be raised.
+    // Called by the system's message dispatch, which no exception may cross.
     try {
       OnDisplayChange();
     } catch (const std::exception&) {

@@ -1,5 +1,5 @@
 // The engine's capture thread: on each tick it takes a frame of each monitor with a spec, cuts out the
-// regions that are due and queues one job a frame.
+// regions that are due and queues one job per frame.
 #include <chrono>
 #include <exception>
 #include <optional>
@@ -97,7 +97,7 @@ void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowM
     std::erase_if(monitorStates, isGone);
   }
   const std::lock_guard lock(ctxMutex);
-  // At once: each holds a device or a connection, and a burst of display changes delays the rebind.
+  // Not left to the rebind, which a burst delays: each context keeps a device or a connection open.
   if (monitorsChanged) std::erase_if(contexts, isGone);
   knownMonitors = std::move(monitors);
   seenGeneration = generation;

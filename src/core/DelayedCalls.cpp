@@ -40,7 +40,7 @@ void DelayedCalls::Stop() {
 }
 
 void DelayedCalls::JoinFinished() {
-  // A timer that is done needs the mutex no more, so the join is short.
+  // A finished timer no longer needs the mutex, so the join is short.
   timers.remove_if([](Timer& timer) {
     if (!timer.done) return false;
     timer.thread.join();

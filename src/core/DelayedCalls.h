@@ -1,5 +1,5 @@
 // Makes calls after a delay, each on a short-lived thread. None outlives the owner: Stop cancels those that
-// still wait and joins every thread.
+// are still waiting and joins every thread.
 //
 // Threading: After from any thread; Stop by the owner's thread, not from inside a call.
 #pragma once

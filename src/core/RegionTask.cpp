@@ -31,7 +31,7 @@ HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t 
 
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept {
-  // Signalled last: job and counter may be gone after it.
+  // Signalled last: the waiter may then destroy job and counter.
   struct Completion {
     PendingTasks& tasks;
     ~Completion() { tasks.Done(); }

@@ -9,7 +9,7 @@
 namespace quillmark {
 namespace {
 
-// The environment can have a spec named "T1" reported without a look.
+// An environment variable makes the worker report a spec named "T1" without comparing it.
 bool IsForced(const TemplateSpec& spec) {
   if (spec.name != L"T1") return false;
   const char* allowed = std::getenv("QM_FORCE_T1_ALLOW");

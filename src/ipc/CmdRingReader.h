@@ -1,6 +1,6 @@
 // The worker's side of the command ring: passes spec commands to callbacks and answers heartbeat and version
-// through the hit ring. Its position is kept in the shared header, so that a restarted worker goes on where
-// the last one stopped.
+// through the hit ring. Its position is kept in the shared header, so a restarted worker continues
+// where the last one stopped.
 //
 // Threading: one thread at a time. Callbacks and replies run on the thread that polls.
 #pragma once
@@ -37,7 +37,7 @@ class CmdRingReader {
   // Commands without a callable are consumed without effect. Exceptions of a callable are discarded.
   void SetHandlers(OnSpec spec, OnClear clear, OnRemove remove);
 
-  // Consumes at most that many pending commands, or all for 0. Of more than 64 only the newest 64 are left.
+  // Consumes at most that many pending commands, or all for 0. Skips all but the newest 64.
   // Does nothing while the reader is closed.
   void Poll(std::uint32_t maximumCount);
 

@@ -1,6 +1,6 @@
 // Refuses near-repetitions of the last hit accepted under the same name: hits at almost the same place, and
-// clearly weaker hits anywhere, soon after it. Refused hits leave no trace, so a target that stands still
-// passes once a window. The only clock is the hits' time.
+// clearly weaker hits anywhere, soon after it. Refused hits are not remembered, so a motionless target
+// passes once per window. The only clock is the hits' time stamps.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -18,7 +18,7 @@ enum class Repetition : std::int32_t { None, SamePlace, Weaker };
 
 class DuplicateFilter {
  public:
-  // The next hit of the name is compared with the last for which this returned None.
+  // The next hit of the name is compared with the last one for which this returned None.
   [[nodiscard]] Repetition Admit(const HitRecord& hit);
 
  private:

@@ -13,7 +13,7 @@ struct HitRecord {
   std::int32_t cx = 0, cy = 0;      // centre, relative to the target's client area
   std::int32_t w = 0, h = 0;        // size in desktop pixels
   float sq = 0.0f;                  // match score, 1 is perfect
-  float edge = 0.0f;                // edge score, 0 where none was computed
+  float edge = 0.0f;                // edge score, 0 if not computed
   std::uint64_t tsMs = 0;           // UTC milliseconds since 1970-01-01
   std::uint64_t dedupWindowMs = 0;  // window of the position rule, 0 for the default
 };

@@ -24,7 +24,7 @@ class HitRing {
   HitRing(const HitRing&) = delete;
   HitRing& operator=(const HitRing&) = delete;
 
-  // Opens the ring on the first call; concurrent callers wait. False, for good, when that failed.
+  // Opens the ring on the first call; concurrent callers wait. If that fails, every call returns false.
   bool EnsureInit();
 
   // Writes one record or drops it; see WriteHit.
@@ -46,7 +46,7 @@ class HitRing {
 };
 
 // Writes a hit or reply into the process's hit ring, or drops it. Position and size in pixels, `tsMs` in UTC
-// milliseconds since 1970-01-01. Of the name, 31 UTF-16 units are kept.
+// milliseconds since 1970-01-01. Names are cut to 31 UTF-16 units.
 void WriteHit(const std::wstring& name, std::int32_t cx, std::int32_t cy, std::int32_t w, std::int32_t h,
               float sq, float edge, std::uint64_t tsMs);
 

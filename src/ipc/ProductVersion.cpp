@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// After windows.h, which it builds on.
+// Needs windows.h.
 #include <winver.h>
 
 #include <cstddef>

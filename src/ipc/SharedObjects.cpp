@@ -7,7 +7,7 @@ namespace quillmark {
 namespace {
 
 // The bytes that can be reached from the view's start, in whole pages: a section that is too short by less
-// than a page is as good as a full one.
+// than a page still passes.
 SIZE_T ReachableBytes(const void* view) {
   MEMORY_BASIC_INFORMATION info{};
   return ::VirtualQuery(view, &info, sizeof info) == 0 ? 0 : info.RegionSize;
@@ -35,7 +35,7 @@ SharedSection OpenSharedSection(const wchar_t* name, std::uint32_t size) {
 
 SharedEvent OpenSharedEvent(const wchar_t* name) {
   const HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, name);
-  // At once: it says whether the event existed.
+  // Read before any other call: it says whether the event existed.
   const DWORD error = ::GetLastError();
 
   SharedEvent result;

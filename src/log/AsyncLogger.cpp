@@ -23,7 +23,7 @@ LogStamp StampNow() {
           now.wMinute, now.wSecond, now.wMilliseconds, ::GetCurrentThreadId()};
 }
 
-// Converts by the platform: wide streams need a locale for anything but ASCII.
+// Converted by the platform: wide streams need a locale for anything but ASCII.
 void PrintOnStandardOutput(const std::wstring& line) {
   constexpr int MaxBytesPerUnit = 3;
   std::string bytes(MaxBytesPerUnit * line.size(), '\0');

@@ -1,5 +1,5 @@
 // The process's diagnostic log. Any thread queues lines; the logger's thread writes them in batches to the
-// debugger output, so that no caller waits for a sink. The queue keeps the newest 8192 lines.
+// debugger output, so no caller waits for a sink. The queue keeps the newest 8192 lines.
 //
 // Threading: any thread. The queue's lock is the innermost lock of the process.
 #pragma once
@@ -56,14 +56,14 @@ class AsyncLogger {
   AsyncLogger(const AsyncLogger&) = delete;
   AsyncLogger& operator=(const AsyncLogger&) = delete;
 
-  // Queues the message after local time and thread id. Drops the oldest line when 8192 wait.
+  // Queues the message after local time and thread id. Drops the oldest line if 8192 are waiting.
   void Log(const std::wstring& message);
   // Queues the line as it is.
   void Print(std::wstring line);
 
   // Lines dropped because the queue was full.
   [[nodiscard]] std::uint64_t DroppedLines() const;
-  // Lines that wait for the sinks, at most MaxQueuedLines.
+  // Lines waiting for the sinks, at most MaxQueuedLines.
   [[nodiscard]] std::size_t QueuedLines() const;
 
   // "2025-11-15 21:14:06.042 [T7312] message", now and on the calling thread.

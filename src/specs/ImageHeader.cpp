@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 
 constexpr ImageSize kNoSize;
 
-// Checked access to a file's bytes: a field that is not wholly inside the file reads as 0.
+// Checked access to a file's bytes: a field that is not entirely inside the file reads as 0.
 class Bytes {
  public:
   explicit Bytes(std::span<const std::uint8_t> file) : file_(file) {}
@@ -173,7 +173,7 @@ ImageSize Pfm(const Bytes& file) {
   return {width, side()};
 }
 
-// A key and its value a line, up to ENDHDR.
+// One key and value per line, up to ENDHDR.
 ImageSize Pam(const Bytes& file) {
   ImageSize size;
   std::string_view text = file.Text().substr(2);
@@ -189,8 +189,8 @@ ImageSize Pam(const Bytes& file) {
   return size;
 }
 
-// The resolution, "-Y height +X width". Decoders cut over-long header lines differently, so every place where
-// one could find it counts.
+// The resolution, "-Y height +X width". Decoders split overlong header lines differently, so every place
+// where one could find it counts.
 ImageSize Radiance(const Bytes& file) {
   ImageSize size;
   const std::string_view whole = file.Text();
@@ -228,7 +228,7 @@ ImageSize Jpeg2000Boxes(const Bytes& file) {
   return kNoSize;
 }
 
-// Attributes with name, type, size and value. The data window is what is decoded.
+// Attributes with name, type, size and value. Decoders decode the data window.
 ImageSize OpenExr(const Bytes& file) {
   ImageSize size;
   std::uint64_t at = 8;

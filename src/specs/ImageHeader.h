@@ -1,7 +1,7 @@
 // Reads the picture size from an image file's header before the file is decoded: a few kilobytes can announce
 // a picture of many gigabytes.
 //
-// Strategy: the signature chooses a parser. Bytes beyond the end read as 0, which no valid size is. Where a
+// Strategy: the signature chooses a parser. Bytes beyond the end read as 0, never a valid size. Where a
 // header states its size more than once, the largest counts. Threading: no shared state, callable from any
 // thread.
 #pragma once

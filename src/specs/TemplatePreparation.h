@@ -8,7 +8,7 @@
 
 namespace quillmark {
 
-// Applies an upper-case suffix, everything from the name's first ':' on, and cuts it off the name: a mode
+// Applies an upper-case suffix, everything from the name's first ':' on, and removes it from the name: a mode
 // (GRAY, BGR, S, H, HS), RED, FPSn (frameDivisor for n of 30 frames a second) or MSn (intervalMs). An unknown
 // suffix stays, for the option words.
 void ApplyNameSuffix(TemplateSpec& spec);

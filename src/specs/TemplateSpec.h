@@ -6,7 +6,7 @@
 #include <opencv2/core.hpp>
 #include <string>
 
-// The platform's handles, declared only: matching does without the platform.
+// The platform's handles, only declared: matching needs no platform headers.
 struct HWND__;
 struct HMONITOR__;
 
@@ -40,7 +40,7 @@ struct TemplateSpec {
   bool targetValid = false;
   double targetScaleX = 1.0, targetScaleY = 1.0;  // desktop pixels per logical pixel
 
-  // Limits. Differences and similarities lie between 0 and 1.
+  // Limits. Differences and similarities are between 0 and 1.
   double maxDiff = 0.1;          // maximum difference
   double minScore = 0.0;         // minimum similarity, 0 for none
   double edgeMin = 0.75;         // minimum edge correlation
@@ -54,7 +54,7 @@ struct TemplateSpec {
   cv::Mat tmplMask;            // 8UC1, 255 where opaque; empty without an alpha channel
   cv::Mat tmplHue;             // 8UC1, 0 to 179
   cv::Mat tmplSat;             // 8UC1
-  cv::Mat tmplEdgeZm;          // 32FC1, edge image over 255 less its mean
+  cv::Mat tmplEdgeZm;          // 32FC1, edge image over 255 minus its mean
   cv::Mat tmplEdgeDilZm;       // 32FC1, the same of the dilated edge image
   double edgeDensity = 0.0;    // share of edge pixels
   cv::Scalar hsvMean, hsvStd;  // of H, S, V over the opaque pixels
@@ -71,7 +71,7 @@ struct TemplateSpec {
 
   // Scheduling.
   std::int32_t frameDivisor = 1;  // above 1: only every n-th monitor frame
-  std::int32_t intervalMs = 0;    // above 0: minimum time between two looks on one monitor
+  std::int32_t intervalMs = 0;    // above 0: minimum time between two evaluations on one monitor
   std::int32_t monitorPin = 0;    // 0 none, -1 the primary monitor, n >= 1 the n-th monitor
 };
 
