@@ -27,7 +27,6 @@
 #include "core/RegionTask.h"
 #include "core/Tick.h"
 #include "figures/Cases.h"
-#include "figures/Twists.h"
 #include "specs/ImageFile.h"
 #include "specs/TemplatePreparation.h"
 #include "specs/Utf8.h"

@@ -1,4 +1,4 @@
-#include "figures/Twists.h"
+#include "figures/Cases.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <opencv2/imgproc.hpp>
-#include <system_error>
 #include <thread>
 
 #include "EngineFixture.h"
@@ -153,21 +152,6 @@ TEST_F(EngineTest, TaskThatCannotBeQueuedIsReportedAndTheOthersFinish) {
   }
   EXPECT_GE(failed, 3);
   EXPECT_TRUE(output.WaitForLine("[Match] error 1 of name=mark: std::bad_alloc"));
-}
-
-TEST_F(EngineTest, StartWithoutEnoughThreadsRaisesAndLeavesNone) {
-  for (int n = 1;; ++n) {
-    AutoRebinder short_lived;
-    FailNthThread(n);
-    try {
-      short_lived.Start();
-      FailNthThread(0);
-      EXPECT_GT(n, 6) << "sender, two workers at least, sink, capture, match";
-      break;
-    } catch (const std::system_error& error) {
-      EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
-    }
-  }
 }
 
 TEST_F(EngineTest, DisplayChangeWithoutATimerThreadRebindsAtOnce) {

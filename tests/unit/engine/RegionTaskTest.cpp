@@ -10,8 +10,6 @@
 
 #include "core/DelayedCalls.h"
 #include "support/DebugOutputCapture.h"
-#include "support/PrivateSession.h"
-#include "support/RawController.h"
 
 namespace quillmark {
 namespace {
@@ -36,30 +34,6 @@ TEST(RegionTask, LogsOneErrorInAHundredAndAlwaysSignalsCompletion) {
   ASSERT_TRUE(output.WaitForLine("error 201 of name=broken"));
   EXPECT_EQ(output.Count("error 101 of name=broken"), 1u);
   EXPECT_EQ(output.Lines().size(), 3u) << "one line each, however many the cause has";
-}
-
-TEST(RegionTask, OnlyAnAcceptedVerdictBecomesAHit) {
-  const test::PrivateSession session;
-  test::RawController controller;
-  FrameJob job;
-  for (const auto& [name, level] : {std::pair{L"unlike", 250}, {L"like", 20}}) {
-    TemplateSpec& spec = job.specs.emplace_back();
-    spec.name = name;
-    spec.tmplGray = cv::Mat(8, 8, CV_8UC1, cv::Scalar(level));
-  }
-  ROIUnit unit;
-  unit.gray = cv::Mat(20, 20, CV_8UC1, cv::Scalar(20));
-  PendingTasks tasks;
-  RingSender sender;
-  SampledErrors errors;
-  for (unit.specIndex = 0; unit.specIndex < 2; ++unit.specIndex) {
-    tasks.Add();
-    EvaluateROI(unit, job, tasks, sender, errors);
-  }
-  sender.Start();
-  const auto first = controller.WaitForHit([](const test::RawHit&) { return true; });
-  ASSERT_TRUE(first);
-  EXPECT_EQ(first->name, L"like");
 }
 
 TEST(RegionTask, HitHasTheVerdictsFiguresAndTheSpecsName) {

@@ -118,19 +118,12 @@ TEST_F(CmdRingReaderTest, TakesTheNewestPublishedRecords) {
   }
 }
 
-TEST_F(CmdRingReaderTest, ConsumesCommandsWithoutAHandlerAndThoseThatRaise) {
+TEST_F(CmdRingReaderTest, ConsumesCommandsWhoseHandlersRaise) {
   ASSERT_TRUE(reader.Init(0));
-  const auto sendAll = [this] {
-    for (const std::uint32_t kind : {1u, 2u, 3u}) controller.Send({.kind = kind});
-  };
-  sendAll();
-  reader.Poll(0);
-  EXPECT_EQ(controller.PendingCommands(), 0u);
-
   int raised = 0;
   reader.SetHandlers([&](auto&&...) { ++raised, throw std::runtime_error("spec"); },
                      [&] { ++raised, throw 1; }, [&](auto&&...) { ++raised, throw std::bad_alloc(); });
-  sendAll();
+  for (const std::uint32_t kind : {1u, 2u, 3u}) controller.Send({.kind = kind});
   reader.Poll(0);
   EXPECT_EQ(raised, 3);
   EXPECT_EQ(controller.PendingCommands(), 0u);
