@@ -92,15 +92,13 @@ std::wstring AsyncLogger::FormatLogLine(const std::wstring& message) {
 }
 
 std::wstring AsyncLogger::FormatLogLine(const std::wstring& message, const LogStamp& stamp) {
-  wchar_t time[64];
-  std::swprintf(time, std::size(time), L"%04u-%02u-%02u %02u:%02u:%02u.%03u", stamp.year, stamp.month,
-                stamp.day, stamp.hour, stamp.minute, stamp.second, stamp.milliseconds);
-  wchar_t thread[64];
-  std::swprintf(thread, std::size(thread), L"[T%lu]", static_cast<unsigned long>(stamp.threadId));
-
+  wchar_t prefix[StampReserve];
+  std::swprintf(prefix, std::size(prefix), L"%04u-%02u-%02u %02u:%02u:%02u.%03u [T%lu] ", stamp.year,
+                stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second, stamp.milliseconds,
+                static_cast<unsigned long>(stamp.threadId));
   std::wstring line;
   line.reserve(message.size() + StampReserve);
-  line.append(time).append(1, L' ').append(thread).append(1, L' ').append(message);
+  line.append(prefix).append(message);
   return line;
 }
 

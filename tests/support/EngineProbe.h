@@ -1,4 +1,4 @@
-// Access to the engine's inside for tests and benchmarks: single ticks on the caller's thread, and the jobs.
+// Access to the engine's internals for tests and benchmarks: single ticks on the caller's thread, and jobs.
 //
 // Threading: one thread, and the engine's own as each method says.
 #pragma once
@@ -48,7 +48,6 @@ class EngineProbe {
   std::uint64_t FramesCaptured() const { return engine.frameCounter; }
   void ChangeDisplay() { engine.OnDisplayChange(); }
   std::size_t RememberedMonitors() const { return engine.monitorStates.size(); }
-  std::uint64_t DisplayChanges() const { return engine.rebindGeneration; }
   RingSender& Sender() { return engine.sender; }
 
  private:

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <functional>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -18,18 +17,17 @@ const cv::Size kNormal(40, 20);
 
 cv::Mat IconOf(cv::Size size) {
   Random random(11);
-  return size.height > 3 ? Icon(random, size, "Q") : Noise(random, size);
+  return Icon(random, size, "Q");
 }
 
-// A screen that shows `image` at `at` and its spec: a perfect match unless the test disturbs it.
+// A screen that shows `image` at (20, 10) and its spec: a perfect match unless the test disturbs it.
 struct Shown {
   ROIUnit unit;
   TemplateSpec spec;
 
-  explicit Shown(const cv::Mat& image, MatchMode mode = MatchMode::Gray, cv::Point at = {20, 10})
-      : spec(PreparedSpec(image, mode)) {
+  explicit Shown(const cv::Mat& image, MatchMode mode = MatchMode::Gray) : spec(PreparedSpec(image, mode)) {
     cv::Mat screen(image.size() + cv::Size(60, 40), CV_8UC3, cv::Scalar(90, 100, 110));
-    Plant(screen, image, at);
+    Plant(screen, image, {20, 10});
     unit = UnitShowing(screen);
   }
 
@@ -122,6 +120,7 @@ TEST(RegionEvaluation, WaivesStructureWhereColourDecidesAndAllGatesInHueModes) {
     shown.spec.colorGate = c.colorGate;
     shown.spec.chromaChannel = 1;
     const Verdict v = shown.Evaluated();
+    EXPECT_EQ(v.colourActive, c.redHint || c.colorGate);
     for (const GateResult& gate : {v.greyCorrelation, v.edgeCorrelation, v.edgeDensity}) {
       EXPECT_EQ(gate.because, c.because);
       EXPECT_EQ(gate.HasSay(), c.because == Because::None);
@@ -203,53 +202,21 @@ TEST(RegionEvaluation, DerivesTheDedupeWindowFromTheInterval) {
   }
 }
 
-TEST(RegionEvaluation, GrayAndBgrRefuseOtherTextAndInvertedIcons) {
-  for (std::uint32_t seed = 2000; seed < 2060; ++seed) {
-    Random random(seed);
-    const cv::Scalar ground = random.Colour(180, 255), ink = random.Colour(0, 60);
-    const cv::Mat wanted = Label({30, 14}, "SAVE", ground, ink);
-    const cv::Mat icon = Icon(random, {24, 18}, "Q");
-    cv::Mat screen(cv::Size(90, 60), CV_8UC3, ground);
-    Plant(screen, Label({30, 14}, "LOAD", ground, ink), {random.Between(0, 50), random.Between(0, 10)});
-    Plant(screen, Inverted(icon), {random.Between(0, 60), random.Between(30, 40)});
-    const ROIUnit unit = UnitShowing(screen);
-    for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr}) {
-      EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(wanted, mode)).Accepted()) << "text, seed " << seed;
-      EXPECT_FALSE(EvaluateRegion(unit, PreparedSpec(icon, mode)).Accepted()) << "icon, seed " << seed;
-    }
-  }
-}
-
-TEST(RegionEvaluation, EveryModeFindsAnIconToThePixelOnFourThreads) {
-  struct Scene {
-    ROIUnit unit;
-    cv::Point at;
-    std::vector<TemplateSpec> specs{};
-  };
-  std::vector<Scene> scenes;
+TEST(RegionEvaluation, EveryModeFindsAnIconToThePixel) {
   for (std::uint32_t seed = 1000; seed < 1060; ++seed) {
     Random random(seed);
     const cv::Mat icon = Icon(random, {random.Between(17, 30), random.Between(16, 24)}, "Q");
     cv::Mat screen = Screen(random, {120, 80});
     const cv::Point at{random.Between(0, 120 - icon.cols), random.Between(0, 80 - icon.rows)};
     Plant(screen, icon, at);
-    Scene& scene = scenes.emplace_back(Scene{UnitShowing(screen), at});
-    for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS})
-      scene.specs.push_back(PreparedSpec(icon, mode));
-  }
-  const auto evaluate = [&] {
-    for (const Scene& scene : scenes) {
-      for (const TemplateSpec& spec : scene.specs) {
-        const Verdict v = EvaluateRegion(scene.unit, spec);
-        EXPECT_TRUE(v.Accepted() && v.loc == scene.at)
-            << "mode " << static_cast<int>(spec.mode) << ": " << v.loc << " instead of " << scene.at
-            << ", step " << static_cast<int>(v.decidedBy);
-      }
+    const ROIUnit unit = UnitShowing(screen);
+    for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS}) {
+      const Verdict v = EvaluateRegion(unit, PreparedSpec(icon, mode));
+      EXPECT_TRUE(v.Accepted() && v.loc == at)
+          << "seed " << seed << ", mode " << static_cast<int>(mode) << ": " << v.loc << " instead of " << at
+          << ", step " << static_cast<int>(v.decidedBy);
     }
-  };
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) threads.emplace_back(evaluate);
-  for (std::thread& thread : threads) thread.join();
+  }
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The engine on a scripted desktop, with a store that the test fills.
 //
-// Threading: one thread; FailNthThread applies to every thread.
+// Threading: one thread.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,9 +18,6 @@
 #include "support/ScriptedDesktop.h"
 
 namespace quillmark {
-
-// The n-th thread started from now on fails, n from 1; 0 for none.
-void FailNthThread(int n);
 
 // The caller's n-th operator new from now on raises std::bad_alloc, n from 1; 0 for none. Returns how many
 // allocations the last request had yet to see; 0 if it has failed one.

@@ -82,23 +82,6 @@ TEST_F(EngineTest, ContextIsSharedUntilDroppedAndRetriedWhenItFails) {
   EXPECT_THROW(engine.GetContext(test::HandleOf(layer::MonitorId{12345})), std::runtime_error);
 }
 
-TEST_F(EngineTest, StopAtAnyTimeLeavesNoTaskBehind) {
-  for (int round = 0; round < 20; ++round) {
-    AutoRebinder short_lived;
-    EngineProbe view(short_lived);
-    std::shared_ptr<FrameJob> job = MakeJob(16);
-    const std::weak_ptr<FrameJob> watch = job;
-    short_lived.Start();
-    view.QueueJob(std::move(job));
-    desktop->ChangeDisplay();
-    for (int i = 0; i < round; ++i) std::this_thread::yield();
-    short_lived.Stop();
-    short_lived.Stop();
-    EXPECT_TRUE(watch.expired() || view.WaitingJobs() == 1) << "finished or never begun";
-    desktop->ChangeDisplay();  // reaches nobody
-  }
-}
-
 TEST_F(EngineTest, JobsRunInOrderOneAtATime) {
   test::DebugOutputCapture output;
   engine.Start();
@@ -152,21 +135,6 @@ TEST_F(EngineTest, TaskThatCannotBeQueuedIsReportedAndTheOthersFinish) {
   }
   EXPECT_GE(failed, 3);
   EXPECT_TRUE(output.WaitForLine("[Match] error 1 of name=mark: std::bad_alloc"));
-}
-
-TEST_F(EngineTest, DisplayChangeWithoutATimerThreadRebindsAtOnce) {
-  const HMONITOR monitor = AddMonitor(0, 0);
-  test::DebugOutputCapture output;
-  engine.Start();
-  ASSERT_TRUE(Eventually([&] {  // until the sink listens
-    desktop->ChangeDisplay();
-    return probe.DisplayChanges() > 0;
-  }));
-  const std::weak_ptr<DuplicationContext> context = engine.GetContext(monitor);
-  FailNthThread(1);
-  desktop->ChangeDisplay();
-  EXPECT_TRUE(output.WaitForLine("rebinding at once"));
-  EXPECT_TRUE(Eventually([&] { return context.expired(); }));
 }
 
 }  // namespace

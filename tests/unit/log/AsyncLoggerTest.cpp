@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
@@ -70,29 +68,6 @@ TEST(AsyncLogger, KeepsTheNewestLinesWhileItsFileIsStalled) {
   for (int n = 1; n <= Flood; ++n) {
     ASSERT_TRUE(std::getline(lines, line));
     ASSERT_THAT(line, EndsWith("] line " + std::to_string(n) + "."));
-  }
-}
-
-TEST(AsyncLogger, KeepsTheOrderOfEachThread) {
-  constexpr int Threads = 4, Each = 500;
-  DebugOutputCapture output;
-  {
-    AsyncLogger logger;
-    std::vector<std::thread> producers;
-    for (int t = 0; t < Threads; ++t) {
-      producers.emplace_back([&logger, t] {
-        for (int n = 0; n < Each; ++n) logger.Log(std::to_wstring(t) + L" says " + std::to_wstring(n));
-      });
-    }
-    for (std::thread& producer : producers) producer.join();
-  }
-  ASSERT_TRUE(output.WaitForCount(" says ", Threads * Each));
-
-  int next[Threads] = {};
-  for (const std::string& line : output.Lines()) {
-    int thread = -1, number = -1;
-    ASSERT_EQ(std::sscanf(line.c_str() + line.find("] ") + 2, "%d says %d", &thread, &number), 2) << line;
-    EXPECT_EQ(number, next[thread]++);
   }
 }
 
