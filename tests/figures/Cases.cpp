@@ -166,7 +166,7 @@ constexpr Twist kTwists[] = {
     [](Subject& s) {
       s.spec.edgeDensity = Beside(s.random, 0.0, {0.005, 0.01});
     },
-    [](Subject& s) {  // grey levels that differ more and more, which the correlation minds first
+    [](Subject& s) {  // grey levels that differ more and more, which the correlation detects first
       s.spec.redHint = s.spec.colorGate = false;
       s.spec.edgeMin = s.spec.edgeMinFloor = -1.0;
       s.spec.edgeDensity = s.Look().density;
@@ -198,7 +198,7 @@ constexpr Twist kTwists[] = {
       s.spec.hsvMean[plane] =
           Beside(s.random, mean[plane], {8.0, 10.0, 11.0, 12.0, 13.0, 15.0, 18.0, 21.0, 45.0, 170.0});
     },
-    [](Subject& s) {  // hardly any saturation, so that the brightness alone counts
+    [](Subject& s) {  // hardly any saturation, so only the brightness counts
       const cv::Scalar mean = s.Look().hsvMean;
       s.AskForRedOnly();
       s.spec.hsvMean = {mean[0] + 90.0, Near(s.random, 15.0), Beside(s.random, mean[2], {45.0, 12.0})};
@@ -221,10 +221,10 @@ constexpr Twist kTwists[] = {
                                  &s.spec.tmplSat, &s.spec.tmplCr,   &s.spec.tmplCb,  &s.spec.tmplEdgeZm};
       images[s.random.Between(0, 11)]->release();
     },
-    [](Subject& s) {  // the planes are of several sizes
+    [](Subject& s) {  // the planes differ in size
       s.unit.gray = s.unit.gray.rowRange(0, s.unit.gray.rows / 2).colRange(0, s.unit.gray.cols - 3);
     },
-    [](Subject& s) {  // a pixel less than the template needs, or just as many
+    [](Subject& s) {  // a pixel fewer than the template needs, or just enough
       const cv::Range columns(0, std::min(s.spec.tmplGray.cols - s.random.Between(0, 1), s.unit.gray.cols));
       for (cv::Mat* image : {&s.unit.gray, &s.unit.bgr, &s.unit.hsv, &s.unit.sat, &s.unit.hue}) {
         if (!image->empty()) *image = image->colRange(columns);

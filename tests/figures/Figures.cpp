@@ -130,7 +130,7 @@ std::string StepOf(const Verdict& verdict) {
   return kSteps.at(static_cast<std::size_t>(verdict.decidedBy));
 }
 
-// The one place that knows how a verdict keeps its figures: names on the left, the product's on the right.
+// Only this function knows the fields of a verdict: printed names on the left, the product's on the right.
 void PrintVerdict(Writer& out, const Verdict& v, const TemplateSpec& spec) {
   out.Add("step", StepOf(v), "found", v.found, "x", v.loc.x, "y", v.loc.y, "dist", v.dist, "tw", v.tw, "th",
           v.th, "tiny", v.traits.tiny, "lowDetail", v.traits.lowDetail, "flatTemplate", v.traits.flat,

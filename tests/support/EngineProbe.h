@@ -26,7 +26,7 @@ class EngineProbe {
     const std::lock_guard lock(engine.jobQueueMutex);
     return std::exchange(engine.jobQueue, {});
   }
-  // Makes the workers without the engine's other threads.
+  // Starts the workers without the engine's other threads.
   void StartPool() {
     engine.pool = std::make_unique<ThreadPool>(ThreadPool::SizeFor(std::thread::hardware_concurrency()));
   }

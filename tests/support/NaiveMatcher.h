@@ -9,7 +9,7 @@ namespace quillmark::testing {
 cv::Mat NaiveSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl);
 cv::Mat NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl);
 cv::Mat NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl);
-// Zero-mean normalised correlation of two planes of one size (8-bit or float).
+// Zero-mean normalised correlation of two planes of the same size (8-bit or float).
 double NaiveCorrelation(const cv::Mat& a, const cv::Mat& b);
 
 }  // namespace quillmark::testing

@@ -70,7 +70,6 @@ TEST(Gates, Difference) {
     Rules rules;
   } cases[] = {
       {false, MatchMode::Gray, false, 0.1, 0.1, {Spec}},
-      {false, MatchMode::Gray, false, 0.4, 0.4, {Spec}},
       {false, MatchMode::Gray, true, 0.1, 0.16, {Spec, ClippedMinimum}},
       {false, MatchMode::Bgr, true, 0.2, 0.2, {Spec}},
       {false, MatchMode::S, true, 0.4, 0.25, {Spec, ClippedMaximum}},

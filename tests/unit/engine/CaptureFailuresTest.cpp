@@ -71,7 +71,7 @@ TEST_F(CaptureFailures, FailingMonitorIsSkippedAndReportedOnceWhileTheOtherGoesO
   desktop->FailNth(Call::OpenDevice, 1);
   engine.DropContext(first);
   Tick();
-  EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "another text is news";
+  EXPECT_TRUE(output.WaitForLine("D3D11CreateDevice failed")) << "a different error is logged";
 }
 
 // Fails the first allocation of a tick, then the second, and so on until a tick needs fewer.
@@ -112,7 +112,7 @@ TEST_F(CaptureFailures, FaultyContextIsReplacedAfter200MsAndLoggedOnce) {
     const auto gone = [&] { return contexts[0].expired() + contexts[1].expired(); };
     desktop->FailNth(call, 1);
     EXPECT_EQ(UnitsIn(Tick()), 1u);
-    EXPECT_EQ(UnitsIn(Tick(199)), 2u) << "a passing fault: the context is still there";
+    EXPECT_EQ(UnitsIn(Tick(199)), 2u) << "a temporary fault: the context is still there";
     EXPECT_EQ(gone(), 0);
     EXPECT_EQ(UnitsIn(Tick(1)), 2u);
     EXPECT_EQ(gone(), 1);
@@ -155,7 +155,7 @@ TEST_F(CaptureFailures, AnyCallMayFailOnceWithoutLastingHarm) {
       for (int tick = 0; tick < 3; ++tick) Tick();
       desktop->Heal();
       EXPECT_EQ(desktop->HeldFrames(), 0) << call << " use " << n;
-      Tick();  // a frame that could not be released is given up with its context here
+      Tick();  // a frame that could not be released is dropped here with its context
       engine.DropContext(monitor);
       EXPECT_EQ(UnitsIn(Tick()), 1u) << call << " use " << n;
     }

@@ -48,7 +48,7 @@ TEST_F(EngineTest, BurstOfDisplayChangesRebindsOnceAfterAQuietPeriod) {
     last = Clock::now();
     probe.ChangeDisplay();
     if (Clock::now() - first < 200ms) break;
-    std::this_thread::sleep_for(1s);  // held up until the first one's quiet period was over: once more
+    std::this_thread::sleep_for(1s);  // delayed beyond the first one's quiet period: try again
   }
   ASSERT_TRUE(Eventually([&] { return context.expired(); }));
   EXPECT_GE(Clock::now() - last, 200ms);
@@ -89,7 +89,7 @@ TEST_F(EngineTest, JobsRunInOrderOneAtATime) {
   for (const wchar_t* const name : {L"a", L"b", L"c"}) {
     const std::shared_ptr<FrameJob> job = MakeJob(2);
     job->specs[0].name = name;
-    job->units[0].gray = cv::Mat::zeros(30, 40, CV_32SC1);  // an error, whose line shows when its job ran
+    job->units[0].gray = cv::Mat::zeros(30, 40, CV_32SC1);  // raises: the error line shows when the job ran
     probe.QueueJob(job);
   }
   EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 2; }));

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -37,7 +36,7 @@ class LogReader {
  public:
   // How often the text occurs in what was logged before the call.
   std::size_t Count(std::string_view text) {
-    static std::atomic<int> marks{0};
+    static int marks = 0;
     const std::string mark = "mark " + std::to_string(++marks) + ".";
     AsyncLogger::Instance().Log(std::wstring(mark.begin(), mark.end()));
     EXPECT_TRUE(output.WaitForLine(mark));

@@ -86,7 +86,7 @@ TEST_F(Store, FillsASpecFromTheCommand) {
   EXPECT_TRUE(spec.colorGate);
   EXPECT_EQ(spec.tmplBgr.size(), cv::Size(8, 8));
   EXPECT_FALSE(spec.targetValid);
-  Load(L"btn:mon=0:mon=x");  // no pin, of which nothing is logged
+  Load(L"btn:mon=0:mon=x");  // no pin: nothing is logged
   EXPECT_THAT(Logged(), ElementsAre("[Spec][MON] name=btn:mode=h:mon=primary:RED hint=-1",
                                     "[Spec][ADD] name=btn path=" + shown + " (count=1)",
                                     "[Spec][REPLACE] name=btn path=" + shown + " (count=1)"));

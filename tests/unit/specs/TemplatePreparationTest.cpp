@@ -76,13 +76,13 @@ TEST_F(Preparation, KeepsAColourImageAndComputesItsPlanes) {
   EXPECT_TRUE(SameImage(spec.tmplRedMask, red));
   EXPECT_NEAR(spec.redRatio, cv::countNonZero(red) / (48.0 * 40.0), 1e-9);
 
-  cv::Mat real;  // its a* is in units of its own, around 0
+  cv::Mat real;  // its a* has its own units, around 0
   image.convertTo(real, CV_32F, 1.0 / 255.0);
   EXPECT_NEAR(spec.labAMean, cv::mean(Plane(real, cv::COLOR_BGR2Lab, 1))[0] + 128.0, 1.0);
 }
 
 TEST_F(Preparation, CentresTheEdgesAndTheirDilation) {
-  // So soft that the smallest change of either threshold changes an edge.
+  // Blurred, so that the smallest change of either threshold changes an edge.
   cv::Mat image(200, 200, CV_8UC3);
   cv::RNG(2).fill(image, cv::RNG::UNIFORM, 0, 256);
   cv::GaussianBlur(image, image, {5, 5}, 0.0);
