@@ -1,6 +1,5 @@
 // The other process of the named-object tests. It executes one line of standard input at a time and answers
-// each with one line: "new", "existing", "error CODE", or a number. It keeps its objects until its input
-// ends.
+// with one line. It keeps its objects until its input ends.
 #include <windows.h>
 
 #include <cstdint>
@@ -11,16 +10,6 @@
 #include "platform/UniqueHandle.h"
 
 namespace {
-
-HANDLE object = nullptr;
-void* view = nullptr;
-
-std::string Outcome(HANDLE created) {
-  const DWORD error = ::GetLastError();
-  object = created;
-  if (!created) return "error " + std::to_string(error);
-  return error == ERROR_ALREADY_EXISTS ? "existing" : "new";
-}
 
 struct Section {
   explicit Section(const std::wstring& name)
@@ -52,6 +41,7 @@ std::string Churn(const std::wstring& name, std::uint32_t index, std::uint32_t r
 }
 
 std::string Obey(const std::string& line) {
+  static HANDLE object = nullptr;
   std::istringstream words(line);
   std::string verb, name;
   std::uint32_t number = 0, rounds = 0;
@@ -61,22 +51,17 @@ std::string Obey(const std::string& line) {
     return std::to_string(::WaitForSingleObject(object, number));
   }
   if (verb == "set") return std::to_string(::SetEvent(object));
-  if (verb == "read") return std::to_string(*static_cast<volatile std::uint32_t*>(view));
-  if (verb == "write") {
-    words >> number;
-    *static_cast<volatile std::uint32_t*>(view) = number;
-    return std::to_string(number);
-  }
   words >> name >> number >> rounds;
   const std::wstring wide(name.begin(), name.end());
   if (verb == "churn") return Churn(wide, number, rounds);
-  if (verb == "mutex") return Outcome(::CreateMutexW(nullptr, number != 0, wide.c_str()));
-  if (verb == "event") return Outcome(::CreateEventW(nullptr, FALSE, FALSE, wide.c_str()));
-  if (verb != "section") return "error unknown";
-  const std::string outcome =
-      Outcome(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, number, wide.c_str()));
-  if (object) view = ::MapViewOfFile(object, FILE_MAP_ALL_ACCESS, 0, 0, 0);
-  return outcome;
+  if (verb == "section") {
+    static const Section section(wide);
+    section.words[0] = number;
+    return section.made ? "new" : "existing";
+  }
+  object = verb == "mutex" ? ::CreateMutexW(nullptr, TRUE, wide.c_str())
+                           : ::CreateEventW(nullptr, FALSE, FALSE, wide.c_str());
+  return ::GetLastError() == ERROR_ALREADY_EXISTS ? "existing" : "new";
 }
 
 }  // namespace

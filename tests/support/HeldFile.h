@@ -1,21 +1,34 @@
-// Keeps every other thread that writes to a file waiting, as a slow disk does.
+// Blocks every other thread that writes to a file, as a slow disk does.
 //
 // Threading: made and destroyed on one thread.
 #pragma once
 
-#include <cstdio>
+#include <stdio.h>
 
 namespace quillmark::test {
 
 class HeldFile {
  public:
-  explicit HeldFile(std::FILE* held);
-  ~HeldFile();
+#ifdef _WIN32
+  explicit HeldFile(FILE* held) : file(held) {
+    ::_lock_file(file);
+  }
+  ~HeldFile() {
+    ::_unlock_file(file);
+  }
+#else
+  explicit HeldFile(FILE* held) : file(held) {
+    ::flockfile(file);
+  }
+  ~HeldFile() {
+    ::funlockfile(file);
+  }
+#endif
   HeldFile(const HeldFile&) = delete;
   HeldFile& operator=(const HeldFile&) = delete;
 
  private:
-  std::FILE* const file;
+  FILE* const file;
 };
 
 }  // namespace quillmark::test

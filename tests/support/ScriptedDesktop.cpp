@@ -67,11 +67,6 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     if (desktop->Fails(Call::Acquire)) return DXGI_ERROR_ACCESS_LOST;
     if (held) return DXGI_ERROR_INVALID_CALL;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    if (const auto action = HasNewFrame() ? nullptr : std::exchange(desktop->whileWaiting, nullptr)) {
-      lock.unlock();
-      action();
-      lock.lock();
-    }
     while (!Lost() && !HasNewFrame()) {
       if (desktop->waiting == Waiting::Never) return DXGI_ERROR_WAIT_TIMEOUT;
       if (desktop->changed.wait_until(lock, deadline) == std::cv_status::timeout) break;
@@ -191,12 +186,6 @@ void ScriptedDesktop::CloseWindow(WindowId window) {
   const std::lock_guard lock(mutex);
   windows.erase(window);
   std::erase(stacking, window);
-}
-
-void ScriptedDesktop::Raise(WindowId window) {
-  const std::lock_guard lock(mutex);
-  std::erase(stacking, window);
-  stacking.insert(stacking.begin(), window);
 }
 
 void ScriptedDesktop::SetProcessImage(std::uint32_t processId, std::wstring path) {

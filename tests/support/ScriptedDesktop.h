@@ -90,7 +90,6 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   void Restore(layer::WindowId window) {
     Change(window, [](ScriptedWindow& w) { w.iconic = false; });
   }
-  void Raise(layer::WindowId window);
   void MoveWindow(layer::WindowId window, const RECT& client) {
     Change(window, [&](ScriptedWindow& w) { w.client = client; });
   }
@@ -103,11 +102,6 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   void Refresh(layer::MonitorId monitor);
 
   void SetWaiting(Waiting how) { waiting = how; }
-  // Runs once, inside the next Acquire that has no new frame.
-  void WhileNextWaiting(std::function<void()> action) {
-    const std::lock_guard lock(mutex);
-    whileWaiting = std::move(action);
-  }
   // The n-th use from now on fails, n from 1.
   void FailNth(Call call, int n) { Fail(call, UsesOf(call) + n); }
   // Every use fails.
@@ -168,7 +162,6 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   layer::WindowId nextWindow = 0x400001;
   std::uint64_t modeChanges = 0;
   std::array<int, callCount> uses{}, failing{};  // a use that fails, counted from 1; 0 for none, or kAlways
-  std::function<void()> whileWaiting;
   std::atomic<Waiting> waiting = Waiting::Never;
   std::atomic<int> openDuplications = 0, heldFrames = 0;
 

@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -19,7 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr auto kPatience = std::chrono::milliseconds(100);
 
-// Whether a window manager manages a window that is mapped now. While it starts it may miss one.
+// Whether a window manager takes a new window. While it starts it may miss one.
 bool ManagesWindows(XClient& client) {
   const std::uint32_t window = client.Show(0, 0, 10, 10, "");
   bool manages = false;
@@ -31,20 +30,7 @@ bool ManagesWindows(XClient& client) {
   return manages;
 }
 
-void End(ChildProcess& process, int signal) {
-  if (process.Pid() != 0) ::kill(process.Pid(), signal);
-  process.Wait();
-}
-
-void Restore(const char* variable, const std::optional<std::string>& value) {
-  if (value) {
-    setenv(variable, value->c_str(), 1);
-  } else {
-    unsetenv(variable);
-  }
-}
-
-// The server writes its number and a line feed once it takes connections.
+// The server writes its number and a line feed once it accepts connections.
 std::string ReadDisplayNumber(int fd) {
   std::string number;
   for (char byte = 0; read(fd, &byte, 1) == 1;) {
@@ -58,27 +44,16 @@ std::string ReadDisplayNumber(int fd) {
 
 PrivateDisplay::PrivateDisplay(int width, int height)
     : screen(std::to_string(width) + "x" + std::to_string(height) + "x24") {
-  if (const char* outer = std::getenv("DISPLAY")) outerDisplay = outer;
-  if (const char* outer = std::getenv("XAUTHORITY")) outerAuthority = outer;
   StartServer();
-  setenv("DISPLAY", name.c_str(), 1);
-  // The server needs no authorisation. Looking for the user's is not safe in two threads at once, and the
-  // test's connections do not take the product's lock.
-  setenv("XAUTHORITY", "/dev/null", 1);
+  nameVariable.emplace("DISPLAY", name);
 }
 
-PrivateDisplay::~PrivateDisplay() {
-  witness.reset();
-  windowManager.reset();
-  server.reset();
-  Restore("DISPLAY", outerDisplay);
-  Restore("XAUTHORITY", outerAuthority);
-}
+PrivateDisplay::~PrivateDisplay() = default;
 
 void PrivateDisplay::StartServer() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-  // Only the writing end is the server's.
+  // The server inherits only the writing end.
   fcntl(ends[1], F_SETFD, 0);
   std::vector<std::string> arguments{"Xvfb"};
   if (!name.empty()) arguments.push_back(name);
@@ -103,12 +78,9 @@ void PrivateDisplay::StartWindowManager() {
     throw std::runtime_error("openbox did not start");
 }
 
-void PrivateDisplay::EndWindowManager(int signal) {
-  End(*windowManager, signal);
-}
-
 void PrivateDisplay::EndServer(int signal) {
-  End(*server, signal);
+  if (server->Pid() != 0) ::kill(server->Pid(), signal);
+  server->Wait();
   witness.reset();
   windowManager.reset();
 }

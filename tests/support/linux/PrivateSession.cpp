@@ -1,27 +1,16 @@
 // The layer keeps the objects of a session in the folder that XDG_RUNTIME_DIR names.
 #include "support/PrivateSession.h"
 
-#include <cstdlib>
-#include <optional>
-#include <string>
+#include "support/linux/Variable.h"
 
 namespace quillmark::test {
 
 struct PrivateSession::Host {
-  std::optional<std::string> outer;
+  const Variable folder;
 };
 
-PrivateSession::PrivateSession() : host(std::make_unique<Host>()) {
-  if (const char* outer = std::getenv("XDG_RUNTIME_DIR")) host->outer = outer;
-  ::setenv("XDG_RUNTIME_DIR", Base().c_str(), 1);
-}
+PrivateSession::PrivateSession() : host(new Host{Variable("XDG_RUNTIME_DIR", Base())}) {}
 
-PrivateSession::~PrivateSession() {
-  if (host->outer) {
-    ::setenv("XDG_RUNTIME_DIR", host->outer->c_str(), 1);
-  } else {
-    ::unsetenv("XDG_RUNTIME_DIR");
-  }
-}
+PrivateSession::~PrivateSession() = default;
 
 }  // namespace quillmark::test

@@ -51,7 +51,7 @@ std::uint32_t XClient::Create(int x, int y, int width, int height, bool popup) {
 
 std::uint32_t XClient::Show(int x, int y, int width, int height, const std::string& utf8Title) {
   const std::uint32_t window = Create(x, y, width, height, false);
-  // Normal hints: position set by the user, static gravity, so that the client area stays where it was put.
+  // Normal hints: position set by the user, static gravity. The client area then stays in its place.
   constexpr std::uint32_t kUserPosition = 1u << 0;
   constexpr std::uint32_t kGravity = 1u << 9;
   std::uint32_t hints[18] = {kUserPosition | kGravity};
@@ -81,12 +81,6 @@ void XClient::SetLegacyTitle(std::uint32_t window, const std::string& latin1Titl
 void XClient::Move(std::uint32_t window, int x, int y) {
   const std::uint32_t values[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
   xcb_configure_window(connection, window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values);
-  Sync();
-}
-
-void XClient::Resize(std::uint32_t window, int width, int height) {
-  const std::uint32_t values[] = {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
-  xcb_configure_window(connection, window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
   Sync();
 }
 

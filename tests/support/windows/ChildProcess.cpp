@@ -1,47 +1,120 @@
 #include "support/ChildProcess.h"
 
+#include <windows.h>
+
 #include <stdexcept>
 #include <system_error>
 
-#include "support/windows/Processes.h"
+#include "platform/UniqueHandle.h"
 
 namespace quillmark::test {
 
 namespace {
 
-UniqueHandle OpenOutput(const std::filesystem::path& file) {
-  const HANDLE opened = ::CreateFileW(file.empty() ? L"NUL" : file.c_str(), GENERIC_WRITE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) {
-    throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), file.string());
+namespace fs = std::filesystem;
+
+[[noreturn]] void Fail(const std::string& what) {
+  throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), what);
+}
+
+fs::path FromUtf8(const std::string& text) {
+  return std::u8string(text.begin(), text.end());
+}
+
+// Escaped for the C run-time library of the other process: a backslash stands for itself unless a quotation
+// mark follows it or its like.
+std::wstring Quoted(const std::wstring& argument) {
+  std::wstring quoted = L"\"";
+  std::size_t backslashes = 0;
+  for (const wchar_t unit : argument) {
+    if (unit == L'"') quoted.append(backslashes + 1, L'\\');
+    backslashes = unit == L'\\' ? backslashes + 1 : 0;
+    quoted += unit;
   }
-  return UniqueHandle(opened);
+  return quoted.append(backslashes, L'\\') + L'"';
+}
+
+// The kernel ends every process of the job when this process ends and closes its handle.
+HANDLE Job() {
+  static const UniqueHandle job = [] {
+    UniqueHandle made(::CreateJobObjectW(nullptr, nullptr));
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    if (!made ||
+        !::SetInformationJobObject(made.Get(), JobObjectExtendedLimitInformation, &limits, sizeof limits)) {
+      Fail("a job of child processes");
+    }
+    return made;
+  }();
+  return job.Get();
+}
+
+UniqueHandle OpenOutput(const fs::path& file) {
+  UniqueHandle opened(::CreateFileW(file.empty() ? L"NUL" : file.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    file == L"CONOUT$" ? OPEN_EXISTING : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                    nullptr));
+  if (opened.Get() == INVALID_HANDLE_VALUE) Fail(file.string());
+  return opened;
 }
 
 }  // namespace
 
 struct ChildProcess::Host {
-  StartedProcess process;      // its handle is empty once it has been waited for
-  UniqueHandle input, output;  // this side of a child's that talks
+  UniqueHandle process;  // empty once it has been waited for
+  DWORD id = 0;
+  UniqueHandle input, output;  // this side's ends, if the child talks
 };
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const Surroundings& surroundings)
     : host(std::make_unique<Host>()) {
+  UniqueHandle input, output, errors;  // the child's
   if (surroundings.talks) {
     HANDLE ends[2][2];
     for (auto& [read, write] : ends) {
       if (!::CreatePipe(&read, &write, nullptr, 0)) throw std::runtime_error("cannot make pipes");
     }
-    const UniqueHandle theirInput(ends[0][0]), theirOutput(ends[1][1]);
+    input.Reset(ends[0][0]);
     host->input.Reset(ends[0][1]);
     host->output.Reset(ends[1][0]);
-    host->process =
-        StartProcess(arguments, surroundings.folder, {theirInput.Get(), theirOutput.Get(), nullptr});
-    return;
+    output.Reset(ends[1][1]);
+  } else {
+    output = OpenOutput(surroundings.output);
+    errors = OpenOutput(surroundings.errors);
   }
-  const UniqueHandle output = OpenOutput(surroundings.output), errors = OpenOutput(surroundings.errors);
-  host->process = StartProcess(arguments, surroundings.folder, {nullptr, output.Get(), errors.Get()});
+  // A process that another thread starts meanwhile would inherit them too: tests start programs on one
+  // thread.
+  for (const HANDLE stream : {input.Get(), output.Get(), errors.Get()}) {
+    if (stream != nullptr) ::SetHandleInformation(stream, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+  }
+
+  std::wstring commandLine;
+  for (const std::string& argument : arguments) {
+    commandLine += (commandLine.empty() ? L"" : L" ") + Quoted(FromUtf8(argument).wstring());
+  }
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = input.Get();
+  startup.hStdOutput = output.Get();
+  startup.hStdError = errors.Get();
+  PROCESS_INFORMATION started{};
+  if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr,
+                        surroundings.folder.empty() ? nullptr : surroundings.folder.c_str(), &startup,
+                        &started)) {
+    Fail(arguments.front());
+  }
+  host->process.Reset(started.hProcess);
+  host->id = started.dwProcessId;
+  const UniqueHandle thread(started.hThread);
+  // Before its first instruction, since the job covers only what a process starts later.
+  if (!::AssignProcessToJobObject(Job(), started.hProcess)) {
+    const DWORD error = ::GetLastError();
+    Kill();
+    ::SetLastError(error);
+    Fail(arguments.front());
+  }
+  ::ResumeThread(started.hThread);
 }
 
 ChildProcess::~ChildProcess() {
@@ -49,24 +122,24 @@ ChildProcess::~ChildProcess() {
 }
 
 int ChildProcess::Pid() const {
-  return host->process.handle ? static_cast<int>(host->process.id) : 0;
+  return host->process ? static_cast<int>(host->id) : 0;
 }
 
 bool ChildProcess::Ended() const {
-  return !host->process.handle || ::WaitForSingleObject(host->process.handle.Get(), 0) == WAIT_OBJECT_0;
+  return !host->process || ::WaitForSingleObject(host->process.Get(), 0) == WAIT_OBJECT_0;
 }
 
 void ChildProcess::Kill() {
-  if (host->process.handle) ::TerminateProcess(host->process.handle.Get(), static_cast<UINT>(-1));
+  if (host->process) ::TerminateProcess(host->process.Get(), static_cast<UINT>(-1));
   Wait();
 }
 
 int ChildProcess::Wait() {
-  if (!host->process.handle) return -1;
+  if (!host->process) return -1;
   DWORD code = 0;
-  ::WaitForSingleObject(host->process.handle.Get(), INFINITE);
-  ::GetExitCodeProcess(host->process.handle.Get(), &code);
-  host->process.handle.Reset();
+  ::WaitForSingleObject(host->process.Get(), INFINITE);
+  ::GetExitCodeProcess(host->process.Get(), &code);
+  host->process.Reset();
   return static_cast<int>(code);
 }
 

@@ -14,17 +14,17 @@ namespace quillmark::test {
 
 namespace {
 
-// The whole of the buffer; the text ends with a zero byte.
+// The whole buffer; the text ends with a zero byte.
 struct Message {
   std::uint32_t processId;
   char text[4092];
 };
 static_assert(sizeof(Message) == 4096);
 
-// How often it looks after a buffer whose writer was killed, and after how many looks that found the same
-// writer at work, without data, it takes that one to wait for it.
-constexpr DWORD CareMs = 100;
-constexpr int PatientLooks = 5;
+// The reader checks at this interval whether a killed writer has left the buffer in use. After so many checks
+// that found a writer but no data, that writer counts as waiting for the buffer.
+constexpr DWORD CheckMs = 100;
+constexpr int PatientChecks = 5;
 
 UniqueHandle Checked(HANDLE handle, const char* what) {
   if (handle == nullptr || ::GetLastError() == ERROR_ALREADY_EXISTS) {
@@ -33,17 +33,7 @@ UniqueHandle Checked(HANDLE handle, const char* what) {
   return UniqueHandle(handle);
 }
 
-std::string Utf8OfProcessCodePage(std::string_view text) {
-  const int length = static_cast<int>(text.size());
-  std::wstring wide(text.size(), L'\0');
-  const int units = ::MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.data(), length);
-  std::string utf8(static_cast<std::size_t>(units) * 3, '\0');
-  utf8.resize(static_cast<std::size_t>(::WideCharToMultiByte(
-      CP_UTF8, 0, wide.data(), units, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr)));
-  return utf8;
-}
-
-// The mutex that whoever writes holds; a first, empty text makes it.
+// The mutex that a writer holds; the first call makes it.
 UniqueHandle WritersMutex() {
   ::OutputDebugStringA("");
   return UniqueHandle(::OpenMutexW(SYNCHRONIZE, FALSE, L"DBWinMutex"));
@@ -65,18 +55,18 @@ struct DebugOutputReader::Host {
   UniqueHandle stop{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   UniqueView view{::MapViewOfFile(section.Get(), FILE_MAP_ALL_ACCESS, 0, 0, 0)};
 
-  int looksInVain = 0;  // the reader's own
+  int vainChecks = 0;  // used by the reader only
   std::thread reader;
 
   void ReadUntilStopped() {
-    // The first event counts first: what has been written is read before the end.
+    // Data comes before the stop: everything written is read.
     const HANDLE events[] = {dataReady.Get(), stop.Get()};
     for (;;) {
-      const DWORD woken = ::WaitForMultipleObjects(2, events, FALSE, CareMs);
+      const DWORD woken = ::WaitForMultipleObjects(2, events, FALSE, CheckMs);
       if (woken == WAIT_OBJECT_0) {
         Receive();
       } else if (woken == WAIT_TIMEOUT) {
-        CareForBuffer();
+        CheckBuffer();
       } else {
         return;
       }
@@ -84,21 +74,21 @@ struct DebugOutputReader::Host {
   }
 
   void Receive() {
-    looksInVain = 0;
+    vainChecks = 0;
     const auto& message = *static_cast<const Message*>(view.Get());
-    std::string text = Utf8OfProcessCodePage({message.text, ::strnlen(message.text, sizeof message.text)});
+    std::string text(message.text, ::strnlen(message.text, sizeof message.text));
     if (!text.ends_with('\n')) text += '\n';
     receiver(message.processId, text);
     ::SetEvent(bufferReady.Get());
   }
 
-  // With the mutex in hand nobody writes: the buffer is free, or somebody died with it. The next writer may
-  // have taken the mutex by then and wait for a buffer that nobody will give back.
-  void CareForBuffer() {
+  // While the reader has the mutex nobody writes: the buffer is free, or its writer was killed. The next
+  // writer may already have the mutex and wait for a buffer that nobody will release.
+  void CheckBuffer() {
     const DWORD result = ::WaitForSingleObject(writing.Get(), 0);
     const bool mine = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
-    if (!mine && ++looksInVain < PatientLooks) return;
-    looksInVain = 0;
+    if (!mine && ++vainChecks < PatientChecks) return;
+    vainChecks = 0;
     if (::WaitForSingleObject(dataReady.Get(), 0) == WAIT_OBJECT_0) {
       Receive();  // written meanwhile
     } else {
@@ -117,8 +107,8 @@ DebugOutputReader::DebugOutputReader(Receiver receiver) : host(std::make_unique<
 }
 
 DebugOutputReader::~DebugOutputReader() {
-  // A writer that has opened the section waits for the buffer for ever, so each is served until the section's
-  // name is gone. The view does not keep the name.
+  // A writer that has opened the section waits for the buffer for ever. Each is served until the section's
+  // name is gone, which the view does not keep.
   host->section.Reset();
   Eventually([] { return !UniqueHandle(::OpenFileMappingW(FILE_MAP_READ, FALSE, L"DBWIN_BUFFER")); });
   ::SetEvent(host->stop.Get());

@@ -1,7 +1,7 @@
-// The one reader of the session's debugger output: each writer waits for the buffer to be free, fills it and
-// tells that there is data. A writer that is killed in between does not stop the others.
+// Reads the session's debugger output, of which there is one reader: each writer waits for the buffer, fills
+// it and signals. A writer that is killed in between does not stop the others.
 //
-// Threading: the receiver is called on the reader's own thread; the rest by any thread.
+// Threading: the receiver is called on the reader's thread.
 #pragma once
 
 #include <cstdint>
@@ -13,12 +13,12 @@ namespace quillmark::test {
 
 class DebugOutputReader {
  public:
-  // What one call wrote, UTF-8; a line end is added where the writer gave none.
+  // Called with the text of each write, in the process's code page; a missing line end is added.
   using Receiver = std::function<void(std::uint32_t processId, std::string_view text)>;
 
-  // Throws std::runtime_error when the output cannot be had.
+  // Throws std::runtime_error if another program reads the output.
   explicit DebugOutputReader(Receiver receiver);
-  // What had been written before has been received when it returns.
+  // Returns when everything written before has been received.
   ~DebugOutputReader();
   DebugOutputReader(const DebugOutputReader&) = delete;
   DebugOutputReader& operator=(const DebugOutputReader&) = delete;

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <future>
 #include <iostream>
 #include <sstream>
@@ -16,14 +17,6 @@ constexpr DWORD kStyle = WS_OVERLAPPEDWINDOW;
 LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   if (message == WM_DESTROY) ::PostQuitMessage(0);
   return ::DefWindowProcW(window, message, wParam, lParam);
-}
-
-std::wstring Widen(const std::string& utf8) {
-  const int length = static_cast<int>(utf8.size());
-  std::wstring wide(utf8.size(), L'\0');
-  wide.resize(
-      static_cast<std::size_t>(::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, wide.data(), length)));
-  return wide;
 }
 
 // The outer rectangle of a window with this client area.
@@ -62,7 +55,8 @@ int main() {
       std::getline(words >> std::ws, title);
       std::promise<HWND> shown;
       std::future<HWND> made = shown.get_future();
-      owner = std::jthread(Show, Widen(title), Outer(x, y, width, height), std::move(shown));
+      const std::filesystem::path wide = std::u8string(title.begin(), title.end());
+      owner = std::jthread(Show, wide.wstring(), Outer(x, y, width, height), std::move(shown));
       window = made.get();
       std::cout << reinterpret_cast<std::uintptr_t>(window) << std::endl;
       continue;

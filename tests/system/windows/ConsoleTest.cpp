@@ -9,9 +9,9 @@
 
 #include "CommandTaker.h"
 #include "Programs.h"
+#include "platform/UniqueHandle.h"
 #include "support/LineProcess.h"
 #include "support/PrivateSession.h"
-#include "support/windows/Processes.h"
 
 namespace quillmark::test {
 namespace {
@@ -23,10 +23,9 @@ class Console {
  public:
   Console() {
     ::FreeConsole();
-    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     if (::AllocConsole()) {
       screen.Reset(::CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                 &inherited, OPEN_EXISTING, 0, nullptr));
+                                 nullptr, OPEN_EXISTING, 0, nullptr));
     }
     if (!screen || screen.Get() == INVALID_HANDLE_VALUE) throw std::runtime_error("there is no console");
   }
@@ -39,9 +38,7 @@ class Console {
 
   // Runs the tool to its end.
   void Control(const std::vector<std::string>& arguments) const {
-    const StartedProcess tool =
-        StartProcess(ControlCommand(arguments), {}, {nullptr, screen.Get(), screen.Get()});
-    ::WaitForSingleObject(tool.handle.Get(), INFINITE);
+    ChildProcess(ControlCommand(arguments), {.output = "CONOUT$", .errors = "CONOUT$"}).Wait();
   }
 
   // The screen's text, row by row without line ends.

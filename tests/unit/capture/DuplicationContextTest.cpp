@@ -138,19 +138,5 @@ TEST_F(DuplicationContextTest, OutcomesSayWhyThereIsNoFrame) {
   EXPECT_FALSE(NextPicture().empty());
 }
 
-TEST_F(DuplicationContextTest, ReleasesEverythingInTheEnd) {
-  const auto monitor = desktop->AddMonitor({});
-  {
-    DuplicationContext shortLived;
-    shortLived.Init(HandleOf(monitor));
-    shortLived.Init(HandleOf(monitor));
-    EXPECT_EQ(desktop->OpenDuplications(), 1);
-    cv::Mat frame;
-    ASSERT_TRUE(shortLived.AcquireFrame(frame));
-  }
-  EXPECT_EQ(desktop->OpenDuplications(), 0);
-  EXPECT_EQ(desktop->HeldFrames(), 0);
-}
-
 }  // namespace
 }  // namespace quillmark

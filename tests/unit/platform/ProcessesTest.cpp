@@ -29,13 +29,12 @@ class RenamedProcess {
     });
   }
   DWORD Id() const { return static_cast<DWORD>(process.Pid()); }
-  void End() { process.Kill(); }
 
  private:
   test::ChildProcess process;
 };
 
-// Empty when the process cannot be opened or queried.
+// Empty if the process cannot be opened or queried.
 std::string ImageOf(DWORD processId) {
   const HANDLE process = ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId);
   if (!process) return "";
@@ -67,14 +66,6 @@ TEST_F(Processes, AreNamedByTheirProgram) {
     std::filesystem::remove(Path(c.program));
     EXPECT_EQ(ImageOf(process.Id()), c.image) << "after its program was replaced";
   }
-}
-
-TEST_F(Processes, EndedProcessCannotBeOpened) {
-  RenamedProcess process(Path("editor"), "editor");
-  const DWORD id = process.Id();
-  process.End();
-  EXPECT_EQ(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id), nullptr);
-  EXPECT_EQ(::GetLastError(), ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(Processes, AnotherUsersProcessIsNamedByItsCommand) {

@@ -1,4 +1,5 @@
-// The files of named objects, byte for byte: controllers in other languages rely on them.
+// The files of named objects, byte for byte since controllers in other languages rely on them, and how the
+// objects end with the processes that hold them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -7,18 +8,23 @@
 #include <unistd.h>
 #include <windows.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <memory>
+#include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "support/LineProcess.h"
 #include "support/PrivateSession.h"
 
 namespace quillmark::layer {
@@ -26,6 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::ContentOf;
+using test::LineProcess;
 
 class SessionFolder : public testing::Test {
  protected:
@@ -140,31 +147,14 @@ TEST_F(SessionFolder, IsRefusedUnlessPrivate) {
     EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << c.what;
     fs::remove(product);
   }
-  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
-  EXPECT_EQ(Names(elsewhere), std::vector<std::string>{});
+  EXPECT_EQ(MakeSection(L"Local\\Other"), ERROR_SUCCESS);
+  std::ofstream(elsewhere / "precious") << "data";
+  fs::create_symlink(elsewhere / "precious", Folder() / "Ring.section");
+  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a link in place of the object";
+  EXPECT_EQ(ContentOf(elsewhere / "precious"), "data");
+  EXPECT_EQ(Names(elsewhere), std::vector<std::string>{"precious"});
   ::setenv("XDG_RUNTIME_DIR", (session.Base() / "missing").c_str(), 1);
   EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a missing runtime folder";
-}
-
-TEST_F(SessionFolder, NamesThatCannotBeFilesAreRefused) {
-  EXPECT_EQ(MakeSection(std::wstring(200, L'x').c_str()), ERROR_SUCCESS);
-  EXPECT_EQ(MakeSection(std::wstring(201, L'x').c_str()), ERROR_FILENAME_EXCED_RANGE);
-  std::ofstream(session.Base() / "precious") << "data";
-  fs::create_symlink(session.Base() / "precious", Folder() / "Ring.section");
-  EXPECT_EQ(MakeSection(), ERROR_ACCESS_DENIED) << "a link in place of the object";
-  EXPECT_EQ(ContentOf(session.Base() / "precious"), "data");
-}
-
-TEST_F(SessionFolder, DeadObjectsAreReplacedOrRemoved) {
-  ASSERT_EQ(MakeSection(L"Local\\Living"), ERROR_SUCCESS);
-  std::ofstream(Folder() / "Ring.section") << std::string(20000, 'x');
-  std::ofstream(Folder() / "Dead.event") << "left behind";
-  std::ofstream(Folder() / "foreign") << "not an object";
-  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
-  EXPECT_EQ(ContentOf(Folder() / "Ring.section"), std::string(8208, '\0'));
-  EXPECT_FALSE(fs::exists(Folder() / "Dead.event"));
-  EXPECT_TRUE(fs::exists(Folder() / "Living.section"));
-  EXPECT_TRUE(fs::exists(Folder() / "foreign"));
 }
 
 TEST_F(SessionFolder, AFullFileSystemFailsTheCreatorAndKeepsNoFile) {
@@ -180,19 +170,56 @@ TEST_F(SessionFolder, AFullFileSystemFailsTheCreatorAndKeepsNoFile) {
   ::umount2(session.Base().c_str(), MNT_DETACH);
 }
 
-TEST_F(SessionFolder, AWaitForADamagedEventTimesOut) {
-  for (const BOOL manual : {FALSE, TRUE}) {
-    const HANDLE event = ::CreateEventW(nullptr, manual, FALSE, L"Local\\Damaged");
-    const std::uint32_t damaged = 7;
-    std::fstream(Folder() / "Damaged.event", std::ios::in | std::ios::out | std::ios::binary)
-        .write(reinterpret_cast<const char*>(&damaged), sizeof damaged);
-    const std::clock_t worked = std::clock();
-    EXPECT_EQ(::WaitForSingleObject(event, 500), WAIT_TIMEOUT);
-    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "it must sleep";
-    EXPECT_TRUE(::SetEvent(event));
-    EXPECT_EQ(::WaitForSingleObject(event, 0), WAIT_OBJECT_0);
-    ::CloseHandle(event);
+// A dead object's file is replaced when its object is made, and removed when any other is.
+TEST_F(SessionFolder, FilesOfDeadObjectsAreReplacedOrRemoved) {
+  ASSERT_EQ(MakeSection(L"Local\\Living"), ERROR_SUCCESS);
+  std::ofstream(Folder() / "Ring.section") << std::string(20000, 'x');
+  std::ofstream(Folder() / "Dead.event") << "left behind";
+  std::ofstream(Folder() / "foreign") << "not an object";
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
+  EXPECT_EQ(ContentOf(Folder() / "Ring.section"), std::string(8208, '\0'));
+  EXPECT_FALSE(fs::exists(Folder() / "Dead.event"));
+  EXPECT_TRUE(fs::exists(Folder() / "Living.section") && fs::exists(Folder() / "foreign"));
+}
+
+// Four processes keep opening and closing one section; each is killed at random, or left to finish its
+// rounds.
+TEST_F(SessionFolder, ObjectsSurviveHoldersKilledAtAnyMoment) {
+  std::array<std::unique_ptr<LineProcess>, 4> churners;
+  const auto start = [&](std::size_t index) {
+    churners[index] = std::make_unique<LineProcess>(OBJECT_HOLDER);
+    churners[index]->Say("churn Local\\Ring " + std::to_string(index) + " 200");
+  };
+  for (std::size_t i = 0; i < churners.size(); ++i) start(i);
+
+  std::mt19937 random(11);
+  int kills = 0, finished = 0;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(4);
+  while (std::chrono::steady_clock::now() < end) {
+    const std::size_t index = random() % churners.size();
+    if (random() % 8 == 0) {
+      ASSERT_EQ(churners[index]->Hear(), "ok");
+      ++finished;
+    } else {
+      std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));  // any moment will do
+      churners[index]->Kill();
+      const std::string last = churners[index]->Hear();
+      ASSERT_TRUE(last.empty() || last == "ok") << last;
+      ++kills;
+    }
+    start(index);
   }
+  for (auto& churner : churners) churner.reset();
+  EXPECT_GT(kills, 20);
+  EXPECT_GT(finished, 0);
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS) << "nobody holds it any more";
+}
+
+TEST_F(SessionFolder, AStartedProgramDoesNotHoldItsParentsObjects) {
+  ASSERT_EQ(MakeSection(), ERROR_SUCCESS);
+  const LineProcess child(OBJECT_HOLDER);
+  CloseAll();
+  EXPECT_EQ(MakeSection(), ERROR_SUCCESS);
 }
 
 }  // namespace

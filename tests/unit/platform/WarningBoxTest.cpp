@@ -67,13 +67,6 @@ TEST_F(WarningBoxTest, IsCentredAndClosedByTheOkButtonOrTheWindowManager) {
   EXPECT_TRUE(ClosedBy({"xdotool", "key", "alt+F4"}));
 }
 
-TEST(WarningBoxWithoutDisplayTest, PrintsTheTextAndFails) {
-  unsetenv("DISPLAY");
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(::MessageBoxW(nullptr, L"\xD654\xBA74", L"Quillmark", MB_ICONWARNING | MB_TOPMOST), 0);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Quillmark: \xED\x99\x94\xEB\xA9\xB4\n");
-}
-
 TEST(WarningPictureTest, ShowsTheFallbackWhenNoFontHasTheText) {
   const auto fallback = DrawWarning(L"\xDBFF\xDFFD", L"plain", 96);  // a private character, in no font
   const auto plain = DrawWarning(L"plain", L"", 96);
