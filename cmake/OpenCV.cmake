@@ -1,4 +1,4 @@
-# OpenCV 4 as the SYSTEM interface target quillmark_opencv. Its CMake package is used where there is one;
+# OpenCV 4 as the SYSTEM interface target quillmark_opencv. Its CMake package is used if there is one;
 # Debian ships that package only with all modules, so without it the three modules are looked up by name.
 add_library(quillmark_opencv INTERFACE)
 if(MSVC)
@@ -13,7 +13,7 @@ if(OpenCV_FOUND)
   target_link_libraries(quillmark_opencv INTERFACE ${OpenCV_LIBS})
 else()
   find_path(QUILLMARK_OPENCV_INCLUDE opencv2/imgcodecs.hpp PATH_SUFFIXES opencv4 REQUIRED)
-  # Debian keeps the build configuration header of each architecture in a folder of its own.
+  # Debian has a folder per architecture for the build configuration header.
   find_path(QUILLMARK_OPENCV_CONFIG opencv2/cvconfig.h
     HINTS /usr/include/${CMAKE_LIBRARY_ARCHITECTURE}/opencv4 PATH_SUFFIXES opencv4 REQUIRED)
   target_include_directories(quillmark_opencv SYSTEM INTERFACE

@@ -9,7 +9,7 @@ else()
   set(programs ${CMAKE_INSTALL_BINDIR})
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillmark)
 endif()
-# Folders are as open as the files in them, whatever the umask of who makes the package.
+# Folders are as open as the files in them, whatever the umask of the packager.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -41,10 +41,10 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
-# What a package says about licences is collected when it is made; see there.
+# The licence statement is written when the package is made.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackageLicences.cmake)
 set(CPACK_QUILLMARK_DOCUMENTS ${documents})
-# What the authors of the code that becomes part of our programs say of it, a file each.
+# The licence texts of foreign code in our programs, one file each.
 set(doc /usr/share/doc)
 if(WIN32)
   set(deps ${QUILLMARK_WINDOWS_DEPS}/share/doc)
@@ -67,7 +67,7 @@ else()
   set(CPACK_DEBIAN_PACKAGE_SECTION utils)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-  # The box that a second start shows is in Korean where a font has the letters.
+  # A second start shows its box in Korean if a font has the letters.
   set(CPACK_DEBIAN_PACKAGE_SUGGESTS fonts-nanum)
   set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
   set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

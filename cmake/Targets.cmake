@@ -5,14 +5,14 @@ function(quillmark_library NAME)
   add_library(${NAME} STATIC ${ARG_SOURCES})
   target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   if(NOT MSVC)
-    # Errors name their source as src/core/Matcher.cpp, wherever the tree lies.
+    # Errors name their source as src/core/Matcher.cpp, wherever the tree is.
     target_compile_options(${NAME} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
   endif()
   target_link_libraries(${NAME} PUBLIC ${ARG_LINK} quillmark_sanitizers PRIVATE quillmark_warnings)
 endfunction()
 
 # The platform as a link target: the system's libraries on Windows, our layer elsewhere. Its named objects
-# alone are a target of their own.
+# have a separate target.
 add_library(quillmark_platform_objects INTERFACE)
 add_library(quillmark_platform INTERFACE)
 target_link_libraries(quillmark_platform INTERFACE quillmark_platform_objects)
@@ -31,7 +31,7 @@ if(MSVC)
 endif()
 
 if(MINGW)
-  # In every program and shared library that is made from here on.
+  # Linked into every program and shared library defined below.
   add_library(quillmark_thread_exit OBJECT ${PROJECT_SOURCE_DIR}/platform/mingw/ThreadExit.cpp)
   link_libraries($<BUILD_INTERFACE:quillmark_thread_exit>)
 endif()

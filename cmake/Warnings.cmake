@@ -3,7 +3,7 @@ add_library(quillmark_warnings INTERFACE)
 if(MSVC)
   target_compile_options(quillmark_warnings INTERFACE
     "$<$<COMPILE_LANGUAGE:C,CXX>:/W4;$<$<BOOL:${QUILLMARK_WERROR}>:/WX>>")
-  # Otherwise std::getenv and its like are warned of, in favour of what only this run-time library has.
+  # Otherwise it warns of std::getenv and similar calls, in favour of others that only this library has.
   target_compile_definitions(quillmark_warnings INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
   target_compile_options(quillmark_warnings INTERFACE

@@ -20,8 +20,8 @@ mkdir -p "$WINEPREFIX"
     : >"$WINEPREFIX/ready"
   fi
 ) 9>"$WINEPREFIX.lock"
-# A console's host, too, has the error output of the program that opened the console, and may outlive it: it
-# would hold up whoever reads that to its end.
+# A console's host inherits the error output of the program that opened the console and may outlive it. A
+# reader that waits for the end of that output would then wait for the host.
 errors=$(mktemp)
 exec 7<"$errors" 8>"$errors"
 rm "$errors"

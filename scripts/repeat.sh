@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests whether tests are reliable: builds a preset and runs each test TIMES times in a row under load. Stops at the
+# Checks that tests are reliable: builds a preset and runs each test TIMES times in a row under load. Stops at the
 # first failure, which ctest names; exit code 0: none failed.
 #
 #   scripts/repeat.sh PRESET TIMES [CTEST OPTION...]       e.g. linux-debug 50 -R '^WorkerProcess'

@@ -8,7 +8,7 @@
 
 namespace quillmark {
 
-// Returns 1 when the command ring can be neither opened nor created; otherwise never. Passes exceptions on
+// Returns 1 if the command ring can be neither opened nor created; otherwise never. Passes exceptions on
 // after stopping the engine. `afterPoll`, if given, runs after every poll and can end the pump only with an
 // exception.
 [[nodiscard]] int RunCommandPump(const std::function<void()>& afterPoll = {});

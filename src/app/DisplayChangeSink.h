@@ -21,10 +21,10 @@ class DisplayChangeSink {
   DisplayChangeSink& operator=(const DisplayChangeSink&) = delete;
 
   // Starts the sink, which must not be running. If the window cannot be created, there are no notifications
-  // and no error. Raises std::system_error when the thread cannot be started.
+  // and no error. Raises std::system_error if the thread cannot be started.
   void Start(std::function<void()> callback);
-  // Ends the thread and drops the callback; does nothing when not started. Raises std::system_error
-  // (deadlock) when called from the callback.
+  // Ends the thread and drops the callback; does nothing if not started. Raises std::system_error
+  // (deadlock) if called from the callback.
   void Stop();
 
  private:

@@ -9,7 +9,7 @@ namespace quillmark {
 
 namespace {
 
-// Calls `use` with the library's entry; false when there is none.
+// Calls `use` with the library's entry; false if there is none.
 template <typename Function, typename Use>
 bool WithEntry(LPCWSTR library, LPCSTR name, Use use) {
   const HMODULE module = ::LoadLibraryW(library);

@@ -19,7 +19,7 @@ class ThreadPool {
   // Number of workers for a machine with `hardwareThreads` (0 for unknown): half of them, from 2 to 6.
   static std::size_t SizeFor(unsigned hardwareThreads);
 
-  // Starts max(n, 1) workers. Raises std::system_error when one cannot be started.
+  // Starts max(n, 1) workers. Raises std::system_error if one cannot be started.
   explicit ThreadPool(std::size_t n);
   // Runs every task queued before, then joins the workers.
   ~ThreadPool() noexcept(false);

@@ -8,10 +8,10 @@
 namespace quillmark {
 
 // Desktop pixels per logical pixel of a window on a monitor: not 1.0 where the system stretches a window that
-// is not aware of the monitor's dpi; 1.0 for other windows and when nothing is known.
+// is not aware of the monitor's dpi; 1.0 for other windows and if nothing is known.
 [[nodiscard]] double GetDpiScale(HWND window, HMONITOR monitor);
 
-// The monitor's effective dpi, or 96 when it is unknown.
+// The monitor's effective dpi, or 96 if it is unknown.
 [[nodiscard]] UINT GetMonitorDpi(HMONITOR monitor);
 
 }  // namespace quillmark

@@ -43,7 +43,7 @@ class DuplicationContext {
   CaptureOutcome Acquire(cv::Mat& out);
   // Whether Acquire gave a frame.
   [[nodiscard]] bool AcquireFrame(cv::Mat& out) { return Acquire(out).IsFrame(); }
-  // To be called after every acquired frame.
+  // Call it after every acquired frame.
   void ReleaseFrame();
 
  private:

@@ -9,7 +9,7 @@ Rect ToRect(const RECT& rect) {
   return {rect.left, rect.top, rect.right, rect.bottom};
 }
 
-// Null when there is none.
+// Null if there is none.
 HMONITOR PinnedMonitor(std::int32_t pin, const Rect& region, const std::vector<MonitorEntry>& monitors,
                        const MonitorAnswers& answers) {
   if (pin == -1) return answers.primary();

@@ -1,4 +1,4 @@
-// The monitors of the desktop, and on which of them a spec's region is searched.
+// The monitors of the desktop, and those on which a spec's region is searched.
 //
 // Threading: callable from any thread.
 #pragma once
@@ -16,7 +16,7 @@ namespace quillmark {
 // In the system's order. A monitor that cannot be measured is left out.
 [[nodiscard]] std::vector<MonitorEntry> ListMonitors();
 
-// Questions that the list of monitors does not answer; null when there is none.
+// Questions that the list of monitors does not answer; null if there is no monitor.
 struct MonitorAnswers {
   std::function<HMONITOR()> primary;
   std::function<HMONITOR(const Rect& region)> nearest;

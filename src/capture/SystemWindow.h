@@ -1,5 +1,5 @@
-// A window of the system. Answers are fetched when they are first needed and then kept, so that one list of
-// windows serves many specs. When a call fails, the answer is that of a window which cannot be a target.
+// A window of the system. Answers are fetched when first needed and then kept: one list of windows serves
+// many specs. If a call fails, the answer is that of a window that cannot be a target.
 //
 // Threading: callable from any thread, one at a time for each object.
 #pragma once
@@ -26,15 +26,15 @@ class SystemWindow {
   [[nodiscard]] bool Minimised() const { return ::IsIconic(window); }
   // Top-level, visible and not minimised.
   [[nodiscard]] bool Shown();
-  // File name of its program; empty when that cannot be read.
+  // File name of its program; empty if it cannot be read.
   [[nodiscard]] std::wstring_view ImageFile();
   // At most 511 units.
   [[nodiscard]] std::wstring_view Title();
   // With its frame, in desktop pixels.
   [[nodiscard]] bool OuterRect(Rect& rect);
-  // In desktop pixels, perhaps empty; none when it cannot be measured. Not kept, nor is what follows.
+  // In desktop pixels, perhaps empty; none if it cannot be measured. This answer and the next are not kept.
   [[nodiscard]] std::optional<Rect> ClientArea() const;
-  // The nearest monitor; null when there is none.
+  // The nearest monitor; null if there is none.
   [[nodiscard]] HMONITOR Monitor() const { return ::MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST); }
   [[nodiscard]] double Scale(HMONITOR monitor) const { return GetDpiScale(window, monitor); }
 

@@ -1,16 +1,16 @@
-// Binds a spec's target to a window: which one, where its client area lies, or why there is none. The rule is
-// the same for windows of the system and of a recording. The largest window that is shown and matches the
-// text is taken; among equal areas the first one asked about.
+// Binds a spec's target to a window: which window, where its client area is, or why there is none. The rule
+// is the same for windows of the system and of a recording. The largest window that is shown and matches the
+// text is chosen; among equal areas the first one asked.
 //
 // A Window has these members, asked in this order until one rules it out:
 //   bool Shown()                        top-level, visible and not minimised
-//   std::wstring_view ImageFile()       file name of its program; empty when that cannot be read
-//   std::wstring_view Title()           empty when it has none
-//   bool OuterRect(Rect&)               desktop pixels; false when it cannot be measured
+//   std::wstring_view ImageFile()       file name of its program; empty if it cannot be read
+//   std::wstring_view Title()           empty if it has none
+//   bool OuterRect(Rect&)               desktop pixels; false if it cannot be measured
 // and these, asked once it has been chosen, or to say why none was:
 //   HWND Handle(), bool Exists(), bool Minimised()
-//   std::optional<Rect> ClientArea()    desktop pixels; none when it cannot be measured
-//   HMONITOR Monitor()                  the nearest one; null when there is none
+//   std::optional<Rect> ClientArea()    desktop pixels; none if it cannot be measured
+//   HMONITOR Monitor()                  the nearest one; null if there is none
 //   double Scale(HMONITOR)              desktop pixels per logical pixel
 //
 // Threading: no shared state.
@@ -41,7 +41,7 @@ enum class BindingOutcome : std::int32_t {
 
 struct [[nodiscard]] TargetBinding {
   BindingOutcome outcome = BindingOutcome::NoTarget;
-  HWND window = nullptr;       // the one chosen
+  HWND window = nullptr;       // the chosen window
   Rect clientArea;             // desktop pixels
   HMONITOR monitor = nullptr;  // nearest to the window
   double scale = 1.0;          // desktop pixels per logical pixel
@@ -70,7 +70,7 @@ TargetBinding MeasureTarget(Window& window) {
   return ended(BindingOutcome::Bound);
 }
 
-// The window chosen for the text from a range of windows, topmost first; null when there is none.
+// The window chosen for the text from a range of windows, topmost first; null if there is none.
 template <typename Windows>
 auto ChooseTarget(const std::wstring& target, Windows& windows) {
   const TargetText text(target);

@@ -7,7 +7,7 @@
 
 namespace quillmark {
 
-// Null when the library or the entry is missing.
+// Null if the library or the entry is missing.
 template <typename Function>
 Function EntryPoint(HMODULE library, LPCSTR name) {
   if (library == nullptr) return nullptr;

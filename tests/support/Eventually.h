@@ -1,6 +1,6 @@
-// Waiting for what another thread or process brings about.
+// Waits for an effect of another thread or process.
 //
-// Threading: the condition is asked on the caller's thread.
+// Threading: the condition runs on the caller's thread.
 #pragma once
 
 #include <chrono>

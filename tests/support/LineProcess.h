@@ -1,5 +1,5 @@
-// A child process that is spoken to by lines: one written to its standard input, one read from its standard
-// output. It ends with this object.
+// A child process that answers each line on its standard input with a line on its standard output. It ends
+// with this object.
 //
 // Threading: one thread at a time.
 #pragma once
@@ -12,16 +12,16 @@ namespace quillmark::test {
 
 class LineProcess {
  public:
-  // Arguments are UTF-8. Throws std::system_error when the program cannot be started.
+  // Arguments are UTF-8. Throws std::system_error if the program cannot be started.
   explicit LineProcess(const std::string& program, std::vector<std::string> arguments = {})
       : process((arguments.insert(arguments.begin(), program), arguments), {.talks = true}) {}
 
-  // Writes a line and returns the answer without its line end; empty when the process ended instead.
+  // Writes a line and returns the answer without its line end; empty if the process ended instead.
   std::string Ask(const std::string& line) {
     Say(line);
     return Hear();
   }
-  // As the two halves of Ask.
+  // The two halves of Ask.
   void Say(const std::string& line) { process.Write(line + "\n"); }
   std::string Hear() {
     for (std::size_t end; (end = heard.find('\n')) == std::string::npos;) {
@@ -36,7 +36,7 @@ class LineProcess {
     return line;
   }
 
-  // Ends it at once, without a chance to clean up, and waits until it is gone.
+  // Ends it at once, without a chance to clean up, and waits for its end.
   void Kill() { process.Kill(); }
   int Id() const { return process.Pid(); }
 

@@ -1,7 +1,6 @@
-// A session of the test's own: while it lives, no other test holds named objects that this one could meet.
-// Child processes are in it too.
+// A session for one test and its child processes: while it exists, no other test's named objects are visible.
 //
-// Threading: make it before the test starts threads, end it on the same thread after they have ended.
+// Threading: made before the test starts threads and destroyed after they have ended, on the same thread.
 #pragma once
 
 #include <filesystem>
@@ -13,13 +12,13 @@ namespace quillmark::test {
 
 class PrivateSession {
  public:
-  // Throws std::runtime_error when the session cannot be had.
+  // Throws std::runtime_error if a program outside the tests is in the way.
   PrivateSession();
   ~PrivateSession();
   PrivateSession(const PrivateSession&) = delete;
   PrivateSession& operator=(const PrivateSession&) = delete;
 
-  // A folder that goes with the session. Where named objects are files they lie below it.
+  // A folder removed with the session. If named objects are files, they are below it.
   const std::filesystem::path& Base() const { return folder.Path(); }
 
  private:

@@ -1,6 +1,6 @@
-// A new folder for one test, removed with everything in it, and what a file holds.
+// A new folder for one test, removed with everything in it; and the content of a file.
 //
-// Threading: the folder may be used by any thread while the object lives.
+// Threading: the folder may be used by any thread while the object exists.
 #pragma once
 
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace quillmark::test {
 
 class TempFolder {
  public:
-  // Throws std::filesystem::filesystem_error when it cannot be made.
+  // Throws std::filesystem::filesystem_error on failure.
   TempFolder() {
     const std::filesystem::path parent = std::filesystem::canonical(std::filesystem::temp_directory_path());
     std::random_device random;
@@ -35,7 +35,7 @@ class TempFolder {
   std::filesystem::path path;
 };
 
-// The bytes of a file; empty when it cannot be read.
+// The bytes of a file; empty if it cannot be read.
 inline std::string ContentOf(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};

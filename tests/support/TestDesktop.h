@@ -14,7 +14,7 @@ namespace quillmark::test {
 
 class TestDesktop {
  public:
-  // Throws std::runtime_error when there is no desktop.
+  // Throws std::runtime_error without a desktop.
   TestDesktop();
   ~TestDesktop();
   TestDesktop(const TestDesktop&) = delete;
@@ -29,7 +29,7 @@ class TestDesktop {
 };
 
 // A top-level window of another process. When a call returns, the window system has the request; its effect
-// shows soon after.
+// follows soon.
 class TestWindow {
  public:
   // Shows the window with its client area at this place. Throws std::runtime_error on failure.

@@ -93,7 +93,7 @@ class Face {
     }
     return static_cast<int>((width + 63) >> 6);
   }
-  // The glyph with its coverage bitmap; null when it cannot be drawn.
+  // The glyph with its coverage bitmap; null if it cannot be drawn.
   FT_GlyphSlot Render(char32_t c) const {
     return FT_Load_Char(face, c, FT_LOAD_RENDER) == 0 ? face->glyph : nullptr;
   }

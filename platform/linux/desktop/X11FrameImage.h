@@ -36,7 +36,7 @@ class X11FrameImage {
 
  private:
   X11FrameImage(XcbConnection& toServer, const xcb_rectangle_t& ofArea);
-  // These do nothing when the server cannot share.
+  // These do nothing if the server cannot share.
   void ShareMemory(bool pixmapToo);
   void SharePixmap();
   HRESULT FetchRows(const std::vector<xcb_rectangle_t>& bands);
@@ -46,8 +46,8 @@ class X11FrameImage {
   const std::size_t pitch;  // bytes
   const std::size_t length;
   void* pixels = nullptr;          // `length` bytes, mapped
-  xcb_shm_seg_t segment = 0;       // 0 when the memory is not shared
-  xcb_pixmap_t pixmap = 0;         // 0 when the server shares none
+  xcb_shm_seg_t segment = 0;       // 0 if the memory is not shared
+  xcb_pixmap_t pixmap = 0;         // 0 if the server shares none
   xcb_gcontext_t copyContext = 0;  // copies from the root window to the pixmap
 };
 

@@ -24,7 +24,7 @@ using XcbEvent = XcbReply<xcb_generic_event_t>;
 
 class XcbConnection {
  public:
-  // Null when the display cannot be reached.
+  // Null if the display cannot be reached.
   static std::unique_ptr<XcbConnection> Open(const std::string& display) {
     int screenNumber = 0;
     xcb_connection_t* handle = Connect(display, screenNumber);

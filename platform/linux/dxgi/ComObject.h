@@ -37,7 +37,7 @@ class ComObject : public First, public More... {
  protected:
   ~ComObject() override = default;
 
-  // The interface with this id, other than IUnknown; null when the object lacks it.
+  // The interface with this id, other than IUnknown; null if the object lacks it.
   virtual void* Find(REFIID) { return nullptr; }
 
  private:

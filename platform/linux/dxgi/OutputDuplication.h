@@ -1,6 +1,6 @@
 // The duplication of an output and the textures of its frames. No pixels are copied: a frame's texture refers
 // to the frame, CopyResource passes the reference to the staging texture, and Map returns the desktop's
-// image. So a frame can be mapped only while it is held.
+// image. A frame can therefore be mapped only while it is held.
 //
 // Threading: one thread at a time for a duplication and everything made from it.
 #pragma once

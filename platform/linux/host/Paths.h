@@ -12,7 +12,7 @@ namespace quillmark::layer {
 // name.
 std::string HostPath(std::wstring_view path);
 
-// The path of a process's program; the process is given by its number or "self". Empty, with errno, when it
+// The path of a process's program; the process is given by its number or "self". Empty, with errno, if it
 // cannot be read. If the file has been replaced, its old path.
 std::string ProgramOfProcess(const std::string& process);
 

@@ -15,7 +15,7 @@ constexpr int kKeptBlockBytes = 8 << 20;
 }  // namespace
 
 int main() {
-  // The program survives when the reader of its standard error goes away.
+  // The program survives if the reader of its standard error goes away.
   std::signal(SIGPIPE, SIG_IGN);
   ::mallopt(M_MMAP_THRESHOLD, kKeptBlockBytes);
   ::mallopt(M_TRIM_THRESHOLD, 2 * kKeptBlockBytes);

@@ -43,7 +43,7 @@ class SharedFile {
   SharedFile& operator=(const SharedFile&) = delete;
 
   int Fd() const { return fd_.Get(); }
-  // The file's size; 0 when it is unknown.
+  // The file's size; 0 if it is unknown.
   std::uint64_t Size() const;
 
  private:
@@ -54,7 +54,7 @@ class SharedFile {
   UniqueFd fd_;
 };
 
-// Locks or unlocks (F_RDLCK, F_WRLCK, F_UNLCK) one byte of an open file; false when another holds it.
+// Locks or unlocks (F_RDLCK, F_WRLCK, F_UNLCK) one byte of an open file; false if another holds it.
 bool TryLockByte(int fd, short type, std::int64_t byte);
 
 }  // namespace quillmark::layer

@@ -1,5 +1,5 @@
-// The layer writes debugger output to standard error, which a pipe takes the place of. What is read from it
-// is still shown.
+// The layer writes debugger output to standard error, which a pipe replaces. Everything read from it is still
+// printed.
 #include "support/DebugOutputCapture.h"
 
 #include <fcntl.h>
@@ -19,7 +19,7 @@ namespace quillmark::test {
 
 namespace {
 
-// Room for what a test logs at once: the layer does not wait for a reader.
+// Enough for all that a test logs at once: the layer does not wait for a reader.
 constexpr int PipeBytes = 1 << 20;
 
 int Checked(int result, const char* call) {
@@ -27,7 +27,7 @@ int Checked(int result, const char* call) {
   return result;
 }
 
-// A report of a sanitizer ends the process before a pipe could be read: it goes past the capture.
+// A sanitizer report ends the process before a pipe is read, so it bypasses the capture.
 void SendSanitizerReportsTo([[maybe_unused]] int fd) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(fd)));

@@ -1,5 +1,5 @@
-// All processes of a login share one set of named objects here, so tests take turns, and each makes sure that
-// nothing of the product is left over when its own begins.
+// All processes of a login share one set of named objects here. Tests take turns, and each first checks that
+// none of the product's objects is left.
 #include "support/PrivateSession.h"
 
 #include <windows.h>
@@ -13,7 +13,7 @@ namespace quillmark::test {
 
 namespace {
 
-// Whether somebody holds an object of the product. One of any type holds its name.
+// Whether an object of the product exists. An object of any type takes its name.
 bool AnyHeld() {
   for (const wchar_t* name : {L"Local\\CmdRingMMF", L"Local\\CmdRingEvent", L"Local\\HitRingMMF",
                               L"Local\\HitRingEvent", L"KXRQTLV1_Quillmark"}) {
