@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 
-#include "DebuggerOutput.h"
 #include "Desktop.h"
 #include "Programs.h"
 #include "support/PrivateSession.h"
@@ -81,19 +80,16 @@ TEST_F(Apply, InvalidEntriesAreReportedAndTheOthersSent) {
   // The image library throws.
   std::ofstream(folder.Path() / "wide.png") << "P5 4000000 1 255\n";
   Write(defaults + Spec("a", "tresh = 1\n") + Spec("b") + Spec("b") + Spec("missing") + Spec("wide") +
-        "[[spec]]\nname = \"region\"\npath = \"b.png\"\nregion = [1, 2, 3]\n" +
         Spec("a-name-of-more-than-31-units-in-all") + "[[spec]]\npath = \"b.png\"\n");
-  EXPECT_EQ(Summary(2), "1 added, 0 replaced, 0 removed, 0 unchanged, 7 refused");
-  for (const char* text : {"a: line 4: unknown key 'tresh'", "b: line 11: the name is already used in line 8",
-                           "missing: line 14: image", "wide: line 17: image",
-                           "region: line 20: region must be", "UTF-16 units", "spec 8: line"}) {
+  EXPECT_EQ(Summary(2), "1 added, 0 replaced, 0 removed, 0 unchanged, 6 refused");
+  for (const char* text :
+       {"a: line 4: unknown key 'tresh'", "b: line 11: the name is already used in line 8",
+        "missing: line 14: image", "wide: line 17: image", "UTF-16 units", "spec 7: line"}) {
     EXPECT_NE(said.find(text), std::string::npos) << text << '\n' << said;
   }
   Write(defaults + "[[spec]\n");
   Summary(2);
   EXPECT_NE(said.find("specs.toml, line 4"), std::string::npos) << said;
-  Write("target = \"t\"\n" + Spec("a"));
-  Summary(2);
   // The previous versions are still active.
   Write(defaults + Spec("a") + Spec("b"));
   EXPECT_EQ(Summary(), "0 added, 0 replaced, 0 removed, 2 unchanged, 0 refused");

@@ -11,6 +11,17 @@ namespace quillmark::test {
 
 using namespace std::chrono_literals;
 
+std::string Shell(const std::string& commands) {
+  std::FILE* const pipe = ::popen(commands.c_str(), "r");
+  if (pipe == nullptr) return {};
+  std::string out;
+  char buffer[4096];
+  while (const std::size_t size = std::fread(buffer, 1, sizeof buffer, pipe)) out.append(buffer, size);
+  if (::pclose(pipe) != 0) return {};
+  if (!out.empty() && out.back() == '\n') out.pop_back();
+  return out;
+}
+
 cv::Mat Screenshot(const cv::Rect& area) {
   std::vector<std::uint8_t> pixels = XClient().Pixels(area.x, area.y, area.width, area.height);
   if (pixels.empty()) throw std::runtime_error("the screen cannot be read");

@@ -1,4 +1,4 @@
-// X programs to be watched, and their positions according to the X server.
+// X programs to watch, their positions according to the X server, and shell commands that control them.
 //
 // Threading: the test's main thread.
 #pragma once
@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "Programs.h"
-#include "linux/Shell.h"
 
 namespace quillmark::test {
+
+// Runs shell commands and returns their output without the final line feed; empty if they fail.
+std::string Shell(const std::string& commands);
 
 // An area of the screen, 8UC3 BGR; `area` in pixels of the root window, inside it.
 cv::Mat Screenshot(const cv::Rect& area);

@@ -8,7 +8,6 @@
 
 #include "Apps.h"
 #include "Programs.h"
-#include "linux/Shell.h"
 #include "support/PrivateDisplay.h"
 #include "support/PrivateSession.h"
 
@@ -85,16 +84,6 @@ TEST_F(Capture, DrawnRectangleGivesTheSameAreaAndCancellingOrFailureKeepsTheFile
   ASSERT_EQ(capture.Wait(), 0) << capture.Out() << capture.Err();
   EXPECT_NE(capture.Out().find("--target xcalc.exe "), std::string::npos) << capture.Out();
   EXPECT_EQ(cv::norm(cv::imread(File("sin.png")), shown, cv::NORM_INF), 0.0);
-
-  // Plain background, under a name that contains "red".
-  const Outcome outcome =
-      Control({"capture", "--target=xcalc.exe", "--rect=2,2,8,8", "--name=shared", File("ground.png")});
-  EXPECT_EQ(outcome.code, 0) << outcome.err;
-  EXPECT_TRUE(std::filesystem::exists(File("ground.png")));
-  for (const char* text : {"quillmarkctl add ", "shared: warning red-in-name: ",
-                           "shared: warning second-accepted: ", "A hit: 8 x 8 pixels"}) {
-    EXPECT_NE(outcome.out.find(text), std::string::npos) << text << '\n' << outcome.out;
-  }
 }
 
 }  // namespace

@@ -73,7 +73,7 @@ TEST_F(ControlTool, ConcurrentToolsLoseNoCommand) {
   EXPECT_EQ(worker->Taken().size(), std::size_t{Tools});
 }
 
-TEST_F(ControlTool, PingAndVersionConsumeTheirReplyAndNoHits) {
+TEST_F(ControlTool, PingAndVersionTakeNoHitsUnlessTheRingIsFull) {
   StartWorker();
   EXPECT_EQ(Ping().out.find("HB in "), 0u);
   EXPECT_EQ(UnreadHits(), 0u);
@@ -83,15 +83,12 @@ TEST_F(ControlTool, PingAndVersionConsumeTheirReplyAndNoHits) {
   EXPECT_EQ(outcome.out.find("안녕 in "), 0u) << outcome.out << outcome.err;
   EXPECT_EQ(Control({"version", "--json", Patient}).out.find(R"({"type":"reply","text":"__ver__:)"), 0u);
   EXPECT_EQ(Control({"watch", "--count=4", Patient}).code, 0);
-}
 
-TEST_F(ControlTool, PingReportsWhatItDiscardsFromAFullRing) {
-  StartWorker();
   WriteHits(70);
   EXPECT_NE(Control({"status"}).out.find("silence   ring-full: 64 records"), std::string::npos);
-  const Outcome outcome = Ping();
-  EXPECT_EQ(outcome.out.find("HB in "), 0u) << outcome.out;
-  EXPECT_NE(outcome.err.find("discarded 64 old records"), std::string::npos) << outcome.err;
+  const Outcome full = Ping();
+  EXPECT_EQ(full.out.find("HB in "), 0u) << full.out;
+  EXPECT_NE(full.err.find("discarded 64 old records"), std::string::npos) << full.err;
 }
 
 TEST_F(ControlTool, WatchLosesNothingToPingsAndReportsDroppedHits) {
@@ -107,14 +104,6 @@ TEST_F(ControlTool, WatchLosesNothingToPingsAndReportsDroppedHits) {
   EXPECT_TRUE(watch.Says(R"({"type":"dropped","count":7,"total":7})")) << watch.Out();
   WriteHits(1);
   EXPECT_EQ(watch.Wait(), 0) << watch.Err();
-}
-
-TEST_F(ControlTool, WatchCanStartWhileAPingWaits) {
-  Program ping(ControlCommand({"ping", "--timeout=600"}));
-  ASSERT_TRUE(Eventually([&] { return rings.PendingCommands() == 1; }));
-  WriteHits(1);
-  EXPECT_EQ(Control({"watch", "--count=1", Patient}).code, 0);
-  EXPECT_FALSE(ping.Ended());
 }
 
 TEST_F(ControlTool, WatchPrintsHitsAndLeavesTheRestUnread) {
@@ -137,8 +126,9 @@ TEST_F(ControlTool, WatchPrintsHitsAndLeavesTheRestUnread) {
   EXPECT_EQ(Control({"watch", "--timeout=0.3", "--count=2"}).code, 1);
 }
 
-TEST_F(ControlTool, SecondReaderIsRefusedUntilTheFirstIsKilled) {
-  StartWorker();
+TEST_F(ControlTool, SecondReaderIsRefusedUntilTheFirstIsKilledButPingsMayWait) {
+  const Program ping(ControlCommand({"ping", "--timeout=600"}));
+  ASSERT_TRUE(Eventually([&] { return rings.PendingCommands() == 1; }));
   Program first(ControlCommand({"watch"}));
   WriteHits(1);
   ASSERT_TRUE(first.Says("hit"));
@@ -148,6 +138,7 @@ TEST_F(ControlTool, SecondReaderIsRefusedUntilTheFirstIsKilled) {
   WriteHits(1);
   EXPECT_EQ(Control({"watch", "--count=1", Patient}).code, 0);
   EXPECT_EQ(Control({"wait", "door", "--timeout=0.1"}).code, 1);
+  EXPECT_FALSE(ping.Ended());
 }
 
 TEST_F(ControlTool, WaitEndsWithTheNextHitOrWhenItStaysPut) {

@@ -17,25 +17,22 @@
 namespace quillmark::test {
 namespace {
 
-class Example : public testing::TestWithParam<std::vector<std::string>> {
- protected:
-  std::string Template(const App& app, const std::string& name, const cv::Rect& piece) const {
-    const std::string path = (folder.Path() / name).string();
-    cv::imwrite(path, Screenshot(piece + app.ClientArea().tl()));
-    return path;
-  }
-
-  const PrivateSession session;
-  PrivateDisplay display;
-  const TempFolder folder;
-};
+class Example : public testing::TestWithParam<std::vector<std::string>> {};
 
 TEST_P(Example, PrintsHitsEventsAndNewsAboutTheWorker) {
+  const PrivateSession session;
+  PrivateDisplay display;
   display.StartWindowManager();
+  const TempFolder folder;
   const App calculator({"xcalc"});
   calculator.Move(100, 100);
-  const std::string thing = Template(calculator, "thing.png", {48, 78, 84, 56});
-  const std::string witness = Template(calculator, "witness.png", {20, 210, 180, 60});
+  const auto templateOf = [&](const std::string& name, const cv::Rect& piece) {
+    const std::string path = (folder.Path() / name).string();
+    cv::imwrite(path, Screenshot(piece + calculator.ClientArea().tl()));
+    return path;
+  };
+  const std::string thing = templateOf("thing.png", {48, 78, 84, 56});
+  const std::string witness = templateOf("witness.png", {20, 210, 180, 60});
   const App cover({"xterm", "-geometry", "12x4+700+300"});
 
   std::vector<std::string> command = GetParam();

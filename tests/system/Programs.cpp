@@ -48,9 +48,6 @@ std::filesystem::path WorkerFile() {
   return QUILLMARK_WORKER;
 }
 
-Worker::Worker(const std::filesystem::path& where, const std::filesystem::path& program)
-    : Program({program.empty() ? WorkerFile().string() : program.string()}, where) {}
-
 Worker::~Worker() {
   const std::string log = Err();
   if (log.find("Sanitizer") != std::string::npos || log.find("runtime error:") != std::string::npos) {

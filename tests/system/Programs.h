@@ -54,17 +54,17 @@ Outcome Control(std::vector<std::string> arguments);
 // The command line of the control tool, for a Program.
 std::vector<std::string> ControlCommand(std::vector<std::string> arguments);
 
+// The worker's executable.
+std::filesystem::path WorkerFile();
+
 // The worker. The destructor reports sanitizer findings.
 class Worker : public Program {
  public:
-  explicit Worker(const std::filesystem::path& where = {}, const std::filesystem::path& program = {});
+  explicit Worker(const std::filesystem::path& where = {}) : Program({WorkerFile().string()}, where) {}
   ~Worker();
   // Its working directory unless one was given.
   const std::filesystem::path& Folder() const { return folder.Path(); }
 };
-
-// The worker's executable.
-std::filesystem::path WorkerFile();
 
 // Writes an image that is a good template; the extension selects the format.
 void WriteImage(const std::filesystem::path& file);

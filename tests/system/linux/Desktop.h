@@ -1,4 +1,5 @@
-// The desktop where programs under test show their message boxes: a private one.
+// Where programs under test show their message boxes, a private desktop, and where the layer sends their
+// debugger output, standard error.
 //
 // Threading: the test's main thread, before it starts others.
 #pragma once
@@ -7,7 +8,8 @@
 
 #include <string>
 
-#include "linux/Shell.h"
+#include "Apps.h"
+#include "Programs.h"
 #include "support/PrivateDisplay.h"
 
 namespace quillmark::test {
@@ -33,6 +35,12 @@ class Desktop {
   }
 
   PrivateDisplay display;
+};
+
+class DebuggerOutput {
+ public:
+  DebuggerOutput() {}
+  std::string Of(const Program& program) const { return program.Err(); }
 };
 
 }  // namespace quillmark::test

@@ -24,16 +24,6 @@ class WorkerHere : public testing::Test {
   const PrivateSession session;
 };
 
-TEST_F(WorkerHere, SecondInstanceIsAlsoRefusedWithoutADisplay) {
-  const Worker first;
-  ASSERT_TRUE(Answers());
-  Worker second;
-  ASSERT_TRUE(Eventually([&] { return second.Ended(); }));
-  EXPECT_EQ(second.Wait(), 2);
-  EXPECT_NE(second.Err().find("Another instance is already running."), std::string::npos) << second.Err();
-  EXPECT_TRUE(Answers());
-}
-
 TEST_F(WorkerHere, OutputThatNobodyReadsBlocksNothing) {
   const TempFolder folder;
   const std::string fifo = (folder.Path() / "output").string();
@@ -47,28 +37,8 @@ TEST_F(WorkerHere, OutputThatNobodyReadsBlocksNothing) {
                             {.folder = folder.Path(), .output = fifo, .errors = fifo});
   EXPECT_TRUE(Answers());
   RawController controller;
-  const auto load = [&](const std::wstring& path) {
-    EXPECT_TRUE(controller.SendSpec(L"none", L"a", path, 0, 0, 9, 9, 0.75f, 0.1f));
-  };
-  load(L"/no/first");
-  ASSERT_TRUE(controller.SendClear());
+  EXPECT_TRUE(controller.SendSpec(L"none", L"a", L"/no/image", 0, 0, 9, 9, 0.75f, 0.1f));
   EXPECT_TRUE(Answers("after a line on standard output"));
-
-  std::string said;
-  const auto reads = [&](const std::string& line) {
-    return Eventually([&] {
-      char bytes[4096];
-      for (ssize_t size; (size = ::read(output, bytes, sizeof bytes)) > 0;) said.append(bytes, size);
-      return said.find(line) != std::string::npos;
-    });
-  };
-  ASSERT_TRUE(reads(page));
-  said.clear();
-  load(L"/no/second");
-  EXPECT_TRUE(reads("[Spec] Load failed: /no/second\n")) << said;
-  ASSERT_TRUE(controller.SendClear());
-  EXPECT_TRUE(reads("[Spec][CLEAR] reason=cmd (count=0)\n")) << said;
-  EXPECT_EQ(said.find("first"), std::string::npos) << said;
   ::close(output);
 }
 

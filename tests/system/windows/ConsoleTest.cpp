@@ -1,4 +1,4 @@
-// The control tool's output in a console and in a pipe.
+// The control tool's output in a console.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -58,22 +58,15 @@ class Console {
   UniqueHandle screen;
 };
 
-class ToolInAConsole : public testing::Test {
- protected:
+// Letters of one cell each: consoles count double-width letters differently.
+TEST(ToolInAConsole, ShowsOutputAndErrorsUnchangedAndSplitsNoCharacter) {
   const PrivateSession session;
   const Console console;
-};
-
-// Letters of one cell each: consoles count double-width letters differently.
-TEST_F(ToolInAConsole, ShowsOutputAndErrorsUnchanged) {
   const CommandTaker worker;
   console.Control({"ping", "Жä€ẞ"});
   EXPECT_THAT(console.Text(), HasSubstr(L"Жä€ẞ in "));
   console.Control({"lint", "Ωπ.toml"});
   EXPECT_THAT(console.Text(), HasSubstr(L"Ωπ.toml"));
-}
-
-TEST_F(ToolInAConsole, NeverSplitsACharacter) {
   // With one of the prefixes, a character crosses the end of any buffer.
   for (const std::string prefix : {"", "-"}) {
     std::string letters = prefix;
@@ -82,12 +75,6 @@ TEST_F(ToolInAConsole, NeverSplitsACharacter) {
     EXPECT_THAT(console.Text(),
                 HasSubstr(std::wstring(prefix.begin(), prefix.end()) + std::wstring(3000, L'Ж')));
   }
-}
-
-TEST_F(ToolInAConsole, PipeGetsUtf8) {
-  const CommandTaker worker;
-  LineProcess tool(ControlCommand({}).front(), {"ping", "Жä€안녕"});
-  EXPECT_TRUE(tool.Hear().starts_with("Жä€안녕 in "));
 }
 
 }  // namespace
