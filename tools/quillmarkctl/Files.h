@@ -11,7 +11,7 @@
 
 namespace quillmark::control {
 
-// Nothing when it cannot be read.
+// The file's bytes; empty if it cannot be read.
 [[nodiscard]] std::optional<std::string> ContentOf(const std::filesystem::path& file);
 // Replaces the file at once: readers see either the old content or the new. Raises std::runtime_error,
 // leaving an existing file as it was, when it cannot be written or is a named pipe, which might block for

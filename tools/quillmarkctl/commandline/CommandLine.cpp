@@ -26,8 +26,7 @@ constexpr char Help[] = "Sends commands to this session's Quillmark worker and p
 constexpr char Notes[] =
     "Exit codes: 0 yes or done, 1 no, nothing found or timed out, 2 usage error or failure.\n"
     "With --json, every command prints one JSON object per line; its \"type\" field names its kind. Any "
-    "command "
-    "may print\n"
+    "command may print\n"
     "  {\"type\":\"note\", \"text\":TEXT}  additional information\n"
     "  {\"type\":\"error\", \"code\":N, \"text\":TEXT}  why the exit code is N\n"
     "Usage errors are printed as text, on standard error.";

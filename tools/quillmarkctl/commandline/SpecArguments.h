@@ -41,7 +41,7 @@ void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments);
 // its field, cannot be parsed or is out of range.
 [[nodiscard]] Command SpecCommand(const SpecArguments& arguments);
 
-// The selected entries of the file; nothing without a file. Raises as ReadSpecFile does, and
+// The selected entries of the file; none without a file. Raises as ReadSpecFile does, and
 // std::invalid_argument for a name that is not in it.
 [[nodiscard]] std::vector<DeclaredSpec> DeclaredSpecs(const SpecArguments& arguments);
 

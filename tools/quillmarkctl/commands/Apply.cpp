@@ -29,16 +29,12 @@ using namespace std::chrono_literals;
 
 constexpr char ApplyNotes[] =
     "Only changes since the last apply are sent: specs that are new, changed or have a changed image, and "
-    "the "
-    "removal of those no longer in the file. Specs added by other means are left alone. A worker started "
-    "since "
-    "then gets everything. Invalid entries are reported; their previous version stays active, and the others "
-    "are "
-    "sent.\n"
+    "the removal of those no longer in the file. Specs added by other means are left alone. A worker "
+    "started since then gets everything. Invalid entries are reported; their previous version stays active, "
+    "and the others are sent.\n"
     "Exit codes: 0 all sent, 1 no worker took them, 2 an entry or the file is invalid.\n"
     "With --json, per spec: {\"type\":\"spec\", \"name\":TEXT, "
-    "\"action\":\"added|replaced|removed|refused\", "
-    "\"why\":TEXT},\n"
+    "\"action\":\"added|replaced|removed|refused\", \"why\":TEXT},\n"
     "  at the end: {\"type\":\"applied\", \"added\":N, \"replaced\":N, \"removed\":N, \"unchanged\":N, "
     "\"refused\":N}.";
 
@@ -48,7 +44,7 @@ struct ApplyOptions {
   bool watch = false, force = false, dryRun = false;
 };
 
-// Everything that the worker gets to see of a command, and the image it reads.
+// Covers everything the worker sees of a command, and the image it reads.
 std::string FingerprintOf(const client::Command& command, const std::string& image) {
   std::string fields;
   for (const std::wstring* text : {&command.target, &command.name, &command.path}) {
@@ -192,7 +188,7 @@ ExitCode RunApply(const ApplyOptions& options, Output& output) {
   if (options.file.empty()) throw std::invalid_argument("FILE must not be empty");
   Applier applier(options, output);
   if (!options.watch) return applier.Apply();
-  // A file may be saved in several writes: it counts once it has not changed for an interval.
+  // A file may be saved in several writes: it is applied once it has not changed for an interval.
   constexpr auto Interval = 300ms;
   const Interruption interruption;
   output.Bar().End();

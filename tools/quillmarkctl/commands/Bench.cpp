@@ -19,10 +19,8 @@ namespace {
 
 constexpr char BenchNotes[] =
     "Give a spec as for add (only --path is required) or a spec file as for apply. Without --image, each "
-    "spec is "
-    "measured on a picture with its template in the middle of its region. No worker is needed, and a running "
-    "one "
-    "is left alone. docs/bench.md describes the output and its fields.\n"
+    "spec is measured on a picture with its template in the middle of its region. No worker is needed, and "
+    "a running one is left alone. docs/bench.md describes the output and its fields.\n"
     "Exit codes: 0 the specs fit into a tick of 20 ms on one core, 1 they do not, 2 usage error or failure.";
 
 struct BenchOptions {

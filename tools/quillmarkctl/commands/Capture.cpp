@@ -30,15 +30,12 @@ using live::Piece;
 
 constexpr char CaptureNotes[] =
     "The area is saved as the worker would see it: if the system stretches the window, it is scaled back to "
-    "the "
-    "window's own pixels. The screenshot is taken once the screen has not changed for 0.15 s, after 2 s at "
-    "the "
-    "latest.\n"
+    "the window's own pixels. The screenshot is taken once the screen has not changed for 0.15 s, after 2 s "
+    "at the latest.\n"
     "The file's text entries Target, Program, Piece, Client area, Scale and Monitor record its origin.\n"
     "The resulting spec is then checked by lint and explain on the current desktop; docs/lint.md and "
     "docs/explain.md describe their output. Exit code 0 means that the file was saved, whatever they found; "
-    "1 "
-    "that drawing was cancelled.\n"
+    "1 that drawing was cancelled.\n"
     "With --json: {\"type\":\"captured\", \"path\":TEXT, \"w\":N, \"h\":N, \"target\":TEXT, \"title\":TEXT, "
     "\"program\":TEXT, \"rect\":{\"x\":N, \"y\":N, \"w\":N, \"h\":N}, \"roi\":{...}, \"client\":{\"w\":N, "
     "\"h\":N}, \"scale\":N, \"monitor\":N, \"visibleShare\":N, \"command\":[TEXT, ...]}, rect and roi in "
@@ -115,7 +112,7 @@ std::optional<advice::WindowPicture> ClientAreaIn(const explain::Explanation& ex
   return advice::WindowPicture{picture.bgra(area), explanation.spec.targetScaleX};
 }
 
-// Lints and explains the spec on the desktop as it is now.
+// Lints and explains the spec on the current desktop.
 void Review(const explain::SpecRequest& request, Output& output) {
   const std::vector<explain::Explanation> explanations =
       explain::ExplainLive(explain::PrepareExplanation(request));

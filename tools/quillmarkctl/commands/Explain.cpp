@@ -18,9 +18,8 @@ using explain::Explanation;
 
 constexpr char ExplainNotes[] =
     "The screenshot shows the window's client area or, with --client, a larger part of the screen with the "
-    "client "
-    "area at that position; it must not be scaled. docs/explain.md describes the output and its fields, "
-    "docs/silence.md the reasons.\n"
+    "client area at that position; it must not be scaled. docs/explain.md describes the output and its "
+    "fields, docs/silence.md the reasons.\n"
     "Exit codes: 0 every spec would be a hit, 1 at least one would not, 2 usage error or failure.";
 
 struct ExplainOptions {

@@ -36,8 +36,7 @@ void AddPing(CommandLine& line) {
   command.notes =
       "The worker checks for commands every 50 ms, so up to 50 ms is normal.\n"
       "Unread hits stay in the ring for the next watch, and a running watch loses none; it prints the reply "
-      "as "
-      "well. Only if the ring is full and no watch is running are old records discarded; a note says how "
+      "as well. If the ring is full and no watch is running, old records are discarded; a note says how "
       "many.\n"
       "With --json: {\"type\":\"reply\", \"text\":TEXT, \"ts\":N, \"ms\":N}";
 }

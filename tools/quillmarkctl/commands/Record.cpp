@@ -14,10 +14,9 @@ namespace {
 
 constexpr char RecordNotes[] =
     "Saves frames of all monitors and the list of windows in the folder, for quillmarkctl replay, until the "
-    "time "
-    "is up or it is interrupted. No worker is needed; given specs are saved in the recording with copies of "
-    "their "
-    "images. The frames show everything on the screens: check them before you share a recording.\n"
+    "time is up or it is interrupted. No worker is needed. Specs are saved in the recording with "
+    "copies of their images. The frames show everything on the screens: check them before you share a "
+    "recording.\n"
     "With --on-hit or --on-near-miss, only the frames around that event are kept. A near miss is a refused "
     "comparison whose difference was at most 1.5 times its limit.\n"
     "Exit codes: 0 recorded, 1 no hit or near miss, 2 usage error or failure.\n"

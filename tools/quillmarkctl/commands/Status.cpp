@@ -18,10 +18,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char StatusNotes[] =
-    "Exit codes: 0 a worker is running and replies, 1 not, 2 usage error or failure.\n"
-    "--follow sends no commands. It prints a line when a worker starts or ends, stops taking commands or "
-    "drops "
-    "hits, and when a reader of the hits starts or ends, and counts the starts.\n"
+    "Exit codes: 0 a worker is running and replies, 1 otherwise, 2 usage error or failure.\n"
+    "--follow sends no commands. It prints a line when a worker or a reader of the hits starts or ends, and "
+    "when the worker stops taking commands or drops hits. It counts the starts.\n"
     "Unread hits are normal while a reader is running; for unread commands, a falling count is normal.\n"
     "With --json: {\"type\":\"status\", \"running\":B, \"answers\":B, \"silence\":TEXT, \"roundTripMs\":N, "
     "\"version\":TEXT, \"process\":N, \"startedTs\":N, \"unreadCommands\":N, \"unreadHits\":N, "

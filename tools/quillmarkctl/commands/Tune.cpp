@@ -16,10 +16,10 @@ namespace quillmark::control {
 namespace {
 
 constexpr char TuneNotes[] =
-    "With --roi, screenshots show the window's client area; without it, only the region. A folder stands for "
-    "the "
-    "images in it. docs/tune.md describes the output and its fields.\n"
-    "Exit codes: 0 the spec as given decides every screenshot correctly, 1 not, 2 usage error or failure.";
+    "With --roi, screenshots show the window's client area; without it, only the region. A folder stands "
+    "for the images in it. docs/tune.md describes the output and its fields.\n"
+    "Exit codes: 0 the spec as given decides every screenshot correctly, 1 otherwise, 2 usage error or "
+    "failure.";
 
 struct TuneOptions {
   SpecArguments spec;

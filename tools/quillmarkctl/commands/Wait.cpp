@@ -92,7 +92,7 @@ void AddWait(CommandLine& line) {
   command.Add("--stable", &options.stableSeconds,
               "Wait until its hits have stayed at one place for this long",
               {.value = "SECONDS", .within = {{0.001, 1e6}}, .excludes = {"--appear"}});
-  AddTimeout(command, options.timeout, "Seconds to wait at most (no limit)");
+  AddTimeout(command, options.timeout, "Maximum seconds to wait (no limit)");
   command.notes = WaitNotes;
 }
 

@@ -19,9 +19,8 @@ using namespace std::chrono_literals;
 constexpr auto RolePatience = 3s;
 
 constexpr char WatchNotes[] =
-    "Only one watch can run at a time. It starts with the unread records in the ring, and notes when a "
-    "worker "
-    "starts or ends.\n"
+    "Only one watch can run at a time. It starts with the unread records in the ring, and reports when a "
+    "worker starts or ends.\n"
     "Exit codes: 0 interrupted or enough hits, 1 timed out, 2 usage error, failure or another watch.\n"
     "With --json, one object per line:\n"
     "  {\"type\":\"hit\", \"name\":TEXT, \"cx\":N, \"cy\":N, \"w\":N, \"h\":N, \"score\":N, \"edge\":N, "

@@ -36,7 +36,7 @@ bool SessionHasWorker() {
   }
 }
 
-// Nothing, with the reason in `why`, when the rings cannot be opened.
+// Empty, with the reason in `why`, if the rings cannot be opened.
 std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, Output& output,
                                          std::string& why) {
   try {

@@ -10,8 +10,8 @@
 
 namespace quillmark::control::host {
 
-// In desktop pixels; nothing when cancelled. Calls `ready` when the user can start. Raises std::runtime_error
-// when the host cannot do it.
+// Returns the rectangle in desktop pixels; empty if cancelled. Calls `ready` when the user can start. Raises
+// std::runtime_error when the host cannot do it.
 [[nodiscard]] std::optional<Rect> PickRectangle(const std::function<void()>& ready);
 
 }  // namespace quillmark::control::host

@@ -9,11 +9,10 @@
 
 namespace quillmark::control::host {
 
-// Session, permissions, limits, display server, fonts.
+// Checks permissions, limits, the display server and fonts.
 [[nodiscard]] Checks ExamineSession();
 
-// A folder of this user that lasts as long as the session at most. Raises std::runtime_error when there is
-// none.
+// A folder of this user that lasts no longer than the session. Raises std::runtime_error if there is none.
 [[nodiscard]] std::filesystem::path SessionFolder();
 
 }  // namespace quillmark::control::host

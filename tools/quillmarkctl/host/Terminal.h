@@ -11,7 +11,7 @@ enum class Stream { Out, Error };
 
 // Whether the stream is a terminal that understands escape sequences.
 [[nodiscard]] bool IsTerminal(Stream stream);
-// In characters; 80 if unknown.
+// The terminal's width in characters; 80 if unknown.
 [[nodiscard]] int TerminalWidth();
 
 // One word of a command line, quoted for the host's shell.

@@ -12,7 +12,7 @@ struct WorkerProcess {
   std::uint64_t startedMs = 0;  // UTC milliseconds since 1970-01-01, 0 if unknown
 };
 
-// `identity` as WorkerProbe returns it.
+// The process of the worker with this identity, which comes from WorkerProbe.
 [[nodiscard]] WorkerProcess ProcessOf(std::uint64_t identity);
 
 }  // namespace quillmark::control::host

@@ -17,7 +17,7 @@ using client::Record;
 [[nodiscard]] Json JsonOf(const Record& hit);
 // Its name for a terminal: control characters become '?'.
 [[nodiscard]] std::string ShownName(const Record& hit);
-// With the time in UTC.
+// The record as a line of text, with the time in UTC.
 [[nodiscard]] std::string LineOf(const Record& hit);
 
 }  // namespace quillmark::control

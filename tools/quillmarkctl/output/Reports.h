@@ -14,11 +14,11 @@ namespace quillmark::control {
 
 // A line below a finding, wrapped to the terminal's width.
 [[nodiscard]] std::string Below(const std::string& text, std::size_t indent, const Output& output);
-// The lines that say what follows from a finding and what to do about it.
+// The lines with a finding's effect and its fix.
 [[nodiscard]] std::string EffectAndFix(const std::string& consequence, const std::string& remedy,
                                        std::size_t indent, const Output& output);
 
-// The colours of a report where the output has any.
+// Colours the parts of a report if the output is coloured.
 [[nodiscard]] explain::Painter PainterOf(const Output& output);
 
 // Checks the specs and prints the findings, without the ignored codes, and their counts. `window` may be

@@ -23,8 +23,7 @@ constexpr SpecFileKey Keys[] = {
     {"name", "TEXT", "The name in hits: at most 31 characters, no ':', unique in the file."},
     {"target", "TEXT",
      "The window to search: part of its title, or its program's file name ending in .exe, also on Linux; at "
-     "most "
-     "16 characters."},
+     "most 16 characters."},
     {"path", "TEXT",
      "The template's image. A relative path starts at this file's folder. The absolute path has at most 64 "
      "characters."},

@@ -35,7 +35,7 @@ struct Answer {
 // nobody reads it, so that there is room for the reply; then it prints a note.
 [[nodiscard]] Answer Ask(const Command& command, std::chrono::milliseconds timeout, Output& output);
 
-// The text of a reply that answers `command`; nothing for other records.
+// The text of a reply that answers `command`; empty for other records.
 [[nodiscard]] std::optional<std::string> AnswerIn(const Record& record, const Command& command);
 
 }  // namespace quillmark::control

@@ -130,12 +130,13 @@ Check ExamineFonts() {
   if (layer::HasFontFor(L"이미 실행 중입니다")) {
     return {.topic = "fonts", .text = "a font covers the Korean text of the message box"};
   }
-  return {.level = Level::Warning,
-          .topic = "fonts",
-          .text = "no font has Korean characters",
-          .consequence =
-              "a second instance shows its message in English, or without any font on standard error only",
-          .remedy = "install a Korean font, for example fonts-nanum or fonts-noto-cjk"};
+  return {
+      .level = Level::Warning,
+      .topic = "fonts",
+      .text = "no font has Korean characters",
+      .consequence =
+          "a second instance shows its message in English or, without any font, prints it on standard error",
+      .remedy = "install a Korean font, for example fonts-nanum or fonts-noto-cjk"};
 }
 
 }  // namespace quillmark::control::host

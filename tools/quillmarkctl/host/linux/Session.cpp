@@ -41,7 +41,7 @@ Check Refused(const fs::path& folder, const std::string& why, const std::string&
           .facts = {{"folder", folder.string()}}};
 }
 
-// Why one folder of the path cannot be used; nothing if it can, or if it can be created.
+// Why one folder of the path cannot be used; empty if it can, or if it can be created.
 std::optional<Check> Objection(const fs::path& folder, bool mustBePrivate) {
   struct stat facts {};
   if (::lstat(folder.c_str(), &facts) != 0) {
