@@ -93,7 +93,7 @@ TEST_F(Advice, TuneReadsFoldersOfScreenshots) {
   const Outcome text = Control(tune);
   EXPECT_EQ(text.code, 0) << text.err;
   EXPECT_THAT(text.out, AllOf(HasSubstr("Positives  1 of 1 are hits\n"),
-                              HasSubstr("Every picture is decided correctly.")));
+                              HasSubstr("Every screenshot is decided correctly.")));
   EXPECT_THAT(text.err, AllOf(HasSubstr("cut.png' is damaged; skipped\n"), Not(HasSubstr("notes.txt"))));
 
   tune.insert(tune.end(), {"--negative", File("ok.png"), "--json"});

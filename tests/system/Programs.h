@@ -60,7 +60,9 @@ std::filesystem::path WorkerFile();
 // The worker. The destructor reports sanitizer findings.
 class Worker : public Program {
  public:
-  explicit Worker(const std::filesystem::path& where = {}) : Program({WorkerFile().string()}, where) {}
+  explicit Worker(const std::filesystem::path& where = {},
+                  const std::filesystem::path& program = WorkerFile())
+      : Program({program.string()}, where) {}
   ~Worker();
   // Its working directory unless one was given.
   const std::filesystem::path& Folder() const { return folder.Path(); }

@@ -16,6 +16,12 @@
 namespace quillmark::test {
 namespace {
 
+std::string Utf16(const std::string& ascii) {
+  std::string units;
+  for (const char letter : ascii) units += {letter, '\0'};
+  return units;
+}
+
 class WorkerProcess : public testing::Test {
  protected:
   WorkerProcess() { LeaveDisplay(); }
@@ -50,9 +56,24 @@ TEST_F(WorkerProcess, StatusAndWatchReportItsStartAndEnd) {
   EXPECT_TRUE(watch.Says("the worker has ended")) << watch.Err();
 }
 
+TEST_F(WorkerProcess, ReadsItsVersionFromTheProgramFile) {
+  std::string program = ContentOf(WorkerFile());
+  const std::string version = Utf16(QUILLMARK_VERSION);
+  const std::string other(std::string(QUILLMARK_VERSION).size(), '7');
+  for (auto at = program.find(version); at != std::string::npos; at = program.find(version, at)) {
+    program.replace(at, version.size(), Utf16(other));
+  }
+  const TempFolder folder;
+  const auto changed = folder.Path() / WorkerFile().filename();
+  std::ofstream(changed, std::ios::binary) << program;
+  std::filesystem::permissions(changed, std::filesystem::perms::owner_all);
+
+  const Worker worker({}, changed);
+  EXPECT_EQ(Control({"version", "--timeout=60"}).out, other + "\n");
+}
+
 TEST_F(WorkerProcess, EachStartIsLoggedAndAppendsTheProbeIfPossible) {
-  std::string probe;  // UTF-16
-  for (const char letter : std::string("[PROBE] file write alive\r\n")) probe += {letter, '\0'};
+  const std::string probe = Utf16("[PROBE] file write alive\r\n");
   const TempFolder folder;
   const auto file = folder.Path() / "probe_log.txt";
   for (const std::string& expected : {probe, probe + probe}) {

@@ -24,6 +24,16 @@ class WorkerHere : public testing::Test {
   const PrivateSession session;
 };
 
+TEST_F(WorkerHere, SecondInstanceIsAlsoRefusedWithoutADisplay) {
+  const Worker first;
+  ASSERT_TRUE(Answers());
+  Worker second;
+  ASSERT_TRUE(Eventually([&] { return second.Ended(); }));
+  EXPECT_EQ(second.Wait(), 2);
+  EXPECT_NE(second.Err().find("Another instance is already running."), std::string::npos) << second.Err();
+  EXPECT_TRUE(Answers());
+}
+
 TEST_F(WorkerHere, OutputThatNobodyReadsBlocksNothing) {
   const TempFolder folder;
   const std::string fifo = (folder.Path() / "output").string();

@@ -98,6 +98,21 @@ TEST_F(SessionFolder, FilesHoldTheObjectAndNothingElse) {
   EXPECT_EQ(Names(Folder()), std::vector<std::string>{}) << "the last holder removes the file";
 }
 
+TEST_F(SessionFolder, WaitForAnEventWithADamagedStateEndsInTime) {
+  for (const BOOL manual : {FALSE, TRUE}) {
+    const HANDLE event = ::CreateEventW(nullptr, manual, FALSE, L"Local\\Damaged");
+    const std::uint32_t damaged = 7;
+    std::fstream(Folder() / "Damaged.event", std::ios::in | std::ios::out | std::ios::binary)
+        .write(reinterpret_cast<const char*>(&damaged), sizeof damaged);
+    const std::clock_t worked = std::clock();
+    EXPECT_EQ(::WaitForSingleObject(event, 500), WAIT_TIMEOUT);
+    EXPECT_LT(std::clock() - worked, CLOCKS_PER_SEC / 4) << "it slept";
+    EXPECT_TRUE(::SetEvent(event));
+    EXPECT_EQ(::WaitForSingleObject(event, 0), WAIT_OBJECT_0);
+    ::CloseHandle(event);
+  }
+}
+
 TEST_F(SessionFolder, IsNamedAfterTheDisplay) {
   const struct {
     const char* display;
