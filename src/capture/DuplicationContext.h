@@ -33,6 +33,9 @@ class DuplicationContext {
   DuplicationContext() = default;
   DuplicationContext(const DuplicationContext&) = delete;
   DuplicationContext& operator=(const DuplicationContext&) = delete;
+  ~DuplicationContext() {
+    Clear();
+  }  // in its order: the duplication first, the device after all that it made
 
   // (Re)creates everything for the monitor. Always true; raises CaptureError on failure, after which it can
   // be repeated.
