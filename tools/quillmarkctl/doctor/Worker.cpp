@@ -1,5 +1,4 @@
 #include <cmath>
-#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -36,25 +35,16 @@ bool SessionHasWorker() {
   }
 }
 
-// Empty, with the reason in `why`, if the rings cannot be opened.
-std::optional<WorkerState> StateOfWorker(std::chrono::milliseconds timeout, Output& output,
-                                         std::string& why) {
-  try {
-    return LookAtWorker(timeout, output);
-  } catch (const std::runtime_error& error) {
-    why = error.what();
-    return std::nullopt;
-  }
-}
-
 }  // namespace
 
 Checks ExamineWorker(std::chrono::milliseconds timeout, Output& output) {
   if (!SessionHasWorker()) return {NoWorker()};
-  std::string why;
-  const std::optional<WorkerState> looked = StateOfWorker(timeout, output, why);
-  if (!looked) return {WithoutRings(why)};
-  const WorkerState& state = *looked;
+  WorkerState state;
+  try {
+    state = LookAtWorker(timeout, output);
+  } catch (const std::runtime_error& error) {
+    return {WithoutRings(error.what())};
+  }
   if (!state.running) return {NoWorker()};
   Check check{.topic = "worker", .facts = JsonOf(state)};
   if (state.answers) {
