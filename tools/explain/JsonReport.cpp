@@ -8,10 +8,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json JsonOf(const cv::Rect& rect) {
-  return {{"x", rect.x}, {"y", rect.y}, {"w", rect.width}, {"h", rect.height}};
-}
-
 Json SpecOf(const Explanation& e) {
   const TemplateSpec& spec = e.spec;
   const SpecRequest& request = e.request;
@@ -19,7 +15,7 @@ Json SpecOf(const Explanation& e) {
           {"fullName", WellFormed(request.name)},
           {"target", WellFormed(request.target)},
           {"path", WellFormed(request.path)},
-          {"roi", JsonOf(spec.roi)},
+          {"roi", RectJson(spec.roi)},
           {"template", {{"w", spec.tmplGray.cols}, {"h", spec.tmplGray.rows}}},
           {"mode", WordOf(spec.mode)},
           {"maxDiff", spec.maxDiff},
@@ -57,10 +53,10 @@ Json JsonOf(const Explanation& e, const Placement& placement) {
 
 void AddSight(const Explanation& e, Json& json) {
   const Sight& sight = *e.sight;
-  json["picture"] = JsonOf(ToCv(sight.picture.Area()));
-  json["client"] = JsonOf(ToCv(e.spec.targetRect));
+  json["picture"] = RectJson(ToCv(sight.picture.Area()));
+  json["client"] = RectJson(ToCv(e.spec.targetRect));
   json["client"]["scale"] = EffectiveScale(e.spec.targetScaleX);
-  json["region"] = JsonOf(ToCv(sight.place.visible));
+  json["region"] = RectJson(ToCv(sight.place.visible));
   json["region"]["clipped"] = sight.unit.clipped;
   if (!sight.map) return;
   const Verdict& v = sight.verdict;
@@ -71,6 +67,10 @@ void AddSight(const Explanation& e, Json& json) {
 }
 
 }  // namespace
+
+Json RectJson(const cv::Rect& rect) {
+  return {{"x", rect.x}, {"y", rect.y}, {"w", rect.width}, {"h", rect.height}};
+}
 
 Json JsonReport(const Explanation& e) {
   Json json{{"type", "explanation"}, {"hit", e.IsHit()}, {"reason", Json()}, {"sentence", e.sentence}};

@@ -30,6 +30,8 @@ using Painter = std::function<std::string(Paint, const std::string&)>;
 // explanation, under the name of the first.
 [[nodiscard]] std::string HtmlReport(std::span<const Explanation> explanations);
 
+// {"x":N, "y":N, "w":N, "h":N}
+[[nodiscard]] nlohmann::ordered_json RectJson(const cv::Rect& rect);
 // "pass", "veto", "missed", "waived", "not measured".
 [[nodiscard]] std::string WordOf(StepOutcome outcome);
 // The same as one word: "not-measured".

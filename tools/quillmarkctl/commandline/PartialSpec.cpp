@@ -24,10 +24,7 @@ advice::LintSpec ReadPartialSpec(const SpecArguments& arguments) {
   request.path = WideText("--path", path);
   request.name = WideText("--name", arguments.name.value_or(""));
   request.target = WideText("--target", arguments.target.value_or(""));
-  if (spec.hasRegion) {
-    const Rectangle roi = ReadRectangle("--roi", *arguments.roi);
-    request.roi = cv::Rect(roi.x, roi.y, roi.width, roi.height);
-  }
+  if (spec.hasRegion) request.roi = ReadRectangle("--roi", *arguments.roi);
   request.edgeMin = arguments.edgeMin.value_or(request.edgeMin);
   request.threshold = arguments.threshold.value_or(request.threshold);
   CheckLimits(arguments);

@@ -55,7 +55,7 @@ Command SpecCommand(const SpecArguments& arguments) {
   (void)Field("--name without its options", arguments.name->substr(0, arguments.name->find(':')),
               HitNameUnits);
   command.path = NonEmptyField("--path", arguments.path.value_or(""), PathUnits);
-  const Rectangle roi = ReadRectangle("--roi", arguments.roi.value_or(""));
+  const cv::Rect roi = ReadRectangle("--roi", arguments.roi.value_or(""));
   command.roiX = roi.x;
   command.roiY = roi.y;
   command.roiW = roi.width;
@@ -105,13 +105,13 @@ std::vector<Command> SpecCommands(const SpecArguments& arguments) {
   return commands;
 }
 
-Rectangle ReadRectangle(const std::string& what, const std::string& text) {
-  Rectangle rectangle;
-  std::int32_t* const parts[] = {&rectangle.x, &rectangle.y, &rectangle.width, &rectangle.height};
+cv::Rect ReadRectangle(const std::string& what, const std::string& text) {
+  cv::Rect rectangle;
+  int* const parts[] = {&rectangle.x, &rectangle.y, &rectangle.width, &rectangle.height};
   const char* at = text.data();
   const char* const end = at + text.size();
   bool valid = true;
-  for (std::int32_t* part : parts) {
+  for (int* part : parts) {
     if (part != parts[0]) valid = valid && at != end && *at++ == ',';
     const auto [rest, error] = std::from_chars(at, end, *part);
     valid = valid && error == std::errc();

@@ -3,7 +3,7 @@
 // Threading: one thread.
 #pragma once
 
-#include <cstdint>
+#include <opencv2/core.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,10 +52,7 @@ void AddSpecFileOptions(CommandModel& command, SpecArguments& arguments);
 // --edge-min and --threshold must be within their ranges. Raises std::invalid_argument.
 void CheckLimits(const SpecArguments& arguments);
 
-struct Rectangle {
-  std::int32_t x = 0, y = 0, width = 0, height = 0;
-};
 // X,Y,W,H in whole pixels, W and H at least 1. Raises std::invalid_argument with `what` in front.
-[[nodiscard]] Rectangle ReadRectangle(const std::string& what, const std::string& text);
+[[nodiscard]] cv::Rect ReadRectangle(const std::string& what, const std::string& text);
 
 }  // namespace quillmark::control

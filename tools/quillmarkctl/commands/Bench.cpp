@@ -11,6 +11,7 @@
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
 #include "core/Tick.h"
+#include "explain/Reports.h"
 #include "text/Places.h"
 #include "text/Wording.h"
 
@@ -73,7 +74,7 @@ void Print(const Measured& m, Output& output) {
       {{"type", "spec"},
        {"name", m.name},
        {"template", {{"w", tmpl.cols}, {"h", tmpl.rows}}},
-       {"region", {{"x", region.x}, {"y", region.y}, {"w", region.width}, {"h", region.height}}},
+       {"region", explain::RectJson(region)},
        {"reason", reason.empty() ? Json(nullptr) : Json(reason)},
        {"steps", StepsJson(m.steps)}},
       m.name + ": " + SizeText(tmpl.size()) + " in " + SizeText(region.size()) + ", " + end + Rows(m.steps));

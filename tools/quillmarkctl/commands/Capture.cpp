@@ -15,6 +15,7 @@
 #include "commandline/SpecArguments.h"
 #include "explain/Explain.h"
 #include "explain/LiveLook.h"
+#include "explain/Reports.h"
 #include "host/Pick.h"
 #include "host/Terminal.h"
 #include "live/Piece.h"
@@ -87,10 +88,6 @@ PngTexts TextsOf(const Piece& piece) {
                       ", " + std::to_string(monitor.dpi) + " dpi"}};
 }
 
-Json RectJson(const cv::Rect& r) {
-  return {{"x", r.x}, {"y", r.y}, {"w", r.width}, {"h", r.height}};
-}
-
 // Whatever covers the area is in the picture.
 void WarnIfCovered(const Piece& piece, Output& output) {
   if (piece.visible >= 1.0) return;
@@ -145,10 +142,7 @@ ExitCode Capture(const CaptureOptions& options, Output& output) {
     throw std::invalid_argument("give --target, or --pick to draw the area");
   live::PieceChoice choice;
   if (!options.target.empty()) choice.target = client::Field("--target", options.target, client::TargetUnits);
-  if (!options.rect.empty()) {
-    const Rectangle r = ReadRectangle("--rect", options.rect);
-    choice.rect = cv::Rect(r.x, r.y, r.width, r.height);
-  }
+  if (!options.rect.empty()) choice.rect = ReadRectangle("--rect", options.rect);
   Delay(options.delaySeconds, output.Bar());
   if (options.pick) {
     choice.picked = host::PickRectangle(
@@ -175,8 +169,8 @@ ExitCode Capture(const CaptureOptions& options, Output& output) {
                 {"target", target},
                 {"title", client::ToUtf8(piece.window.title)},
                 {"program", client::ToUtf8(piece.window.program)},
-                {"rect", RectJson(piece.rect)},
-                {"roi", RectJson(roi)},
+                {"rect", explain::RectJson(piece.rect)},
+                {"roi", explain::RectJson(roi)},
                 {"client", {{"w", piece.client.width}, {"h", piece.client.height}}},
                 {"scale", piece.scale},
                 {"monitor", piece.monitor.number},

@@ -33,7 +33,7 @@ struct ExplainOptions {
 Rect ClientArea(const std::string& argument, cv::Size picture) {
   constexpr std::int32_t max = 1 << 20;
   if (argument.empty()) return {0, 0, picture.width, picture.height};
-  const Rectangle client = ReadRectangle("--client", argument);
+  const cv::Rect client = ReadRectangle("--client", argument);
   for (const std::int32_t number : {client.x, client.y, client.width, client.height}) {
     if (number < -max || number > max)
       throw std::invalid_argument("--client: " + argument + " is outside any screen");

@@ -1,15 +1,16 @@
-#include <algorithm>
 #include <cmath>
-#include <cwctype>
 #include <optional>
 
+#include "advice/NameOptions.h"
 #include "capture/TargetBinding.h"
 #include "client/Command.h"
 #include "client/Text.h"
 #include "core/RegionGeometry.h"
 #include "doctor/Doctor.h"
+#include "explain/Reports.h"
 #include "live/DesktopMonitors.h"
 #include "live/DesktopWindows.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 #include "text/Wording.h"
 
@@ -20,16 +21,10 @@ using live::DesktopWindow;
 
 constexpr char Topic[] = "target";
 
-int WidthOf(const Rect& rect) {
-  return rect.right - rect.left;
-}
-int HeightOf(const Rect& rect) {
-  return rect.bottom - rect.top;
-}
-
 std::string Describe(const Rect& rect) {
-  return std::to_string(WidthOf(rect)) + "x" + std::to_string(HeightOf(rect)) + " at " +
-         std::to_string(rect.left) + "," + std::to_string(rect.top);
+  const cv::Size size = ToCv(rect).size();
+  return std::to_string(size.width) + "x" + std::to_string(size.height) + " at " +
+         PointText({rect.left, rect.top});
 }
 
 std::string Describe(const DesktopWindow& window) {
@@ -42,12 +37,13 @@ std::string Describe(const DesktopWindow& window) {
 }
 
 Json FactsOf(const DesktopWindow& window) {
+  const cv::Rect outer = ToCv(window.outer);
   return {{"title", client::ToUtf8(window.title)},
           {"program", client::ToUtf8(window.program)},
-          {"x", window.outer.left},
-          {"y", window.outer.top},
-          {"w", WidthOf(window.outer)},
-          {"h", HeightOf(window.outer)},
+          {"x", outer.x},
+          {"y", outer.y},
+          {"w", outer.width},
+          {"h", outer.height},
           {"minimised", window.minimised},
           {"visible", window.visible}};
 }
@@ -60,11 +56,7 @@ std::string Percent(double share) {
 // For a target that matches no window title.
 bool EndsInMixedCaseExe(const std::wstring& target) {
   if (TargetText(target).ByImageName() || target.size() <= 4) return false;
-  std::wstring end = target.substr(target.size() - 4);
-  std::ranges::transform(end, end.begin(), [](wchar_t unit) {
-    return static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(unit)));
-  });
-  return end == L".exe";
+  return advice::Lowered(target).ends_with(L".exe");
 }
 
 // The program of a window that the text names without ".exe".
@@ -116,10 +108,7 @@ Check ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
   if (binding.scale != 1.0) {
     check.text += ", scaled by the system to " + Percent(binding.scale);
   }
-  check.facts["client"] = {{"x", binding.clientArea.left},
-                           {"y", binding.clientArea.top},
-                           {"w", WidthOf(binding.clientArea)},
-                           {"h", HeightOf(binding.clientArea)}};
+  check.facts["client"] = explain::RectJson(ToCv(binding.clientArea));
   check.facts["scale"] = binding.scale;
   check.facts["visibleShare"] = exposure.visible;
   check.facts["coveredShare"] = exposure.covered;
