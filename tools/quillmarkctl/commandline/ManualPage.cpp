@@ -12,13 +12,7 @@ std::string Plain(const std::string& text) {
   bool atLineStart = true;
   for (const char c : text) {
     if (atLineStart && (c == '.' || c == '\'')) plain += "\\&";
-    if (c == '\\') {
-      plain += "\\e";
-    } else if (c == '-') {
-      plain += "\\-";
-    } else {
-      plain += c;
-    }
+    plain += c == '\\' ? "\\e" : c == '-' ? "\\-" : std::string(1, c);
     atLineStart = c == '\n';
   }
   return plain;

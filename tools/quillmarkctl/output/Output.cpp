@@ -49,11 +49,8 @@ void Output::PrintError(const std::string& text) {
 
 std::string Output::Styled(Style style, const std::string& text) const {
   if (!colour) return text;
-  const char* code = "2";
-  if (style == Style::Good) code = "32";
-  if (style == Style::Doubtful) code = "33";
-  if (style == Style::Bad) code = "1;31";
-  return std::string("\033[") + code + "m" + text + "\033[0m";
+  constexpr const char* codes[] = {"32", "33", "1;31", "2"};
+  return std::string("\033[") + codes[static_cast<int>(style)] + "m" + text + "\033[0m";
 }
 
 std::string Output::Wrapped(const std::string& text, std::size_t indent) const {
