@@ -150,6 +150,11 @@ bool TryLockByte(int fd, short type, std::int64_t byte) {
   return result == 0;
 }
 
+bool IsByteLocked(int fd, std::int64_t byte) {
+  struct flock lock = ByteLock(F_WRLCK, byte);
+  return ::fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
 std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std::uint64_t size,
                                              const Initialise& initialise) {
   if (size > static_cast<std::uint64_t>(gateByte)) return Fail(ERROR_COMMITMENT_LIMIT, nullptr);

@@ -56,5 +56,7 @@ class SharedFile {
 
 // Locks or unlocks (F_RDLCK, F_WRLCK, F_UNLCK) one byte of an open file; false if another holds it.
 bool TryLockByte(int fd, short type, std::int64_t byte);
+// Whether the byte is locked through another open file. Takes no lock.
+bool IsByteLocked(int fd, std::int64_t byte);
 
 }  // namespace quillmark::layer

@@ -12,18 +12,6 @@
 #include "kernel32/SharedFile.h"
 
 namespace quillmark::client {
-namespace {
-
-bool IsLocked(int file, std::int64_t byte) {
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = byte;
-  lock.l_len = 1;
-  return ::fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
-}
-
-}  // namespace
 
 struct WorkerProbe::Session {
   layer::UniqueFd folder;
@@ -39,7 +27,7 @@ WorkerSight WorkerProbe::Look() const {
   const layer::UniqueFd file(::openat(session->folder.Get(), "KXRQTLV1_Quillmark.mutex",
                                       O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   WorkerSight sight;
-  sight.running = file && IsLocked(file.Get(), layer::SharedFile::ownerByte);
+  sight.running = file && layer::IsByteLocked(file.Get(), layer::SharedFile::ownerByte);
   std::uint32_t owner = 0;
   if (sight.running && ::pread(file.Get(), &owner, sizeof owner, 0) == sizeof owner) sight.identity = owner;
   return sight;

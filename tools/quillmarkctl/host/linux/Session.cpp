@@ -132,12 +132,7 @@ Check ExamineMemory(const fs::path& folder) {
 // Whether a worker owns the instance mutex in this session folder. Takes no lock.
 bool WorkerRunsIn(const fs::path& folder) {
   const layer::UniqueFd file(::open((folder / InstanceMutex).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = layer::SharedFile::ownerByte;
-  lock.l_len = 1;
-  return file && ::fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+  return file && layer::IsByteLocked(file.Get(), layer::SharedFile::ownerByte);
 }
 
 // Workers on other displays, which controllers of this session cannot reach.
