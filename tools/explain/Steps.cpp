@@ -85,21 +85,12 @@ StepOutcome OutcomeOf(const GateResult& result, DecidingStep step) {
 }
 
 // Maps an enumeration to the reasons in the same order.
-template <typename Enum>
-class InTheOrderOf {
- public:
-  consteval InTheOrderOf(Reason first_, Reason last, Enum lastOf_) : first(first_), lastOf(lastOf_) {
-    if (static_cast<int>(last) - static_cast<int>(first) != static_cast<int>(lastOf)) throw "out of order";
-  }
-  [[nodiscard]] std::optional<Reason> At(Enum of) const {
-    if (of > lastOf) return std::nullopt;
-    return static_cast<Reason>(static_cast<std::int32_t>(first) + static_cast<std::int32_t>(of));
-  }
-
- private:
-  Reason first;
-  Enum lastOf;
-};
+template <Reason first, Reason last, auto lastOf>
+std::optional<Reason> InTheOrderOf(decltype(lastOf) of) {
+  static_assert(static_cast<int>(last) - static_cast<int>(first) == static_cast<int>(lastOf));
+  if (of > lastOf) return std::nullopt;
+  return static_cast<Reason>(static_cast<std::int32_t>(first) + static_cast<std::int32_t>(of));
+}
 
 class Comparison {
  public:
@@ -215,18 +206,16 @@ std::vector<Step> ComparisonSteps(const TemplateSpec& spec, const ROIUnit& unit,
 }
 
 std::optional<Reason> ReasonOf(DecidingStep step) {
-  constexpr auto reasons = InTheOrderOf(Reason::InputsMissing, Reason::Colour, DecidingStep::Colour);
-  return reasons.At(step);
+  return InTheOrderOf<Reason::InputsMissing, Reason::Colour, DecidingStep::Colour>(step);
 }
 
 Reason ReasonOf(ImageFault fault) {
-  constexpr auto reasons = InTheOrderOf(Reason::ImagePath, Reason::ImageDamaged, ImageFault::Damaged);
-  return fault == ImageFault::None ? Reason::ImageRefused : *reasons.At(fault);
+  if (fault == ImageFault::None) return Reason::ImageRefused;
+  return *InTheOrderOf<Reason::ImagePath, Reason::ImageDamaged, ImageFault::Damaged>(fault);
 }
 
 std::optional<Reason> ReasonOf(BindingOutcome outcome) {
-  constexpr auto reasons = InTheOrderOf(Reason::TargetEmpty, Reason::NoMonitor, BindingOutcome::NoMonitor);
-  return reasons.At(outcome);
+  return InTheOrderOf<Reason::TargetEmpty, Reason::NoMonitor, BindingOutcome::NoMonitor>(outcome);
 }
 
 std::string TextOf(Rule rule) {
