@@ -7,6 +7,7 @@
 
 #include "advice/NameOptions.h"
 #include "core/Gates.h"
+#include "explain/Reports.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "specs/Utf8.h"
@@ -133,25 +134,20 @@ std::vector<explain::SpecRequest> OtherModes(const explain::SpecRequest& from) {
   if (!others) return requests;
   const TemplateSpec now = SpecOf(from);
   const std::wstring base = ReadNameOptions(from.name).base;
-  const auto add = [&](std::initializer_list<const wchar_t*> choice, MatchMode mode, bool gate) {
-    if (mode == now.mode && (gate == now.colorGate || now.redHint)) return;
+  const auto add = [&](MatchMode mode, bool strict) {
+    if (mode == now.mode && (strict == now.colorGate || now.redHint)) return;
     std::vector<std::wstring> words = *others;
-    words.insert(words.end(), choice.begin(), choice.end());
+    if (strict) words.emplace_back(L"strict");
+    words.push_back(L"mode=" + FromUtf8(explain::WordOf(mode)));
     explain::SpecRequest request = from;
     request.name = Joined(base, words);
     request.threshold = -1.0f;
     requests.push_back(std::move(request));
   };
-  add({L"mode=gray"}, MatchMode::Gray, false);
-  add({L"mode=bgr"}, MatchMode::Bgr, false);
-  add({L"mode=s"}, MatchMode::S, false);
-  add({L"mode=hs"}, MatchMode::HS, false);
-  add({L"mode=h"}, MatchMode::H, false);
-  if (!now.redHint) {
-    add({L"strict", L"mode=gray"}, MatchMode::Gray, true);
-    add({L"strict", L"mode=bgr"}, MatchMode::Bgr, true);
-    add({L"strict", L"mode=s"}, MatchMode::S, true);
-  }
+  using enum MatchMode;
+  for (const MatchMode mode : {Gray, Bgr, S, HS, H}) add(mode, false);
+  if (now.redHint) return requests;
+  for (const MatchMode mode : {Gray, Bgr, S}) add(mode, true);
   return requests;
 }
 

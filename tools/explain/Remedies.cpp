@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "explain/Reports.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "text/Numbers.h"
@@ -135,19 +136,15 @@ class Trials {
   }
 
   void TryModes() {
-    const std::pair<MatchMode, const char*> modes[] = {{MatchMode::Gray, "mode=gray"},
-                                                       {MatchMode::Bgr, "mode=bgr"},
-                                                       {MatchMode::S, "mode=s"},
-                                                       {MatchMode::HS, "mode=hs"},
-                                                       {MatchMode::H, "mode=h"}};
-    for (const auto& [mode, word] : modes) {
+    using enum MatchMode;
+    for (const MatchMode mode : {Gray, Bgr, S, HS, H}) {
       TemplateSpec spec = e.spec;
       spec.mode = mode;
       if (mode == e.spec.mode || !Hit(unit, spec)) continue;
-      remedies.push_back({word, IsHueMode(mode)
-                                    ? "A loose mode: only the difference in hue decides, and large "
-                                      "differences are accepted."
-                                    : "In this mode it is a hit."});
+      remedies.push_back({"mode=" + WordOf(mode),
+                          IsHueMode(mode) ? "A loose mode: only the difference in hue decides, and large "
+                                            "differences are accepted."
+                                          : "In this mode it is a hit."});
     }
   }
 
