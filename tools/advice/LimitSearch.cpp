@@ -52,8 +52,8 @@ Case CaseOf(const Sample& sample, const TemplateSpec& spec) {
 class Search {
  public:
   Search(const Samples& samples, const TemplateSpec& spec_) : spec(spec_) {
-    for (const Sample& sample : samples) cases.push_back(CaseOf(sample, spec));
     for (const Sample& sample : samples) {
+      cases.push_back(CaseOf(sample, spec));
       if (!sample.verdict.found) continue;
       TemplateSpec unlimited = spec;
       unlimited.maxDiff = kInfinity;

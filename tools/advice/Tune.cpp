@@ -20,7 +20,6 @@ FigureReport& ReportOf(const explain::Step& step, std::vector<FigureReport>& rep
   FigureReport report;
   report.id = step.id;
   report.title = step.title;
-  report.measures = step.measures;
   report.bound = step.gate->bound;
   report.canBeSet = CanBeSet(step.id);
   report.lowLimit = report.highLimit = step.gate->limit.Value();

@@ -18,7 +18,7 @@ namespace quillmark::advice {
 
 // One figure over all pictures that have it.
 struct FigureReport {
-  std::string id, title, measures;  // of the step
+  std::string id, title;  // of the step
   Bound bound = Bound::AtMost;
   bool canBeSet = false;                   // whether a controller can set its limit
   bool hasSay = false;                     // whether it can reject here
