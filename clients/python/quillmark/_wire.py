@@ -29,9 +29,9 @@ TARGET_UNITS, NAME_UNITS, PATH_UNITS, HIT_NAME_UNITS = 16, 32, 64, 31
 _UNPAIRED = re.compile("[\ud800-\udfff]")
 
 
-def field(what: str, text: str, max_units: int, may_be_empty: bool = False) -> bytes:
+def field(what: str, text: str, max_units: int) -> bytes:
     """The text in UTF-16, checked to fit the field."""
-    if not text and not may_be_empty:
+    if not text:
         raise BadText(f"{what} must not be empty")
     if "\0" in text:
         raise BadText(f"{what} contains a zero")
@@ -59,11 +59,8 @@ def command(
 
 def text_of(units: bytes) -> str:
     """The text of a field up to its first zero unit; unpaired surrogates become U+FFFD."""
-    for at in range(0, len(units), 2):
-        if units[at : at + 2] == b"\0\0":
-            units = units[:at]
-            break
-    return _UNPAIRED.sub("\ufffd", units.decode("utf-16-le", "surrogatepass"))
+    text = units.decode("utf-16-le", "surrogatepass").partition("\0")[0]
+    return _UNPAIRED.sub("\ufffd", text)
 
 
 def record(slot: bytes) -> Union[Hit, Reply]:
