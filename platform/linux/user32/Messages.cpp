@@ -45,11 +45,6 @@ Table& TheTable() {
   return table;
 }
 
-void RemoveWindow(Table& table, std::map<HWND, Window>::iterator window) {
-  std::erase_if(window->second.queue->messages, [&](const MSG& m) { return m.hwnd == window->first; });
-  table.windows.erase(window);
-}
-
 // The calling thread's queue. A thread's windows end with it.
 class ThreadQueue {
  public:
@@ -152,7 +147,8 @@ BOOL WINAPI DestroyWindow(HWND window) {
   const auto found = table.windows.find(window);
   if (found == table.windows.end()) return Fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
   if (found->second.queue != &QueueOfThread()) return Fail(ERROR_ACCESS_DENIED, FALSE);
-  RemoveWindow(table, found);
+  std::erase_if(found->second.queue->messages, [&](const MSG& m) { return m.hwnd == window; });
+  table.windows.erase(found);
   return TRUE;
 }
 
