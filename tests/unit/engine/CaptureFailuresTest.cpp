@@ -1,38 +1,8 @@
 // What a tick does when calls fail and memory runs out.
-#include <cstdlib>
 #include <memory>
-#include <new>
-#include <opencv2/core.hpp>
-#include <utility>
 
 #include "EngineFixture.h"
 #include "support/DebugOutputCapture.h"
-
-namespace quillmark {
-
-static thread_local int allocationsLeft = 0;
-
-int FailNthAllocation(int n) {
-  return std::exchange(allocationsLeft, n);
-}
-
-}  // namespace quillmark
-
-void* operator new(std::size_t size) {
-  // OpenCV leaks an image's pixels if it gets no memory for its record of them; that allocation never fails.
-  const bool counted = quillmark::allocationsLeft > 0 && size != sizeof(cv::UMatData);
-  if (counted && --quillmark::allocationsLeft == 0) throw std::bad_alloc();
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace quillmark {
 namespace {
