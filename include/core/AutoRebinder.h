@@ -75,7 +75,7 @@ class AutoRebinder {
   void OnDisplayChange();
   void DropAllContexts();
 
-  // Capture thread only.
+  // Capture thread only; in CaptureLoop.cpp.
   void CaptureTick(std::int64_t nowMs);
   // Forgets all other monitors, and drops the contexts that are due for replacement.
   void RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs);
@@ -85,7 +85,7 @@ class AutoRebinder {
   // Logs an error unless it repeats. A null monitor means the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
-  // Match thread only.
+  // Match thread only; in MatchLoop.cpp.
   void RunJob(const FrameJob& job);
 
   std::atomic<bool> running{false};

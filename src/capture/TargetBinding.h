@@ -27,7 +27,7 @@
 
 namespace quillmark {
 
-// In the order of the checks.
+// Why a spec has no target, or that it has one.
 enum class BindingOutcome : std::int32_t {
   NoTarget,    // the spec names none
   NotFound,    // no window matches the text
@@ -100,6 +100,8 @@ BindingOutcome WhyNoneChosen(const std::wstring& target, Windows& windows) {
   return why;
 }
 
+// Hidden and minimised windows are no candidates, so without another the outcome is NotFound; WhyNoneChosen
+// tells the reasons apart.
 template <typename Windows>
 TargetBinding FindBinding(const std::wstring& target, Windows& windows) {
   TargetBinding binding;
