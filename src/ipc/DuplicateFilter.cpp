@@ -9,18 +9,12 @@ namespace {
 
 constexpr double ToleranceShare = 0.1;  // of the hit's longer side
 constexpr int MinTolerance = 3, MaxTolerance = 12;
-constexpr std::uint64_t DefaultWindowMs = 150, FastWindowMs = 30;
 constexpr float ScoreMargin = 0.02f;
 constexpr std::uint64_t ScoreWindowMs = 300;
 
 std::int64_t ToleranceOf(const HitRecord& hit) {
   const int share = static_cast<int>(static_cast<double>(std::max(hit.w, hit.h)) * ToleranceShare);
   return std::max(std::min(share, MaxTolerance), MinTolerance);
-}
-
-std::uint64_t WindowOf(const HitRecord& hit) {
-  if (hit.dedupWindowMs != 0) return hit.dedupWindowMs;
-  return hit.name == L"T1" ? FastWindowMs : DefaultWindowMs;
 }
 
 }  // namespace
@@ -31,7 +25,8 @@ Repetition DuplicateFilter::Compare(const HitRecord& hit, const LastSent& last) 
   const std::int64_t dx = std::int64_t{hit.cx} - last.cx;
   const std::int64_t dy = std::int64_t{hit.cy} - last.cy;
   const std::int64_t tolerance = ToleranceOf(hit);
-  if (std::abs(dx) <= tolerance && std::abs(dy) <= tolerance && elapsedMs < WindowOf(hit)) {
+  if (std::abs(dx) <= tolerance && std::abs(dy) <= tolerance &&
+      elapsedMs < PositionWindowMs(hit.name, hit.dedupWindowMs)) {
     return Repetition::SamePlace;
   }
   if (last.sq >= hit.sq + ScoreMargin && elapsedMs < ScoreWindowMs) return Repetition::Weaker;

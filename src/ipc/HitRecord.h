@@ -18,4 +18,12 @@ struct HitRecord {
   std::uint64_t dedupWindowMs = 0;  // window of the position rule, 0 for the default
 };
 
+// How long a hit at the same place counts as a repetition, in milliseconds. `windowMs` is the hit's own
+// window.
+[[nodiscard]] inline std::uint64_t PositionWindowMs(const std::wstring& name, std::uint64_t windowMs) {
+  constexpr std::uint64_t DefaultWindowMs = 150, FastWindowMs = 30;
+  if (windowMs != 0) return windowMs;
+  return name == L"T1" ? FastWindowMs : DefaultWindowMs;
+}
+
 }  // namespace quillmark

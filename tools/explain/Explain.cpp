@@ -8,6 +8,7 @@
 #include "app/OpenCvConfig.h"
 #include "explain/Remedies.h"
 #include "explain/Steps.h"
+#include "ipc/HitRecord.h"
 #include "specs/ImageFile.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
@@ -119,11 +120,10 @@ void AddPosition(Explanation& e) {
 
 void AddDelivery(Explanation& e) {
   AddPosition(e);
-  const std::uint64_t window = e.sight->verdict.dedupWindowMs;
-  const int shownWindow = window != 0 ? static_cast<int>(window) : e.spec.name == L"T1" ? 30 : 150;
+  const std::uint64_t window = PositionWindowMs(e.spec.name, e.sight->verdict.dedupWindowMs);
   e.steps.push_back({"duplicate", "Repetition", "whether it repeats the last hit with this name",
                      StepOutcome::NotMeasured,
-                     "depends on time; repeats are suppressed for " + std::to_string(shownWindow) + " ms"});
+                     "depends on time; repeats are suppressed for " + std::to_string(window) + " ms"});
   e.steps.push_back({"ring", "Hit ring", "room for the hit", StepOutcome::NotMeasured,
                      "depends on the controller; a hit is dropped when 64 are unread"});
 }

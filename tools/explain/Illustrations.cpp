@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "core/ImageFigures.h"
 #include "text/Numbers.h"
 
 namespace quillmark::explain {
@@ -67,8 +68,7 @@ TileRow Compared(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& 
 
 TileRow Edges(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& place) {
   const cv::Mat wanted = spec.tmplEdgeZm > 0.0;
-  cv::Mat seen;
-  cv::Canny(unit.gray(place), seen, 50, 150, 3, false);
+  const cv::Mat seen = EdgesOf(unit.gray(place));
   cv::Mat both(wanted.size(), CV_8UC3, cv::Scalar::all(255));
   both.setTo(cv::Scalar(60, 60, 210), wanted & ~seen);
   both.setTo(cv::Scalar(200, 120, 30), seen & ~wanted);
