@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto WakeInterval = std::chrono::milliseconds(10);
 constexpr std::size_t BatchReserve = 64;
-// The stamp has at most 37 units; the rest takes the line end without another allocation.
+// The stamp has at most 38 units; the rest takes the line end without another allocation.
 constexpr std::size_t StampReserve = 64;
 
 LogStamp StampNow() {
@@ -59,13 +59,19 @@ AsyncLogger::~AsyncLogger() {
 }
 
 void AsyncLogger::Log(const std::wstring& message) {
-  const std::lock_guard lock(mutex);  // stamped in the queue's order
-  Append(FormatLogLine(message));
+  {
+    const std::lock_guard lock(mutex);  // stamped in the queue's order
+    Append(FormatLogLine(message));
+  }
+  wakeup.notify_one();
 }
 
 void AsyncLogger::Print(std::wstring line) {
-  const std::lock_guard lock(mutex);
-  Append(std::move(line));
+  {
+    const std::lock_guard lock(mutex);
+    Append(std::move(line));
+  }
+  wakeup.notify_one();
 }
 
 void AsyncLogger::Append(std::wstring line) {
@@ -74,7 +80,6 @@ void AsyncLogger::Append(std::wstring line) {
     ++droppedLines;
   }
   queue.push_back(std::move(line));
-  wakeup.notify_one();
 }
 
 std::uint64_t AsyncLogger::DroppedLines() const {
