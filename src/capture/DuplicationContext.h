@@ -33,9 +33,8 @@ class DuplicationContext {
   DuplicationContext() = default;
   DuplicationContext(const DuplicationContext&) = delete;
   DuplicationContext& operator=(const DuplicationContext&) = delete;
-  ~DuplicationContext() {
-    Clear();
-  }  // in its order: the duplication first, the device after all that it made
+  // Releases in the order of Clear: the duplication first, the device after what it made.
+  ~DuplicationContext() { Clear(); }
 
   // (Re)creates everything for the monitor. Always true; raises CaptureError on failure, after which it can
   // be repeated.
