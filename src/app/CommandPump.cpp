@@ -4,7 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "core/AutoRebinder.h"
+#include "core/engine/AutoRebinder.h"
 #include "ipc/CmdRingReader.h"
 #include "ipc/HitRing.h"
 #include "log/AsyncLogger.h"

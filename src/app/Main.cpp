@@ -3,9 +3,9 @@
 #include <windows.h>
 
 #include "app/CommandPump.h"
-#include "app/DpiAwareness.h"
 #include "app/FatalHandlers.h"
-#include "app/OpenCvConfig.h"
+#include "app/frame/DpiAwareness.h"
+#include "app/frame/OpenCvConfig.h"
 #include "platform/UniqueHandle.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "app/DisplayChangeSink.h"
+#include "app/frame/DisplayChangeSink.h"
 #include "support/Eventually.h"
 #include "support/TestDesktop.h"
 

@@ -21,11 +21,11 @@
 #include <string>
 #include <type_traits>
 
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "core/PrimarySearch.h"
 #include "core/RegionCut.h"
-#include "core/RegionTask.h"
-#include "core/Tick.h"
+#include "core/engine/RegionTask.h"
+#include "core/engine/Tick.h"
 #include "figures/Cases.h"
 #include "specs/ImageFile.h"
 #include "specs/TemplatePreparation.h"

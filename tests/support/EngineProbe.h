@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "core/AutoRebinder.h"
+#include "core/engine/AutoRebinder.h"
 
 namespace quillmark {
 

@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "explain/Remedies.h"
 #include "explain/Steps.h"
 #include "ipc/HitRecord.h"

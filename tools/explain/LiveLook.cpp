@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "app/DpiAwareness.h"
+#include "app/frame/DpiAwareness.h"
 #include "capture/MonitorChoice.h"
 #include "capture/TargetWindow.h"
 #include "explain/Explain.h"

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "capture/TargetBinding.h"
-#include "core/RegionTask.h"
+#include "core/engine/RegionTask.h"
 #include "explain/Steps.h"
 
 namespace quillmark::replay {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/RegionEvaluation.h"
-#include "core/Tick.h"
+#include "core/engine/Tick.h"
 #include "ipc/DuplicateFilter.h"
 #include "reasons/Reasons.h"
 #include "replay/Recording.h"

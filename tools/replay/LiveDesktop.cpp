@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "app/DpiAwareness.h"
+#include "app/frame/DpiAwareness.h"
 #include "capture/MonitorChoice.h"
 #include "capture/SystemWindow.h"
 #include "capture/TargetWindow.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "ipc/WallClock.h"
 #include "replay/Engine.h"
 #include "replay/FrameFiles.h"

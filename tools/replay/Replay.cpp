@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "capture/DuplicationContext.h"
 #include "replay/Engine.h"
 #include "replay/FrameFiles.h"

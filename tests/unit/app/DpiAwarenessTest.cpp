@@ -1,5 +1,5 @@
 // Which DPI awareness calls are made, and in which order. The test replaces the calls.
-#include "app/DpiAwareness.h"
+#include "app/frame/DpiAwareness.h"
 
 #include <gtest/gtest.h>
 #include <shellscalingapi.h>

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "app/CommandPump.h"
-#include "app/DisplayChangeSink.h"
 #include "app/FatalHandlers.h"
-#include "app/OpenCvConfig.h"
+#include "app/frame/DisplayChangeSink.h"
+#include "app/frame/OpenCvConfig.h"
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
 #include "support/PrivateSession.h"

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "support/EngineProbe.h"
 #include "support/PrivateSession.h"

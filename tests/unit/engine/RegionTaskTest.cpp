@@ -1,4 +1,4 @@
-#include "core/RegionTask.h"
+#include "core/engine/RegionTask.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/DelayedCalls.h"
+#include "core/engine/DelayedCalls.h"
 #include "support/DebugOutputCapture.h"
 
 namespace quillmark {

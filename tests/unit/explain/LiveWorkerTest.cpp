@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Cases.h"
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "explain/Explain.h"
 #include "explain/LiveLook.h"
 #include "specs/SpecStore.h"

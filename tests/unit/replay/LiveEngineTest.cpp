@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Scene.h"
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "specs/SpecStore.h"
 #include "specs/Utf8.h"
 #include "support/EngineProbe.h"

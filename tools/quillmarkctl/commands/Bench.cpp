@@ -6,11 +6,11 @@
 #include <thread>
 #include <vector>
 
-#include "app/ThreadPool.h"
+#include "app/frame/ThreadPool.h"
 #include "bench/Benchmark.h"
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
-#include "core/Tick.h"
+#include "core/engine/Tick.h"
 #include "explain/Reports.h"
 #include "text/Places.h"
 #include "text/Wording.h"

@@ -1,4 +1,4 @@
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 
 #include <mutex>
 #include <opencv2/core/utility.hpp>

@@ -2,8 +2,8 @@
 #include <chrono>
 #include <exception>
 
-#include "core/AutoRebinder.h"
-#include "core/RegionTask.h"
+#include "core/engine/AutoRebinder.h"
+#include "core/engine/RegionTask.h"
 
 namespace quillmark {
 

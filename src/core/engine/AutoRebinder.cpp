@@ -1,8 +1,8 @@
-#include "core/AutoRebinder.h"
+#include "core/engine/AutoRebinder.h"
 
 #include <exception>
 
-#include "app/OpenCvConfig.h"
+#include "app/frame/OpenCvConfig.h"
 #include "log/AsyncLogger.h"
 
 namespace quillmark {

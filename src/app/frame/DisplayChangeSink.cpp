@@ -1,4 +1,4 @@
-#include "app/DisplayChangeSink.h"
+#include "app/frame/DisplayChangeSink.h"
 
 #include <mutex>
 #include <system_error>

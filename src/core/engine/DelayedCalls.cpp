@@ -1,4 +1,4 @@
-#include "core/DelayedCalls.h"
+#include "core/engine/DelayedCalls.h"
 
 #include <utility>
 

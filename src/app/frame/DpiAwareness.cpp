@@ -1,4 +1,4 @@
-#include "app/DpiAwareness.h"
+#include "app/frame/DpiAwareness.h"
 
 #include <shellscalingapi.h>
 #include <windows.h>

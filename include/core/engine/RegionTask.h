@@ -11,7 +11,7 @@
 
 #include "core/FrameJob.h"
 #include "core/RegionEvaluation.h"
-#include "core/SampledErrors.h"
+#include "core/engine/SampledErrors.h"
 #include "ipc/RingSender.h"
 
 namespace quillmark {

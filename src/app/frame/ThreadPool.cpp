@@ -1,4 +1,4 @@
-#include "app/ThreadPool.h"
+#include "app/frame/ThreadPool.h"
 
 #include <algorithm>
 #include <utility>

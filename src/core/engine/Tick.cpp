@@ -1,4 +1,4 @@
-#include "core/Tick.h"
+#include "core/engine/Tick.h"
 
 #include <algorithm>
 #include <cstdlib>

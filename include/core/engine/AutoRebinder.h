@@ -22,15 +22,15 @@
 #include <unordered_map>
 #include <vector>
 
-#include "app/DisplayChangeSink.h"
-#include "app/ThreadPool.h"
+#include "app/frame/DisplayChangeSink.h"
+#include "app/frame/ThreadPool.h"
 #include "capture/CaptureRetry.h"
 #include "capture/DuplicationContext.h"
 #include "capture/TargetWindow.h"
-#include "core/DelayedCalls.h"
 #include "core/FrameJob.h"
-#include "core/SampledErrors.h"
-#include "core/Tick.h"
+#include "core/engine/DelayedCalls.h"
+#include "core/engine/SampledErrors.h"
+#include "core/engine/Tick.h"
 #include "ipc/RingSender.h"
 
 namespace quillmark {

@@ -1,4 +1,4 @@
-#include "core/RegionTask.h"
+#include "core/engine/RegionTask.h"
 
 #include "ipc/WallClock.h"
 #include "log/AsyncLogger.h"

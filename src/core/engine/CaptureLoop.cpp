@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "capture/MonitorChoice.h"
-#include "core/AutoRebinder.h"
+#include "core/engine/AutoRebinder.h"
 #include "ipc/WallClock.h"
 #include "log/AsyncLogger.h"
 #include "specs/SpecStore.h"
