@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstdlib>
 #include <exception>
 #include <mutex>
@@ -12,6 +13,7 @@ namespace {
 struct Holder {
   std::mutex mutex;
   std::shared_ptr<Desktop> desktop;
+  std::atomic<void (*)()> listener = nullptr;
   const std::shared_ptr<Desktop> empty = std::make_shared<Desktop>();  // without a screen
 };
 
@@ -45,7 +47,7 @@ std::shared_ptr<Desktop> CurrentDesktop() {
     // No descriptor, thread or memory is left. The next call tries again.
     return holder.empty;
   }
-  holder.desktop->OnDisplayChange(BroadcastDisplayChange);
+  holder.desktop->OnDisplayChange(holder.listener.load());
   return holder.desktop;
 }
 
@@ -58,7 +60,12 @@ void SetDesktop(std::shared_ptr<Desktop> desktop) {
   }
   // Outside the lock: a listener of the old desktop may be asking for the current one.
   if (old && old != desktop) old->OnDisplayChange(nullptr);
-  if (desktop) desktop->OnDisplayChange(BroadcastDisplayChange);
+  if (desktop) desktop->OnDisplayChange(holder.listener.load());
+}
+
+void OnDisplayChange(void (*listener)()) {
+  TheHolder().listener = listener;
+  CurrentDesktop()->OnDisplayChange(listener);
 }
 
 }  // namespace quillmark::layer

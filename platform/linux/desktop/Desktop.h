@@ -103,7 +103,7 @@ std::shared_ptr<Desktop> CurrentDesktop();
 // Replaces the current desktop. Tests do this before the product's threads start.
 void SetDesktop(std::shared_ptr<Desktop> desktop);
 
-// Posts WM_DISPLAYCHANGE to every window of the process.
-void BroadcastDisplayChange();
+// Sets the listener of the current desktop and of those that replace it.
+void OnDisplayChange(void (*listener)());
 
 }  // namespace quillmark::layer

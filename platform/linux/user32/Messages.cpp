@@ -79,6 +79,13 @@ DWORD Post(Table& table, HWND window, UINT message, WPARAM wParam, LPARAM lParam
   return ERROR_SUCCESS;
 }
 
+void BroadcastDisplayChange() {
+  Table& table = TheTable();
+  const std::lock_guard lock(table.mutex);
+  // A full queue loses the message, as on the platform.
+  for (const auto& entry : table.windows) Post(table, entry.first, WM_DISPLAYCHANGE, 0, 0);
+}
+
 }  // namespace
 
 bool FindOwnWindow(HWND window, DWORD* threadId) {
@@ -89,13 +96,6 @@ bool FindOwnWindow(HWND window, DWORD* threadId) {
   if (found == table.windows.end()) return false;
   *threadId = found->second.threadId;
   return true;
-}
-
-void BroadcastDisplayChange() {
-  Table& table = TheTable();
-  const std::lock_guard lock(table.mutex);
-  // A full queue loses the message, as on the platform.
-  for (const auto& entry : table.windows) Post(table, entry.first, WM_DISPLAYCHANGE, 0, 0);
 }
 
 }  // namespace quillmark::layer
@@ -121,8 +121,8 @@ HWND WINAPI CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR, DWORD sty
   const bool hiddenMessageWindow =
       exStyle == 0 && style == 0 && width == 0 && height == 0 && parent == nullptr && menu == nullptr;
   if (className == nullptr || !hiddenMessageWindow) return Fail(ERROR_INVALID_PARAMETER, HWND{});
-  // Opens the desktop, which then watches for display changes for the window.
-  (void)CurrentDesktop();
+  // Opens the desktop, so that it watches for display changes.
+  OnDisplayChange(BroadcastDisplayChange);
 
   Table& table = TheTable();
   HWND handle = nullptr;
