@@ -5,8 +5,8 @@
 namespace quillmark::layer {
 namespace {
 
-constexpr std::uint32_t replacement = 0xFFFD;
-constexpr std::uint32_t highSurrogates = 0xD800, lowSurrogates = 0xDC00;  // the first of each
+constexpr std::uint32_t kReplacement = 0xFFFD;
+constexpr std::uint32_t kHighSurrogates = 0xD800, kLowSurrogates = 0xDC00;  // the first of each
 
 void AppendUtf8(std::string& bytes, std::uint32_t code) {
   const auto put = [&](std::uint32_t byte) { bytes.push_back(static_cast<char>(byte)); };
@@ -31,13 +31,13 @@ void AppendUnits(std::wstring& wide, std::uint32_t code) {
   if (code < 0x10000) {
     wide.push_back(static_cast<wchar_t>(code));
   } else {
-    wide.push_back(static_cast<wchar_t>(highSurrogates + ((code - 0x10000) >> 10)));
-    wide.push_back(static_cast<wchar_t>(lowSurrogates + ((code - 0x10000) & 0x3FF)));
+    wide.push_back(static_cast<wchar_t>(kHighSurrogates + ((code - 0x10000) >> 10)));
+    wide.push_back(static_cast<wchar_t>(kLowSurrogates + ((code - 0x10000) & 0x3FF)));
   }
 }
 
 struct Decoded {
-  std::uint32_t code = replacement;
+  std::uint32_t code = kReplacement;
   std::size_t length = 1;  // bytes taken; when invalid, those that could have begun a character
   bool valid = false;
 };
@@ -57,7 +57,7 @@ Decoded DecodeOne(std::string_view bytes) {
     if (i == 1 && lead == 0xED) high = 0x9F;
     if (i == 1 && lead == 0xF0) low = 0x90;
     if (i == 1 && lead == 0xF4) high = 0x8F;
-    if (i >= bytes.size() || byte(i) < low || byte(i) > high) return {replacement, i, false};
+    if (i >= bytes.size() || byte(i) < low || byte(i) > high) return {kReplacement, i, false};
     code = code << 6 | (byte(i) & 0x3Fu);
   }
   return {code, count, true};
@@ -73,11 +73,11 @@ std::u32string Characters(std::wstring_view wide, bool* valid) {
   bool good = true;
   for (std::size_t i = 0; i < wide.size(); ++i) {
     auto code = static_cast<std::uint32_t>(wide[i]);
-    if (isSurrogate(i, highSurrogates) && isSurrogate(i + 1, lowSurrogates)) {
-      code =
-          0x10000 + ((code - highSurrogates) << 10) + (static_cast<std::uint32_t>(wide[++i]) - lowSurrogates);
-    } else if (isSurrogate(i, highSurrogates) || isSurrogate(i, lowSurrogates) || code > 0xFFFF) {
-      code = replacement;
+    if (isSurrogate(i, kHighSurrogates) && isSurrogate(i + 1, kLowSurrogates)) {
+      code = 0x10000 + ((code - kHighSurrogates) << 10) +
+             (static_cast<std::uint32_t>(wide[++i]) - kLowSurrogates);
+    } else if (isSurrogate(i, kHighSurrogates) || isSurrogate(i, kLowSurrogates) || code > 0xFFFF) {
+      code = kReplacement;
       good = false;
     }
     characters += static_cast<char32_t>(code);

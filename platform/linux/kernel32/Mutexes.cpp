@@ -26,7 +26,7 @@ class Mutex : public KernelObject {
 
 bool TakeOwnership(int fd) {
   const OwnerWord owner = ::GetCurrentThreadId();
-  return TryLockByte(fd, F_WRLCK, SharedFile::ownerByte) &&
+  return TryLockByte(fd, F_WRLCK, SharedFile::kOwnerByte) &&
          ::pwrite(fd, &owner, sizeof(owner), 0) == sizeof(owner);
 }
 

@@ -17,10 +17,10 @@
 namespace quillmark::layer {
 namespace {
 
-constexpr std::array<const char*, 3> endings = {".event", ".mutex", ".section"};
+constexpr std::array<const char*, 3> kEndings = {".event", ".mutex", ".section"};
 
 const char* EndingOf(ObjectType type) {
-  return endings[static_cast<std::size_t>(type)];
+  return kEndings[static_cast<std::size_t>(type)];
 }
 
 struct flock ByteLock(short type, std::int64_t byte) {
@@ -33,7 +33,7 @@ struct flock ByteLock(short type, std::int64_t byte) {
 }
 
 bool LockGate(int fd) {
-  struct flock lock = ByteLock(F_WRLCK, SharedFile::gateByte);
+  struct flock lock = ByteLock(F_WRLCK, SharedFile::kGateByte);
   while (::fcntl(fd, F_OFD_SETLKW, &lock) != 0) {
     if (errno != EINTR) return false;
   }
@@ -43,7 +43,7 @@ bool LockGate(int fd) {
 // Whether another open file holds the object. Under the gate, "no" stays true; "yes" means that another held
 // it during this call, so the object was alive when the caller took its life lock.
 bool HeldByOthers(int fd) {
-  struct flock lock = ByteLock(F_WRLCK, SharedFile::lifeByte);
+  struct flock lock = ByteLock(F_WRLCK, SharedFile::kLifeByte);
   return ::fcntl(fd, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
 }
 
@@ -92,7 +92,7 @@ std::optional<std::string> FileStem(std::wstring_view name) {
 // Takes no gate, since two creators could wait for each other. If they create different types at the same
 // instant, both may be refused, but never both served.
 bool NameHasOtherType(int folder, const std::string& stem, ObjectType type) {
-  for (const char* ending : endings) {
+  for (const char* ending : kEndings) {
     if (ending == EndingOf(type)) continue;
     const UniqueFd other = OpenObjectFile(folder, stem + ending, 0);
     if (other && HeldByOthers(other.Get())) return true;
@@ -129,10 +129,10 @@ void SweepDeadObjects(int folder) {
   while (const dirent* entry = ::readdir(entries.get())) {
     const std::string name = entry->d_name;
     bool ours = false;
-    for (const char* ending : endings) ours = ours || name.ends_with(ending);
+    for (const char* ending : kEndings) ours = ours || name.ends_with(ending);
     if (!ours) continue;
     const UniqueFd fd = OpenObjectFile(folder, name, 0);
-    if (fd && TryLockByte(fd.Get(), F_WRLCK, SharedFile::gateByte) && !IsUnlinked(fd.Get()) &&
+    if (fd && TryLockByte(fd.Get(), F_WRLCK, SharedFile::kGateByte) && !IsUnlinked(fd.Get()) &&
         !HeldByOthers(fd.Get())) {
       ::unlinkat(folder, name.c_str(), 0);
     }
@@ -157,7 +157,7 @@ bool IsByteLocked(int fd, std::int64_t byte) {
 
 std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std::uint64_t size,
                                              const Initialise& initialise) {
-  if (size > static_cast<std::uint64_t>(gateByte)) return Fail(ERROR_COMMITMENT_LIMIT, nullptr);
+  if (size > static_cast<std::uint64_t>(kGateByte)) return Fail(ERROR_COMMITMENT_LIMIT, nullptr);
   std::unique_ptr<SharedFile> file(new SharedFile);
   if (!name || !*name) {
     file->fd_ = UniqueFd(::memfd_create("quillmark", MFD_CLOEXEC));
@@ -180,7 +180,7 @@ std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std:
   } while (IsUnlinked(fd.Get()));
 
   // Hold the object first, then look for other holders.
-  if (!TryLockByte(fd.Get(), F_RDLCK, lifeByte)) return Fail(ERROR_ACCESS_DENIED, nullptr);
+  if (!TryLockByte(fd.Get(), F_RDLCK, kLifeByte)) return Fail(ERROR_ACCESS_DENIED, nullptr);
   const bool existed = HeldByOthers(fd.Get());
   if (!existed) {
     const bool taken = NameHasOtherType(folder.Get(), *stem, type);
@@ -190,7 +190,7 @@ std::unique_ptr<SharedFile> SharedFile::Open(LPCWSTR name, ObjectType type, std:
       return nullptr;
     }
   }
-  TryLockByte(fd.Get(), F_UNLCK, gateByte);
+  TryLockByte(fd.Get(), F_UNLCK, kGateByte);
   if (!existed) SweepDeadObjects(folder.Get());
 
   file->folder_ = std::move(folder);
@@ -206,8 +206,8 @@ SharedFile::~SharedFile() {
     ::unlinkat(folder_.Get(), fileName_.c_str(), 0);
   }
   // A mapping keeps the file open, which would keep the locks.
-  TryLockByte(Fd(), F_UNLCK, lifeByte);
-  TryLockByte(Fd(), F_UNLCK, gateByte);
+  TryLockByte(Fd(), F_UNLCK, kLifeByte);
+  TryLockByte(Fd(), F_UNLCK, kGateByte);
 }
 
 std::uint64_t SharedFile::Size() const {

@@ -25,9 +25,9 @@ enum class ObjectType { Event, Mutex, Section };
 
 class SharedFile {
  public:
-  static constexpr std::int64_t gateByte = std::int64_t{1} << 40;
-  static constexpr std::int64_t lifeByte = gateByte + 1;
-  static constexpr std::int64_t ownerByte = gateByte + 2;  // of a mutex: locked by the holder that owns it
+  static constexpr std::int64_t kGateByte = std::int64_t{1} << 40;
+  static constexpr std::int64_t kLifeByte = kGateByte + 1;
+  static constexpr std::int64_t kOwnerByte = kGateByte + 2;  // of a mutex: locked by the holder that owns it
 
   // Fills the zeroed file of a new object before anyone else can open it; false, with the last error, fails
   // Open.

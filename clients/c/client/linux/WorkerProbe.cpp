@@ -27,7 +27,7 @@ WorkerSight WorkerProbe::Look() const {
   const layer::UniqueFd file(::openat(session->folder.Get(), "KXRQTLV1_Quillmark.mutex",
                                       O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   WorkerSight sight;
-  sight.running = file && layer::IsByteLocked(file.Get(), layer::SharedFile::ownerByte);
+  sight.running = file && layer::IsByteLocked(file.Get(), layer::SharedFile::kOwnerByte);
   std::uint32_t owner = 0;
   if (sight.running && ::pread(file.Get(), &owner, sizeof owner, 0) == sizeof owner) sight.identity = owner;
   return sight;

@@ -132,7 +132,7 @@ Check ExamineMemory(const fs::path& folder) {
 // Whether a worker owns the instance mutex in this session folder. Takes no lock.
 bool WorkerRunsIn(const fs::path& folder) {
   const layer::UniqueFd file(::open((folder / InstanceMutex).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  return file && layer::IsByteLocked(file.Get(), layer::SharedFile::ownerByte);
+  return file && layer::IsByteLocked(file.Get(), layer::SharedFile::kOwnerByte);
 }
 
 // Workers on other displays, which controllers of this session cannot reach.
