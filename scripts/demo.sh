@@ -119,7 +119,7 @@ add_spec() {
   shot "$work/$program.ppm" $((x + $2)) $((y + $3)) "$4" "$5"
   pnmtopng -quiet "$work/$program.ppm" >"$work/$program.png"
   "$ctl" add --target "$program.exe" --name "$program" --path "$program.png" --roi "0,0,$w,$h" --threshold 0.98 \
-    || fail "the worker did not take the spec $program"
+    || fail "the worker did not accept the spec $program"
 }
 
 # Makes the monitor deliver a frame, by drawing a dot in the top-left corner of the window's client area.
@@ -161,10 +161,10 @@ expect_hit() {
 # Expects no hit of the first program while the second still has hits.
 expect_no_hit() {
   local since
-  sleep 0.5 # what was captured before is evaluated by then
+  sleep 0.5 # by then, earlier frames have been evaluated
   since=$(date +%s%3N)
   for _ in 1 2 3; do expect_hit "$2"; done
-  if hit=$(hit_since "$1" "$since"); then fail "$1: a hit at ${hit% * *}, though it is not to be seen"; fi
+  if hit=$(hit_since "$1" "$since"); then fail "$1: a hit at ${hit% * *}, though it is not visible"; fi
   checks=$((checks + 1))
   echo "-- right: $1 is not visible and not reported"
 }
@@ -209,7 +209,7 @@ for place in "150 200" "90 333" "10 30"; do
   expect_hit xcalc
 done
 if [ "$here" = no ]; then
-  say "Moving it across the border of the monitors, then to the right one"
+  say "Moving it across the border between the monitors, then onto the right one"
   move xcalc 640 100
   expect_hit xcalc
   move xcalc 1011 77

@@ -7,7 +7,7 @@
 #
 # In scripts/mutants.txt a line "[file: program...]" names a source file and the test programs that should notice its
 # mutants, cheapest first; "program/FILTER" runs only matching cases. Each line after it is a mutant of that file,
-# "text ==> replacement" or "text ==> replacement ## why no test need notice". The text must occur in the file exactly
+# "text ==> replacement" or "text ==> replacement ## why no test notices". The text must occur in the file exactly
 # once.
 #
 # The copy stays in build/mutants. JOBS sets how many jobs run at once (default: 2). Fails when a mutant survives
@@ -38,7 +38,7 @@ Test() {
 
 declare -A counts=() sound=()
 Count() { counts[$1]=$((${counts[$1]:-0} + 1)); }
-# Prints the fate of the mutant `what`.
+# Prints and counts the fate of the mutant `what`.
 Tell() {
   Count "$1"
   printf '%-20s %s%s\n' "$1" "$what" "${2:+  ($2)}"

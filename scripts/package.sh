@@ -64,12 +64,12 @@ case $preset in
     done
     for script in bash-completion/completions/quillmarkctl zsh/vendor-completions/_quillmarkctl \
       fish/vendor_completions.d/quillmarkctl.fish; do
-      [ -s "$work/usr/share/$script" ] || fail "there is no $script"
+      [ -s "$work/usr/share/$script" ] || fail "$script is missing or empty"
     done
     bash -n "$work/usr/share/bash-completion/completions/quillmarkctl"
     ;;
 esac
-[ -s "$licences" ] || fail "$package says nothing about licences"
+[ -s "$licences" ] || fail "$package has no licence statement"
 
 # A private session (or Wine) without a display, and a working directory for the probe.
 export XDG_RUNTIME_DIR=$work WINEPREFIX=$work/wine

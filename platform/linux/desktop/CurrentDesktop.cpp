@@ -44,7 +44,7 @@ std::shared_ptr<Desktop> CurrentDesktop() {
   try {
     holder.desktop = OpenDesktop();
   } catch (const std::exception&) {
-    // No descriptor, thread or memory is left. The next call tries again.
+    // No descriptor, thread or memory is left.
     return holder.empty;
   }
   holder.desktop->OnDisplayChange(holder.listener.load());

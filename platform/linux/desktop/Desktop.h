@@ -2,7 +2,7 @@
 // display changes. The X11 desktop implements it on a real server; tests use a scripted one. The class
 // itself is the desktop of a host without a screen.
 //
-// Coordinates are desktop pixels: the primary monitor's top-left corner is (0, 0), others may be negative.
+// Coordinates are desktop pixels: the primary monitor's top-left corner is (0, 0), so others may be negative.
 //
 // Threading: every method may be called from any thread at any time, a Duplication by one thread at a time.
 #pragma once
@@ -97,8 +97,8 @@ class Desktop {
   virtual void OnDisplayChange(std::function<void()>) {}
 };
 
-// The process's desktop, made on first use: X11 where DISPLAY is set, else one without a screen. Raises
-// nothing: without the resources to make it, it is a desktop without a screen for this call.
+// The process's desktop, opened on first use: X11 if DISPLAY is set, else one without a screen. Never throws:
+// if resources are short, returns one without a screen, and the next call tries again.
 std::shared_ptr<Desktop> CurrentDesktop();
 // Replaces the current desktop. Tests do this before the product's threads start.
 void SetDesktop(std::shared_ptr<Desktop> desktop);

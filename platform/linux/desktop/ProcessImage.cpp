@@ -45,7 +45,7 @@ bool EndsInExe(std::string_view text) {
   return true;
 }
 
-// Programs that run those of the product's own platform.
+// Programs that run Windows programs.
 bool IsCompatibilityLoader(std::string_view name) {
   constexpr std::array<std::string_view, 4> loaders = {"wine64-preloader", "wine-preloader", "wine64",
                                                        "wine"};
@@ -55,8 +55,8 @@ bool IsCompatibilityLoader(std::string_view name) {
   return false;
 }
 
-// For a process of another user, whose program cannot be read: its command, if that agrees with the name that
-// the kernel keeps (15 bytes of it), else that name.
+// For a process of another user, whose program cannot be read: its command if that starts with the name that
+// the kernel keeps (at most 15 bytes), else that name.
 std::string ProgramByCommand(const std::string& process) {
   std::string kept = ReadAll("/proc/" + process + "/comm");
   if (!kept.empty() && kept.back() == '\n') kept.pop_back();

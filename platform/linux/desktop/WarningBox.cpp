@@ -18,8 +18,8 @@
 namespace quillmark::layer {
 namespace {
 
-constexpr std::array<xcb_keysym_t, 4> kClosingKeys{0xFF0D, 0xFF8D, 0xFF1B,
-                                                   0x20};  // Return, keypad Enter, Escape, Space
+// Return, keypad Enter, Escape, Space.
+constexpr std::array<xcb_keysym_t, 4> kClosingKeys{0xFF0D, 0xFF8D, 0xFF1B, 0x20};
 
 class Box {
  public:

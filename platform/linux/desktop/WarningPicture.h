@@ -25,7 +25,7 @@ struct WarningPicture {
 };
 
 // The text is in UTF-16 units; lines break at '\n' and where they get too wide. `fallback` is drawn instead
-// if no font has all characters of the text. Nothing when there is no font at all. `dpi` scales everything.
+// if no font has all characters of the text. Nothing if there is no font at all. `dpi` scales everything.
 std::optional<WarningPicture> DrawWarning(const std::wstring& text, const std::wstring& fallback,
                                           std::uint32_t dpi);
 

@@ -30,7 +30,7 @@ class X11Duplication final : public Duplication {
   X11Duplication(std::unique_ptr<XcbConnection> itsConnection, const xcb_rectangle_t& itsArea)
       : connection(std::move(itsConnection)), area(itsArea) {}
 
-  // S_OK, or why frames cannot be had.
+  // S_OK, or why there are no frames.
   HRESULT Start(X11Transport best);
 
   std::uint32_t Width() const override { return area.width; }
@@ -84,7 +84,7 @@ HRESULT X11Duplication::Start(X11Transport best) {
       xcb_xfixes_query_version_reply(*connection, fixesVersion, nullptr));
   if (!gotDamage || !gotFixes || gotFixes->major_version < 2) return DXGI_ERROR_UNSUPPORTED;
 
-  // Events are selected first, so that no change after the look at the screen is missed.
+  // Events are selected first, so that no change after reading the monitors is missed.
   randr = SelectMonitorEvents(*connection, 0);
   const auto layout = ReadMonitors(*connection, randr);
   if (!layout || area.x < 0 || area.y < 0 || area.x + area.width > layout->rootWidth ||
@@ -112,7 +112,7 @@ HRESULT X11Duplication::Acquire(std::uint32_t timeoutMs) {
   if (lost) return DXGI_ERROR_ACCESS_LOST;
   const HRESULT result = WaitForFrame(Clock::now() + std::chrono::milliseconds(timeoutMs));
   held = result == S_OK;
-  if (held) pointerMoved = false;  // this frame shows it
+  if (held) pointerMoved = false;  // this frame reports it
   lost = result == DXGI_ERROR_ACCESS_LOST;
   return result;
 }

@@ -53,8 +53,8 @@ std::unique_ptr<X11FrameImage> X11FrameImage::Make(XcbConnection& connection, co
   return image;
 }
 
-// The server allocates the memory: every local server of the last decade can, and none leaks when a side
-// dies.
+// The server allocates the memory: every local server of the last decade can, and nothing leaks when either
+// side dies.
 void X11FrameImage::ShareMemory(bool pixmapToo) {
   if (!connection.Has(xcb_shm_id)) return;
   const XcbReply<xcb_shm_query_version_reply_t> version(

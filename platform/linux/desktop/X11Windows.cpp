@@ -43,7 +43,6 @@ RECT Enlarged(const RECT& r, LONG left, LONG right, LONG top, LONG bottom) {
 
 }  // namespace
 
-// The requests about one window.
 struct X11Windows::Requests {
   WindowId window;
   xcb_get_window_attributes_cookie_t attributes;

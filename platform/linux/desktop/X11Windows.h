@@ -53,7 +53,7 @@ class X11Windows {
 
   void ReadAtoms();
   void NoteProperty(const xcb_property_notify_event_t& event);
-  // Marks the window, or the windows in the frame.
+  // Marks a window, or the windows in a frame, as outdated.
   void Outdate(xcb_window_t window);
   void ReadList();
   void ReadEntries();

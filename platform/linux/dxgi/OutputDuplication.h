@@ -44,7 +44,6 @@ class OutputDuplication final : public ComObject<IDXGIOutputDuplication> {
   const DXGI_MODE_ROTATION rotation;
 };
 
-// The texture of an acquired frame.
 class FrameTexture final : public ComObject<IDXGIResource, ID3D11Texture2D> {
  public:
   explicit FrameTexture(FrameName named) : frame(std::move(named)) {}

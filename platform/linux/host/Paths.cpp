@@ -22,7 +22,7 @@ std::string ProgramOfProcess(const std::string& process) {
   const ssize_t length = ::readlink(("/proc/" + process + "/exe").c_str(), buffer, sizeof(buffer));
   if (length < 0) return {};
   std::string path(buffer, static_cast<std::size_t>(length));
-  // The kernel adds this once the file is gone, unless a file really has this name.
+  // The kernel appends this once the file is gone, but a file may also have such a name.
   constexpr std::string_view mark = " (deleted)";
   struct stat facts {};
   if (path.ends_with(mark) && ::lstat(path.c_str(), &facts) != 0) path.resize(path.size() - mark.size());

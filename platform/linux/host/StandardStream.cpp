@@ -60,8 +60,8 @@ std::size_t WriteWithoutWaiting(int fd, std::string_view bytes) {
 }  // namespace
 
 StandardStream& StandardStream::Output() {
-  static auto* output =
-      new StandardStream(STDOUT_FILENO);  // never destroyed: threads print until the process ends
+  // Never destroyed: threads print until the process ends.
+  static auto* output = new StandardStream(STDOUT_FILENO);
   return *output;
 }
 

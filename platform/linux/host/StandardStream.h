@@ -6,7 +6,7 @@
 // with other writers. If opening is not allowed (another user's pipe), the stream is polled for room first,
 // and another writer may then take that room.
 //
-// Threading: any thread; lines of several threads do not mix.
+// Threading: any thread; lines of different threads do not mix.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +23,7 @@ class StandardStream {
   StandardStream(const StandardStream&) = delete;
   StandardStream& operator=(const StandardStream&) = delete;
 
-  // Writes a line, line end included; returns how many bytes were written. A torn line is ended before the
-  // next.
+  // Writes a line, which includes its end; returns the number of bytes written. Ends a torn line first.
   std::size_t Write(std::string_view line);
   // Lines lost in whole or in part.
   std::uint64_t LostLines() const;

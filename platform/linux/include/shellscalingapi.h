@@ -1,4 +1,4 @@
-// Types of the DPI calls, which the product resolves at run time by GetProcAddress.
+// Types of the DPI calls, which the product finds at run time with GetProcAddress.
 #pragma once
 
 #include <windows.h>

@@ -1,7 +1,7 @@
 // The root of the platform's component model, for Linux: reference-counted objects asked for their interfaces
 // by id. Only interfaces that the product asks for by id have one here; asking for another does not compile.
 //
-// The order of the virtual functions is not the platform's: objects never cross into foreign binaries.
+// The order of the virtual functions is not the platform's: objects are never passed to foreign binaries.
 #pragma once
 
 #include <windows.h>
@@ -18,7 +18,7 @@ using IID = GUID;
 using REFIID = const IID&;
 
 struct IUnknown {
-  // E_NOINTERFACE for an interface that the object has not; E_POINTER without a place for the result.
+  // E_NOINTERFACE if the object lacks the interface; E_POINTER without a place for the result.
   virtual HRESULT QueryInterface(REFIID id, void** object) = 0;
   virtual ULONG AddRef() = 0;
   virtual ULONG Release() = 0;

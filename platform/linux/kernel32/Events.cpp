@@ -49,7 +49,7 @@ class Event : public KernelObject {
       const std::uint32_t seen = TryTake();
       if (seen == 1) return WAIT_OBJECT_0;
       if (timeoutMs == 0) return WAIT_TIMEOUT;
-      // Until the value seen changes, be it 0 or one left there by a faulty program.
+      // Waits until the value changes, be it 0 or one that a faulty program left there.
       const long result =
           ::syscall(SYS_futex, state_, FUTEX_WAIT_BITSET, seen, timeoutMs == INFINITE ? nullptr : &deadline,
                     nullptr, FUTEX_BITSET_MATCH_ANY);

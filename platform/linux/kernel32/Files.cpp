@@ -1,4 +1,3 @@
-// The platform's file calls.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -47,7 +46,7 @@ Opened OpenOrMake(const std::string& path, int flags, bool make) {
     if (fd || errno != ENOENT || !make) return {std::move(fd), true};
     fd = UniqueFd(::open(path.c_str(), flags | O_CREAT | O_EXCL, 0644));
     if (fd || errno != EEXIST) return {std::move(fd), false};
-    // Created by another process meanwhile; but a dangling link would give the same answer for ever.
+    // Another process created it meanwhile: try again. A dangling link looks the same, but for ever.
     struct stat facts {};
     if (::stat(path.c_str(), &facts) != 0) return {UniqueFd(), false};
   }

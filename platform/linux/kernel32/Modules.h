@@ -20,7 +20,7 @@ struct Library {
   std::span<const Entry> entries;
 };
 
-// Implemented by user32.
+// Implemented by user32, since they contain its DPI calls.
 std::span<const Library> Libraries();
 
 // GetProcAddress finds every entry but these.

@@ -27,7 +27,7 @@ using namespace quillmark::layer;
 
 extern "C" HANDLE WINAPI OpenProcess(DWORD access, BOOL inherit, DWORD processId) {
   if (access != PROCESS_QUERY_LIMITED_INFORMATION || inherit) return Fail(ERROR_NOT_SUPPORTED, nullptr);
-  // The desktop answers, since its windows name the processes.
+  // The desktop answers, since process numbers come from its windows.
   std::optional<std::wstring> image = CurrentDesktop()->ProcessImage(processId);
   if (!image) return Fail(ERROR_INVALID_PARAMETER, nullptr);
   return InsertHandle(std::make_shared<Process>(std::move(*image)));

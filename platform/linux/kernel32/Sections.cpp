@@ -1,4 +1,4 @@
-// File mappings on the paging file, and views of them.
+// File mappings backed by shared memory, and views of them.
 #include <windows.h>
 
 #include <unistd.h>

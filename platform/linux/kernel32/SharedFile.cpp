@@ -90,7 +90,7 @@ std::optional<std::string> FileStem(std::wstring_view name) {
 }
 
 // Takes no gate, since two creators could wait for each other. If they create different types at the same
-// instant, both may be refused, but never both served.
+// instant, both may fail, but never both succeed.
 bool NameHasOtherType(int folder, const std::string& stem, ObjectType type) {
   for (const char* ending : kEndings) {
     if (ending == EndingOf(type)) continue;
@@ -100,7 +100,7 @@ bool NameHasOtherType(int folder, const std::string& stem, ObjectType type) {
   return false;
 }
 
-// Allocates the memory now: a full file system fails here, not with a signal at the first use.
+// Allocates the memory now: if the file system is full, this fails, instead of a signal at the first use.
 bool Allocate(int fd, std::uint64_t size) {
   int error = ::ftruncate(fd, 0) == 0 && ::ftruncate(fd, static_cast<off_t>(size)) == 0 ? 0 : errno;
   while (error == 0) {

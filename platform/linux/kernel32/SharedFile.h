@@ -1,7 +1,7 @@
 // The file behind a kernel object. That of a named object is NAME.event, NAME.mutex or NAME.section in the
 // session's folder. The object exists as long as a process holds it: every holder has a read lock on the
-// file's life byte, and a file without another holder is dead, to be filled anew or removed. A write lock on
-// the gate byte serialises opening and closing. The file of an unnamed object has no name and ends with its
+// file's life byte, and a file without one is dead and is filled anew or removed. A write lock on the gate
+// byte serialises opening and closing. The file of an unnamed object has no name and ends with its
 // descriptors.
 //
 // The locks belong to the open file (F_OFD_SETLK), so two handles in one process are two holders, and the
@@ -29,8 +29,8 @@ class SharedFile {
   static constexpr std::int64_t kLifeByte = kGateByte + 1;
   static constexpr std::int64_t kOwnerByte = kGateByte + 2;  // of a mutex: locked by the holder that owns it
 
-  // Fills the zeroed file of a new object before anyone else can open it; false, with the last error, fails
-  // Open.
+  // Fills the zeroed file of a new object before anyone else can open it. Open fails if this returns false,
+  // with the last error set.
   using Initialise = std::function<bool(int fd)>;
 
   // Opens the object with this name, or creates it with `size` bytes; a null name creates an unnamed one. The

@@ -29,8 +29,7 @@ DPI_AWARENESS WINAPI GetAwarenessFromDpiAwarenessContext(DPI_AWARENESS_CONTEXT c
   }
 }
 
-// True for the first call in the process. X11 shows every pixel as it is drawn, so nothing else depends on
-// it.
+// True for the first call in the process. Nothing else depends on the awareness: X11 stretches no window.
 bool SetAwarenessOnce() {
   static std::atomic<bool> set{false};
   return !set.exchange(true);

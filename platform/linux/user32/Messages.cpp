@@ -68,7 +68,7 @@ std::wstring ClassKey(LPCWSTR name) {
   return key;
 }
 
-// ERROR_SUCCESS, or why the message cannot be posted. The table's mutex is held.
+// ERROR_SUCCESS, or why the message cannot be posted. The caller holds the table's mutex.
 DWORD Post(Table& table, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
   const auto found = table.windows.find(window);
   if (found == table.windows.end()) return ERROR_INVALID_WINDOW_HANDLE;

@@ -1,4 +1,3 @@
-// The monitor queries of user32.
 #include <windows.h>
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-# quillmark_embed_version(TARGET): gives a program the version that the version calls report, from the
-# project's version.
+# quillmark_embed_version(TARGET): gives a program the project's version, which the version calls then report.
 function(quillmark_embed_version TARGET)
   set(numbers ${PROJECT_VERSION_MAJOR} ${PROJECT_VERSION_MINOR} ${PROJECT_VERSION_PATCH}
     ${PROJECT_VERSION_TWEAK})
