@@ -17,7 +17,7 @@
 namespace quillmark::control {
 
 #define COMMAND(NAME) void Add##NAME(CommandLine&);
-#include "commands/List.inc"
+#include "commandline/Commands.inc"
 #undef COMMAND
 
 namespace {
@@ -155,7 +155,7 @@ CommandLine::CommandLine()
            {},
            {}} {
 #define COMMAND(NAME) Add##NAME(*this);
-#include "commands/List.inc"
+#include "commandline/Commands.inc"
 #undef COMMAND
 }
 

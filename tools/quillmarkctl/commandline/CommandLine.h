@@ -1,5 +1,5 @@
 // The tool's command line: owns every command with its arguments and runs the one that was given. Each
-// command is a function AddNAME in its own file under commands/, with one line in commands/List.inc.
+// command is a function AddNAME in its own file under commands/, with one line in commandline/Commands.inc.
 //
 // Threading: one thread.
 #pragma once

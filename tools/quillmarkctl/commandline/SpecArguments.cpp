@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Files.h"
 #include "client/Text.h"
+#include "text/Printable.h"
 
 namespace quillmark::control {
 

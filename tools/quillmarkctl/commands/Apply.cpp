@@ -9,15 +9,16 @@
 #include <utility>
 #include <vector>
 
-#include "Files.h"
-#include "Interruption.h"
 #include "client/Spec.h"
 #include "client/WorkerProbe.h"
 #include "commandline/CommandLine.h"
+#include "host/Files.h"
+#include "host/Interruption.h"
 #include "picture/PictureFile.h"
 #include "specfile/Applied.h"
 #include "specfile/Hash.h"
 #include "specfile/SpecFile.h"
+#include "text/Printable.h"
 #include "worker/Requests.h"
 #include "worker/WorkerState.h"
 
@@ -131,7 +132,7 @@ class Applier {
     if (fault.empty()) {
       const PictureFile picture = ReadPicture(spec.command.path);
       if (picture.bgra.empty()) fault = "image " + Utf8Of(spec.image) + ' ' + picture.fault;
-      image = ContentOf(spec.image).value_or("");
+      image = host::ContentOf(spec.image).value_or("");
     }
     if (!fault.empty()) {
       Report("refused", spec.name, "line " + std::to_string(spec.line) + ": " + fault);
@@ -190,7 +191,7 @@ ExitCode RunApply(const ApplyOptions& options, Output& output) {
   if (!options.watch) return applier.Apply();
   // A file may be saved in several writes: it is applied once it has not changed for an interval.
   constexpr auto Interval = 300ms;
-  const Interruption interruption;
+  const host::Interruption interruption;
   output.Bar().End();
   std::string before;
   while (!interruption.Came()) {

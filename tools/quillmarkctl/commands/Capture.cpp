@@ -8,18 +8,18 @@
 #include <thread>
 #include <vector>
 
-#include "Files.h"
 #include "client/Text.h"
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
 #include "commandline/SpecArguments.h"
+#include "commands/Reports.h"
 #include "explain/Explain.h"
 #include "explain/LiveLook.h"
 #include "explain/Reports.h"
+#include "host/Files.h"
 #include "host/Pick.h"
 #include "host/Terminal.h"
 #include "live/Piece.h"
-#include "output/Reports.h"
 #include "picture/PngFile.h"
 #include "text/Printable.h"
 
@@ -151,7 +151,7 @@ ExitCode Capture(const CaptureOptions& options, Output& output) {
   }
   // The terminal may be on the captured screen.
   const Piece piece = output.Bar().Aside([&] { return live::CutPiece(choice); });
-  WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
+  host::WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
 
   const cv::Rect all(cv::Point(), piece.client);
   const cv::Rect grown(piece.rect.x - options.margin, piece.rect.y - options.margin,

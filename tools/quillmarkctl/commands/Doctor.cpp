@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "commandline/CommandLine.h"
+#include "commands/Reports.h"
 #include "doctor/Doctor.h"
 #include "host/Session.h"
-#include "output/Reports.h"
 #include "text/Wording.h"
 
 namespace quillmark::control {

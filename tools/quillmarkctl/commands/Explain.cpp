@@ -5,11 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "Files.h"
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
+#include "commands/Reports.h"
 #include "explain/LiveLook.h"
-#include "output/Reports.h"
+#include "host/Files.h"
+#include "text/Printable.h"
 
 namespace quillmark::control {
 namespace {
@@ -69,7 +70,7 @@ ExitCode RunExplain(const ExplainOptions& options, Output& output) {
     explanations.insert(explanations.end(), answers.begin(), answers.end());
     show(explain::kLongSteps);
   }
-  if (!options.html.empty()) WriteFile(PathOf(options.html), explain::HtmlReport(explanations));
+  if (!options.html.empty()) host::WriteFile(PathOf(options.html), explain::HtmlReport(explanations));
   PrintExplanations(explanations, output);
   return allHit ? Yes : No;
 }

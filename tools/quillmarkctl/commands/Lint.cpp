@@ -7,7 +7,7 @@
 
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
-#include "output/Reports.h"
+#include "commands/Reports.h"
 
 namespace quillmark::control {
 namespace {

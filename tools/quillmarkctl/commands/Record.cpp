@@ -1,10 +1,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "Interruption.h"
 #include "client/Text.h"
 #include "commandline/CommandLine.h"
 #include "commandline/SpecArguments.h"
+#include "host/Interruption.h"
 #include "replay/Recorder.h"
 #include "text/Printable.h"
 #include "text/Wording.h"
@@ -51,7 +51,7 @@ replay::RecorderOptions RecorderOptionsOf(const RecordOptions& options) {
 
 ExitCode RunRecord(const RecordOptions& options, Output& output) {
   const replay::RecorderOptions recorder = RecorderOptionsOf(options);
-  const Interruption interruption;
+  const host::Interruption interruption;
   const replay::RecorderResult result = replay::Record(recorder, [&](std::int64_t tMs) {
     output.Bar().Show(tMs, recorder.mostMs);
     return !interruption.Came();

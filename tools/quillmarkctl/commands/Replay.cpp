@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "Files.h"
 #include "client/Text.h"
 #include "commandline/CommandLine.h"
+#include "host/Files.h"
 #include "reasons/Reasons.h"
 #include "replay/Expectations.h"
 #include "replay/JsonFields.h"
@@ -135,7 +135,7 @@ ExitCode RunReplay(const ReplayOptions& options, Output& output) {
   for (const std::string& line : differences) {
     output.Print({{"type", "difference"}, {"text", line}}, line);
   }
-  if (options.accept) WriteFile(folder / replay::ExpectationsFile, replay::ExpectationsText(result));
+  if (options.accept) host::WriteFile(folder / replay::ExpectationsFile, replay::ExpectationsText(result));
 
   Json json{{"type", "replay"},
             {"hits", result.hits.size()},

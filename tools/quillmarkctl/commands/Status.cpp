@@ -4,9 +4,9 @@
 #include <string>
 #include <thread>
 
-#include "Interruption.h"
 #include "client/WorkerProbe.h"
 #include "commandline/CommandLine.h"
+#include "host/Interruption.h"
 #include "ipc/WallClock.h"
 #include "ipc/WireFormat.h"
 #include "text/Wording.h"
@@ -114,7 +114,7 @@ class Follower {
 ExitCode Status(const StatusOptions& options, Output& output) {
   if (options.follow) {
     constexpr auto Interval = 1000ms, Pause = 100ms;
-    const Interruption interruption;
+    const host::Interruption interruption;
     output.Bar().End();
     Follower follower(output);
     while (!interruption.Came()) {

@@ -8,7 +8,7 @@
 #include "advice/TuneReports.h"
 #include "commandline/CommandLine.h"
 #include "commandline/PartialSpec.h"
-#include "output/Reports.h"
+#include "commands/Reports.h"
 #include "picture/PictureFile.h"
 #include "reasons/Reasons.h"
 

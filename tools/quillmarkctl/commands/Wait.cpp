@@ -3,11 +3,11 @@
 #include <chrono>
 #include <string>
 
-#include "Interruption.h"
 #include "client/Client.h"
 #include "client/Text.h"
 #include "client/Tracker.h"
 #include "commandline/CommandLine.h"
+#include "host/Interruption.h"
 #include "output/HitLines.h"
 #include "worker/WorkerState.h"
 
@@ -60,7 +60,7 @@ ExitCode Wait(const WaitOptions& options, Output& output) {
   tracker.Begin(watch);
   const auto wanted = watch.stableMs != 0 ? client::Event::Kind::Stable : client::Event::Kind::Appeared;
 
-  const Interruption interruption;
+  const host::Interruption interruption;
   const bool endless = options.timeout == std::chrono::milliseconds::max();
   const auto deadline = endless ? Clock::time_point::max() : Clock::now() + options.timeout;
   std::array<Record, 64> records;

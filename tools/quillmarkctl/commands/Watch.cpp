@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "Interruption.h"
 #include "client/WorkerProbe.h"
 #include "commandline/CommandLine.h"
+#include "host/Interruption.h"
 #include "output/HitLines.h"
 #include "text/Wording.h"
 #include "worker/Requests.h"
@@ -68,7 +68,7 @@ ExitCode Watch(const WatchOptions& options, Output& output) {
   if (!consumer.Held()) {
     return output.Fail(Error, "another watch or client is reading the hits; only one can");
   }
-  const Interruption interruption;
+  const host::Interruption interruption;
   output.Bar().End();
 
   const bool endless = options.timeout == std::chrono::milliseconds::max();

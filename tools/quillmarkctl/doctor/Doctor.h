@@ -5,25 +5,15 @@
 
 #include <chrono>
 #include <string>
-#include <vector>
 
+#include "host/Check.h"
 #include "output/Output.h"
 
 namespace quillmark::control {
 
-enum class Level { Ok, Warning, Problem };
-
-// One result: what was found, its consequence and the remedy.
-struct Check {
-  Level level = Level::Ok;
-  std::string topic;
-  std::string text{};
-  std::string consequence{};  // of a warning or problem
-  std::string remedy{};
-  std::vector<std::string> details{};  // lines below the text
-  Json facts = Json::object();         // the figures in the text, for programs
-};
-using Checks = std::vector<Check>;
+using host::Check;
+using host::Checks;
+using host::Level;
 
 // Each monitor, with an attempt to capture it as the worker would.
 [[nodiscard]] Checks ExamineMonitors();

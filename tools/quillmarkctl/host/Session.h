@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "doctor/Doctor.h"
+#include "host/Check.h"
 
 namespace quillmark::control::host {
 

@@ -1,11 +1,10 @@
 #include "specfile/Applied.h"
 
-#include <cstdio>
-
-#include "Files.h"
+#include "host/Files.h"
 #include "host/Session.h"
 #include "output/Output.h"
 #include "specfile/Hash.h"
+#include "text/Printable.h"
 
 namespace quillmark::control {
 
@@ -13,7 +12,7 @@ Applied::Applied(const std::filesystem::path& specFile, std::uint64_t worker, st
     : record(host::SessionFolder() / ("applied-" + HashOf(Utf8Of(specFile)) + ".json")),
       worker_(std::to_string(worker) + "-" + std::to_string(workerStartedMs)) {
   // A damaged record is ignored: everything is sent again.
-  const Json json = Json::parse(ContentOf(record).value_or(""), nullptr, false);
+  const Json json = Json::parse(host::ContentOf(record).value_or(""), nullptr, false);
   if (!json.is_object() || json.value("worker", Json()) != worker_) return;
   const Json entries = json.value("sent", Json());
   if (!entries.is_object()) return;
@@ -24,7 +23,7 @@ Applied::Applied(const std::filesystem::path& specFile, std::uint64_t worker, st
 
 void Applied::Save() const {
   const Json json = {{"worker", worker_}, {"sent", sent}};
-  WriteFile(record, json.dump(1, ' ', false, Json::error_handler_t::replace));
+  host::WriteFile(record, json.dump(1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace quillmark::control

@@ -12,9 +12,9 @@
 #include <string_view>
 #include <system_error>
 
-#include "Files.h"
 #include "client/Spec.h"
 #include "client/Text.h"
+#include "text/Printable.h"
 
 namespace quillmark::control {
 namespace {

@@ -3,7 +3,7 @@
 // Threading: free functions without state.
 #pragma once
 
-#include "doctor/Doctor.h"
+#include "host/Check.h"
 
 namespace quillmark::control::host {
 

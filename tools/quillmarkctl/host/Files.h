@@ -1,4 +1,4 @@
-// Reads and writes whole files, with UTF-8 names.
+// Reads and writes whole files.
 //
 // Threading: free functions without state.
 #pragma once
@@ -7,9 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "text/Printable.h"
-
-namespace quillmark::control {
+namespace quillmark::control::host {
 
 // The file's bytes; empty if it cannot be read.
 [[nodiscard]] std::optional<std::string> ContentOf(const std::filesystem::path& file);
@@ -18,4 +16,4 @@ namespace quillmark::control {
 // ever.
 void WriteFile(const std::filesystem::path& file, const std::string& content);
 
-}  // namespace quillmark::control
+}  // namespace quillmark::control::host

@@ -1,11 +1,13 @@
-#include "Files.h"
+#include "host/Files.h"
 
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
 
-namespace quillmark::control {
+#include "text/Printable.h"
+
+namespace quillmark::control::host {
 
 namespace fs = std::filesystem;
 
@@ -45,4 +47,4 @@ void WriteFile(const fs::path& file, const std::string& content) {
   throw std::runtime_error(Utf8Of(file) + " cannot be written");
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::control::host

@@ -1,4 +1,4 @@
-#include "output/Reports.h"
+#include "commands/Reports.h"
 
 #include <algorithm>
 #include <string>

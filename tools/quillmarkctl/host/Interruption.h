@@ -5,7 +5,7 @@
 
 #include <csignal>
 
-namespace quillmark::control {
+namespace quillmark::control::host {
 
 class Interruption {
  public:
@@ -21,4 +21,4 @@ class Interruption {
   static inline volatile std::sig_atomic_t came = 0;
 };
 
-}  // namespace quillmark::control
+}  // namespace quillmark::control::host
