@@ -19,7 +19,7 @@ namespace quillmark::explain {
 namespace {
 
 // Returns false if the explanation ends here.
-bool BindTarget(Explanation& e) {
+bool AddTargetStep(Explanation& e) {
   constexpr char Measures[] = "window that matches the target";
   EnableDpiAwareness();
   TemplateSpec& spec = e.spec;
@@ -60,7 +60,7 @@ std::optional<Picture> Capture(HMONITOR monitor, Explanation& e) {
 std::vector<Explanation> ExplainLive(const Explanation& prepared) {
   std::vector<Explanation> explanations{prepared};
   Explanation& e = explanations.front();
-  if (e.reason || !BindTarget(e)) return explanations;
+  if (e.reason || !AddTargetStep(e)) return explanations;
 
   const Rect region = RegionOnDesktop(e.spec);
   const std::vector<HMONITOR> monitors =

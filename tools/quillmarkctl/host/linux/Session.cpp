@@ -78,7 +78,7 @@ Check ExamineFolder(const SessionPath& path) {
           .facts = {{"folder", folder.string()}}};
 }
 
-std::string SizeText(std::uint64_t bytes) {
+std::string BytesText(std::uint64_t bytes) {
   constexpr const char* units[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
   double value = static_cast<double>(bytes);
   std::size_t unit = 0;
@@ -109,7 +109,7 @@ Check ExamineMemory(const fs::path& folder) {
   const std::uint64_t space = std::uint64_t{facts.f_bavail} * facts.f_frsize;
   const std::uint64_t fileSize = LimitOf(RLIMIT_FSIZE), files = LimitOf(RLIMIT_NOFILE);
   check.facts = {{"freeBytes", space}, {"freeFiles", facts.f_favail}, {"neededBytes", needed}};
-  check.text = SizeText(space) + " free for shared memory; the rings need " + SizeText(needed);
+  check.text = BytesText(space) + " free for shared memory; the rings need " + BytesText(needed);
   const auto worsen = [&](Level level, std::string text, std::string remedy) {
     check.level = level;
     check.text = std::move(text);
@@ -119,7 +119,7 @@ Check ExamineMemory(const fs::path& folder) {
   if (space < needed || (facts.f_files != 0 && facts.f_favail < 4)) {
     worsen(Level::Problem, "the file system of " + folder.string() + " is full", "delete files there");
   } else if (fileSize < sizeof(CmdRingLayout)) {
-    worsen(Level::Problem, "files are limited to " + SizeText(fileSize) + " (ulimit -f)",
+    worsen(Level::Problem, "files are limited to " + BytesText(fileSize) + " (ulimit -f)",
            "ulimit -f unlimited");
   } else if (files < fewFiles) {
     worsen(Level::Warning, "only " + std::to_string(files) + " files can be open at once (ulimit -n)",
