@@ -18,7 +18,7 @@ namespace quillmark::advice {
 struct Subject {
   const LintSpec& given;
   TemplateSpec spec;                        // what the worker makes of it
-  std::optional<explain::Reason> rejected;  // why its image cannot be used
+  std::optional<reasons::Reason> rejected;  // why its image cannot be used
   std::string remark;                       // details of that
 
   [[nodiscard]] bool Usable() const { return given.fault.empty() && !rejected; }

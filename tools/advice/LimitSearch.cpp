@@ -13,7 +13,7 @@
 namespace quillmark::advice {
 namespace {
 
-using explain::Reason;
+using reasons::Reason;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -44,7 +44,7 @@ Case CaseOf(const Sample& sample, const TemplateSpec& spec) {
   if (sample.steps.empty()) result.fixed = sample.reason;
   for (const explain::Step& step : sample.steps) {
     const bool veto = step.outcome == explain::StepOutcome::Vetoed && step.reason;
-    if (veto && !CanBeSet(explain::CodeOf(*step.reason)) && !result.fixed) result.fixed = step.reason;
+    if (veto && !CanBeSet(reasons::CodeOf(*step.reason)) && !result.fixed) result.fixed = step.reason;
   }
   return result;
 }
@@ -86,7 +86,7 @@ class Search {
       const auto count = std::ranges::count_if(
           cases, [&](const Case& one) { return one.positive && one.fixed == blocked->fixed; });
       return Counted(static_cast<std::size_t>(count), "positive") + " rejected by " +
-             std::string(explain::CodeOf(*blocked->fixed)) + ", which has no setting";
+             std::string(reasons::CodeOf(*blocked->fixed)) + ", which has no setting";
     }
     if (minKey == -kInfinity) {
       return "a positive's edge correlation is below " + Digits(spec.edgeMinFloor) +

@@ -25,7 +25,7 @@ Subject Examine(const LintSpec& given) {
 }
 
 void ReportRejection(const Subject& subject, FindingList& list) {
-  const explain::ReasonEntry& reason = explain::EntryOf(*subject.rejected);
+  const reasons::ReasonEntry& reason = reasons::EntryOf(*subject.rejected);
   std::string text(reason.meaning);
   if (!subject.remark.empty()) text += " (" + subject.remark + ")";
   list.Add(FindingCode::ImageRefused, text, {{"reason", std::string(reason.code)}},

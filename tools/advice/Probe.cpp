@@ -35,7 +35,7 @@ Probe ProbeOn(ROIUnit unit, const TemplateSpec& spec) {
 }
 
 std::string RefusalText(const Probe& probe, const TemplateSpec& spec) {
-  const std::optional<explain::Reason> reason = explain::ReasonOf(probe.verdict.decidedBy);
+  const std::optional<reasons::Reason> reason = explain::ReasonOf(probe.verdict.decidedBy);
   if (!reason) return {};
   for (const explain::Step& step : explain::ComparisonSteps(spec, probe.unit, probe.verdict)) {
     if (step.reason != reason) continue;
@@ -46,7 +46,7 @@ std::string RefusalText(const Probe& probe, const TemplateSpec& spec) {
     const bool atMost = step.gate->bound == Bound::AtMost;
     return text + " " + value + (atMost ? ", at most " : ", at least ") + limit;
   }
-  return std::string(explain::CodeOf(*reason));
+  return std::string(reasons::CodeOf(*reason));
 }
 
 double AcceptedDifference(const Verdict& verdict, const TemplateSpec& spec) {

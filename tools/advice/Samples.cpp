@@ -15,9 +15,9 @@ Sample SampleOf(const FrameImages& images, const TemplateSpec& spec) {
   Sample sample;
   const RegionOnFrame place = PlaceRegion(spec, spec.targetRect);
   if (IsEmpty(place.region)) {
-    sample.reason = explain::Reason::RegionOutsideTarget;
+    sample.reason = reasons::Reason::RegionOutsideTarget;
   } else if (!place.HoldsTemplate()) {
-    sample.reason = explain::Reason::RegionTooSmall;
+    sample.reason = reasons::Reason::RegionTooSmall;
   } else {
     const Probe probe = ProbeOn(CutRegion(spec, place, images, {}), spec);
     sample.verdict = probe.verdict;

@@ -29,7 +29,7 @@ struct TuneInput {
 struct Sample {
   std::size_t picture = 0;
   bool positive = false;
-  std::optional<explain::Reason> reason;  // none: a hit
+  std::optional<reasons::Reason> reason;  // none: a hit
   Verdict verdict;                        // of every step
   std::vector<explain::Step> steps;       // of the comparison; empty if there was none
 

@@ -42,7 +42,7 @@ struct RejectedMode {
 };
 
 struct TuneReport {
-  std::optional<explain::Reason> rejectedImage;  // why the template cannot be used; then nothing else is set
+  std::optional<reasons::Reason> rejectedImage;  // why the template cannot be used; then nothing else is set
   std::string remark;
   Samples samples;  // decided by the current spec
   std::vector<UnusedPicture> unused;

@@ -41,7 +41,7 @@ Json JsonOf(const Sample& sample, const std::vector<std::string>& files) {
   return {{"file", files[sample.picture]},
           {"positive", sample.positive},
           {"hit", sample.IsHit()},
-          {"reason", sample.reason ? Json(explain::CodeOf(*sample.reason)) : Json(nullptr)},
+          {"reason", sample.reason ? Json(reasons::CodeOf(*sample.reason)) : Json(nullptr)},
           {"difference", sample.verdict.found ? Json(sample.verdict.dist) : Json(nullptr)}};
 }
 

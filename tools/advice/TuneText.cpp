@@ -62,7 +62,7 @@ class Report {
       if (sample.positive != positive) continue;
       ++count;
       right += sample.IsRight() ? 1 : 0;
-      if (sample.reason) ++refusals[std::string(explain::CodeOf(*sample.reason))];
+      if (sample.reason) ++refusals[std::string(reasons::CodeOf(*sample.reason))];
     }
     std::string line = positive ? "Positives  " : "Negatives  ";
     line +=
@@ -79,7 +79,7 @@ class Report {
     for (const Sample& sample : report.samples) {
       if (sample.IsRight()) continue;
       const std::string why =
-          sample.reason ? "rejected by " + std::string(explain::CodeOf(*sample.reason)) : "a hit";
+          sample.reason ? "rejected by " + std::string(reasons::CodeOf(*sample.reason)) : "a hit";
       const std::string difference =
           sample.verdict.found ? ", difference " + Digits(sample.verdict.dist) : std::string();
       Prose(2, "wrong: " + files[sample.picture] + ", " + why + difference);

@@ -13,7 +13,7 @@
 #include "explain/Steps.h"
 #include "specs/TemplatePreparation.h"
 
-namespace quillmark::control {
+namespace quillmark::bench {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -102,7 +102,7 @@ void MeasureSpec(Measured& m, const FrameImages& images, double seconds, const s
     watch.Done("prepare");
   });
   if (!m.place.HoldsTemplate()) {
-    m.reason = m.place.OffFrame() ? explain::Reason::RegionOutsideTarget : explain::Reason::RegionTooSmall;
+    m.reason = m.place.OffFrame() ? reasons::Reason::RegionOutsideTarget : reasons::Reason::RegionTooSmall;
     return;
   }
   const std::vector<Spread> steps = Measure(seconds, tick, [&](Stopwatch& watch) {
@@ -159,4 +159,4 @@ Benchmark MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, 
   return benchmark;
 }
 
-}  // namespace quillmark::control
+}  // namespace quillmark::bench

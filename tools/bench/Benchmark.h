@@ -14,7 +14,7 @@
 #include "core/RegionCut.h"
 #include "reasons/Reasons.h"
 
-namespace quillmark::control {
+namespace quillmark::bench {
 
 // A step's time in microseconds.
 struct Spread {
@@ -26,7 +26,7 @@ struct Measured {
   std::string name;
   TemplateSpec spec;
   RegionOnFrame place{};
-  std::optional<explain::Reason> reason{};  // none: a hit
+  std::optional<reasons::Reason> reason{};  // none: a hit
   std::vector<Spread> steps{};              // "prepare"; if compared, also the others and "whole"
 
   [[nodiscard]] bool Compared() const { return steps.size() > 1; }
@@ -49,4 +49,4 @@ struct Benchmark {
 Benchmark MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
                        const std::function<void()>& tick);
 
-}  // namespace quillmark::control
+}  // namespace quillmark::bench

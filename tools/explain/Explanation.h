@@ -18,6 +18,8 @@
 
 namespace quillmark::explain {
 
+using reasons::Reason;
+
 enum class StepOutcome : std::int32_t {
   Passed,
   Vetoed,

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <iterator>
 
-namespace quillmark::explain {
+namespace quillmark::reasons {
 namespace {
 
 constexpr ReasonEntry kReasons[] = {
@@ -208,4 +208,4 @@ std::string_view TitleOf(Stage stage) {
   return kStages[static_cast<std::size_t>(stage)];
 }
 
-}  // namespace quillmark::explain
+}  // namespace quillmark::reasons

@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-namespace quillmark::explain {
+namespace quillmark::reasons {
 
 // In the order in which the worker checks.
 enum class Reason : std::int32_t {
@@ -93,4 +93,4 @@ struct ReasonEntry {
 // The heading in docs/silence.md.
 [[nodiscard]] std::string_view TitleOf(Stage stage);
 
-}  // namespace quillmark::explain
+}  // namespace quillmark::reasons

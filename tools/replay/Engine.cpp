@@ -13,7 +13,7 @@
 namespace quillmark::replay {
 namespace {
 
-using explain::Reason;
+using reasons::Reason;
 
 // Handles are compared and printed, never followed.
 HMONITOR HandleOf(std::size_t monitor) {

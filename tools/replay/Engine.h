@@ -24,7 +24,7 @@ class Observer {
   // A hit that the worker would have reported.
   virtual void OnHit(std::size_t spec, const HitRecord& hit) = 0;
   // Why there was no hit. The verdict is null unless the region was compared.
-  virtual void OnSilence(std::size_t spec, explain::Reason reason, const Verdict* verdict) = 0;
+  virtual void OnSilence(std::size_t spec, reasons::Reason reason, const Verdict* verdict) = 0;
 };
 
 class Engine {
@@ -37,7 +37,7 @@ class Engine {
   // Whether any spec is searched for on the monitor in this tick.
   [[nodiscard]] bool Watches(std::size_t monitor) const;
   // The monitor's turn in this tick brought no frame, for this reason.
-  void PassTurn(std::size_t monitor, explain::Reason reason);
+  void PassTurn(std::size_t monitor, reasons::Reason reason);
   // The monitor's turn, begun at `tMs`, brought a frame, 8UC4 of the monitor's size. Hits get the time
   // `wallMs`.
   void TakeTurn(std::size_t monitor, std::int64_t tMs, const cv::Mat& bgra, std::uint64_t wallMs);

@@ -107,7 +107,7 @@ void CompareSilences(const Expectations& expected, const ReplayResult& result,
                      std::vector<std::string>& lines) {
   for (const auto& [name, reason] : expected.silent) {
     const std::string head =
-        "spec '" + name + "': expected no hits (" + std::string(explain::CodeOf(reason)) + "), but ";
+        "spec '" + name + "': expected no hits (" + std::string(reasons::CodeOf(reason)) + "), but ";
     const auto nameOf = [](const SpecResult& other) { return client::ToUtf8(other.name); };
     const auto spec = std::ranges::find(result.specs, name, nameOf);
     if (spec == result.specs.end()) {
@@ -115,7 +115,7 @@ void CompareSilences(const Expectations& expected, const ReplayResult& result,
     } else if (spec->hits != 0) {
       lines.push_back(head + "it has hits");
     } else if (const auto silence = spec->Silence(); silence != reason) {
-      lines.push_back(head + (silence ? "the reason is " + std::string(explain::CodeOf(*silence))
+      lines.push_back(head + (silence ? "the reason is " + std::string(reasons::CodeOf(*silence))
                                       : "it was never searched for"));
     }
   }
@@ -133,7 +133,7 @@ Expectations ReadExpectations(const std::filesystem::path& folder) {
       if (name.size() > NameBytes)
         field.Refuse("has a name of more than " + std::to_string(NameBytes) + " bytes");
       const std::string code = field.Text(NameBytes);
-      const auto reason = explain::ReasonOfCode(code);
+      const auto reason = reasons::ReasonOfCode(code);
       if (!reason) field.Refuse("'" + code + "' is not a reason code");
       expected.silent.emplace_back(name, *reason);
     }
@@ -151,7 +151,7 @@ std::string ExpectationsText(const ReplayResult& result) {
   text += result.hits.empty() ? "],\n" : "\n  ],\n";
   Json silent = Json::object();
   for (const SpecResult& spec : result.specs) {
-    if (const auto reason = spec.Silence()) silent[client::ToUtf8(spec.name)] = explain::CodeOf(*reason);
+    if (const auto reason = spec.Silence()) silent[client::ToUtf8(spec.name)] = reasons::CodeOf(*reason);
   }
   return text + "  \"silent\": " + TextOf(silent) + "\n}\n";
 }

@@ -27,7 +27,7 @@ struct ExpectedHit {
 
 struct Expectations {
   std::vector<ExpectedHit> hits;                                // exactly these, in this order
-  std::vector<std::pair<std::string, explain::Reason>> silent;  // specs without a hit, and why
+  std::vector<std::pair<std::string, reasons::Reason>> silent;  // specs without a hit, and why
 };
 
 // Compilers and processors may round a score differently.

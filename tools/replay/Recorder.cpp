@@ -96,7 +96,7 @@ class Recorder : public Observer {
     for (std::size_t i = 0; i < options.specs.size(); ++i) {
       if (const auto reason = specs.rejected[i]) {
         throw std::runtime_error(options.specs[i].path + ": " +
-                                 std::string(explain::EntryOf(*reason).meaning));
+                                 std::string(reasons::EntryOf(*reason).meaning));
       }
     }
     if (desktop.Faults().size() == desktop.Monitors().size()) {
@@ -175,7 +175,7 @@ class Recorder : public Observer {
   void OnHit(std::size_t, const HitRecord&) override {
     if (options.trigger == Trigger::Hit) bundle.Trigger();
   }
-  void OnSilence(std::size_t, explain::Reason, const Verdict* verdict) override {
+  void OnSilence(std::size_t, reasons::Reason, const Verdict* verdict) override {
     if (options.trigger == Trigger::NearMiss && verdict != nullptr && IsNearMiss(*verdict)) bundle.Trigger();
   }
 

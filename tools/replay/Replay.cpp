@@ -14,7 +14,7 @@
 namespace quillmark::replay {
 namespace {
 
-using explain::Reason;
+using reasons::Reason;
 
 // The frames of one monitor, delivered like its duplication does: only the newest unseen one.
 class FrameQueue {

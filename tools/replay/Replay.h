@@ -33,19 +33,19 @@ struct ReplayedHit {
 struct NearestMiss {
   std::size_t frame = 0;
   std::int64_t tMs = 0;
-  explain::Reason reason = explain::Reason::Difference;
+  reasons::Reason reason = reasons::Reason::Difference;
   double difference = 1.0, limit = 0.0;  // of the primary search
 };
 
 struct SpecResult {
   std::wstring name;  // without suffix and options
   std::uint64_t hits = 0;
-  std::map<explain::Reason, std::uint64_t> silences;  // turns that ended with each reason
+  std::map<reasons::Reason, std::uint64_t> silences;  // turns that ended with each reason
   std::optional<NearestMiss> nearestMiss;
 
   // Why there was no hit: the last reason in the order of the list. Turns without a frame, or in which the
   // spec was not due, count only if there were no others.
-  [[nodiscard]] std::optional<explain::Reason> Silence() const;
+  [[nodiscard]] std::optional<reasons::Reason> Silence() const;
 };
 
 struct ReplayResult {

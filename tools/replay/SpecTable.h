@@ -20,7 +20,7 @@ struct SpecTable {
 
   // Of all specs; names without suffix and options.
   std::vector<std::wstring> names;
-  std::vector<std::optional<explain::Reason>> rejected;
+  std::vector<std::optional<reasons::Reason>> rejected;
   // Of those that were not rejected, with their index among all.
   std::vector<TemplateSpec> prepared;
   std::vector<std::size_t> recordedIndex;

@@ -281,9 +281,9 @@ TEST(Pages, ListEveryFindingAndReason) {
     findings.push_back(Row(TitleOf(f.topic), f.id, {WordOf(f.severity), f.meaning, f.consequence, f.remedy}));
     EXPECT_EQ(FindingOfId(f.id), f.code);
   }
-  for (const explain::ReasonEntry& r : explain::AllReasons()) {
+  for (const reasons::ReasonEntry& r : reasons::AllReasons()) {
     reasons.push_back(Row(TitleOf(r.stage), r.code, {r.meaning, r.remedy, r.namedBy}));
-    EXPECT_EQ(explain::ReasonOfCode(r.code), r.reason);
+    EXPECT_EQ(reasons::ReasonOfCode(r.code), r.reason);
   }
   EXPECT_EQ(RowsOf("lint.md"), findings);
   EXPECT_EQ(RowsOf("silence.md"), reasons);

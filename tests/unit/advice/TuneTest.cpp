@@ -86,7 +86,7 @@ TEST_F(TuneTest, CorrectSpecNeedsNothingAndUnusablePicturesAreSkipped) {
   EXPECT_TRUE(std::ranges::is_sorted(FilesIn(folder.Utf8(""))));
 
   input.spec.path = folder.Path("none.png");
-  EXPECT_EQ(Tune(input).rejectedImage, explain::Reason::ImageMissing);
+  EXPECT_EQ(Tune(input).rejectedImage, reasons::Reason::ImageMissing);
 }
 
 TEST_F(TuneTest, ProposesAThresholdThatSeparatesSimilarButtons) {
@@ -198,9 +198,9 @@ TEST_F(TuneTest, RegionAndScaleApply) {
   input.spec.roi = {30, 20, 70, 60};
   EXPECT_TRUE(Tune(input).right);
   input.spec.roi = {60, 20, 70, 60};
-  EXPECT_EQ(Tune(input).samples.front().reason, explain::Reason::Difference);
+  EXPECT_EQ(Tune(input).samples.front().reason, reasons::Reason::Difference);
   input.spec.roi = {500, 20, 70, 60};
-  EXPECT_EQ(Tune(input).samples.front().reason, explain::Reason::RegionOutsideTarget);
+  EXPECT_EQ(Tune(input).samples.front().reason, reasons::Reason::RegionOutsideTarget);
   cv::Mat large;
   cv::resize(ScreenWith(icon), large, {}, 2.0, 2.0, cv::INTER_NEAREST);
   Add(true, large);

@@ -12,7 +12,7 @@
 namespace quillmark::replay {
 namespace {
 
-using explain::Reason;
+using reasons::Reason;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 

@@ -18,6 +18,9 @@
 namespace quillmark::control {
 namespace {
 
+using bench::Measured;
+using bench::Spread;
+
 constexpr char BenchNotes[] =
     "Give a spec as for add (only --path is required) or a spec file as for apply. Without --image, each "
     "spec is measured on a picture with its template in the middle of its region. No worker is needed, and "
@@ -66,7 +69,7 @@ std::string Rows(const std::vector<Spread>& spreads) {
 void Print(const Measured& m, Output& output) {
   const cv::Mat& tmpl = m.spec.tmplGray;
   const cv::Rect region = ToCv(m.place.visible);
-  const std::string reason(m.reason ? explain::CodeOf(*m.reason) : "");
+  const std::string reason(m.reason ? reasons::CodeOf(*m.reason) : "");
   const std::string end = !m.Compared()    ? "not compared: " + reason
                           : reason.empty() ? "hit"
                                            : "refused: " + reason;
@@ -125,10 +128,10 @@ ExitCode RunBench(const BenchOptions& options, Output& output) {
       given.push_back({.request = RequestOf(command)});
   }
   const cv::Mat screenshot = options.image.empty() ? cv::Mat() : ReadScreenshot("--image", options.image);
-  std::vector<Measured> specs = PrepareToMeasure(given, screenshot, options.scale);
-  const double seconds = MeasuringSeconds(specs, options.seconds);
+  std::vector<Measured> specs = bench::PrepareToMeasure(given, screenshot, options.scale);
+  const double seconds = bench::MeasuringSeconds(specs, options.seconds);
   const auto start = Clock::now();
-  const Benchmark all = MeasureSpecs(specs, screenshot, options.seconds, [&] {
+  const bench::Benchmark all = bench::MeasureSpecs(specs, screenshot, options.seconds, [&] {
     output.Bar().Show(std::chrono::duration<double>(Clock::now() - start).count(), seconds);
   });
   const std::string screen = SizeText(all.screen);

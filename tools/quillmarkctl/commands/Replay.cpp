@@ -81,7 +81,7 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
   const std::string shown = Printable(spec.name);
   std::string text = shown + ": " + Counted(spec.hits, "hit");
   if (const auto silence = spec.Silence()) {
-    const explain::ReasonEntry& entry = explain::EntryOf(*silence);
+    const reasons::ReasonEntry& entry = reasons::EntryOf(*silence);
     json["silence"] = entry.code;
     text =
         output.Wrapped(shown + ": no hit, " + std::string(entry.code) + ". " + std::string(entry.meaning), 0);
@@ -89,7 +89,7 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
   Json reasons = Json::object();
   std::string counts;
   for (const auto& [reason, count] : spec.silences) {
-    const std::string code(explain::CodeOf(reason));
+    const std::string code(reasons::CodeOf(reason));
     reasons[code] = count;
     counts += (counts.empty() ? "" : ", ") + code + " " + std::to_string(count);
   }
@@ -99,13 +99,13 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
     const std::string& file = recording.frames[nearest->frame].file;
     json["nearest"] = {{"t", nearest->tMs},
                        {"frame", file},
-                       {"reason", explain::CodeOf(nearest->reason)},
+                       {"reason", reasons::CodeOf(nearest->reason)},
                        {"difference", nearest->difference},
                        {"limit", nearest->limit}};
     if (spec.hits == 0) {
       text += "\n    " + output.Wrapped("closest in " + file + ": difference " +
                                             Figures(nearest->difference, ", limit ", nearest->limit) +
-                                            ", refused: " + std::string(explain::CodeOf(nearest->reason)),
+                                            ", refused: " + std::string(reasons::CodeOf(nearest->reason)),
                                         4);
     }
   }

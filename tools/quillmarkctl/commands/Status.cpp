@@ -55,8 +55,8 @@ std::string TextOf(const WorkerState& state, const Output& output) {
   text += "\nhits      " + std::to_string(state.unreadHits) + " of " + slots + " unread, " +
           (state.hasReader ? "with a reader" : "no reader");
   text += "\ndropped   " + Counted(state.droppedHits, "hit") + " since the ring was created";
-  for (const explain::Reason reason : state.reasons) {
-    const explain::ReasonEntry& entry = explain::EntryOf(reason);
+  for (const reasons::Reason reason : state.reasons) {
+    const reasons::ReasonEntry& entry = reasons::EntryOf(reason);
     text += "\nsilence   " + std::string(entry.code) + ": " + std::string(entry.meaning);
   }
   return text;

@@ -74,7 +74,7 @@ ExitCode RunTune(const TuneOptions& options, Output& output) {
   const advice::TuneReport report =
       advice::Tune(input, [&](std::size_t done, std::size_t total) { output.Bar().Show(done, total); });
   if (report.rejectedImage) {
-    const explain::ReasonEntry& reason = explain::EntryOf(*report.rejectedImage);
+    const reasons::ReasonEntry& reason = reasons::EntryOf(*report.rejectedImage);
     throw std::runtime_error("--path: " + std::string(reason.meaning) + " (" + report.remark + ")");
   }
   ReportUnused(report, pictures, output);

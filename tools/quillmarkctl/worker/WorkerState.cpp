@@ -21,8 +21,8 @@ WorkerState GlanceAtWorker() {
   state.unreadHits = hits.WriteIndex() - hits.ReadIndex();
   state.droppedHits = hits.Dropped();
   state.hasReader = !HitConsumer().Held();
-  if (!state.running && state.unreadCommands != 0) state.reasons.push_back(explain::Reason::CommandNotRead);
-  if (state.unreadHits >= RingSlots) state.reasons.push_back(explain::Reason::RingFull);
+  if (!state.running && state.unreadCommands != 0) state.reasons.push_back(reasons::Reason::CommandNotRead);
+  if (state.unreadHits >= RingSlots) state.reasons.push_back(reasons::Reason::RingFull);
   return state;
 }
 
@@ -40,7 +40,7 @@ WorkerState LookAtWorker(std::chrono::milliseconds timeout, Output& output) {
   if (!heartbeat.reply) {
     state.silence = heartbeat.failure;
     state.unreadCommands = CommandRing().Unread();
-    if (state.unreadCommands != 0) state.reasons.push_back(explain::Reason::CommandNotRead);
+    if (state.unreadCommands != 0) state.reasons.push_back(reasons::Reason::CommandNotRead);
     return state;
   }
   state.answers = true;
@@ -63,7 +63,7 @@ Json JsonOf(const WorkerState& state) {
   object["droppedHits"] = state.droppedHits;
   object["hasReader"] = state.hasReader;
   object["reasons"] = Json::array();
-  for (const explain::Reason reason : state.reasons) object["reasons"].push_back(explain::CodeOf(reason));
+  for (const reasons::Reason reason : state.reasons) object["reasons"].push_back(reasons::CodeOf(reason));
   return object;
 }
 

@@ -31,7 +31,7 @@ struct WorkerState {
   // Hits dropped since the ring was created, possibly before this worker started.
   std::uint32_t unreadCommands = 0, unreadHits = 0, droppedHits = 0;
   bool hasReader = false;                // a tool or client takes the hits out of the ring
-  std::vector<explain::Reason> reasons;  // why hits, or the specs themselves, do not arrive
+  std::vector<reasons::Reason> reasons;  // why hits, or the specs themselves, do not arrive
 };
 
 // Sends a heartbeat and a version command, unless the hit ring is full and nobody reads it: there would be no
