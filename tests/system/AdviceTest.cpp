@@ -94,7 +94,7 @@ TEST_F(Advice, TuneReadsFoldersOfScreenshots) {
   EXPECT_EQ(text.code, 0) << text.err;
   EXPECT_THAT(text.out, AllOf(HasSubstr("Positives  1 of 1 are hits\n"),
                               HasSubstr("Every screenshot is decided correctly.")));
-  EXPECT_THAT(text.err, AllOf(HasSubstr("cut.png' is damaged; skipped\n"), Not(HasSubstr("notes.txt"))));
+  EXPECT_THAT(text.err, AllOf(HasSubstr("cut.png': The file starts"), Not(HasSubstr("notes.txt"))));
 
   tune.insert(tune.end(), {"--negative", File("ok.png"), "--json"});
   const Outcome wrong = Control(tune);

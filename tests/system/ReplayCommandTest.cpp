@@ -59,7 +59,7 @@ TEST_F(ReplayCommand, ExitsWith1WithoutHitsAndWith2OnErrors) {
   scene->Write("f4.png", "no picture");
   const Outcome fault = Play();
   EXPECT_EQ(fault.code, 2);
-  EXPECT_THAT(fault.out, HasSubstr("f4.png: is not an image of a known format"));
+  EXPECT_THAT(fault.out, HasSubstr("f4.png: The file is not in a known image format"));
   scene->recording.frames.clear();
   scene->Write(replay::RecordingFile, TextOf(scene->recording));
   EXPECT_EQ(Play().code, 1);

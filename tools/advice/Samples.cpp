@@ -42,7 +42,7 @@ Decisions Decide(const TuneInput& input, const std::vector<TemplateSpec>& specs,
     const TunePicture& picture = input.pictures[i];
     PictureFile file = ReadPicture(picture.path);
     if (file.bgra.empty()) {
-      decisions.unused.push_back({i, std::move(file.fault), file.isImage});
+      decisions.unused.push_back({i, std::move(file.fault), file.reason != reasons::Reason::ImageFormat});
     } else {
       ConvertFrame(file.bgra, needsHsv, images);
       report(i, 1);

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <cctype>
-#include <system_error>
 #include <utility>
 
 #include "app/frame/OpenCvConfig.h"
 #include "explain/Remedies.h"
 #include "explain/Steps.h"
 #include "ipc/HitRecord.h"
-#include "specs/ImageFile.h"
+#include "picture/PictureFile.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
 #include "specs/TemplatePreparation.h"
@@ -28,17 +27,7 @@ Step VetoOf(Step step, Reason reason) {
 
 // Why the preparation rejected an image file.
 Reason ReasonOfImage(const std::wstring& path) {
-  ImageFault fault = ImageFault::None;
-  try {
-    const cv::Mat image = ReadImageFile(path, &fault);
-    if (fault == ImageFault::None && image.depth() != CV_8U) return Reason::ImageDepth;
-    if (fault == ImageFault::None && image.channels() == 2) return Reason::ImageChannels;
-  } catch (const std::system_error&) {
-    return Reason::ImagePath;
-  } catch (const cv::Exception&) {
-    return Reason::ImageRefused;
-  }
-  return ReasonOf(fault);
+  return ReadPicture(path).reason.value_or(Reason::ImageRefused);
 }
 
 // Prepares the template; the step has a reason when it was rejected.

@@ -209,11 +209,6 @@ std::optional<Reason> ReasonOf(DecidingStep step) {
   return InTheOrderOf<Reason::InputsMissing, Reason::Colour, DecidingStep::Colour>(step);
 }
 
-Reason ReasonOf(ImageFault fault) {
-  if (fault == ImageFault::None) return Reason::ImageRefused;
-  return *InTheOrderOf<Reason::ImagePath, Reason::ImageDamaged, ImageFault::Damaged>(fault);
-}
-
 std::optional<Reason> ReasonOf(BindingOutcome outcome) {
   return InTheOrderOf<Reason::TargetEmpty, Reason::NoMonitor, BindingOutcome::NoMonitor>(outcome);
 }

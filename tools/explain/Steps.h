@@ -10,7 +10,6 @@
 #include "capture/TargetBinding.h"
 #include "core/RegionEvaluation.h"
 #include "explain/Explanation.h"
-#include "specs/ImageFile.h"
 
 namespace quillmark::explain {
 
@@ -22,8 +21,6 @@ namespace quillmark::explain {
 [[nodiscard]] std::vector<Step> ComparisonSteps(const TemplateSpec& spec, const ROIUnit& unit,
                                                 const Verdict& verdict);
 
-// Why an image file is rejected.
-[[nodiscard]] Reason ReasonOf(ImageFault fault);
 // None for an accepted verdict.
 [[nodiscard]] std::optional<Reason> ReasonOf(DecidingStep step);
 // None for a bound target.

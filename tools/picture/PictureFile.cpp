@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <iterator>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <system_error>
@@ -16,42 +15,43 @@ namespace quillmark {
 namespace {
 
 namespace fs = std::filesystem;
+using reasons::Reason;
 
-// Indexed by ImageFault.
-constexpr const char* kFaults[] = {"",
-                                   "cannot be opened",
-                                   "is not a regular file",
-                                   "is empty",
-                                   "cannot be read",
-                                   "is larger than 64 MiB",
-                                   "is not an image of a known format",
-                                   "has more than 2^26 pixels",
-                                   "is damaged"};
-static_assert(std::size(kFaults) == static_cast<std::size_t>(ImageFault::Damaged) + 1);
+// In the same order; None has the place of ImagePath.
+Reason ReasonOf(ImageFault fault) {
+  constexpr auto before = static_cast<std::int32_t>(Reason::ImagePath);
+  static_assert(before + static_cast<std::int32_t>(ImageFault::Damaged) ==
+                static_cast<std::int32_t>(Reason::ImageDamaged));
+  return static_cast<Reason>(before + static_cast<std::int32_t>(fault));
+}
 
 }  // namespace
 
 PictureFile ReadPicture(const std::wstring& path) {
   PictureFile file;
+  std::string cause;
   try {
     ImageFault fault = ImageFault::None;
     const cv::Mat image = ReadImageFile(path, &fault);
-    if (image.empty()) {
-      file.fault = kFaults[static_cast<std::size_t>(fault)];
-      file.isImage = fault != ImageFault::UnknownFormat;
-      return file;
-    }
     const int channels = image.channels();
-    if (image.depth() != CV_8U || channels == 2) {
-      file.fault = "must be grey or colour with 8 bits per channel";
+    if (image.empty()) {
+      file.reason = ReasonOf(fault);
+    } else if (image.depth() != CV_8U) {
+      file.reason = Reason::ImageDepth;
+    } else if (channels == 2) {
+      file.reason = Reason::ImageChannels;
     } else if (channels == 4) {
       file.bgra = image;
     } else {
       cv::cvtColor(image, file.bgra, channels == 3 ? cv::COLOR_BGR2BGRA : cv::COLOR_GRAY2BGRA);
     }
+  } catch (const std::system_error&) {
+    file.reason = Reason::ImagePath;
   } catch (const std::exception& error) {
-    file.fault = "is rejected by the image library: " + ToUtf8(CauseOf(error));
+    file.reason = Reason::ImageRefused;
+    cause = " (" + ToUtf8(CauseOf(error)) + ")";
   }
+  if (file.reason) file.fault = std::string(reasons::EntryOf(*file.reason).meaning) + cause;
   return file;
 }
 

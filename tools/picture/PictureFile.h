@@ -1,18 +1,21 @@
-// Reads screenshots as the worker would see them, and lists folders of them.
+// Reads image files as the worker would see them, and lists folders of them.
 //
 // Threading: free functions without state.
 #pragma once
 
 #include <opencv2/core.hpp>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "reasons/Reasons.h"
 
 namespace quillmark {
 
 struct PictureFile {
-  cv::Mat bgra;         // 8UC4; empty on a fault
-  std::string fault;    // completes a sentence that begins with the file's name
-  bool isImage = true;  // false if the file's first bytes match no image format
+  cv::Mat bgra;                           // 8UC4; empty on a fault
+  std::optional<reasons::Reason> reason;  // why the worker would reject it as a template
+  std::string fault;                      // the same as a sentence, with the library's error
 };
 // `path` is UTF-16.
 [[nodiscard]] PictureFile ReadPicture(const std::wstring& path);

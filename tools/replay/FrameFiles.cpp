@@ -19,8 +19,8 @@ cv::Mat LoadFrame(const std::filesystem::path& path, const Rect& monitor) {
   const PictureFile file = ReadPicture(FromUtf8(Utf8Of(path)));
   if (file.bgra.empty()) throw std::runtime_error(file.fault);
   if (const cv::Size size = ToCv(monitor).size(); file.bgra.size() != size) {
-    throw std::runtime_error("is " + SizeText(file.bgra.size()) + " pixels, but its monitor is " +
-                             SizeText(size));
+    throw std::runtime_error("The frame is " + SizeText(file.bgra.size()) + " pixels, but its monitor is " +
+                             SizeText(size) + ".");
   }
   return file.bgra;
 }

@@ -57,7 +57,7 @@ advice::LintSpec TemplateAlone(const std::string& file) {
 
 cv::Mat ReadScreenshot(const std::string& what, const std::string& file) {
   const PictureFile picture = ReadPicture(WideText(what, file));
-  if (picture.bgra.empty()) throw std::runtime_error(what + ": '" + file + "' " + picture.fault);
+  if (picture.bgra.empty()) throw std::runtime_error(what + ": '" + file + "': " + picture.fault);
   return picture.bgra;
 }
 

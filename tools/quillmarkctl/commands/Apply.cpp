@@ -131,7 +131,7 @@ class Applier {
     std::string image;
     if (fault.empty()) {
       const PictureFile picture = ReadPicture(spec.command.path);
-      if (picture.bgra.empty()) fault = "image " + Utf8Of(spec.image) + ' ' + picture.fault;
+      if (picture.bgra.empty()) fault = "image " + Utf8Of(spec.image) + ": " + picture.fault;
       image = host::ContentOf(spec.image).value_or("");
     }
     if (!fault.empty()) {

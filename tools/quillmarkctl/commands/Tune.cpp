@@ -47,9 +47,9 @@ void AddPictures(const std::vector<std::string>& paths, bool positive, Pictures&
 // A picture given by name that cannot be used is an error. In folders, other files are ignored.
 void ReportUnused(const advice::TuneReport& report, const Pictures& pictures, Output& output) {
   for (const advice::UnusedPicture& unused : report.unused) {
-    const std::string text = "'" + pictures.files[unused.picture] + "' " + unused.fault;
+    const std::string text = "'" + pictures.files[unused.picture] + "': " + unused.fault;
     if (pictures.named[unused.picture]) throw std::runtime_error(text);
-    if (unused.isImage) output.Note(text + "; skipped");
+    if (unused.isImage) output.Note("skipped " + text);
   }
 }
 
