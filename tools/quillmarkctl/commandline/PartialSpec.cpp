@@ -8,6 +8,7 @@
 #include "picture/PictureFile.h"
 
 namespace quillmark::control {
+
 void AddPartialSpecOptions(CommandModel& command, SpecArguments& arguments) {
   AddSpecOptions(command, arguments, SpecIs::Partial);
   AddSpecFileOptions(command, arguments);

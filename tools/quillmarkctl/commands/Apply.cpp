@@ -109,7 +109,7 @@ class Applier {
   // The stamp of the last apply.
   const std::string& Seen() const { return seen; }
   // Whether the worker, which did not take everything in time, is taking commands again.
-  bool CanGoOn() const { return owes && ring.Unread() == 0; }
+  bool CanResume() const { return owes && ring.Unread() == 0; }
 
  private:
   static std::string StampOf(const fs::path& path) {
@@ -197,7 +197,7 @@ ExitCode RunApply(const ApplyOptions& options, Output& output) {
   while (!interruption.Came()) {
     const std::string now = applier.Stamp();
     const bool changed = now != applier.Seen() && (now == before || before.empty());
-    if (changed || applier.CanGoOn()) {
+    if (changed || applier.CanResume()) {
       try {
         (void)applier.Apply();
       } catch (const std::runtime_error& error) {

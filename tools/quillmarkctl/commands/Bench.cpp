@@ -72,7 +72,7 @@ void Print(const Measured& m, Output& output) {
   const std::string reason(m.reason ? reasons::CodeOf(*m.reason) : "");
   const std::string end = !m.Compared()    ? "not compared: " + reason
                           : reason.empty() ? "hit"
-                                           : "refused: " + reason;
+                                           : "rejected: " + reason;
   output.Print(
       {{"type", "spec"},
        {"name", m.name},

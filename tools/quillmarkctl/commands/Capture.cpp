@@ -21,6 +21,7 @@
 #include "host/Terminal.h"
 #include "live/Piece.h"
 #include "picture/PngFile.h"
+#include "text/Places.h"
 #include "text/Printable.h"
 
 namespace quillmark::control {
@@ -65,8 +66,7 @@ std::string SizeArgument(int width, int height) {
 }
 
 std::string RectArgument(const cv::Rect& r) {
-  return std::to_string(r.x) + "," + std::to_string(r.y) + "," + std::to_string(r.width) + "," +
-         std::to_string(r.height);
+  return PointText(r.tl()) + "," + PointText(r.br() - r.tl());
 }
 
 std::string NumberText(double number) {
@@ -102,9 +102,7 @@ void WarnIfCovered(const Piece& piece, Output& output) {
 std::optional<advice::WindowPicture> ClientAreaIn(const explain::Explanation& explanation) {
   if (!explanation.sight) return std::nullopt;
   const explain::Picture& picture = explanation.sight->picture;
-  const Rect& target = explanation.spec.targetRect;
-  const cv::Rect area(target.left - picture.origin.x, target.top - picture.origin.y,
-                      target.right - target.left, target.bottom - target.top);
+  const cv::Rect area = ToCv(explanation.spec.targetRect) - picture.origin;
   if ((area & cv::Rect(cv::Point(), picture.bgra.size())) != area) return std::nullopt;
   return advice::WindowPicture{picture.bgra(area), explanation.spec.targetScaleX};
 }
@@ -177,8 +175,7 @@ ExitCode Capture(const CaptureOptions& options, Output& output) {
                 {"visibleShare", piece.visible},
                 {"command", command}},
                "Saved " + path + ": " + SizeArgument(piece.bgr.cols, piece.bgr.rows) + " pixels at " +
-                   std::to_string(piece.rect.x) + "," + std::to_string(piece.rect.y) + " in \"" +
-                   Printable(piece.window.title) + "\".\n");
+                   PointText(piece.rect.tl()) + " in \"" + Printable(piece.window.title) + "\".\n");
   WarnIfCovered(piece, output);
   Review({piece.target, WideText("name", name), WideText("path", path), roi}, output);
   if (output.IsJson()) return Yes;

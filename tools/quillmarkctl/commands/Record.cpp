@@ -17,8 +17,8 @@ constexpr char RecordNotes[] =
     "time is up or it is interrupted. No worker is needed. Specs are saved in the recording with "
     "copies of their images. The frames show everything on the screens: check them before you share a "
     "recording.\n"
-    "With --on-hit or --on-near-miss, only the frames around that event are kept. A near miss is a refused "
-    "comparison whose difference was at most 1.5 times its limit.\n"
+    "With --on-hit or --on-near-miss, only the frames around that event are kept. A near miss is a "
+    "rejected comparison whose difference was at most 1.5 times its limit.\n"
     "Exit codes: 0 recorded, 1 no hit or near miss, 2 usage error or failure.\n"
     "With --json, at the end: {\"type\":\"recording\", \"folder\":TEXT, \"frames\":N, \"ms\":N}";
 

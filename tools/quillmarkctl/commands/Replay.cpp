@@ -105,7 +105,7 @@ void PrintSpec(const Recording& recording, const SpecResult& spec, Output& outpu
     if (spec.hits == 0) {
       text += "\n    " + output.Wrapped("closest in " + file + ": difference " +
                                             Figures(nearest->difference, ", limit ", nearest->limit) +
-                                            ", refused: " + std::string(reasons::CodeOf(nearest->reason)),
+                                            ", rejected: " + std::string(reasons::CodeOf(nearest->reason)),
                                         4);
     }
   }

@@ -15,7 +15,6 @@ namespace quillmark::control {
 namespace {
 
 using namespace std::chrono_literals;
-using client::Record;
 
 constexpr char WaitNotes[] =
     "Exit codes: 0 seen, 1 timed out, 2 usage error or failure. Only hits from now on count.\n"

@@ -86,7 +86,7 @@ Check NoMatch(const std::string& quoted, const std::wstring& target,
   return check;
 }
 
-// How much of the chosen window is on the screens and uncovered.
+// How much of the chosen window is on screen and uncovered.
 Check ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
                     const std::vector<DesktopWindow>& windows) {
   Check check{.topic = Topic, .text = Describe(winner), .facts = FactsOf(winner)};
@@ -116,11 +116,11 @@ Check ExamineWinner(const TargetBinding& binding, const DesktopWindow& winner,
   if (exposure.covers.empty() && exposure.offScreen == 0.0) return check;
 
   check.level = Level::Warning;
-  check.consequence = "a template that is covered or off the screens gets no hit";
+  check.consequence = "a template that is covered or off screen gets no hit";
   check.remedy = "raise or move the window";
   for (const DesktopWindow* cover : exposure.covers)
     check.details.push_back("covered by " + Describe(*cover));
-  if (exposure.offScreen > 0.0) check.details.push_back(Percent(exposure.offScreen) + " is off the screens");
+  if (exposure.offScreen > 0.0) check.details.push_back(Percent(exposure.offScreen) + " is off screen");
   return check;
 }
 

@@ -12,8 +12,8 @@ namespace quillmark::control {
 Output::Output(bool asJson, const std::string& command)
     : json(asJson), colour(false), width(0), bar(command) {
   if (json || !host::IsTerminal(host::Stream::Out)) return;
-  const char* const refused = std::getenv("NO_COLOR");
-  colour = refused == nullptr || *refused == '\0';
+  const char* const noColour = std::getenv("NO_COLOR");
+  colour = noColour == nullptr || *noColour == '\0';
   width = static_cast<std::size_t>(host::TerminalWidth());
 }
 

@@ -10,7 +10,7 @@
 
 namespace quillmark::control {
 
-// 64-bit FNV-1a in 16 hexadecimal digits: against accidents, not against malice.
+// 64-bit FNV-1a in 16 hexadecimal digits. It detects accidental changes, not malicious ones.
 [[nodiscard]] inline std::string HashOf(std::string_view content) {
   std::uint64_t hash = 0xCBF29CE484222325;
   for (const char byte : content) hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;

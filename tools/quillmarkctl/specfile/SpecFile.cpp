@@ -50,7 +50,7 @@ std::string SourceLine(const toml::node& node) {
   return "line " + std::to_string(node.source().begin.line);
 }
 
-[[noreturn]] void Refuse(std::string_view key, const std::string& problem) {
+[[noreturn]] void Reject(std::string_view key, const std::string& problem) {
   throw std::invalid_argument(std::string(key) + ' ' + problem);
 }
 
@@ -64,7 +64,7 @@ class Entry {
     const toml::node* const node = Find(key);
     if (node == nullptr) return std::nullopt;
     const std::optional<Value> value = node->value_exact<Value>();
-    if (!value) Refuse(key, std::string("must be ") + kind);
+    if (!value) Reject(key, std::string("must be ") + kind);
     return value;
   }
   std::optional<std::string> Text(std::string_view key) const { return Get<std::string>(key, "text"); }
@@ -84,7 +84,7 @@ class Entry {
   }
   static std::int32_t Narrow(std::string_view key, std::int64_t value) {
     using Limits = std::numeric_limits<std::int32_t>;
-    if (value < Limits::min() || value > Limits::max()) Refuse(key, "is out of range");
+    if (value < Limits::min() || value > Limits::max()) Reject(key, "is out of range");
     return static_cast<std::int32_t>(value);
   }
 
@@ -96,11 +96,11 @@ class Entry {
 void ReadRegion(const Entry& entry, client::Spec& spec) {
   const toml::node* const node = entry.Find("region");
   const toml::array* const parts = node == nullptr ? nullptr : node->as_array();
-  if (parts == nullptr || parts->size() != 4) Refuse("region", "must be [x, y, width, height]");
+  if (parts == nullptr || parts->size() != 4) Reject("region", "must be [x, y, width, height]");
   std::int32_t* const targets[] = {&spec.x, &spec.y, &spec.width, &spec.height};
   for (std::size_t i = 0; i < 4; ++i) {
     const auto value = (*parts)[i].value_exact<std::int64_t>();
-    if (!value) Refuse("region", "must be four whole numbers");
+    if (!value) Reject("region", "must be four whole numbers");
     *targets[i] = Entry::Narrow("region", *value);
   }
 }
@@ -113,7 +113,7 @@ int OneOf(const Entry& entry, std::string_view key, std::span<const std::string_
   if (found != words.end()) return static_cast<int>(found - words.begin());
   std::string list;
   for (const std::string_view each : words.subspan(1)) list.append(list.empty() ? "" : ", ").append(each);
-  Refuse(key, "must be one of " + list);
+  Reject(key, "must be one of " + list);
 }
 
 std::int32_t MonitorOf(const Entry& entry) {
@@ -121,7 +121,7 @@ std::int32_t MonitorOf(const Entry& entry) {
   if (node == nullptr) return 0;
   if (node->value_exact<std::string>() == "primary") return -1;
   const auto number = node->value_exact<std::int64_t>();
-  if (!number || *number < 1) Refuse("monitor", "must be \"primary\" or a number from 1");
+  if (!number || *number < 1) Reject("monitor", "must be \"primary\" or a number from 1");
   return Entry::Narrow("monitor", *number);
 }
 
@@ -130,7 +130,7 @@ client::Spec SpecOf(const Entry& entry, const std::filesystem::path& folder, std
   spec.name = entry.Text("name").value_or("");
   spec.target = entry.Text("target").value_or("");
   const std::string path = entry.Text("path").value_or("");
-  if (path.empty()) Refuse("path", "is missing");
+  if (path.empty()) Reject("path", "is missing");
   // Absolute, as the worker's folder is unknown here.
   image = (folder / PathOf(path)).lexically_normal();
   spec.path = Utf8Of(image);

@@ -21,8 +21,8 @@ using client::HitConsumer;
 using client::HitReader;
 using client::Record;
 
-// Sends a command that has no reply and waits until the worker has taken it. `name` is the tool's word for
-// it.
+// Sends a command that has no reply and waits until the worker has taken it. `name` is its name
+// on the command line.
 [[nodiscard]] ExitCode Send(const char* name, const Command& command, std::chrono::milliseconds timeout,
                             Output& output);
 

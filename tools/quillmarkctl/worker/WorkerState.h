@@ -14,7 +14,7 @@
 
 namespace quillmark::control {
 
-// Notes on the worker, in the words of every command that follows it.
+// What commands print when the worker starts or ends.
 inline constexpr char NoWorkerYet[] = "no worker is running yet";
 inline constexpr char WorkerStarted[] = "a worker has started; it knows no specs";
 inline constexpr char WorkerGone[] = "the worker has ended";
@@ -28,8 +28,8 @@ struct WorkerState {
   std::uint64_t identity = 0;   // differs from worker to worker
   std::uint32_t process = 0;    // 0 if unknown
   std::uint64_t startedMs = 0;  // UTC milliseconds since 1970-01-01, 0 if unknown
-  // Hits dropped since the ring was created, possibly before this worker started.
-  std::uint32_t unreadCommands = 0, unreadHits = 0, droppedHits = 0;
+  std::uint32_t unreadCommands = 0, unreadHits = 0;
+  std::uint32_t droppedHits = 0;         // since the ring was created, possibly before this worker started
   bool hasReader = false;                // a tool or client takes the hits out of the ring
   std::vector<reasons::Reason> reasons;  // why hits, or the specs themselves, do not arrive
 };

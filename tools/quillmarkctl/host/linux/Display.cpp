@@ -20,6 +20,7 @@ using layer::XcbConnection;
 using layer::XcbReply;
 
 constexpr char Topic[] = "display";
+constexpr char UseX11[] = "log in to an X11 session (often \"on Xorg\" on the login screen)";
 
 std::string Environment(const char* name) {
   const char* const value = std::getenv(name);
@@ -97,7 +98,7 @@ Checks ExamineDisplay() {
              .text = wayland ? "this is a Wayland session without an X display" : "DISPLAY is not set",
              .consequence = noScreen,
              .remedy = wayland
-                           ? "log in to an X11 session (often \"on Xorg\" on the log-in screen)"
+                           ? UseX11
                            : "set DISPLAY as in the desktop's session (often :0) for worker and tool alike"}};
   }
   const auto connection = XcbConnection::Open(display);
@@ -119,7 +120,7 @@ Checks ExamineDisplay() {
          .text = "the desktop is Wayland; the X server on " + display + " only serves X11 programs",
          .consequence = "the worker cannot see windows of Wayland programs, and captured frames may "
                         "be black",
-         .remedy = "log in to an X11 session (often \"on Xorg\" on the log-in screen)"});
+         .remedy = UseX11});
   }
   ExamineServer(*connection, checks);
   return checks;

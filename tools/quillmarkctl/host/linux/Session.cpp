@@ -36,7 +36,7 @@ Check Refused(const fs::path& folder, const std::string& why, const std::string&
   return {.level = Level::Problem,
           .topic = "folder",
           .text = folder.string() + " " + why,
-          .consequence = "worker and controllers refuse it, so no named object can be opened",
+          .consequence = "worker and controllers reject it, so no named object can be opened",
           .remedy = remedy,
           .facts = {{"folder", folder.string()}}};
 }

@@ -14,7 +14,7 @@ Check SessionNumber() {
   if (session == 0) {
     check.level = Level::Problem;
     check.consequence = "session 0 is for services; it has no desktop to watch";
-    check.remedy = "start worker and controller in the user's session, for example with a log-on task";
+    check.remedy = "start worker and controller in the user's session, for example with a logon task";
   } else if (::GetSystemMetrics(SM_REMOTESESSION) != 0) {
     check.level = Level::Warning;
     check.text += ", viewed over a remote connection";
