@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <functional>
 #include <opencv2/core.hpp>
-#include <span>
 #include <string_view>
 
 #include "core/FrameJob.h"
@@ -91,8 +90,22 @@ struct GateEntry {
   DecidingStep step;
   GateResult Verdict::*result;
 };
-// Every gate, in the order of the vetoes.
-[[nodiscard]] std::span<const GateEntry> AllGates();
+// In the order of the vetoes.
+inline constexpr GateEntry kAllGates[] = {
+    {"difference", DecidingStep::Difference, &Verdict::difference},
+    {"min-score", DecidingStep::MinScore, &Verdict::minScore},
+    {"flat-white", DecidingStep::FlatWhite, &Verdict::flatWhite},
+    {"darkness", DecidingStep::Darkness, &Verdict::darkness},
+    {"grey-correlation", DecidingStep::GreyCorrelation, &Verdict::greyCorrelation},
+    {"edge-correlation", DecidingStep::EdgeCorrelation, &Verdict::edgeCorrelation},
+    {"edge-density", DecidingStep::EdgeDensity, &Verdict::edgeDensity},
+    {"chroma", DecidingStep::Chroma, &Verdict::chroma},
+    {"hue", DecidingStep::Colour, &Verdict::hue},
+    {"saturation", DecidingStep::Colour, &Verdict::saturation},
+    {"value", DecidingStep::Colour, &Verdict::value},
+    {"red", DecidingStep::Colour, &Verdict::red},
+    {"lab-a", DecidingStep::Colour, &Verdict::labA},
+};
 
 // Any of the three colour tests suffices. A waived one agrees, so without a red hint, or with a colourless
 // template, colour never decides.

@@ -11,22 +11,6 @@
 namespace quillmark {
 namespace {
 
-constexpr GateEntry kGates[] = {
-    {"difference", DecidingStep::Difference, &Verdict::difference},
-    {"min-score", DecidingStep::MinScore, &Verdict::minScore},
-    {"flat-white", DecidingStep::FlatWhite, &Verdict::flatWhite},
-    {"darkness", DecidingStep::Darkness, &Verdict::darkness},
-    {"grey-correlation", DecidingStep::GreyCorrelation, &Verdict::greyCorrelation},
-    {"edge-correlation", DecidingStep::EdgeCorrelation, &Verdict::edgeCorrelation},
-    {"edge-density", DecidingStep::EdgeDensity, &Verdict::edgeDensity},
-    {"chroma", DecidingStep::Chroma, &Verdict::chroma},
-    {"hue", DecidingStep::Colour, &Verdict::hue},
-    {"saturation", DecidingStep::Colour, &Verdict::saturation},
-    {"value", DecidingStep::Colour, &Verdict::value},
-    {"red", DecidingStep::Colour, &Verdict::red},
-    {"lab-a", DecidingStep::Colour, &Verdict::labA},
-};
-
 bool InsideCrop(const cv::Rect& rect, const cv::Mat& crop) {
   return rect.x >= 0 && rect.y >= 0 && rect.x + rect.width <= crop.cols && rect.y + rect.height <= crop.rows;
 }
@@ -45,7 +29,7 @@ Because StructureWaiver(const TemplateSpec& spec) {
 }
 
 DecidingStep FirstVeto(const Verdict& v) {
-  for (const GateEntry& gate : kGates) {
+  for (const GateEntry& gate : kAllGates) {
     if (gate.step != DecidingStep::Colour && (v.*gate.result).Vetoes()) return gate.step;
   }
   return v.colourActive && !ColourAgreementOf(v).Any() ? DecidingStep::Colour : DecidingStep::Accepted;
@@ -208,10 +192,6 @@ class Evaluation {
 };
 
 }  // namespace
-
-std::span<const GateEntry> AllGates() {
-  return kGates;
-}
 
 ColourAgreement ColourAgreementOf(const Verdict& v) {
   return {!v.hue.Vetoes() && !v.saturation.Vetoes() && !v.value.Vetoes(), !v.red.Vetoes(), !v.labA.Vetoes()};

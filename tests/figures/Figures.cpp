@@ -167,7 +167,7 @@ using Histogram = std::map<std::string, int>;
 void RequireAlike(const Verdict& v, const Verdict& thorough) {
   bool alike = thorough.decidedBy == v.decidedBy && thorough.loc == v.loc && thorough.dist == v.dist;
   if (v.Accepted()) alike = alike && thorough.hit.cx == v.hit.cx && thorough.edgeScore == v.edgeScore;
-  for (const GateEntry& entry : AllGates()) {
+  for (const GateEntry& entry : kAllGates) {
     const GateResult &gate = v.*entry.result, &later = thorough.*entry.result;
     alike = alike && (!gate.Measured() || (later.figure == gate.figure && later.outcome == gate.outcome &&
                                            later.limit.Value() == gate.limit.Value()));

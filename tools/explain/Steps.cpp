@@ -11,24 +11,26 @@ namespace quillmark::explain {
 namespace {
 
 struct GateWords {
-  std::string_view gate, title, measures;
+  GateResult Verdict::*gate;
+  std::string_view title, measures;
 };
 constexpr GateWords kWords[] = {
-    {"difference", "Difference", "difference from the template at the best place"},
-    {"min-score", "Minimum score", "score, 1 minus the difference"},
-    {"flat-white", "Blank white", "spread of the place's grey levels"},
-    {"darkness", "Darkness", "how much darker the place is than the template, in levels"},
-    {"grey-correlation", "Grey correlation", "correlation of the grey levels with the template's"},
-    {"edge-correlation", "Edge correlation",
+    {&Verdict::difference, "Difference", "difference from the template at the best place"},
+    {&Verdict::minScore, "Minimum score", "score, 1 minus the difference"},
+    {&Verdict::flatWhite, "Blank white", "spread of the place's grey levels"},
+    {&Verdict::darkness, "Darkness", "how much darker the place is than the template, in levels"},
+    {&Verdict::greyCorrelation, "Grey correlation", "correlation of the grey levels with the template's"},
+    {&Verdict::edgeCorrelation, "Edge correlation",
      "correlation of the edges, plain or dilated, whichever is larger"},
-    {"edge-density", "Edge density", "difference in the share of edge pixels"},
-    {"chroma", "Chroma", "correlation of the red-difference plane (Cr)"},
-    {"hue", "Mean hue", "difference of the mean hues, on a circle of 180"},
-    {"saturation", "Mean saturation", "difference of the mean saturations"},
-    {"value", "Mean brightness", "difference of the mean brightnesses"},
-    {"red", "Share of red", "difference in the share of red pixels"},
-    {"lab-a", "Mean a*", "difference of the means of a*, green to red"},
+    {&Verdict::edgeDensity, "Edge density", "difference in the share of edge pixels"},
+    {&Verdict::chroma, "Chroma", "correlation of the red-difference plane (Cr)"},
+    {&Verdict::hue, "Mean hue", "difference of the mean hues, on a circle of 180"},
+    {&Verdict::saturation, "Mean saturation", "difference of the mean saturations"},
+    {&Verdict::value, "Mean brightness", "difference of the mean brightnesses"},
+    {&Verdict::red, "Share of red", "difference in the share of red pixels"},
+    {&Verdict::labA, "Mean a*", "difference of the means of a*, green to red"},
 };
+static_assert(std::ranges::equal(kWords, kAllGates, {}, &GateWords::gate, &GateEntry::result));
 
 constexpr std::pair<Because, std::string_view> kBecause[] = {
     {Because::NotReached, "not measured after the veto"},
@@ -100,7 +102,7 @@ class Comparison {
   std::vector<Step> Steps() {
     AddSearch();
     if (!v.found) return std::move(steps);
-    for (const GateEntry& gate : AllGates()) {
+    for (const GateEntry& gate : kAllGates) {
       if (gate.step == DecidingStep::FlatWhite && v.decidedBy == DecidingStep::Placement) {
         Add(DecidingStep::Placement, "Placement", "whether the place is inside the grey image",
             StepOutcome::Vetoed);
@@ -138,23 +140,23 @@ class Comparison {
 
   void AddGate(const GateEntry& gate) {
     const GateResult& result = v.*gate.result;
-    const GateWords& words = *std::ranges::find(kWords, gate.name, &GateWords::gate);
+    const GateWords& words = *std::ranges::find(kWords, gate.result, &GateWords::gate);
     Step& step = Add(gate.step, words.title, words.measures, OutcomeOf(result, gate.step));
     step.id = gate.name;
     if (result.Measured()) step.gate = result;
-    step.remark = result.because == Because::None ? PartsOf(gate.name) : Explained(result.because, spec);
+    step.remark = result.because == Because::None ? PartsOf(gate.result) : Explained(result.because, spec);
   }
 
   // What the figure was computed from.
-  [[nodiscard]] std::string PartsOf(std::string_view gate) const {
+  [[nodiscard]] std::string PartsOf(GateResult Verdict::*gate) const {
     const auto means = [&](int channel) { return Parts(v.hsvMean[channel], spec.hsvMean[channel]); };
-    if (gate == "edge-correlation") return "plain " + Digits(v.e1) + ", dilated " + Digits(v.e2);
-    if (gate == "edge-density") return Parts(v.density, spec.edgeDensity);
-    if (gate == "hue") return means(0);
-    if (gate == "saturation") return means(1);
-    if (gate == "value") return means(2);
-    if (gate == "red") return Parts(v.redRatio, spec.redRatio);
-    if (gate == "lab-a") return Parts(v.labAMean, spec.labAMean);
+    if (gate == &Verdict::edgeCorrelation) return "plain " + Digits(v.e1) + ", dilated " + Digits(v.e2);
+    if (gate == &Verdict::edgeDensity) return Parts(v.density, spec.edgeDensity);
+    if (gate == &Verdict::hue) return means(0);
+    if (gate == &Verdict::saturation) return means(1);
+    if (gate == &Verdict::value) return means(2);
+    if (gate == &Verdict::red) return Parts(v.redRatio, spec.redRatio);
+    if (gate == &Verdict::labA) return Parts(v.labAMean, spec.labAMean);
     return {};
   }
   static std::string Parts(double place, double tmpl) {

@@ -81,7 +81,7 @@ TEST_F(LiveWorker, LiveExplanationHasTheBitsOfTheEnginesVerdict) {
     EXPECT_EQ(cv::norm(live.sight->unit.bgr, unit.bgr, cv::NORM_INF), 0.0);
     EXPECT_EQ(live.sight->verdict.decidedBy, verdict.decidedBy);
     EXPECT_EQ(live.sight->verdict.loc, verdict.loc);
-    for (const GateEntry& gate : AllGates()) {
+    for (const GateEntry& gate : kAllGates) {
       EXPECT_EQ((live.sight->verdict.*gate.result).figure, (verdict.*gate.result).figure) << gate.name;
       EXPECT_EQ((live.sight->verdict.*gate.result).limit.Value(), (verdict.*gate.result).limit.Value());
     }
