@@ -13,7 +13,7 @@ namespace quillmark {
 // One region of one frame. The crops own their pixels, have the same size and are at template scale.
 struct ROIUnit {
   std::int32_t specIndex = 0;  // into FrameJob::specs
-  // The region in desktop pixels, clipped to the target's client area and to the monitor; exclusive ends.
+  // The region in desktop pixels, cut to the target's client area and to the monitor; exclusive ends.
   std::int32_t x = 0, y = 0, right = 0, bottom = 0;
   bool clipped = false;               // by the monitor's edge; relaxes several limits
   cv::Mat gray;                       // 8UC1

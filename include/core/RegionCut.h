@@ -31,6 +31,7 @@ struct RegionOnFrame {
   Rect visible;       // the part that the frame shows
   cv::Size tmplSize;  // the template's, on the desktop
 
+  [[nodiscard]] bool Clipped() const { return visible != region; }
   [[nodiscard]] bool OffFrame() const { return IsEmpty(visible); }
   [[nodiscard]] bool HoldsTemplate() const {
     return visible.right - visible.left >= tmplSize.width && visible.bottom - visible.top >= tmplSize.height;

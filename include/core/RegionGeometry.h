@@ -38,7 +38,7 @@ inline Rect Intersect(const Rect& a, const Rect& b) {
           std::min(a.bottom, b.bottom)};
 }
 
-// The spec's region on the desktop, clipped to the target's client area; empty when nothing is left.
+// The spec's region on the desktop, cut to the target's client area; empty when nothing is left.
 inline Rect RegionOnDesktop(const TemplateSpec& spec) {
   const double sx = EffectiveScale(spec.targetScaleX);
   const double sy = EffectiveScale(spec.targetScaleY);

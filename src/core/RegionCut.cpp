@@ -55,7 +55,7 @@ ROIUnit CutRegion(const TemplateSpec& spec, const RegionOnFrame& place, const Fr
   unit.y = visible.top;
   unit.right = visible.right;
   unit.bottom = visible.bottom;
-  unit.clipped = visible != place.region;
+  unit.clipped = place.Clipped();
   const double sx = unit.scaleX = EffectiveScale(spec.targetScaleX);
   const double sy = unit.scaleY = EffectiveScale(spec.targetScaleY);
   unit.gray = Cut(images.gray, rect, sx, sy);

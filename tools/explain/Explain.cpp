@@ -60,9 +60,9 @@ bool AddPlaceSteps(Explanation& e, const RegionOnFrame& place, const Rect& frame
   e.steps.push_back(std::move(region));
 
   Step monitor{"monitor", "Monitor", "part of the region that is on the monitor", StepOutcome::Passed,
-               place.visible == place.region
-                   ? "all of it"
-                   : RectText(place.visible) + "; clipped at the edge, which relaxes several limits"};
+               place.Clipped()
+                   ? RectText(place.visible) + "; clipped at the edge, which relaxes several limits"
+                   : "all of it"};
   if (place.OffFrame()) {
     monitor.remark = IsEmpty(frame) ? "the region is " + RectText(place.region)
                                     : "the screenshot shows only " + RectText(frame);
