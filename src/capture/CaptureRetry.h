@@ -1,6 +1,6 @@
 // Decides when the capture of one monitor is given up and when it is opened again.
 //
-// A capture with a fault is dropped after 200 ms, the time that a display change takes to settle, and opened
+// A capture with a fault is dropped after 200 ms, since most faults come with a display change, and opened
 // again at once. If that fails, or the capture is lost before its first frame, the next attempt follows at
 // once as well, the one after that 100 ms later, and each further one after twice the delay, at most 1 s.
 //
