@@ -1,6 +1,8 @@
 #include "specs/SpecOptions.h"
 
 #include <algorithm>
+#include <cwchar>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -9,6 +11,42 @@ namespace quillmark {
 namespace {
 
 using namespace std::string_view_literals;
+
+constexpr int kMonitorFramesPerSecond = 30;
+
+// The number that `text` begins with, after blanks and a sign, clamped to 32 bits; 0 without digits.
+std::int32_t SuffixNumber(const wchar_t* text) {
+  const long long value = std::wcstoll(text, nullptr, 10);
+  return static_cast<std::int32_t>(std::clamp<long long>(value, std::numeric_limits<std::int32_t>::min(),
+                                                         std::numeric_limits<std::int32_t>::max()));
+}
+
+// Applies the suffix; false when it is unknown.
+bool ReadSuffix(TemplateSpec& spec, const std::wstring& suffix) {
+  const bool hasNumber = suffix.size() > 3;  // "MS5" is a suffix, but sets nothing
+  if (suffix == L"H") {
+    spec.mode = MatchMode::H;
+  } else if (suffix == L"HS") {
+    spec.mode = MatchMode::HS;
+  } else if (suffix == L"BGR") {
+    spec.mode = MatchMode::Bgr;
+  } else if (suffix == L"S") {
+    spec.mode = MatchMode::S;
+  } else if (suffix == L"GRAY") {
+    spec.mode = MatchMode::Gray;
+  } else if (suffix == L"RED") {
+    spec.redHint = true;
+  } else if (suffix.starts_with(L"FPS")) {
+    const std::int32_t rate = hasNumber ? SuffixNumber(suffix.c_str() + 3) : 0;
+    if (rate > 0) spec.frameDivisor = std::max(1, (rate / 2 + kMonitorFramesPerSecond) / rate);
+  } else if (suffix.starts_with(L"MS")) {
+    const std::int32_t interval = hasNumber ? SuffixNumber(suffix.c_str() + 2) : 0;
+    if (interval > 0) spec.intervalMs = interval;
+  } else {
+    return false;
+  }
+  return true;
+}
 
 // A to Z only, whatever the locale.
 std::wstring Lowered(std::wstring text) {
@@ -93,6 +131,12 @@ void HandleRed(TemplateSpec& spec) {
 }
 
 }  // namespace
+
+void ApplyNameSuffix(TemplateSpec& spec) {
+  const std::size_t colon = spec.name.find(L':');
+  if (colon == std::wstring::npos) return;
+  if (ReadSuffix(spec, spec.name.substr(colon + 1))) spec.name.resize(colon);
+}
 
 void ApplyNameOptions(TemplateSpec& spec) {
   const std::wstring lowered = Lowered(spec.name);

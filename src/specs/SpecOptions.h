@@ -1,14 +1,16 @@
-// Reads the option words in a spec's name after the first ':' ("button:ms150:mode=hs"), and turns the red
-// tests on for a "red" anywhere in the name.
+// Reads what a spec's name says after its first ':': an upper-case suffix ("button:HS") or option words
+// ("button:ms150:mode=hs"). A "red" anywhere in the name turns the red tests on.
 //
 // Threading: each call works on its own record only; the product calls it on the command pump's thread.
 #pragma once
 
-#include <string>
-
 #include "specs/TemplateSpec.h"
 
 namespace quillmark {
+
+// Applies a suffix and removes it from the name: a mode (GRAY, BGR, S, H, HS), RED, FPSn (frameDivisor for n
+// of 30 frames a second) or MSn (intervalMs). An unknown one stays, for the option words.
+void ApplyNameSuffix(TemplateSpec& spec);
 
 // Applies the words from left to right and leaves the part before the first ':' as the name. Words are not
 // case sensitive; the name keeps its case:

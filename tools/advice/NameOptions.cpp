@@ -1,6 +1,6 @@
 #include "advice/NameOptions.h"
 
-#include "specs/TemplatePreparation.h"
+#include "specs/SpecOptions.h"
 
 namespace quillmark::advice {
 

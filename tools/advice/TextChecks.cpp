@@ -6,7 +6,6 @@
 #include "client/Command.h"
 #include "specs/SpecOptions.h"
 #include "specs/SpecStore.h"
-#include "specs/TemplatePreparation.h"
 #include "text/Numbers.h"
 #include "text/Printable.h"
 

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "specs/SpecOptions.h"
-#include "specs/TemplatePreparation.h"
 
 namespace quillmark {
 namespace {
