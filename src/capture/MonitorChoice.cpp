@@ -9,6 +9,16 @@ Rect ToRect(const RECT& rect) {
   return {rect.left, rect.top, rect.right, rect.bottom};
 }
 
+// `list` is a std::vector<MonitorEntry>*.
+BOOL CALLBACK CollectMonitors(HMONITOR monitor, HDC, RECT*, LPARAM list) {
+  MONITORINFOEXW info{};
+  info.cbSize = sizeof(info);
+  if (::GetMonitorInfoW(monitor, &info)) {
+    reinterpret_cast<std::vector<MonitorEntry>*>(list)->push_back({monitor, info.rcMonitor});
+  }
+  return TRUE;
+}
+
 // Null if there is none.
 HMONITOR PinnedMonitor(std::int32_t pin, const Rect& region, const std::vector<MonitorEntry>& monitors,
                        const MonitorAnswers& answers) {

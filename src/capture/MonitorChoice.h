@@ -8,10 +8,14 @@
 #include <functional>
 #include <vector>
 
-#include "capture/TargetWindow.h"
 #include "specs/TemplateSpec.h"
 
 namespace quillmark {
+
+struct MonitorEntry {
+  HMONITOR monitor = nullptr;
+  RECT rcMonitor{};  // full rectangle, desktop pixels
+};
 
 // In the system's order. A monitor that cannot be measured is left out.
 [[nodiscard]] std::vector<MonitorEntry> ListMonitors();

@@ -70,6 +70,13 @@ TargetBinding MeasureTarget(Window& window) {
   return ended(BindingOutcome::Bound);
 }
 
+// In 32 bits, wrapping around: other programs choose these numbers.
+[[nodiscard]] inline std::int32_t WrappingArea(const Rect& rect) {
+  const auto height = static_cast<std::uint32_t>(rect.bottom) - static_cast<std::uint32_t>(rect.top);
+  const auto width = static_cast<std::uint32_t>(rect.right) - static_cast<std::uint32_t>(rect.left);
+  return static_cast<std::int32_t>(height * width);
+}
+
 // The window chosen for the text from a range of windows, topmost first; null if there is none.
 template <typename Windows>
 auto ChooseTarget(const std::wstring& target, Windows& windows) {

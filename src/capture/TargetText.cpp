@@ -1,7 +1,6 @@
 #include "capture/TargetText.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cwctype>
 
 namespace quillmark {
@@ -28,12 +27,6 @@ bool TargetText::IsName(std::wstring_view imageFile) const {
 bool TargetText::IsPartOf(std::wstring_view title) const {
   return !title.empty() &&
          std::search(title.begin(), title.end(), name.begin(), name.end(), SameLetters) != title.end();
-}
-
-std::int32_t WrappingArea(const Rect& rect) {
-  const auto height = static_cast<std::uint32_t>(rect.bottom) - static_cast<std::uint32_t>(rect.top);
-  const auto width = static_cast<std::uint32_t>(rect.right) - static_cast<std::uint32_t>(rect.left);
-  return static_cast<std::int32_t>(height * width);
 }
 
 }  // namespace quillmark

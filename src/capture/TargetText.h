@@ -3,11 +3,8 @@
 // Threading: no shared state.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "specs/TemplateSpec.h"
 
 namespace quillmark {
 
@@ -33,8 +30,5 @@ class TargetText {
   const std::wstring& name;
   bool byImageName;
 };
-
-// In 32 bits, wrapping around: other programs choose these numbers.
-[[nodiscard]] std::int32_t WrappingArea(const Rect& rect);
 
 }  // namespace quillmark

@@ -32,13 +32,4 @@ void UpdateTargetWindow(TemplateSpec& spec) {
   (void)BindTarget(spec, windows);
 }
 
-BOOL CALLBACK CollectMonitors(HMONITOR monitor, HDC, RECT*, LPARAM list) {
-  MONITORINFOEXW info{};
-  info.cbSize = sizeof(info);
-  if (::GetMonitorInfoW(monitor, &info)) {
-    reinterpret_cast<std::vector<MonitorEntry>*>(list)->push_back({monitor, info.rcMonitor});
-  }
-  return TRUE;
-}
-
 }  // namespace quillmark

@@ -1,13 +1,10 @@
 // Finds a spec's target window and measures its client area, monitor and DPI scale. After a failed system
-// call the target is not valid, or the window or monitor is skipped; nothing is raised or logged.
+// call the target is not valid, or the window is skipped; nothing is raised or logged.
 //
 // Threading: callable from any thread; each call touches only what it is given.
 #pragma once
 
-#include <windows.h>
-
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "capture/SystemWindow.h"
@@ -16,11 +13,6 @@
 
 namespace quillmark {
 
-struct MonitorEntry {
-  HMONITOR monitor = nullptr;
-  RECT rcMonitor{};  // full rectangle, desktop pixels
-};
-
 // Binds the spec to its target window, sets its target fields and returns the binding. A window that the spec
 // already has is kept while it exists; otherwise one is searched for. The worker's copies of the specs have
 // none, so it searches in every tick. `windows` is filled when first needed and serves all specs of a tick.
@@ -28,8 +20,5 @@ TargetBinding BindTarget(TemplateSpec& spec, std::optional<std::vector<SystemWin
 
 // The same for one spec alone.
 void UpdateTargetWindow(TemplateSpec& spec);
-
-// Callback of EnumDisplayMonitors; `list` is a std::vector<MonitorEntry>*.
-BOOL CALLBACK CollectMonitors(HMONITOR monitor, HDC dc, RECT* rect, LPARAM list);
 
 }  // namespace quillmark

@@ -6,7 +6,6 @@
 #include "app/frame/DpiAwareness.h"
 #include "capture/MonitorChoice.h"
 #include "capture/SystemWindow.h"
-#include "capture/TargetWindow.h"
 
 namespace quillmark::replay {
 namespace {

@@ -26,7 +26,6 @@
 #include "app/frame/ThreadPool.h"
 #include "capture/CaptureRetry.h"
 #include "capture/DuplicationContext.h"
-#include "capture/TargetWindow.h"
 #include "core/FrameJob.h"
 #include "core/engine/DelayedCalls.h"
 #include "core/engine/SampledErrors.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "capture/MonitorChoice.h"
+#include "capture/TargetWindow.h"
 #include "core/engine/AutoRebinder.h"
 #include "ipc/WallClock.h"
 #include "log/AsyncLogger.h"
