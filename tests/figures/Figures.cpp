@@ -130,30 +130,15 @@ std::string StepOf(const Verdict& verdict) {
   return kSteps.at(static_cast<std::size_t>(verdict.decidedBy));
 }
 
-// Only this function knows the fields of a verdict: printed names on the left, the product's on the right.
 void PrintVerdict(Writer& out, const Verdict& v, const TemplateSpec& spec) {
   out.Add("step", StepOf(v), "found", v.found, "x", v.loc.x, "y", v.loc.y, "dist", v.dist, "tw", v.tw, "th",
           v.th, "tiny", v.traits.tiny, "lowDetail", v.traits.lowDetail, "flatTemplate", v.traits.flat,
           "colourActive", v.colourActive);
-  const std::pair<const char*, const GateResult*> gates[] = {{"difference", &v.difference},
-                                                             {"minScore", &v.minScore},
-                                                             {"flatWhite", &v.flatWhite},
-                                                             {"chroma", &v.chroma},
-                                                             {"ncc", &v.greyCorrelation},
-                                                             {"edge", &v.edgeCorrelation},
-                                                             {"edgeDensity", &v.edgeDensity},
-                                                             {"darkness", &v.darkness},
-                                                             {"hue", &v.hue},
-                                                             {"saturation", &v.saturation},
-                                                             {"value", &v.value},
-                                                             {"red", &v.red},
-                                                             {"labA", &v.labA}};
-  for (const auto& [name, gate] : gates) {
+  for (const GateEntry& entry : kAllGates) {
     static constexpr std::array kOutcomes = {"not-measured", "passed", "failed", "waived"};
-    // The hue modes ignore every gate after the difference.
-    const bool waived = IsHueMode(spec.mode) && gate->Measured();
-    out.Add(name, kOutcomes.at(static_cast<std::size_t>(waived ? Outcome::Waived : gate->outcome)));
-    if (gate->Measured()) out.Add("value", gate->figure, "limit", gate->limit.Value());
+    const GateResult& gate = v.*entry.result;
+    out.Add(entry.name, kOutcomes.at(static_cast<std::size_t>(gate.outcome)));
+    if (gate.Measured()) out.Add("value", gate.figure, "limit", gate.limit.Value());
   }
   out.Line("e1", v.e1, "e2", v.e2, "density", v.density, "mean", v.hsvMean[0], "mean", v.hsvMean[1], "mean",
            v.hsvMean[2], "redRatio", v.redRatio, "labAMean", v.labAMean, "desktopX", v.hit.desktopX,
