@@ -5,7 +5,6 @@
 #include <array>
 #include <functional>
 #include <utility>
-#include <vector>
 
 #include "support/Images.h"
 
@@ -199,23 +198,6 @@ TEST(RegionEvaluation, DerivesTheDedupeWindowFromTheInterval) {
     Shown shown(IconOf(kNormal));
     shown.spec.intervalMs = interval;
     EXPECT_EQ(shown.Evaluated().dedupWindowMs, static_cast<std::uint64_t>(expected)) << interval;
-  }
-}
-
-TEST(RegionEvaluation, EveryModeFindsAnIconToThePixel) {
-  for (std::uint32_t seed = 1000; seed < 1060; ++seed) {
-    Random random(seed);
-    const cv::Mat icon = Icon(random, {random.Between(17, 30), random.Between(16, 24)}, "Q");
-    cv::Mat screen = Screen(random, {120, 80});
-    const cv::Point at{random.Between(0, 120 - icon.cols), random.Between(0, 80 - icon.rows)};
-    Plant(screen, icon, at);
-    const ROIUnit unit = UnitShowing(screen);
-    for (MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS}) {
-      const Verdict v = EvaluateRegion(unit, PreparedSpec(icon, mode));
-      EXPECT_TRUE(v.Accepted() && v.loc == at)
-          << "seed " << seed << ", mode " << static_cast<int>(mode) << ": " << v.loc << " instead of " << at
-          << ", step " << static_cast<int>(v.decidedBy);
-    }
   }
 }
 

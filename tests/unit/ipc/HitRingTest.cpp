@@ -200,14 +200,6 @@ class RingSenderTest : public testing::Test {
   RawController controller;
 };
 
-TEST_F(RingSenderTest, WritesAllFieldsOfAHit) {
-  const auto sent = Sent({{L"button", -1, 2, 3, 4, 0.5f, 0.25f, Now, 100}});
-  ASSERT_EQ(sent.size(), 1u);
-  const RawHit& hit = sent[0];
-  EXPECT_EQ(std::tie(hit.name, hit.cx, hit.cy, hit.w, hit.h, hit.sq, hit.edge, hit.tsMs),
-            std::tuple(L"button", -1, 2, 3, 4, 0.5f, 0.25f, Now));
-}
-
 TEST_F(RingSenderTest, ToleratesMovesByATenthOfTheLongerSide) {
   const struct {
     std::int32_t w, h, dx, dy;
