@@ -27,8 +27,6 @@ class ChildProcess {
   explicit ChildProcess(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
   // Asks it to end if the host has a way to ask, else kills it; waits for its end.
   ~ChildProcess();
-  ChildProcess(const ChildProcess&) = delete;
-  ChildProcess& operator=(const ChildProcess&) = delete;
 
   // Its process id; 0 after Wait or Kill.
   int Pid() const;

@@ -1,6 +1,7 @@
 #include "support/DebugOutputCapture.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace quillmark::test {
 
@@ -14,10 +15,11 @@ std::size_t DebugOutputCapture::Count(std::string_view substring) const {
   return CountLocked(substring);
 }
 
-bool DebugOutputCapture::WaitForCount(std::string_view substring, std::size_t count,
-                                      Clock::time_point deadline) const {
+bool DebugOutputCapture::WaitForCount(std::string_view substring, std::size_t count) const {
+  // Thousands of lines may come before the expected one, and a host may need milliseconds for each.
+  constexpr std::chrono::seconds patience{40};
   std::unique_lock lock(mutex);
-  return changed.wait_until(lock, deadline, [&] { return CountLocked(substring) >= count; });
+  return changed.wait_for(lock, patience, [&] { return CountLocked(substring) >= count; });
 }
 
 std::size_t DebugOutputCapture::CountLocked(std::string_view substring) const {

@@ -7,23 +7,15 @@
 
 namespace quillmark::test {
 
+#ifdef _WIN32
+#define flockfile ::_lock_file
+#define funlockfile ::_unlock_file
+#endif
+
 class HeldFile {
  public:
-#ifdef _WIN32
-  explicit HeldFile(FILE* held) : file(held) {
-    ::_lock_file(file);
-  }
-  ~HeldFile() {
-    ::_unlock_file(file);
-  }
-#else
-  explicit HeldFile(FILE* held) : file(held) {
-    ::flockfile(file);
-  }
-  ~HeldFile() {
-    ::funlockfile(file);
-  }
-#endif
+  explicit HeldFile(FILE* held) : file(held) { flockfile(file); }
+  ~HeldFile() { funlockfile(file); }
   HeldFile(const HeldFile&) = delete;
   HeldFile& operator=(const HeldFile&) = delete;
 

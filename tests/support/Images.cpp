@@ -86,6 +86,12 @@ cv::Mat Label(cv::Size size, const std::string& text, const cv::Scalar& ground, 
   return label;
 }
 
+cv::Mat GreyColumns(int left, int right, cv::Size size) {
+  cv::Mat image(size, CV_8U, cv::Scalar(left));
+  image.colRange(size.width / 2, size.width).setTo(right);
+  return image;
+}
+
 cv::Mat WithNoise(Random& random, const cv::Mat& image, int amount) {
   cv::Mat noisy = image.clone();
   for (int y = 0; y < noisy.rows; ++y) {

@@ -35,6 +35,8 @@ cv::Mat Noise(Random& random, cv::Size size, int type = CV_8UC3);
 cv::Mat Screen(Random& random, cv::Size size);
 // BGR: a button of several vivid colours: ground, border, disc and a letter or two.
 cv::Mat Icon(Random& random, cv::Size size, const std::string& letters);
+// 8-bit grey: two uniform halves.
+cv::Mat GreyColumns(int left, int right, cv::Size size = {20, 20});
 // BGR: `text` in small type on a flat ground.
 cv::Mat Label(cv::Size size, const std::string& text, const cv::Scalar& ground, const cv::Scalar& ink);
 

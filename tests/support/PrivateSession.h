@@ -15,8 +15,6 @@ class PrivateSession {
   // Throws std::runtime_error if a program outside the tests is in the way.
   PrivateSession();
   ~PrivateSession();
-  PrivateSession(const PrivateSession&) = delete;
-  PrivateSession& operator=(const PrivateSession&) = delete;
 
   // A folder removed with the session. If named objects are files, they are below it.
   const std::filesystem::path& Base() const { return folder.Path(); }

@@ -1,6 +1,5 @@
 #include "support/RawController.h"
 
-#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 

@@ -47,8 +47,6 @@ class RawController {
   // Opens or creates both sections and both events. Raises std::runtime_error when a call fails.
   RawController();
 
-  // -- commands ------------------------------------------------------------------------------------------
-
   // Fills the next slot, publishes it and signals. Refused (false) while 64 commands are unread.
   bool Send(const RawCommand& command);
   bool SendSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path,
@@ -72,8 +70,6 @@ class RawController {
     return CommandWord(WriteIndex) - CommandWord(ReadIndex);
   }
   [[nodiscard]] std::byte* Commands() const { return static_cast<std::byte*>(commandView.Get()); }
-
-  // -- hits ----------------------------------------------------------------------------------------------
 
   // Everything published since the last call, oldest first; the worker may then use the slots again.
   std::vector<RawHit> TakeHits();

@@ -129,8 +129,6 @@ std::shared_ptr<ScriptedDesktop> ScriptedDesktop::Install() {
   return desktop;
 }
 
-// -- monitors -------------------------------------------------------------------------------------------
-
 MonitorId ScriptedDesktop::AddMonitor(const ScriptedMonitor& monitor) {
   const std::lock_guard lock(mutex);
   const MonitorId id = nextMonitor++;
@@ -171,8 +169,6 @@ std::vector<layer::MonitorFacts> ScriptedDesktop::Monitors() {
   }
   return all;
 }
-
-// -- windows --------------------------------------------------------------------------------------------
 
 WindowId ScriptedDesktop::OpenWindow(const ScriptedWindow& window) {
   const std::lock_guard lock(mutex);
@@ -226,8 +222,6 @@ std::optional<std::wstring> ScriptedDesktop::ProcessImage(std::uint32_t processI
   if (fails || found == images.end()) return std::nullopt;
   return found->second;
 }
-
-// -- pictures and frames --------------------------------------------------------------------------------
 
 void ScriptedDesktop::Paint(const cv::Mat& bgr, POINT topLeft) {
   const cv::Rect painted(topLeft.x, topLeft.y, bgr.cols, bgr.rows);

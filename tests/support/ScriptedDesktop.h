@@ -71,8 +71,6 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   // A new one, installed as the process's desktop.
   static std::shared_ptr<ScriptedDesktop> Install();
 
-  // -- the script
-
   layer::MonitorId AddMonitor(const ScriptedMonitor& monitor);
   // Its duplications lose access.
   void RemoveMonitor(layer::MonitorId monitor);
@@ -116,8 +114,6 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   }
   int OpenDuplications() const { return openDuplications; }
   int HeldFrames() const { return heldFrames; }
-
-  // -- what the layer asks
 
   std::vector<layer::MonitorFacts> Monitors() override;
   std::vector<layer::WindowId> TopLevelWindows() override;

@@ -17,8 +17,6 @@ class TestDesktop {
   // Throws std::runtime_error without a desktop.
   TestDesktop();
   ~TestDesktop();
-  TestDesktop(const TestDesktop&) = delete;
-  TestDesktop& operator=(const TestDesktop&) = delete;
 
   // Makes the window system report a change of its displays.
   void ChangeDisplays();

@@ -1,7 +1,6 @@
 // quillmarkctl apply with a real worker.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>

@@ -20,8 +20,6 @@ class DebugOutputReader {
   explicit DebugOutputReader(Receiver receiver);
   // Returns when everything written before has been received.
   ~DebugOutputReader();
-  DebugOutputReader(const DebugOutputReader&) = delete;
-  DebugOutputReader& operator=(const DebugOutputReader&) = delete;
 
  private:
   struct Host;

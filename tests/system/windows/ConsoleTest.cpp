@@ -33,8 +33,6 @@ class Console {
     screen.Reset();
     ::FreeConsole();
   }
-  Console(const Console&) = delete;
-  Console& operator=(const Console&) = delete;
 
   // Runs the tool to its end.
   void Control(const std::vector<std::string>& arguments) const {

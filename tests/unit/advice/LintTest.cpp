@@ -18,10 +18,7 @@
 namespace quillmark::advice {
 namespace {
 
-using quillmark::testing::Icon;
-using quillmark::testing::Label;
-using quillmark::testing::Plant;
-using quillmark::testing::Random;
+using namespace quillmark::testing;
 using Ids = std::vector<std::string>;
 
 Ids IdsOf(const std::vector<Finding>& findings) {
@@ -194,7 +191,7 @@ TEST_F(LintTest, ChecksImageFiles) {
   EXPECT_EQ(Found(SpecFor(label)), Ids{});
   EXPECT_EQ(Found(SpecFor(ThroughJpeg(label))), Ids{"compression-traces"});
   cv::Mat photo;
-  cv::GaussianBlur(quillmark::testing::Noise(random, {96, 96}), photo, {}, 2.0);
+  cv::GaussianBlur(Noise(random, {96, 96}), photo, {}, 2.0);
   photo = (photo - 90) * 3;
   EXPECT_EQ(Found(SpecFor(photo)), Ids{});
   EXPECT_EQ(Found(SpecFor(ThroughJpeg(photo))), Ids{"compression-traces"});
@@ -227,7 +224,7 @@ TEST_F(LintTest, ChecksTheSpecOnAScreenshot) {
   EXPECT_EQ(found(screen, spec), Ids{"region-outside"});
 
   spec = GoodSpec();
-  Plant(screen, quillmark::testing::WithNoise(random, good, 4), {200, 120});
+  Plant(screen, WithNoise(random, good, 4), {200, 120});
   EXPECT_EQ(found(screen, spec), Ids{"second-accepted"});
   spec.request.roi.width = 150;
   EXPECT_EQ(found(screen, spec), Ids{});

@@ -16,12 +16,7 @@
 namespace quillmark::advice {
 namespace {
 
-using quillmark::testing::Icon;
-using quillmark::testing::Noise;
-using quillmark::testing::Plant;
-using quillmark::testing::Random;
-using quillmark::testing::Screen;
-using quillmark::testing::WithNoise;
+using namespace quillmark::testing;
 using ::testing::HasSubstr;
 
 std::string PlainText(const TuneReport& report, const std::vector<std::string>& files) {

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <opencv2/core.hpp>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "support/PrivateDisplay.h"

@@ -5,7 +5,6 @@
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "picture/PngFile.h"
 #include "support/ScriptedDesktop.h"

@@ -27,12 +27,6 @@ void ExpectLimit(const Limit& limit, double value, const Rules& rules) {
   EXPECT_EQ(RulesOf(limit), rules);
 }
 
-cv::Mat GreyColumns(int left, int right, cv::Size size = {20, 20}) {
-  cv::Mat image(size, CV_8U, cv::Scalar(left));
-  image.colRange(size.width / 2, size.width).setTo(right);
-  return image;
-}
-
 TEST(Gates, Traits) {
   const struct {
     cv::Size size;

@@ -36,10 +36,7 @@ class EngineFixture : public ::testing::Test {
     return test::HandleOf(desktop->AddMonitor({test::RectAt(left, top, width, height)}));
   }
   layer::WindowId OpenWindow(const RECT& client) {
-    test::ScriptedWindow window;
-    window.title = L"target";
-    window.client = client;
-    return desktop->OpenWindow(window);
+    return desktop->OpenWindow({.title = L"target", .client = client});
   }
   // Adds a spec with a black template of 8 x 8 pixels to the store.
   TemplateSpec& AddSpec(const cv::Rect& roi, const std::wstring& name = L"spec") {

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <opencv2/imgproc.hpp>
 #include <thread>
 
 #include "EngineFixture.h"

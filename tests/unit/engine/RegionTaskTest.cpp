@@ -5,7 +5,6 @@
 #include <atomic>
 #include <thread>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "core/engine/DelayedCalls.h"

@@ -31,12 +31,8 @@ class LiveWorker : public ::testing::Test {
   }
 
   layer::WindowId OpenWindow(const RECT& client, std::uint32_t dpi = 96) {
-    test::ScriptedWindow window;
-    window.title = L"The window";
-    window.client = client;
-    if (dpi != 96) window.awareness = DPI_AWARENESS_UNAWARE;
-    window.dpi = dpi;
-    return desktop->OpenWindow(window);
+    return desktop->OpenWindow(
+        {.title = L"The window", .client = client, .awareness = DPI_AWARENESS_UNAWARE, .dpi = dpi});
   }
   SpecRequest RequestOf(const Case& c) {
     const std::filesystem::path file = session.Base() / (c.name + ".png");
