@@ -41,9 +41,6 @@ qm_status StatusOf(const std::function<void()>& call) {
 
 class ClientAtWork : public testing::Test {
  protected:
-  static void WriteHits(int count) {
-    for (int i = 0; i < count; ++i) WriteHit(L"hit", i, 2, 30, 40, 0.5f, 0.25f, 1700000000123u);
-  }
   // All records that can be read without waiting.
   static std::vector<Record> Rest(Client& client) {
     std::vector<Record> all;

@@ -18,6 +18,11 @@
 
 namespace quillmark::test {
 
+// Hits like a worker's, at (0, 2), (1, 2) and so on.
+inline void WriteHits(int count, const std::wstring& name = L"hit") {
+  for (int i = 0; i < count; ++i) WriteHit(name, i, 2, 30, 40, 0.5f, 0.25f, 1700000000123u);
+}
+
 class CommandTaker {
  public:
   CommandTaker() {

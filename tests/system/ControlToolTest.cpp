@@ -20,9 +20,6 @@ const std::string Patient = "--timeout=60";
 class ControlTool : public testing::Test {
  protected:
   void StartWorker() { worker = std::make_unique<CommandTaker>(); }
-  static void WriteHits(int count, const std::wstring& name = L"hit") {
-    for (int i = 0; i < count; ++i) WriteHit(name, i, 2, 30, 40, 0.5f, 0.25f, 1700000000123u);
-  }
   std::uint32_t UnreadHits() const { return rings.HitWord(WriteIndex) - rings.HitWord(ReadIndex); }
   static Outcome Ping(const std::string& text = "HB") { return Control({"ping", text, Patient}); }
 

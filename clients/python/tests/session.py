@@ -10,7 +10,8 @@ import subprocess
 import tempfile
 import time
 import unittest
-from typing import Callable, Optional
+import unittest.mock
+from typing import Callable
 
 from quillmark import _linux
 
@@ -50,18 +51,10 @@ class SessionTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
-        outer = {name: os.environ.get(name) for name in ("XDG_RUNTIME_DIR", "DISPLAY")}
-        self.addCleanup(self._restore, outer)
-        os.environ["XDG_RUNTIME_DIR"] = folder.name
+        environment = unittest.mock.patch.dict(os.environ, {"XDG_RUNTIME_DIR": folder.name})
+        environment.start()
+        self.addCleanup(environment.stop)
         os.environ.pop("DISPLAY", None)
-
-    @staticmethod
-    def _restore(outer: dict[str, Optional[str]]) -> None:
-        for name, value in outer.items():
-            if value is None:
-                os.environ.pop(name, None)
-            else:
-                os.environ[name] = value
 
     def objects(self) -> pathlib.Path:
         return self.folder / "quillmark" / "none"

@@ -116,14 +116,6 @@ TEST_F(PumpTest, ReturnsOneWhenTheCommandRingCannotBeOpened) {
 
 class SinkTest : public ::testing::Test {
  protected:
-  // Changes the display until the sink has reported it: its window may not exist yet.
-  bool ReportsChanges(std::atomic<int>& calls) {
-    return test::Eventually([&] {
-      desktop->ChangeDisplay();
-      return calls > 0;
-    });
-  }
-
   std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
 };
 
@@ -133,7 +125,10 @@ TEST_F(SinkTest, ReportsChangesWhileStarted) {
   for (int round = 0; round < 3; ++round) {
     std::atomic<int> calls{0};
     sink.Start([&] { ++calls; });
-    EXPECT_TRUE(ReportsChanges(calls)) << round;
+    EXPECT_TRUE(test::Eventually([&] {
+      desktop->ChangeDisplay();  // repeated, since the sink's window may not exist yet
+      return calls > 0;
+    })) << round;
     sink.Stop();
     const int before = calls;
     desktop->ChangeDisplay();

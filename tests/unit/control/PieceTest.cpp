@@ -13,7 +13,6 @@ namespace quillmark::live {
 namespace {
 
 using test::RectAt;
-using test::ScriptedWindow;
 
 class PieceTest : public testing::Test {
  protected:
@@ -62,11 +61,9 @@ TEST_F(PieceTest, StretchedWindowGivesAnAreaAtTemplateScale) {
 
 TEST_F(PieceTest, PickedWindowGetsATargetThatSelectsIt) {
   const Rect inside{110, 110, 120, 120};
-  const ScriptedWindow window{.title = L"A window with a long title", .client = RectAt(100, 100, 50, 50)};
   const auto open = [&](std::uint32_t processId) {
-    ScriptedWindow opened = window;
-    opened.processId = processId;
-    return desktop->OpenWindow(opened);
+    return desktop->OpenWindow(
+        {.title = L"A window with a long title", .client = RectAt(100, 100, 50, 50), .processId = processId});
   };
   const auto shortNamed = open(1);
   EXPECT_EQ(TargetOf(inside), L"sheet.exe");

@@ -6,29 +6,20 @@
 #include <string>
 
 #include "Cases.h"
-#include "app/frame/OpenCvConfig.h"
 #include "explain/Explain.h"
 #include "explain/LiveLook.h"
-#include "specs/SpecStore.h"
-#include "support/EngineProbe.h"
 #include "support/Images.h"
-#include "support/PrivateSession.h"
-#include "support/ScriptedDesktop.h"
+#include "unit/engine/EngineFixture.h"
 
 namespace quillmark::explain {
 namespace {
 
 using test::Call;
 using test::RectAt;
-using test::ScriptedDesktop;
 
-class LiveWorker : public ::testing::Test {
+class LiveWorker : public EngineFixture {
  protected:
-  LiveWorker() {
-    ConfigureOpenCvOnce();
-    Specs().specs.clear();
-    desktop->AddMonitor({RectAt(0, 0, 640, 480)});
-  }
+  LiveWorker() { AddMonitor(0, 0, 640, 480); }
 
   layer::WindowId OpenWindow(const RECT& client, std::uint32_t dpi = 96) {
     return desktop->OpenWindow(
@@ -46,10 +37,7 @@ class LiveWorker : public ::testing::Test {
     picture(cv::Rect(cv::Point(), shown.size())).copyTo(screen(shown));
     return screen;
   }
-  const test::PrivateSession session;
-  std::shared_ptr<ScriptedDesktop> desktop = ScriptedDesktop::Install();
-  AutoRebinder engine;
-  EngineProbe probe{engine};
+
   testing::Random random{1};
 };
 
@@ -66,7 +54,7 @@ TEST_F(LiveWorker, LiveExplanationHasTheBitsOfTheEnginesVerdict) {
     LoadSpec(request.target, request.name, request.path, c.roi.x, c.roi.y, c.roi.width, c.roi.height,
              request.edgeMin, request.threshold);
     desktop->Paint(ScreenWith(c.screen, {client.left, client.top}));
-    const auto jobs = probe.Tick();
+    const Jobs jobs = probe.Tick();
     ASSERT_EQ(jobs.size(), 1u);
     const ROIUnit& unit = jobs[0]->units.at(0);
     const Verdict verdict = EvaluateRegion(unit, jobs[0]->specs[0], Thoroughness::EveryStep);
@@ -85,7 +73,7 @@ TEST_F(LiveWorker, LiveExplanationHasTheBitsOfTheEnginesVerdict) {
 }
 
 TEST_F(LiveWorker, RegionOnTwoMonitorsIsExplainedOnEach) {
-  desktop->AddMonitor({RectAt(640, 0, 640, 480)});
+  AddMonitor(640, 0, 640, 480);
   OpenWindow(RectAt(560, 20, 180, 100));
   const std::vector<Explanation> both = ExplainLive(PrepareExplanation(RequestOf(AllCases().front())));
   ASSERT_EQ(both.size(), 2u);

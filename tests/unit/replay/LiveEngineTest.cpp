@@ -7,14 +7,10 @@
 #include <vector>
 
 #include "Scene.h"
-#include "app/frame/OpenCvConfig.h"
-#include "specs/SpecStore.h"
 #include "specs/Utf8.h"
-#include "support/EngineProbe.h"
 #include "support/Eventually.h"
-#include "support/PrivateSession.h"
 #include "support/RawController.h"
-#include "support/ScriptedDesktop.h"
+#include "unit/engine/EngineFixture.h"
 
 namespace quillmark::replay {
 namespace {
@@ -32,11 +28,9 @@ RECT ToRECT(const Rect& rect) {
 }
 
 // The whole engine on a scripted desktop that shows the recording.
-class LiveEngine {
- public:
-  LiveEngine(const Recording& shown, const std::filesystem::path& itsFolder)
-      : recording(shown), folder(itsFolder) {
-    ConfigureOpenCvOnce();
+class LiveEngine : public EngineFixture {
+ protected:
+  LiveEngine() {
     desktop->SetWaiting(test::Waiting::UpToTimeout);
     for (const RecordedMonitor& monitor : recording.monitors) desktop->AddMonitor({ToRECT(monitor.rect)});
     for (const RecordedWindow& window : recording.windows.at(0).windows) {
@@ -47,18 +41,17 @@ class LiveEngine {
                            .dpi = static_cast<std::uint32_t>(96 * window.scale)});
     }
     for (const RecordedSpec& spec : recording.specs) {
-      LoadSpec(spec.target, spec.name, FromUtf8((folder / spec.path).string()), spec.roi.x, spec.roi.y,
-               spec.roi.width, spec.roi.height, spec.edgeMin, spec.threshold);
+      LoadSpec(spec.target, spec.name, FromUtf8((scene->Folder() / spec.path).string()), spec.roi.x,
+               spec.roi.y, spec.roi.width, spec.roi.height, spec.edgeMin, spec.threshold);
     }
   }
 
   void Show(std::size_t frame) {
     const Rect& monitor = recording.monitors[recording.frames[frame].monitor].rect;
     cv::Mat bgr;
-    cv::cvtColor(LoadFrame(folder / recording.frames[frame].file, monitor), bgr, cv::COLOR_BGRA2BGR);
+    cv::cvtColor(LoadFrame(scene->Folder() / recording.frames[frame].file, monitor), bgr, cv::COLOR_BGRA2BGR);
     desktop->Paint(bgr, {monitor.left, monitor.top});
   }
-  void Start() { engine.Start(); }
   bool Captured(std::size_t frames) {
     return test::Eventually([&] { return probe.FramesCaptured() == frames; });
   }
@@ -72,32 +65,24 @@ class LiveEngine {
     return taken;
   }
 
- private:
-  const Recording& recording;
-  const std::filesystem::path folder;
-  const test::PrivateSession session;
+  const std::unique_ptr<Scene> scene = GoldenScene();
+  const Recording& recording = scene->recording;
   test::RawController controller;
-  std::shared_ptr<test::ScriptedDesktop> desktop = test::ScriptedDesktop::Install();
-  AutoRebinder engine;
-  EngineProbe probe{engine};
 };
 
-TEST(LiveEngine, ReportsTheHitsOfTheReplay) {
-  const auto scene = GoldenScene();
+TEST_F(LiveEngine, ReportsTheHitsOfTheReplay) {
   const ReplayResult result = scene->Play();
   ASSERT_GT(result.hits.size(), 12u);
-
-  LiveEngine live(scene->recording, scene->Folder());
-  for (std::size_t frame = 0; frame < scene->recording.frames.size(); ++frame) {
-    live.Show(frame);
+  for (std::size_t frame = 0; frame < recording.frames.size(); ++frame) {
+    Show(frame);
     if (frame == 0) continue;  // the first picture of each monitor is there when the engine starts
-    if (frame == 1) live.Start();
-    ASSERT_TRUE(live.Captured(frame + 1)) << frame;
+    if (frame == 1) engine.Start();
+    ASSERT_TRUE(Captured(frame + 1)) << frame;
     std::vector<Figures> expected;
     for (const ReplayedHit& hit : result.hits) {
       if (hit.frame == frame) expected.push_back(FiguresOf(hit.hit));
     }
-    EXPECT_THAT(live.Take(expected.size()), ::testing::UnorderedElementsAreArray(expected)) << frame;
+    EXPECT_THAT(Take(expected.size()), ::testing::UnorderedElementsAreArray(expected)) << frame;
   }
 }
 

@@ -107,11 +107,8 @@ TEST_F(RecorderTest, BundleHasTheFramesAroundAHitOrNearMiss) {
 }
 
 TEST_F(RecorderTest, EndsWhenTheMonitorsChange) {
-  const RecorderResult made = RecordSteps({wait,
-                                           [&] {
-                                             desktop->AddMonitor({{320, 0, 400, 100}});
-                                           },
-                                           wait, wait});
+  const Step add = [&] { desktop->AddMonitor({{320, 0, 400, 100}}); };
+  const RecorderResult made = RecordSteps({wait, add, wait, wait});
   EXPECT_THAT(made.notes, ElementsAre(HasSubstr("the monitors have changed")));
   EXPECT_EQ(ReadRecording(options.folder).monitors.size(), 1u);
 }
