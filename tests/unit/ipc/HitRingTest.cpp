@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <thread>
-#include <tuple>
 #include <utility>
 
 #include "ipc/RingSender.h"
