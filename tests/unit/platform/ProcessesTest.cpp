@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -22,10 +23,14 @@ class RenamedProcess {
  public:
   RenamedProcess(const std::string& program, const std::string& command)
       : process({"bash", "-c", "cp /bin/sleep \"$0\" && exec -a \"$1\" \"$0\" 60", program, command}) {
+    // The kernel shows the new program's file a moment before its command.
     test::Eventually([&] {
+      const std::string folder = "/proc/" + std::to_string(process.Pid());
       std::error_code none;
-      return std::filesystem::read_symlink("/proc/" + std::to_string(process.Pid()) + "/exe", none) ==
-             program;
+      std::ifstream file(folder + "/cmdline");
+      std::string shown;
+      return std::filesystem::read_symlink(folder + "/exe", none) == program &&
+             std::getline(file, shown, '\0') && shown == command;
     });
   }
   DWORD Id() const { return static_cast<DWORD>(process.Pid()); }
