@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <chrono>
 #include <utility>
 
 #include "ipc/HitRing.h"
@@ -11,7 +10,6 @@ namespace quillmark {
 
 namespace {
 
-constexpr auto WakeInterval = std::chrono::milliseconds(5);
 constexpr std::size_t BatchReserve = 32;
 
 constexpr std::uint32_t ReportEveryNthDrop = 100;
@@ -42,11 +40,13 @@ void RingSender::Stop() {
 void RingSender::Enqueue(HitRecord hit) {
   {
     const std::lock_guard lock(mutex);
-    if (duplicates.Admit(hit) == Repetition::None) {
-      pending.push_back(std::move(hit));
-    } else if (suppressedHits.fetch_add(1, std::memory_order_relaxed) % ReportEveryNthDrop == 0) {
-      ::OutputDebugStringW(L"[RingSender] dedupe drop\n");
+    if (duplicates.Admit(hit) != Repetition::None) {
+      if (suppressedHits.fetch_add(1, std::memory_order_relaxed) % ReportEveryNthDrop == 0) {
+        ::OutputDebugStringW(L"[RingSender] dedupe drop\n");
+      }
+      return;
     }
+    pending.push_back(std::move(hit));
   }
   wakeup.notify_one();
 }
@@ -58,7 +58,7 @@ void RingSender::Run() {
     {
       std::unique_lock lock(mutex);
       const auto stopping = [this] { return stopRequested.load(std::memory_order_relaxed); };
-      wakeup.wait_for(lock, WakeInterval, [&] { return stopping() || !pending.empty(); });
+      wakeup.wait(lock, [&] { return stopping() || !pending.empty(); });
       if (stopping() && pending.empty()) return;
       pending.swap(batch);
     }

@@ -1,5 +1,6 @@
 // Sends the engine's hits to the hit ring: drops near-repetitions and writes the rest in order of arrival
-// from its own thread, so producers never touch shared memory.
+// from its own thread, so producers never touch shared memory. That thread sleeps until a hit is queued or
+// Stop is called.
 //
 // Threading: Enqueue from any thread; Start and Stop from the owner's thread only.
 #pragma once

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <chrono>
 #include <cwchar>
 #include <iterator>
 #include <utility>
@@ -11,7 +10,6 @@ namespace quillmark {
 
 namespace {
 
-constexpr auto WakeInterval = std::chrono::milliseconds(10);
 constexpr std::size_t BatchReserve = 64;
 // The stamp has at most 38 units; the rest takes the line end without another allocation.
 constexpr std::size_t StampReserve = 64;
@@ -52,7 +50,7 @@ AsyncLogger::AsyncLogger(LogSinks logSinks) : sinks(std::move(logSinks)) {
 AsyncLogger::~AsyncLogger() {
   {
     const std::lock_guard lock(mutex);
-    stopRequested.store(true, std::memory_order_relaxed);
+    stopRequested = true;
   }
   wakeup.notify_all();
   worker.join();
@@ -113,9 +111,8 @@ void AsyncLogger::Run() {
   for (;;) {
     {
       std::unique_lock lock(mutex);
-      wakeup.wait_for(lock, WakeInterval,
-                      [this] { return stopRequested.load(std::memory_order_relaxed) || !queue.empty(); });
-      if (queue.empty() && stopRequested.load(std::memory_order_relaxed)) return;
+      wakeup.wait(lock, [this] { return stopRequested || !queue.empty(); });
+      if (queue.empty()) return;
       batch.assign(std::make_move_iterator(queue.begin()), std::make_move_iterator(queue.end()));
       queue.clear();
     }

@@ -1,10 +1,10 @@
 // The process's diagnostic log. Any thread queues lines; the logger's thread writes them in batches to the
-// debugger output, so no caller waits for a sink. The queue keeps the newest 8192 lines.
+// debugger output, so no caller waits for a sink. That thread sleeps until a line is queued or the logger is
+// destroyed. The queue keeps the newest 8192 lines.
 //
 // Threading: any thread. The queue's lock is the innermost lock of the process.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -75,11 +75,11 @@ class AsyncLogger {
   void Run();
   void WriteBatch(std::vector<std::wstring>& batch);
 
-  mutable std::mutex mutex;  // guards queue and droppedLines
+  mutable std::mutex mutex;  // guards queue, droppedLines and stopRequested
   std::condition_variable wakeup;
   std::deque<std::wstring> queue;  // formatted, oldest first
   std::uint64_t droppedLines = 0;
-  std::atomic<bool> stopRequested{false};  // set under the mutex, so that a waiting thread sees it
+  bool stopRequested = false;
   const LogSinks sinks;
   std::thread worker;  // last: it uses everything above
 };
