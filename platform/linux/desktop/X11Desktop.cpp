@@ -16,6 +16,9 @@ namespace quillmark::layer {
 namespace {
 
 constexpr int kReconnectMs = 1000;
+// How often the session's events are read while nobody asks the desktop anything. The server keeps unread
+// events in its memory, without limit.
+constexpr int kReadEventsMs = 1000;
 
 bool SameMonitor(const MonitorFacts& a, const MonitorFacts& b) {
   return a.deviceName == b.deviceName && a.rect.left == b.rect.left && a.rect.top == b.rect.top &&
@@ -241,11 +244,12 @@ void X11Desktop::WatchServer(XcbConnection& connection) {
       if (stopping || !session || connection.Lost()) return;
       // The session's connection may not have got the event yet.
       if (changed) session->monitorsOutdated = true;
+      session->TakeEvents();
     }
     if (std::exchange(changed, false)) {
       ReportChange();
     } else {
-      Pause(&connection, -1);
+      Pause(&connection, kReadEventsMs);
     }
   }
 }

@@ -1,5 +1,6 @@
 // The desktop of an X server. Queries are answered from tables that the connection's events keep current. A
-// watcher thread with its own connection reports display changes to the listener.
+// watcher thread with its own connection reports display changes to the listener, and once a second reads the
+// events that nobody has asked for.
 //
 // While the server is gone, there are no monitors and no windows. The watcher reconnects, trying at most once
 // a second; the loss and the return are display changes.

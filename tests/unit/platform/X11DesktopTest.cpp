@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 
 #include <atomic>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <utility>
@@ -73,6 +75,27 @@ TEST_F(X11DesktopTest, EachAnswerIsCurrentWithoutAWindowManager) {
   client.Destroy(low);
   EXPECT_FALSE(Exists(low));
   EXPECT_THAT(desktop->TopLevelWindows(), ElementsAre(high));
+}
+
+// Bytes that have arrived on this process's connections.
+int UnreadBytes() {
+  int unread = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    int bytes = 0;
+    if (!std::filesystem::is_socket(entry.path())) continue;
+    if (::ioctl(std::stoi(entry.path().filename()), FIONREAD, &bytes) == 0) unread += bytes;
+  }
+  return unread;
+}
+
+TEST_F(X11DesktopTest, ReadsItsEventsAlsoWhileItIsAskedNothing) {
+  Open();
+  const WindowId window = client.Show(0, 0, 100, 100, "window");
+  EXPECT_TRUE(Shows(window));
+  for (int round = 0; round < 2; ++round) {  // the first may end before the watcher has begun to wait
+    for (int i = 1; i <= 100; ++i) client.Move(window, i, round);
+    EXPECT_TRUE(Eventually([] { return UnreadBytes() == 0; }));
+  }
 }
 
 TEST_F(X11DesktopTest, AReusedWindowIdIsANewWindow) {
