@@ -65,12 +65,14 @@ void AddOrReplaceSpec(TemplateSpec& spec) {
       std::find_if(specs.begin(), specs.end(), [&](const auto& other) { return other.name == spec.name; });
   const std::wstring name = spec.name;
   const wchar_t* tag = L"[Spec][ADD] name=";
+  spec.revision = store.changes + 1;
   if (same != specs.end()) {
     *same = std::move(spec);
     tag = L"[Spec][REPLACE] name=";
   } else {
     specs.push_back(std::move(spec));
   }
+  store.NoteChange();
   LogLine(tag, name, L" path=", shownPath, L" (count=", specs.size(), L")");
 }
 
@@ -79,6 +81,7 @@ void RemoveSpec(const std::wstring& name) {
   const std::lock_guard lock(store.specMutex);
   const std::size_t removed = std::erase_if(store.specs, [&](const auto& spec) { return spec.name == name; });
   if (removed > 0) {
+    store.NoteChange();
     LogLine(L"[Spec][REMOVE] name=", name, L" (count=", store.specs.size(), L")");
   } else {
     LogLine(L"[Spec][REMOVE-NOTFOUND] name=", name);
@@ -89,6 +92,7 @@ void ClearSpecs(const wchar_t* reason) {
   SpecStore& store = Specs();
   const std::lock_guard lock(store.specMutex);
   store.specs.clear();
+  store.NoteChange();
   LogLine(L"[Spec][CLEAR] reason=", reason, L" (count=", store.specs.size(), L")");
 }
 

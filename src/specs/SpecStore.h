@@ -1,9 +1,11 @@
 // The process's ordered list of specs and the operations behind the controller's commands.
 //
 // Threading: the operations run on the command pump's thread; the capture loop copies the list under
-// specMutex. Nothing else reads it. Log lines are queued under specMutex.
+// specMutex and waits for changes. Nothing else reads it. Log lines are queued under specMutex.
 #pragma once
 
+#include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -13,8 +15,22 @@
 namespace quillmark {
 
 struct SpecStore {
-  std::mutex specMutex;             // guards specs
+  // Announces a change; specMutex is held.
+  void NoteChange() {
+    ++changes;
+    wakeup.notify_all();
+  }
+  // Lets every thread that waits on `wakeup` test its condition again. What it tests outside the store is set
+  // before this call, so no waiting thread misses it.
+  void Wake() {
+    { const std::lock_guard lock(specMutex); }
+    wakeup.notify_all();
+  }
+
+  std::mutex specMutex;             // guards specs and changes
   std::vector<TemplateSpec> specs;  // in order of first addition; names are unique
+  std::uint64_t changes = 0;        // made so far
+  std::condition_variable wakeup;   // waits with specMutex; notified by the two above
 };
 
 // The process's store.
@@ -33,9 +49,9 @@ SpecStore& Specs();
 void LoadSpec(const std::wstring& target, const std::wstring& name, const std::wstring& path, int x, int y,
               int width, int height, float edgeMin, float threshold);
 
-// Prepares `spec`, applies its name's options and moves it into the store, in place of the spec of that name
-// or at the end. An image that cannot be read is logged; that or an exception of PrepareTemplate leaves the
-// store unchanged.
+// Prepares `spec`, applies its name's options, gives it its revision and moves it into the store, in place of
+// the spec of that name or at the end. An image that cannot be read is logged; that or an exception of
+// PrepareTemplate leaves the store unchanged.
 void AddOrReplaceSpec(TemplateSpec& spec);
 
 // Removes the spec of exactly that name.

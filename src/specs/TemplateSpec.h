@@ -28,7 +28,9 @@ struct Rect {
 struct TemplateSpec {
   std::wstring name;  // key in the store, compared exactly
   std::wstring path;  // template image file
-  cv::Rect roi;       // region in logical pixels (those of the template), relative to the client area
+  // The number of the store's change that added or replaced it, never given twice; 0 outside the store.
+  std::uint64_t revision = 0;
+  cv::Rect roi;  // region in logical pixels (those of the template), relative to the client area
   MatchMode mode = MatchMode::Gray;
   bool vividFlat = false;  // strongly saturated and flat: hsvMean[1] > 100 and hsvStd[1] < 20
 

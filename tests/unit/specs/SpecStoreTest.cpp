@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <opencv2/core/utility.hpp>
 #include <system_error>
@@ -135,6 +136,22 @@ TEST_F(Store, RemovesExactNamesAndClearsEvenWhenEmpty) {
     EXPECT_THAT(Names(), ElementsAre());
     EXPECT_THAT(Logged(), ElementsAre("[Spec][CLEAR] reason=cmd (count=0)"));
   }
+}
+
+TEST_F(Store, CountsItsChangesAndNumbersEachSpecOnce) {
+  std::uint64_t changes = Specs().changes, revision = 0;
+  const std::function<void()> steps[] = {[&] { Load(L"a"); },         [&] { Load(L"a:ms5"); },
+                                         [&] { RemoveSpec(L"a"); },   [&] { Load(L"a"); },
+                                         [&] { ClearSpecs(L"cmd"); }, [&] { Load(L"a"); }};
+  for (const auto& step : steps) {
+    step();
+    EXPECT_EQ(Specs().changes, ++changes);
+    if (Snapshot().empty()) continue;
+    EXPECT_GT(Snapshot()[0].revision, revision);
+    revision = Snapshot()[0].revision;
+  }
+  Load(L"b");
+  EXPECT_EQ(Snapshot()[0].revision, revision) << "another spec's";
 }
 
 TEST_F(Store, KeepsTheOldSpecWhenTheImageIsUnreadable) {
