@@ -35,7 +35,8 @@ class CaptureRetry {
     return true;
   }
 
-  // Whether to drop the capture because of a fault.
+  // Whether a fault is known, and whether to drop the capture because of it.
+  [[nodiscard]] bool HasFault() const { return dropsAtMs.has_value(); }
   [[nodiscard]] bool MustDrop(std::int64_t nowMs) const { return dropsAtMs && nowMs >= *dropsAtMs; }
   void OnDropped(std::int64_t nowMs) {
     dropsAtMs.reset();

@@ -32,10 +32,7 @@ class EngineProbe {
   }
   // Runs a job on the workers, from the caller's thread.
   void RunJob(const FrameJob& job) { engine.RunJob(job); }
-  void QueueJob(std::shared_ptr<FrameJob> job) {
-    const std::lock_guard lock(engine.jobQueueMutex);
-    engine.jobQueue.push_back(std::move(job));
-  }
+  void QueueJob(std::shared_ptr<FrameJob> job) { engine.QueueJob(std::move(job)); }
   std::size_t WaitingJobs() {
     const std::lock_guard lock(engine.jobQueueMutex);
     return engine.jobQueue.size();
@@ -44,7 +41,10 @@ class EngineProbe {
   void OccupyWorkers(std::latch& release) {
     for (int i = 0; i < 6; ++i) engine.pool->Submit([&release] { release.wait(); });
   }
-  bool StopRequested() const { return engine.stopRequested; }
+  bool StopRequested() {
+    const std::lock_guard lock(engine.jobQueueMutex);
+    return engine.stopRequested;
+  }
   std::uint64_t FramesCaptured() const { return engine.frameCounter; }
   void ChangeDisplay() { engine.OnDisplayChange(); }
   std::size_t RememberedMonitors() const { return engine.monitorStates.size(); }

@@ -3,6 +3,9 @@
 // hits. After a display change and a quiet period all capture contexts are dropped and rebuilt on their next
 // use, hence the name. A context that fails is replaced alone, as CaptureRetry decides.
 //
+// No thread polls. The capture thread waits until its next tick is due or, while no spec names a target,
+// until the store or the displays change. The match thread waits for a job. Stop ends every wait.
+//
 // Threading: construction, SetTrackingTarget, Start, Stop and destruction by the owner's thread; other
 // methods name their thread. No thread holds two of the engine's locks.
 #pragma once
@@ -10,6 +13,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <exception>
@@ -76,19 +80,26 @@ class AutoRebinder {
 
   // Capture thread only; in CaptureLoop.cpp.
   void CaptureTick(std::int64_t nowMs);
-  // Forgets all other monitors, and drops the contexts that are due for replacement.
-  void RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs);
+  // Waits until the next tick, due at `dueMs`, or Stop.
+  void WaitForTick(std::int64_t dueMs);
+  // Waits until the store or the displays have changed since the last tick, or Stop.
+  void WaitForChange();
+  // Whether no tick has anything to do before such a change.
+  bool NeedsChange() const;
+  // Forgets all other monitors, and drops the contexts that are due for replacement. The list of monitors is
+  // as of this generation or newer.
+  void RetireContexts(std::set<HMONITOR> monitors, std::uint64_t generation, std::int64_t nowMs);
   void MonitorTurn(HMONITOR monitor, std::int64_t nowMs);
   // Returns null while `state.retry` delays the next attempt.
   std::shared_ptr<DuplicationContext> OpenContext(HMONITOR monitor, MonitorState& state, std::int64_t nowMs);
   // Logs an error unless it repeats. A null monitor means the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
-  // Match thread only; in MatchLoop.cpp.
+  // In MatchLoop.cpp: any thread, and match thread only.
+  void QueueJob(std::shared_ptr<FrameJob> job);
   void RunJob(const FrameJob& job);
 
   std::atomic<bool> running{false};
-  std::atomic<bool> stopRequested{false};
   std::wstring trackingTarget;
 
   std::thread captureThread;
@@ -113,9 +124,12 @@ class AutoRebinder {
   std::set<HMONITOR> knownMonitors;                          // of the last tick
   std::unordered_map<HMONITOR, MonitorState> monitorStates;  // null: the whole tick's
   std::uint64_t seenGeneration = 0;                          // of rebindGeneration
+  std::uint64_t seenChanges = 0;                             // of the store
 
-  std::mutex jobQueueMutex;  // guards jobQueue
+  std::mutex jobQueueMutex;  // guards jobQueue and stopRequested
+  std::condition_variable jobQueueWakeup;
   std::deque<std::shared_ptr<FrameJob>> jobQueue;
+  bool stopRequested = false;  // ends the match thread
 };
 
 }  // namespace quillmark

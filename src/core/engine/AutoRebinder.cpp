@@ -4,6 +4,7 @@
 
 #include "app/frame/OpenCvConfig.h"
 #include "log/AsyncLogger.h"
+#include "specs/SpecStore.h"
 
 namespace quillmark {
 
@@ -33,7 +34,12 @@ void AutoRebinder::Start() {
 
 void AutoRebinder::Stop() {
   running = false;
-  stopRequested = true;
+  Specs().Wake();
+  {
+    const std::lock_guard lock(jobQueueMutex);
+    stopRequested = true;
+  }
+  jobQueueWakeup.notify_all();
   if (captureThread.joinable()) captureThread.join();
   if (matchThread.joinable()) matchThread.join();  // leaves no task of its last job behind
   sink.Stop();                                     // no display change from here on
@@ -44,6 +50,7 @@ void AutoRebinder::Stop() {
 
 void AutoRebinder::OnDisplayChange() {
   const std::uint64_t generation = ++rebindGeneration;
+  Specs().Wake();  // the capture thread may wait for it
   rebinds.After(std::chrono::milliseconds(rebindDelayMs), [this, generation] {
     if (rebindGeneration == generation) DropAllContexts();
   });

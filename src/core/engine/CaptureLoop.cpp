@@ -1,5 +1,6 @@
 // The engine's capture thread: on each tick it takes a frame of each monitor with a spec, cuts out the
 // regions that are due and queues one job per frame.
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <optional>
@@ -17,8 +18,8 @@ namespace quillmark {
 
 namespace {
 
-constexpr auto kTickPoll = std::chrono::milliseconds(2);
-constexpr auto kIdleWait = std::chrono::milliseconds(20);
+// From the end of an empty tick to the next one's start, at least: windows appear unannounced.
+constexpr std::int64_t kIdleWaitMs = 20;
 // After this long, an error with the same text is logged again.
 constexpr std::int64_t kErrorQuietMs = 60'000;
 
@@ -27,9 +28,11 @@ std::int64_t SteadyNowMs() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
-std::vector<TemplateSpec> SnapshotOfStore() {
+// The store's specs after its first `changes` changes.
+std::vector<TemplateSpec> SnapshotOfStore(std::uint64_t& changes) {
   SpecStore& store = Specs();
   const std::lock_guard lock(store.specMutex);
+  changes = store.changes;
   return store.specs;
 }
 
@@ -40,30 +43,54 @@ std::wstring NameOf(HMONITOR monitor) {
 }  // namespace
 
 void AutoRebinder::CaptureLoop() {
-  std::int64_t next = SteadyNowMs();
   while (running) {
     const std::int64_t now = SteadyNowMs();
-    if (now < next) {
-      std::this_thread::sleep_for(kTickPoll);
-      continue;
-    }
     std::size_t waitingJobs = 0;
     {
       const std::lock_guard lock(jobQueueMutex);
       waitingJobs = jobQueue.size();
     }
-    next = now + Tick::IntervalMs(waitingJobs);
+    std::int64_t due = now + Tick::IntervalMs(waitingJobs);
     try {
       CaptureTick(now);
+      if (tick.Groups().empty()) {
+        if (NeedsChange()) {
+          WaitForChange();
+        } else {
+          due = std::max(due, SteadyNowMs() + kIdleWaitMs);
+        }
+      }
     } catch (const std::exception& error) {
       ReportTurnError(nullptr, error);
     }
+    WaitForTick(due);
   }
 }
 
+bool AutoRebinder::NeedsChange() const {
+  const auto hasTarget = [](const TemplateSpec& spec) { return !spec.target.empty(); };
+  const auto hasFault = [](const auto& entry) { return entry.second.retry.HasFault(); };
+  return std::ranges::none_of(tick.Specs(), hasTarget) && std::ranges::none_of(monitorStates, hasFault);
+}
+
+void AutoRebinder::WaitForChange() {
+  SpecStore& store = Specs();
+  std::unique_lock lock(store.specMutex);
+  store.wakeup.wait(
+      lock, [&] { return !running || store.changes != seenChanges || rebindGeneration != seenGeneration; });
+}
+
+void AutoRebinder::WaitForTick(std::int64_t dueMs) {
+  SpecStore& store = Specs();
+  std::unique_lock lock(store.specMutex);
+  const std::chrono::steady_clock::time_point due{std::chrono::milliseconds(dueMs)};
+  store.wakeup.wait_until(lock, due, [this] { return !running; });
+}
+
 void AutoRebinder::CaptureTick(std::int64_t nowMs) {
+  const std::uint64_t generation = rebindGeneration;  // before the monitors are listed
   std::optional<std::vector<SystemWindow>> windows;
-  tick.Bind(SnapshotOfStore(), [&](TemplateSpec& spec) { return BindTarget(spec, windows); });
+  tick.Bind(SnapshotOfStore(seenChanges), [&](TemplateSpec& spec) { return BindTarget(spec, windows); });
   const std::vector<MonitorEntry> monitors = ListMonitors();
   tick.Group(monitors);
   const MonitorGroups& groups = tick.Groups();
@@ -71,12 +98,7 @@ void AutoRebinder::CaptureTick(std::int64_t nowMs) {
   std::set<HMONITOR> present;
   for (const MonitorEntry& entry : monitors) present.insert(entry.monitor);
   for (const auto& group : groups) present.insert(group.first);
-  RetireContexts(std::move(present), nowMs);
-  if (groups.empty()) {
-    std::this_thread::sleep_for(kIdleWait);
-    return;
-  }
-
+  RetireContexts(std::move(present), generation, nowMs);
   for (const auto& [monitor, indices] : groups) {
     try {
       MonitorTurn(monitor, nowMs);
@@ -86,8 +108,7 @@ void AutoRebinder::CaptureTick(std::int64_t nowMs) {
   }
 }
 
-void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::int64_t nowMs) {
-  const std::uint64_t generation = rebindGeneration;
+void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::uint64_t generation, std::int64_t nowMs) {
   const bool displayChanged = generation != seenGeneration;
   const bool monitorsChanged = monitors != knownMonitors;
   const auto isGone = [&](const auto& entry) {
@@ -155,10 +176,7 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, std::int64_t nowMs) {
                    });
   }
   ++frameCounter;
-  {
-    const std::lock_guard lock(jobQueueMutex);
-    jobQueue.push_back(job);
-  }
+  QueueJob(job);
   tick.Commit(monitor, *job);
 }
 

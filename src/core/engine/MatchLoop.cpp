@@ -1,31 +1,31 @@
 // The engine's match thread: takes one job at a time and spreads its regions over the pool.
-#include <chrono>
 #include <exception>
+#include <utility>
 
 #include "core/engine/AutoRebinder.h"
 #include "core/engine/RegionTask.h"
 
 namespace quillmark {
 
-namespace {
-constexpr auto kQueuePoll = std::chrono::milliseconds(1);
+void AutoRebinder::QueueJob(std::shared_ptr<FrameJob> job) {
+  {
+    const std::lock_guard lock(jobQueueMutex);
+    jobQueue.push_back(std::move(job));
+  }
+  jobQueueWakeup.notify_one();
 }
 
 void AutoRebinder::MatchLoop() {
-  while (!stopRequested) {
+  for (;;) {
     std::shared_ptr<FrameJob> job;
     {
-      const std::lock_guard lock(jobQueueMutex);
-      if (!jobQueue.empty()) {
-        job = std::move(jobQueue.front());
-        jobQueue.pop_front();
-      }
+      std::unique_lock lock(jobQueueMutex);
+      jobQueueWakeup.wait(lock, [this] { return stopRequested || !jobQueue.empty(); });
+      if (stopRequested) return;
+      job = std::move(jobQueue.front());
+      jobQueue.pop_front();
     }
-    if (job) {
-      RunJob(*job);
-    } else {
-      std::this_thread::sleep_for(kQueuePoll);
-    }
+    RunJob(*job);
   }
 }
 

@@ -39,10 +39,15 @@ class EngineFixture : public ::testing::Test {
     return desktop->OpenWindow({.title = L"target", .client = client});
   }
   // Adds a spec with a black template of 8 x 8 pixels to the store.
-  TemplateSpec& AddSpec(const cv::Rect& roi, const std::wstring& name = L"spec") {
-    TemplateSpec& spec = Specs().specs.emplace_back();
+  TemplateSpec& AddSpec(const cv::Rect& roi, const std::wstring& name = L"spec",
+                        const std::wstring& target = L"target") {
+    SpecStore& store = Specs();
+    const std::lock_guard lock(store.specMutex);
+    store.NoteChange();
+    TemplateSpec& spec = store.specs.emplace_back();
+    spec.revision = store.changes;
     spec.name = name;
-    spec.target = L"target";
+    spec.target = target;
     spec.roi = roi;
     spec.tmplGray = cv::Mat::zeros(8, 8, CV_8UC1);
     return spec;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <thread>
 
 #include "EngineFixture.h"
@@ -101,6 +102,38 @@ TEST_F(EngineTest, JobsRunInOrderOneAtATime) {
     if (const auto at = line.find("of name="); at != line.npos) order += line[at + 8];
   }
   EXPECT_EQ(order, "abc");
+}
+
+TEST_F(EngineTest, EachJobWakesTheMatchThread) {
+  engine.Start();
+  for (int job = 0; job < 50; ++job) {
+    probe.QueueJob(MakeJob(0));
+    ASSERT_TRUE(Eventually([&] { return probe.WaitingJobs() == 0; })) << job;
+  }
+}
+
+TEST_F(EngineTest, EmptyTicksRepeatAfter20MsWithATargetAndElseAfterAChangeOnly) {
+  // Without monitors, a tick asks for them once.
+  const auto ticks = [&] { return desktop->UsesOf(Call::Monitors); };
+  const auto ticksBeyond = [&](int count) { return Eventually([&] { return ticks() > count; }); };
+  engine.Start();
+  ASSERT_TRUE(ticksBeyond(0));
+  const std::function<void()> changes[] = {[] { ClearSpecs(L"test"); }, [&] { probe.ChangeDisplay(); },
+                                           [&] {
+                                             AddSpec({0, 0, 50, 50}, L"no target", L"");
+                                           }};
+  for (const auto& change : changes) {
+    const int before = ticks();
+    change();
+    ASSERT_TRUE(ticksBeyond(before));
+    const auto until = Clock::now() + 50ms;
+    while (Clock::now() < until) ASSERT_EQ(ticks(), before + 1);
+  }
+  const auto start = Clock::now();
+  const int before = ticks();
+  AddSpec({0, 0, 50, 50});
+  ASSERT_TRUE(ticksBeyond(before + 3));
+  EXPECT_GE(Clock::now() - start, 3 * 19ms) << "by a clock of milliseconds";
 }
 
 TEST_F(EngineTest, StopWaitsForTasksStillQueued) {
