@@ -84,7 +84,7 @@ void AutoRebinder::WaitForTick(std::int64_t dueMs) {
   SpecStore& store = Specs();
   std::unique_lock lock(store.specMutex);
   const std::chrono::steady_clock::time_point due{std::chrono::milliseconds(dueMs)};
-  store.wakeup.wait_until(lock, due, [this] { return !running; });
+  while (running && SteadyNowMs() < dueMs) store.wakeup.wait_until(lock, due);
 }
 
 void AutoRebinder::CaptureTick(std::int64_t nowMs) {
