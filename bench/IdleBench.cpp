@@ -1,5 +1,5 @@
-// Measures what an idle worker costs: processor time of the worker and the X server, and memory, without
-// specs and with 16 specs on a still screen.
+// Measures what an idle worker costs: processor time of the worker and the X server, wake-ups and memory,
+// without specs and with 16 specs on a still screen.
 //
 //   bench_idle [SECONDS [WORKER]]
 #include <chrono>
@@ -23,9 +23,10 @@ void Observe(const char* what, Stage& stage, std::chrono::seconds span) {
   const double server = stage.ServerCpuSeconds() - serverBefore;
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
   std::printf(
-      "%-26s worker %5.2f %% of a core, X server %5.2f %%; %ld KiB resident, peak %ld KiB, %ld threads, "
-      "%ld descriptors\n",
-      what, 100.0 * (after.cpuSeconds - before.cpuSeconds) / seconds, 100.0 * server / seconds,
+      "%-26s worker %5.2f %% of a core, %6.1f wake-ups a second, X server %5.2f %%; %ld KiB resident, peak "
+      "%ld KiB, %ld threads, %ld descriptors\n",
+      what, 100.0 * (after.cpuSeconds - before.cpuSeconds) / seconds,
+      static_cast<double>(after.wakeUps - before.wakeUps) / seconds, 100.0 * server / seconds,
       after.residentKb, after.peakKb, after.threads, after.descriptors);
   std::fflush(stdout);
 }

@@ -20,6 +20,7 @@ struct ProcessFacts {
   long residentKb = 0, peakKb = 0;
   long threads = 0;
   long descriptors = 0;
+  long wakeUps = 0;  // times that a thread has waited and gone on
 };
 
 // Zeros if the process is gone.
@@ -43,6 +44,13 @@ inline ProcessFacts FactsOf(pid_t pid) {
     if (key == "Threads:") status >> facts.threads;
   }
   std::error_code gone;
+  for (std::filesystem::directory_iterator each(folder / "task", gone), end; each != end; ++each) {
+    std::ifstream thread(each->path() / "status");
+    for (std::string key; thread >> key;) {
+      long count = 0;
+      if (key == "voluntary_ctxt_switches:" && thread >> count) facts.wakeUps += count;
+    }
+  }
   for (std::filesystem::directory_iterator each(folder / "fd", gone), end; each != end; ++each) {
     ++facts.descriptors;
   }
