@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <map>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "capture/MonitorChoice.h"
@@ -90,7 +92,13 @@ void AutoRebinder::WaitForTick(std::int64_t dueMs) {
 void AutoRebinder::CaptureTick(std::int64_t nowMs) {
   const std::uint64_t generation = rebindGeneration;  // before the monitors are listed
   std::optional<std::vector<SystemWindow>> windows;
-  tick.Bind(SnapshotOfStore(seenChanges), [&](TemplateSpec& spec) { return BindTarget(spec, windows); });
+  std::map<std::wstring_view, TargetBinding> targets;  // by text, which the tick's specs hold
+  tick.Bind(SnapshotOfStore(seenChanges), [&](TemplateSpec& spec) {
+    const auto known = targets.find(spec.target);
+    if (known == targets.end()) return targets[spec.target] = BindTarget(spec, windows);
+    SetTarget(spec, known->second);
+    return known->second;
+  });
   const std::vector<MonitorEntry> monitors = ListMonitors();
   tick.Group(monitors);
   const MonitorGroups& groups = tick.Groups();

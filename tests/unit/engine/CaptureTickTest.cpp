@@ -10,6 +10,7 @@
 namespace quillmark {
 namespace {
 
+using test::Call;
 using test::RectAt;
 using ::testing::ElementsAre;
 
@@ -28,6 +29,18 @@ TEST_F(CaptureTickTest, CutsARegionOnEachMonitorItTouchesOrOnThePinnedOne) {
   spec.monitorPin = 9;
   desktop->MoveWindow(window, RectAt(-160, 0, 120, 100));
   EXPECT_THAT(RegionsIn(Tick()), ElementsAre(Rect{-160, 0, -40, 100})) << "on the nearest one";
+}
+
+TEST_F(CaptureTickTest, AsksForATargetOnceHoweverManySpecsNameIt) {
+  ShowOneSpec();
+  const auto questions = [&](std::size_t units) {
+    const int before = desktop->UsesOf(Call::Window);
+    EXPECT_EQ(UnitsIn(Tick()), units);
+    return desktop->UsesOf(Call::Window) - before;
+  };
+  const int one = questions(1);
+  for (const wchar_t* name : {L"second", L"third"}) AddSpec({50, 0, 50, 50}, name);
+  EXPECT_EQ(questions(3), one);
 }
 
 TEST_F(CaptureTickTest, DivisorCountsTheFramesOfAllMonitorsTogether) {
