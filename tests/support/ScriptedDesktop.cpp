@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <span>
 #include <utility>
 
 namespace quillmark::test {
@@ -73,8 +74,9 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     }
     if (Lost()) return DXGI_ERROR_ACCESS_LOST;
     if (!HasNewFrame()) return DXGI_ERROR_WAIT_TIMEOUT;
-    seen = desktop->screens.at(monitor).version;
-    CopyFrame(desktop->screens.at(monitor).picture);
+    const Screen& screen = desktop->screens.at(monitor);
+    Accumulate(screen.changes);
+    CopyFrame(screen.picture);
     held = true;
     ++desktop->heldFrames;
     return S_OK;
@@ -97,10 +99,40 @@ class ScriptedDesktop::Frames : public layer::Duplication {
     return S_OK;
   }
 
+  layer::FrameFacts Facts() const override {
+    if (!change.announced) return {change.presented, 0, 0};
+    return {change.presented, change.moves.size(), change.dirty.size()};
+  }
+
+  HRESULT Dirty(std::span<const RECT>& rects) override { return Give(Call::DirtyRects, change.dirty, rects); }
+
+  HRESULT Moves(std::span<const DXGI_OUTDUPL_MOVE_RECT>& rects) override {
+    return Give(Call::MoveRects, change.moves, rects);
+  }
+
  private:
+  template <typename Rects>
+  HRESULT Give(Call call, const std::vector<Rects>& ours, std::span<const Rects>& rects) {
+    const std::lock_guard lock(desktop->mutex);
+    if (desktop->Fails(call)) return E_FAIL;
+    rects = ours;
+    return S_OK;
+  }
+
   // The caller of these holds the mutex.
   bool Lost() const { return desktop->modeChanges != modeChanges || !desktop->screens.contains(monitor); }
-  bool HasNewFrame() const { return desktop->screens.at(monitor).version > seen; }
+  bool HasNewFrame() const { return desktop->screens.at(monitor).changes.size() > seen; }
+
+  void Accumulate(const std::vector<ScriptedChange>& all) {
+    change = {.presented = false};
+    for (; seen < all.size(); ++seen) {
+      const ScriptedChange& next = all[seen];
+      change.dirty.insert(change.dirty.end(), next.dirty.begin(), next.dirty.end());
+      change.moves.insert(change.moves.end(), next.moves.begin(), next.moves.end());
+      change.presented |= next.presented;
+      change.announced &= next.announced;
+    }
+  }
 
   void CopyFrame(const cv::Mat& picture) {
     constexpr int padding = 5;  // pixels that belong to no row
@@ -118,9 +150,10 @@ class ScriptedDesktop::Frames : public layer::Duplication {
   DXGI_MODE_ROTATION rotation = DXGI_MODE_ROTATION_IDENTITY;
   cv::Size size;
   const std::uint64_t modeChanges;
-  std::uint64_t seen = 0;
+  std::size_t seen = 0;  // how many of the monitor's changes
   bool held = false;
-  cv::Mat frame;  // 8UC4, as the output delivers it
+  ScriptedChange change;  // all since the frame before
+  cv::Mat frame;          // 8UC4, as the output delivers it
 };
 
 std::shared_ptr<ScriptedDesktop> ScriptedDesktop::Install() {
@@ -129,10 +162,20 @@ std::shared_ptr<ScriptedDesktop> ScriptedDesktop::Install() {
   return desktop;
 }
 
+// In the image as delivered; the whole image if the output is rotated.
+void ScriptedDesktop::Screen::Change(const cv::Rect& upright) {
+  const cv::Size all = Unrotated(picture, script.rotation).size();
+  const bool rotated = script.rotation >= DXGI_MODE_ROTATION_ROTATE90;
+  const cv::Rect rect = rotated ? cv::Rect({}, all) : upright;
+  changes.push_back({.dirty = {RectAt(rect.x, rect.y, rect.width, rect.height)}});
+}
+
 MonitorId ScriptedDesktop::AddMonitor(const ScriptedMonitor& monitor) {
   const std::lock_guard lock(mutex);
   const MonitorId id = nextMonitor++;
-  screens[id] = {monitor, cv::Mat::zeros(AsCvRect(monitor.rect).size(), CV_8UC3)};
+  Screen& screen = screens[id];
+  screen = {monitor, cv::Mat::zeros(AsCvRect(monitor.rect).size(), CV_8UC3), {}};
+  screen.Change({{}, screen.picture.size()});
   return id;
 }
 
@@ -231,14 +274,26 @@ void ScriptedDesktop::Paint(const cv::Mat& bgr, POINT topLeft) {
     const cv::Rect common = painted & monitor;
     if (common.empty()) continue;
     bgr(common - painted.tl()).copyTo(screen.picture(common - monitor.tl()));
-    ++screen.version;
+    screen.Change(common - monitor.tl());
   }
   changed.notify_all();
 }
 
-void ScriptedDesktop::Refresh(MonitorId monitor) {
+void ScriptedDesktop::Scroll(MonitorId monitor, const RECT& from, POINT to) {
   const std::lock_guard lock(mutex);
-  ++screens.at(monitor).version;
+  Screen& screen = screens.at(monitor);
+  const cv::Rect source = AsCvRect(from);
+  const cv::Rect target({to.x, to.y}, source.size());
+  const cv::Mat moved = screen.picture(source).clone();
+  moved.copyTo(screen.picture(target));
+  const RECT destination = RectAt(to.x, to.y, target.width, target.height);
+  screen.changes.push_back({.moves = {{{from.left, from.top}, destination}}});
+  changed.notify_all();
+}
+
+void ScriptedDesktop::Refresh(MonitorId monitor, const ScriptedChange& change) {
+  const std::lock_guard lock(mutex);
+  screens.at(monitor).changes.push_back(change);
   changed.notify_all();
 }
 

@@ -57,8 +57,18 @@ enum class Call {
   Duplicate,
   Acquire,
   Map,
+  MoveRects,
+  DirtyRects,
 };
-inline constexpr int callCount = static_cast<int>(Call::Map) + 1;
+inline constexpr int callCount = static_cast<int>(Call::DirtyRects) + 1;
+
+// The metadata of a frame, in pixels of the image as the output delivers it.
+struct ScriptedChange {
+  std::vector<RECT> dirty{};
+  std::vector<DXGI_OUTDUPL_MOVE_RECT> moves{};
+  bool presented = true;  // false if only the pointer changed
+  bool announced = true;  // false if the frame's information does not count the rectangles
+};
 
 // What Acquire does when there is no new frame.
 enum class Waiting {
@@ -96,8 +106,11 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
 
   // Draws an 8UC3 image on every monitor it touches; each of them then has a new frame.
   void Paint(const cv::Mat& bgr, POINT topLeft = {0, 0});
-  // A new frame with the same picture, as pointer motion gives.
-  void Refresh(layer::MonitorId monitor);
+  // Copies an area of a monitor to another place and names that as a move. Pixels of the monitor, whose
+  // output must not be rotated.
+  void Scroll(layer::MonitorId monitor, const RECT& from, POINT to);
+  // A new frame with the same picture and this metadata; by default pointer motion.
+  void Refresh(layer::MonitorId monitor, const ScriptedChange& change = {.presented = false});
 
   void SetWaiting(Waiting how) { waiting = how; }
   // The n-th use from now on fails, n from 1.
@@ -127,8 +140,9 @@ class ScriptedDesktop : public layer::Desktop, public std::enable_shared_from_th
   class Frames;
   struct Screen {
     ScriptedMonitor script;
-    cv::Mat picture;            // 8UC3, desktop orientation
-    std::uint64_t version = 1;  // of the picture; a duplication that saw a lower one has a new frame
+    cv::Mat picture;                        // 8UC3, desktop orientation
+    std::vector<ScriptedChange> changes{};  // a duplication that saw fewer has a new frame
+    void Change(const cv::Rect& upright);   // adds a change of pixels
   };
 
   void Fail(Call call, int use) {

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,12 @@ struct ImageView {
   std::uint32_t pitch = 0;             // bytes from row to row
 };
 
+// What a frame changed since the one before.
+struct FrameFacts {
+  bool presented = true;             // false if only the pointer changed
+  std::size_t moves = 0, dirty = 0;  // how many rectangles
+};
+
 // The frames of one monitor.
 class Duplication {
  public:
@@ -66,6 +73,17 @@ class Duplication {
   virtual HRESULT Release() = 0;
   // The image of the held frame, valid until Release. Fails when it cannot be read.
   virtual HRESULT Map(ImageView& view) = 0;
+  // The held frame's changes and their rectangles, in pixels of the image, valid until Release. The default
+  // names none: anything may have changed. Areas that moved may be dirty instead.
+  virtual FrameFacts Facts() const { return {}; }
+  virtual HRESULT Dirty(std::span<const RECT>& rects) {
+    rects = {};
+    return S_OK;
+  }
+  virtual HRESULT Moves(std::span<const DXGI_OUTDUPL_MOVE_RECT>& rects) {
+    rects = {};
+    return S_OK;
+  }
 };
 
 class Desktop {

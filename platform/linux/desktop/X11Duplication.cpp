@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "desktop/X11FrameImage.h"
 #include "desktop/X11Monitors.h"
@@ -38,6 +39,8 @@ class X11Duplication final : public Duplication {
   HRESULT Acquire(std::uint32_t timeoutMs) override;
   HRESULT Release() override;
   HRESULT Map(ImageView& view) override;
+  FrameFacts Facts() const override { return {!fetched.empty(), 0, fetched.size()}; }
+  HRESULT Dirty(std::span<const RECT>& rects) override;
 
  private:
   HRESULT WaitForFrame(Clock::time_point deadline);
@@ -52,6 +55,7 @@ class X11Duplication final : public Duplication {
   const xcb_rectangle_t area;  // root pixels
   std::uint16_t rootWidth = 0, rootHeight = 0;
   std::unique_ptr<X11FrameImage> image;
+  std::vector<RECT> fetched;  // for the last frame, pixels of the image; none if only the pointer moved
   xcb_damage_damage_t damage = 0;
   xcb_xfixes_region_t wholeArea = 0, damaged = 0;
   std::uint8_t damageEvent = 0;  // first event number
@@ -110,6 +114,7 @@ HRESULT X11Duplication::Start(X11Transport best) {
 HRESULT X11Duplication::Acquire(std::uint32_t timeoutMs) {
   if (held) return DXGI_ERROR_INVALID_CALL;
   if (lost) return DXGI_ERROR_ACCESS_LOST;
+  fetched.clear();
   const HRESULT result = WaitForFrame(Clock::now() + std::chrono::milliseconds(timeoutMs));
   held = result == S_OK;
   if (held) pointerMoved = false;  // this frame reports it
@@ -128,8 +133,8 @@ HRESULT X11Duplication::WaitForFrame(Clock::time_point deadline) {
     if (lost || connection->Lost()) return DXGI_ERROR_ACCESS_LOST;
 
     if (damageReported || !started) {
-      const HRESULT fetched = FetchDamage();
-      if (fetched != S_FALSE) return fetched;
+      const HRESULT result = FetchDamage();
+      if (result != S_FALSE) return result;
       continue;  // the damage was elsewhere; events may have arrived meanwhile
     }
     if (pointerMoved) return S_OK;
@@ -152,7 +157,7 @@ HRESULT X11Duplication::FetchDamage() {
   if (started) {
     xcb_xfixes_intersect_region(*connection, damaged, wholeArea, damaged);
   }
-  const HRESULT result = image->Fetch(started ? damaged : wholeArea);
+  const HRESULT result = image->Fetch(started ? damaged : wholeArea, fetched);
   if (result == S_OK) started = true;
   return result;
 }
@@ -221,6 +226,11 @@ HRESULT X11Duplication::Release() {
 HRESULT X11Duplication::Map(ImageView& view) {
   if (!held) return DXGI_ERROR_INVALID_CALL;
   view = image->View();
+  return S_OK;
+}
+
+HRESULT X11Duplication::Dirty(std::span<const RECT>& rects) {
+  rects = fetched;
   return S_OK;
 }
 

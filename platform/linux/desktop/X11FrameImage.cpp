@@ -13,11 +13,10 @@ namespace {
 constexpr std::uint32_t kAllPlanes = 0xFFFFFFFF;
 
 // The rows touched by the rectangles, as bands of the area's full width without overlap.
-std::vector<xcb_rectangle_t> WholeRows(const xcb_rectangle_t* rectangles, int count,
+std::vector<xcb_rectangle_t> WholeRows(std::span<const xcb_rectangle_t> rectangles,
                                        const xcb_rectangle_t& area) {
   std::vector<xcb_rectangle_t> bands;
-  for (int i = 0; i < count; ++i) {  // sorted by y, as the server keeps its regions
-    const xcb_rectangle_t& next = rectangles[i];
+  for (const xcb_rectangle_t& next : rectangles) {  // sorted by y, as the server keeps its regions
     const int bottom = next.y + next.height;
     if (!bands.empty() && next.y <= bands.back().y + bands.back().height) {
       xcb_rectangle_t& band = bands.back();
@@ -95,7 +94,7 @@ ImageView X11FrameImage::View() const {
   return {static_cast<const std::uint8_t*>(pixels), static_cast<std::uint32_t>(pitch)};
 }
 
-HRESULT X11FrameImage::Fetch(xcb_xfixes_region_t region) {
+HRESULT X11FrameImage::Fetch(xcb_xfixes_region_t region, std::vector<RECT>& fetched) {
   if (pixmap != 0) {
     // The clip is in the pixmap's coordinates, the region in the root window's.
     xcb_xfixes_set_gc_clip_region(connection, copyContext, region, static_cast<std::int16_t>(-area.x),
@@ -108,10 +107,21 @@ HRESULT X11FrameImage::Fetch(xcb_xfixes_region_t region) {
   const XcbReply<xcb_xfixes_fetch_region_reply_t> damage(
       xcb_xfixes_fetch_region_reply(connection, asked, nullptr));
   if (!damage) return DXGI_ERROR_ACCESS_LOST;
-  const int count = xcb_xfixes_fetch_region_rectangles_length(damage.get());
-  if (count == 0) return S_FALSE;
-  if (pixmap != 0) return S_OK;
-  return FetchRows(WholeRows(xcb_xfixes_fetch_region_rectangles(damage.get()), count, area));
+  const std::span rectangles(
+      xcb_xfixes_fetch_region_rectangles(damage.get()),
+      static_cast<std::size_t>(xcb_xfixes_fetch_region_rectangles_length(damage.get())));
+  if (rectangles.empty()) return S_FALSE;
+  const auto add = [&](const xcb_rectangle_t& each) {
+    const LONG left = each.x - area.x, top = each.y - area.y;
+    fetched.push_back({left, top, left + each.width, top + each.height});
+  };
+  if (pixmap != 0) {
+    std::ranges::for_each(rectangles, add);
+    return S_OK;
+  }
+  const std::vector<xcb_rectangle_t> bands = WholeRows(rectangles, area);
+  std::ranges::for_each(bands, add);
+  return FetchRows(bands);
 }
 
 HRESULT X11FrameImage::FetchRows(const std::vector<xcb_rectangle_t>& bands) {

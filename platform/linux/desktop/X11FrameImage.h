@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "desktop/Desktop.h"
@@ -30,9 +31,10 @@ class X11FrameImage {
 
   ImageView View() const;
 
-  // Updates the pixels in the region, which is in root pixels within the area. S_OK; S_FALSE if the region is
-  // empty; DXGI_ERROR_ACCESS_LOST if the server refuses or is gone.
-  HRESULT Fetch(xcb_xfixes_region_t region);
+  // Updates the pixels in the region, which is in root pixels within the area; adds what was updated, in
+  // pixels of the image, to `fetched`. S_OK; S_FALSE if the region is empty; DXGI_ERROR_ACCESS_LOST if the
+  // server refuses or is gone.
+  HRESULT Fetch(xcb_xfixes_region_t region, std::vector<RECT>& fetched);
 
  private:
   X11FrameImage(XcbConnection& toServer, const xcb_rectangle_t& ofArea);

@@ -37,6 +37,8 @@ class OutputDuplication final : public ComObject<IDXGIOutputDuplication> {
 
   void GetDesc(DXGI_OUTDUPL_DESC* desc) override;
   HRESULT AcquireNextFrame(UINT timeoutMs, DXGI_OUTDUPL_FRAME_INFO* info, IDXGIResource** frame) override;
+  HRESULT GetFrameDirtyRects(UINT size, RECT* buffer, UINT* required) override;
+  HRESULT GetFrameMoveRects(UINT size, DXGI_OUTDUPL_MOVE_RECT* buffer, UINT* required) override;
   HRESULT ReleaseFrame() override;
 
  private:

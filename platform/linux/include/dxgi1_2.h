@@ -7,6 +7,7 @@
 
 #define DXGI_ERROR_INVALID_CALL (static_cast<HRESULT>(0x887A0001u))
 #define DXGI_ERROR_NOT_FOUND (static_cast<HRESULT>(0x887A0002u))
+#define DXGI_ERROR_MORE_DATA (static_cast<HRESULT>(0x887A0003u))
 #define DXGI_ERROR_UNSUPPORTED (static_cast<HRESULT>(0x887A0004u))
 #define DXGI_ERROR_DEVICE_REMOVED (static_cast<HRESULT>(0x887A0005u))
 #define DXGI_ERROR_ACCESS_LOST (static_cast<HRESULT>(0x887A0026u))
@@ -45,7 +46,13 @@ struct DXGI_OUTDUPL_DESC {
   DXGI_MODE_ROTATION Rotation;
 };
 struct DXGI_OUTDUPL_FRAME_INFO {
+  LARGE_INTEGER LastPresentTime;  // 0 if only the pointer changed
   UINT AccumulatedFrames;
+  UINT TotalMetadataBufferSize;  // bytes of the frame's move and dirty rectangles
+};
+struct DXGI_OUTDUPL_MOVE_RECT {
+  POINT SourcePoint;
+  RECT DestinationRect;
 };
 
 struct IDXGIResource : IUnknown {};
@@ -53,6 +60,9 @@ struct IDXGIResource : IUnknown {};
 struct IDXGIOutputDuplication : IUnknown {
   virtual void GetDesc(DXGI_OUTDUPL_DESC* desc) = 0;
   virtual HRESULT AcquireNextFrame(UINT timeoutMs, DXGI_OUTDUPL_FRAME_INFO* info, IDXGIResource** frame) = 0;
+  // Pixels of the image as delivered. Sizes are bytes.
+  virtual HRESULT GetFrameDirtyRects(UINT size, RECT* buffer, UINT* required) = 0;
+  virtual HRESULT GetFrameMoveRects(UINT size, DXGI_OUTDUPL_MOVE_RECT* buffer, UINT* required) = 0;
   virtual HRESULT ReleaseFrame() = 0;
 };
 
