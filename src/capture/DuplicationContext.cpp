@@ -1,6 +1,9 @@
 #include "capture/DuplicationContext.h"
 
+#include <algorithm>
 #include <iterator>
+#include <span>
+#include <utility>
 
 namespace quillmark {
 namespace {
@@ -65,6 +68,7 @@ void DuplicationContext::Clear() {
   outputDesc = {};
   width = height = left = top = 0;
   deliveredSize = {};
+  unbroken = false;
 }
 
 bool DuplicationContext::Init(HMONITOR monitor) {
@@ -93,6 +97,7 @@ bool DuplicationContext::Init(HMONITOR monitor) {
   Require(device->CreateTexture2D(&staging, nullptr, stagingFull.Put()),
           "CreateTexture2D(stagingFull) failed");
   deliveredSize = cv::Size(static_cast<int>(staging.Width), static_cast<int>(staging.Height));
+  changes.rects.reserve(FrameChanges::MaxRects);  // so that reading them never fails
   return true;
 }
 
@@ -107,9 +112,13 @@ bool DuplicationContext::FitsMonitor(const DXGI_MODE_DESC& mode) const {
 }
 
 CaptureOutcome DuplicationContext::Acquire(cv::Mat& out) {
+  changes.known = false;
+  changes.rects.clear();
   DXGI_OUTDUPL_FRAME_INFO info{};
   ComPtr<IDXGIResource> resource;
   const HRESULT acquired = dupl->AcquireNextFrame(FrameTimeoutMs, &info, resource.Put());
+  if (acquired == DXGI_ERROR_WAIT_TIMEOUT) return CaptureOutcome::Of(acquired);
+  const bool follows = std::exchange(unbroken, false);
   if (FAILED(acquired)) return CaptureOutcome::Of(acquired);
   cv::Mat delivered;
   const HRESULT result = MapFrame(resource.Get(), delivered);
@@ -120,6 +129,8 @@ CaptureOutcome DuplicationContext::Acquire(cv::Mat& out) {
   const int turn = TurnOf(outputDesc.Rotation);
   if (turn < 0) {
     out = delivered;
+    if (follows) ReadChanges(info);
+    unbroken = true;
     return CaptureOutcome::Of(result);
   }
   try {
@@ -141,6 +152,38 @@ HRESULT DuplicationContext::MapFrame(IDXGIResource* resource, cv::Mat& delivered
   const HRESULT result = context->Map(stagingFull.Get(), 0, D3D11_MAP_READ, 0, &mapped);
   if (SUCCEEDED(result)) delivered = cv::Mat(deliveredSize, CV_8UC4, mapped.pData, mapped.RowPitch);
   return result;
+}
+
+// Leaves the changes unknown if the platform does not name them all.
+void DuplicationContext::ReadChanges(const DXGI_OUTDUPL_FRAME_INFO& info) {
+  const bool onlyPointer = info.LastPresentTime.QuadPart == 0;
+  if (onlyPointer) changes.known = true;
+  if (onlyPointer || info.TotalMetadataBufferSize == 0) return;
+  DXGI_OUTDUPL_MOVE_RECT moveBuffer[FrameChanges::MaxRects];
+  RECT dirtyBuffer[FrameChanges::MaxRects];
+  UINT moveBytes = 0, dirtyBytes = 0;
+  if (FAILED(dupl->GetFrameMoveRects(sizeof moveBuffer, moveBuffer, &moveBytes)) ||
+      FAILED(dupl->GetFrameDirtyRects(sizeof dirtyBuffer, dirtyBuffer, &dirtyBytes))) {
+    return;
+  }
+  const std::span moves(moveBuffer, moveBytes / sizeof *moveBuffer);
+  const std::span dirty(dirtyBuffer, dirtyBytes / sizeof *dirtyBuffer);
+  if (2 * moves.size() + dirty.size() > FrameChanges::MaxRects) return;
+
+  const auto add = [this](std::int64_t x, std::int64_t y, const RECT& sized) {
+    const auto corner = [this](std::int64_t atX, std::int64_t atY) {
+      return cv::Point(static_cast<int>(std::clamp<std::int64_t>(atX, 0, width)),
+                       static_cast<int>(std::clamp<std::int64_t>(atY, 0, height)));
+    };
+    const cv::Rect rect(corner(x, y), corner(x + sized.right - sized.left, y + sized.bottom - sized.top));
+    if (!rect.empty()) changes.rects.push_back(rect);
+  };
+  for (const DXGI_OUTDUPL_MOVE_RECT& move : moves) {
+    add(move.SourcePoint.x, move.SourcePoint.y, move.DestinationRect);
+    add(move.DestinationRect.left, move.DestinationRect.top, move.DestinationRect);
+  }
+  for (const RECT& rect : dirty) add(rect.left, rect.top, rect);
+  changes.known = true;
 }
 
 void DuplicationContext::ReleaseFrame() {

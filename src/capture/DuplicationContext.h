@@ -14,6 +14,7 @@
 
 #include "capture/CaptureOutcome.h"
 #include "capture/ComPtr.h"
+#include "capture/FrameChanges.h"
 
 namespace quillmark {
 
@@ -45,6 +46,9 @@ class DuplicationContext {
   CaptureOutcome Acquire(cv::Mat& out);
   // Whether Acquire gave a frame.
   [[nodiscard]] bool AcquireFrame(cv::Mat& out) { return Acquire(out).IsFrame(); }
+  // What the last Acquire's frame changed; never why a frame is missing. Unknown if there was none, for the
+  // first frame of a duplication, after a fault, for a rotated output, and if the platform does not say.
+  [[nodiscard]] const FrameChanges& Changes() const { return changes; }
   // Call it after every acquired frame.
   void ReleaseFrame();
 
@@ -53,6 +57,7 @@ class DuplicationContext {
   bool FitsMonitor(const DXGI_MODE_DESC& mode) const;
   // The held frame in the mapped staging texture.
   HRESULT MapFrame(IDXGIResource* resource, cv::Mat& delivered);
+  void ReadChanges(const DXGI_OUTDUPL_FRAME_INFO& info);
 
   ComPtr<ID3D11Device> device;
   ComPtr<ID3D11DeviceContext> context;
@@ -69,6 +74,8 @@ class DuplicationContext {
  private:
   cv::Size deliveredSize;  // of the staging texture: the monitor's, sides swapped at 90 and 270 degrees
   cv::Mat upright;         // the held frame of a rotated output, in desktop orientation
+  FrameChanges changes;    // of the held frame
+  bool unbroken = false;   // no frame was lost since the last one that was delivered
 };
 
 // Releases an acquired frame at the end of a scope.

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <limits>
 #include <opencv2/core.hpp>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "support/ScriptedDesktop.h"
 
@@ -136,6 +139,128 @@ TEST_F(DuplicationContextTest, OutcomesSayWhyThereIsNoFrame) {
   EXPECT_FALSE(context.AcquireFrame(frame));
   context.Init(HandleOf(monitor));
   EXPECT_FALSE(NextPicture().empty());
+}
+
+// "unknown", or the rectangles: "left,top WIDTHxHEIGHT ...".
+std::string TextOf(const FrameChanges& changes) {
+  if (!changes.known) return changes.rects.empty() ? "unknown" : "unknown, but with rectangles";
+  std::ostringstream text;
+  for (const cv::Rect& rect : changes.rects) {
+    text << (text.tellp() > 0 ? " " : "") << rect.x << "," << rect.y << " " << rect.width << "x"
+         << rect.height;
+  }
+  return text.str();
+}
+
+class FrameChangesTest : public DuplicationContextTest {
+ protected:
+  void OpenAfterFirstFrame(const ScriptedMonitor& script) {
+    monitor = desktop->AddMonitor(script);
+    context.Init(HandleOf(monitor));
+    ASSERT_EQ(NextChanges(), "unknown") << "first frame";
+  }
+  // Those of the next frame; "no frame" if there is none.
+  std::string NextChanges() {
+    cv::Mat frame;
+    if (!context.AcquireFrame(frame))
+      return TextOf(context.Changes()) == "unknown" ? "no frame" : "left behind";
+    const HeldFrame held(context);
+    return TextOf(context.Changes());
+  }
+
+  layer::MonitorId monitor = 0;
+};
+
+std::vector<RECT> Rects(int count) {
+  return std::vector<RECT>(static_cast<std::size_t>(count), {0, 0, 1, 1});
+}
+std::vector<DXGI_OUTDUPL_MOVE_RECT> Moves(int count) {
+  return std::vector<DXGI_OUTDUPL_MOVE_RECT>(static_cast<std::size_t>(count), {{9, 9}, {0, 0, 1, 1}});
+}
+
+TEST_F(FrameChangesTest, AreWhatTheFramesMetadataNames) {
+  ASSERT_NO_FATAL_FAILURE(OpenAfterFirstFrame({.rect = {-64, 10, 0, 58}}));
+  struct Case {
+    const char* name;
+    test::ScriptedChange change;
+    std::string expected;
+  };
+  const LONG most = std::numeric_limits<LONG>::max();
+  const Case cases[] = {
+      {"dirty", {.dirty = {{1, 2, 4, 3}, {10, 11, 64, 48}}}, "1,2 3x1 10,11 54x37"},
+      {"moved: both ends", {.moves = {{{5, 6}, {20, 30, 24, 32}}}}, "5,6 4x2 20,30 4x2"},
+      {"both kinds",
+       {.dirty = {{0, 0, 1, 1}}, .moves = {{{5, 6}, {20, 30, 24, 32}}}},
+       "5,6 4x2 20,30 4x2 0,0 1x1"},
+      {"beyond the frame", {.dirty = {{-9, -9, 2, 3}, {60, 40, 70, 50}}}, "0,0 2x3 60,40 4x8"},
+      {"outside of the frame", {.dirty = {{64, 0, 70, 9}, {0, 48, 9, 50}}}, ""},
+      {"far beyond it", {.moves = {{{most, -most - 1}, {-most - 1, 0, most, 5}}}}, "0,0 64x5"},
+      {"pointer only", {.presented = false}, ""},
+      {"pointer only, with what there was before", {.dirty = {{0, 0, 1, 1}}, .presented = false}, ""},
+      {"not said", {}, "unknown"},
+      {"not counted", {.dirty = {{0, 0, 1, 1}}, .announced = false}, "unknown"},
+      {"too many in all", {.dirty = Rects(255), .moves = Moves(1)}, "unknown"},
+      {"too many dirty", {.dirty = Rects(257)}, "unknown"},
+      {"too many moves", {.moves = Moves(257)}, "unknown"},
+  };
+  for (const Case& each : cases) {
+    desktop->Refresh(monitor, each.change);
+    EXPECT_EQ(NextChanges(), each.expected) << each.name;
+  }
+  desktop->Refresh(monitor, {.dirty = Rects(254), .moves = Moves(1)});
+  cv::Mat frame;
+  ASSERT_TRUE(context.AcquireFrame(frame));
+  EXPECT_EQ(context.Changes().rects.size(), 256u);
+  context.ReleaseFrame();
+  EXPECT_EQ(NextChanges(), "no frame");
+}
+
+TEST_F(FrameChangesTest, CoverAllSinceTheFrameBefore) {
+  ASSERT_NO_FATAL_FAILURE(OpenAfterFirstFrame({}));
+  const cv::Mat dot(2, 3, CV_8UC3, cv::Scalar::all(255));
+  desktop->Paint(dot, {5, 6});
+  desktop->Refresh(monitor);
+  desktop->Scroll(monitor, RectAt(5, 6, 3, 2), {100, 100});
+  EXPECT_EQ(NextChanges(), "5,6 3x2 100,100 3x2 5,6 3x2");
+  EXPECT_EQ(NextChanges(), "no frame");
+  desktop->Paint(dot, {7, 8});
+  EXPECT_EQ(NextChanges(), "7,8 3x2") << "a time-out loses nothing";
+}
+
+TEST_F(FrameChangesTest, FailedMetadataCostsNoFrame) {
+  ASSERT_NO_FATAL_FAILURE(OpenAfterFirstFrame({}));
+  const test::ScriptedChange change{.dirty = {{1, 1, 2, 2}}, .moves = {{{5, 6}, {20, 30, 24, 32}}}};
+  for (const Call call : {Call::MoveRects, Call::DirtyRects}) {
+    desktop->FailNth(call, 1);
+    desktop->Refresh(monitor, change);
+    EXPECT_EQ(NextChanges(), "unknown");
+    desktop->Refresh(monitor, change);
+    EXPECT_EQ(NextChanges(), "5,6 4x2 20,30 4x2 1,1 1x1") << "the frame was delivered, so nothing is lost";
+  }
+}
+
+TEST_F(FrameChangesTest, AreUnknownAfterALostFrame) {
+  ASSERT_NO_FATAL_FAILURE(OpenAfterFirstFrame({}));
+  for (const Call call : {Call::Acquire, Call::Map}) {
+    desktop->FailNth(call, 1);
+    desktop->Refresh(monitor);
+    EXPECT_EQ(NextChanges(), "no frame");
+    desktop->Refresh(monitor);
+    EXPECT_EQ(NextChanges(), "unknown");
+    desktop->Refresh(monitor);
+    EXPECT_EQ(NextChanges(), "");
+  }
+  context.Init(HandleOf(monitor));
+  EXPECT_EQ(NextChanges(), "unknown") << "another duplication";
+}
+
+TEST_F(FrameChangesTest, AreUnknownForARotatedOutput) {
+  for (const auto rotation :
+       {DXGI_MODE_ROTATION_ROTATE90, DXGI_MODE_ROTATION_ROTATE180, DXGI_MODE_ROTATION_ROTATE270}) {
+    ASSERT_NO_FATAL_FAILURE(OpenAfterFirstFrame({.rotation = rotation}));
+    desktop->Refresh(monitor, {.dirty = {{0, 0, 1, 1}}});
+    EXPECT_EQ(NextChanges(), "unknown") << rotation;
+  }
 }
 
 }  // namespace
