@@ -7,6 +7,7 @@
 #include <chrono>
 #include <opencv2/core.hpp>
 #include <random>
+#include <span>
 #include <vector>
 
 #include "support/PrivateDisplay.h"
@@ -70,6 +71,13 @@ class X11DuplicationTest : public testing::Test {
   cv::Mat NextPicture(std::uint32_t timeoutMs = soon) {
     if (frames->Acquire(timeoutMs) != S_OK) return {};
     const cv::Mat picture = Picture();
+    std::span<const RECT> rects;
+    EXPECT_EQ(frames->Dirty(rects), S_OK);
+    EXPECT_EQ(frames->Facts().dirty, rects.size());
+    EXPECT_EQ(frames->Facts().presented, !rects.empty());
+    changed.clear();
+    for (const RECT& rect : rects)
+      changed.push_back({{rect.left, rect.top}, cv::Point{rect.right, rect.bottom}});
     frames->Release();
     return picture;
   }
@@ -81,26 +89,35 @@ class X11DuplicationTest : public testing::Test {
   test::PrivateDisplay display{400, 300};
   Painter painter;
   std::unique_ptr<Duplication> frames;
+  std::vector<cv::Rect> changed;  // by the last picture
 };
 
 bool SamePixels(const cv::Mat& a, const cv::Mat& b) {
   return !a.empty() && a.size() == b.size() && cv::norm(a, b, cv::NORM_INF) == 0;
 }
 
+// Whether the pictures differ only within the rectangles.
+bool SameBut(const std::vector<cv::Rect>& rects, const cv::Mat& before, const cv::Mat& after) {
+  cv::Mat patched = before.clone();
+  for (const cv::Rect& rect : rects) after(rect).copyTo(patched(rect));
+  return SamePixels(patched, after);
+}
+
 class EachTransport : public X11DuplicationTest, public testing::WithParamInterface<X11Transport> {};
 
-TEST_P(EachTransport, FollowsTheScreenExactlyThroughRandomChanges) {
+TEST_P(EachTransport, FollowsTheScreenExactlyAndNamesEveryChange) {
   const RECT onRoot{101, 53, 338, 260};
   ASSERT_EQ(Open({1, -47, 238, 160}, GetParam(), {100, 100}), S_OK);
   painter.Fill({0, 0, 400, 300}, 0x123456);
   painter.Sync();
   cv::Mat seen = NextPicture();
   ASSERT_TRUE(SamePixels(seen, painter.Screen(onRoot)));
+  EXPECT_EQ(changed, (std::vector<cv::Rect>{{0, 0, 237, 207}}));
 
   std::mt19937 random(11);
   const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   int unchanged = 0;
-  for (int round = 0; round < 150; ++round) {
+  for (int round = 0; round < 200; ++round) {
     for (int draws = 1 + below(12); draws > 0; --draws) {
       const xcb_rectangle_t where{static_cast<std::int16_t>(below(400) - 20),
                                   static_cast<std::int16_t>(below(300) - 20),
@@ -111,13 +128,32 @@ TEST_P(EachTransport, FollowsTheScreenExactlyThroughRandomChanges) {
     if (round % 4 == 0) painter.MoveWindow(below(450) - 60, below(350) - 60);
     painter.Sync();
     cv::Mat next = NextPicture(0);
-    if (next.empty())
+    if (next.empty()) {
       ++unchanged;  // everything was drawn elsewhere
-    else
+    } else {
+      ASSERT_TRUE(SameBut(changed, seen, next)) << "round " << round;
       seen = next;
+    }
     ASSERT_TRUE(SamePixels(seen, painter.Screen(onRoot))) << "round " << round;
   }
-  EXPECT_LT(unchanged, 100);
+  EXPECT_LT(unchanged, 133);
+}
+
+TEST_P(EachTransport, NamesWhatItFetchedAndNothingForPointerMotion) {
+  painter.MovePointer(50, 250);
+  ASSERT_EQ(Open({0, 100, 400, 300}, GetParam()), S_OK);
+  Settle();
+  painter.Fill({10, 110, 20, 5}, 0x123456);
+  painter.Fill({100, 90, 20, 30}, 0x654321);
+  painter.Sync();
+  NextPicture();
+  using Rects = std::vector<cv::Rect>;
+  EXPECT_EQ(changed, GetParam() == X11Transport::SharedPixmap
+                         ? Rects({{100, 0, 20, 10}, {10, 10, 20, 5}, {100, 10, 20, 5}, {100, 15, 20, 5}})
+                         : Rects({{0, 0, 400, 20}}));
+  painter.MovePointer(60, 250);
+  EXPECT_FALSE(NextPicture().empty());
+  EXPECT_EQ(changed, Rects{});
 }
 
 INSTANTIATE_TEST_SUITE_P(OfPixels, EachTransport,
