@@ -1,10 +1,12 @@
 // Runs ticks of the engine for callgrind: 16 specs of 200x100 with templates of 40x20 on a scripted desktop,
-// on which one pixel changes before each tick. bench/gate.sh counts the instructions of all threads from the
-// call of Begin to the call of End, in between run four ticks; and reads the cases' names from the output.
+// on which one pixel changes before each tick. bench/gate.sh counts the instructions of all threads from
+// Begin to End, between which four ticks run. Prints what the image library sees of the processor, then the
+// name of each case once it has run.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <opencv2/core/utility.hpp>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -89,6 +91,7 @@ void Run(const Case& which, test::RawController& controller) {
 void RunAll() {
   cv::setUseOptimized(true);
   cv::setNumThreads(1);
+  std::printf("processor %s\n", cv::getCPUFeaturesLine().c_str());
   const test::PrivateSession session;
   test::RawController controller;
   for (const cv::Size screen : {cv::Size(1920, 1080), cv::Size(3840, 2160)}) {

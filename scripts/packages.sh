@@ -4,6 +4,7 @@
 #   scripts/packages.sh build      compile the programs
 #   scripts/packages.sh test       compile and run the tests and benchmarks
 #   scripts/packages.sh demo       compile and run the demonstration
+#   scripts/packages.sh gate       compile the benchmarks and count their instructions
 #   scripts/packages.sh package    compile the programs and make the Debian package
 #   scripts/packages.sh format     check the formatting
 #   scripts/packages.sh windows    compile for Windows, and run the programs and tests
@@ -30,6 +31,10 @@ packages_of() {
     demo)
       packages_of test
       echo netpbm
+      ;;
+    gate)
+      packages_of test
+      echo valgrind
       ;;
     package)
       packages_of build
