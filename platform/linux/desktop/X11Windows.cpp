@@ -94,7 +94,9 @@ const WindowFacts* X11Windows::Find(WindowId window) const {
 
 void X11Windows::Outdate(xcb_window_t window) {
   for (auto& [id, entry] : entries) {
-    if (id == window || entry.frame == window) entry.outdated = true;
+    if (id != window && entry.frame != window) continue;
+    entry.outdated = true;
+    entriesOutdated = true;
   }
 }
 
@@ -138,11 +140,12 @@ void X11Windows::Note(const xcb_generic_event_t& event) {
 
 void X11Windows::Refresh() {
   if (listOutdated) ReadList();
-  ReadEntries();
+  if (entriesOutdated) ReadEntries();
 }
 
 void X11Windows::ReadList() {
   listOutdated = false;
+  entriesOutdated = true;  // the new ones
   const xcb_window_t root = connection.Root();
   const auto checkRequest = xcb_get_property(connection, 0, root, atoms.check, XCB_ATOM_WINDOW, 0, 1);
   const auto stackingRequest =
@@ -192,10 +195,6 @@ void X11Windows::ReadList() {
     }
   }
   entries = std::move(kept);
-  order.clear();
-  for (const WindowId window : stacking) {
-    if (entries.at(window).listed) order.push_back(window);
-  }
 }
 
 void X11Windows::ReadEntries() {
@@ -203,7 +202,6 @@ void X11Windows::ReadEntries() {
   for (const auto& [window, entry] : entries) {
     if (entry.outdated) asked.push_back(Ask(window, entry));
   }
-  if (asked.empty()) return;
   std::vector<WindowId> reparented;
   for (Requests& requests : asked) {
     Entry& entry = entries.at(requests.window);
@@ -219,6 +217,7 @@ void X11Windows::ReadEntries() {
   for (const WindowId window : stacking) {
     if (Find(window) != nullptr) order.push_back(window);
   }
+  entriesOutdated = false;
 }
 
 X11Windows::Requests X11Windows::Ask(WindowId window, const Entry& entry) {

@@ -66,6 +66,7 @@ class X11Windows {
   Atoms atoms{};
   bool xres = false;
   bool listOutdated = true;
+  bool entriesOutdated = true;   // any of them, or `order`
   bool managed = false;          // a window manager is running
   xcb_window_t checkWindow = 0;  // the window manager's check window
   std::map<WindowId, Entry> entries;
