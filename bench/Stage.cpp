@@ -11,9 +11,9 @@
 
 namespace quillmark::bench {
 
-Stage::Stage() {
+Stage::Stage(cv::Size screen, const cv::Rect& windowAt)
+    : display(screen.width, screen.height), area(windowAt) {
   std::filesystem::current_path(session.Base());  // the worker writes a file into its working folder
-  server = ChildNamed("Xvfb").value();
   window = client.Show(area.x, area.y, area.width, area.height, "bench window");
   painter.SetGround(window, painter.Load(testing::Screen(random, area.size())));
 }
@@ -22,7 +22,8 @@ Sprite Stage::MakeSprite(cv::Size size) {
   const cv::Mat picture = testing::Icon(random, size, random.Letters(3));
   const std::string file = (session.Base() / (std::to_string(++sprites) + ".png")).string();
   if (!cv::imwrite(file, picture)) throw std::runtime_error("cannot write " + file);
-  return {painter.Load(picture), size, std::wstring(file.begin(), file.end())};
+  lastFile.assign(file.begin(), file.end());
+  return {painter.Load(picture), size, lastFile};
 }
 
 void Stage::StartWorker(const std::string& program) {

@@ -32,15 +32,17 @@ struct Sprite {
 class Stage {
  public:
   static constexpr wchar_t Title[] = L"bench window";  // at most 16 units go into a command
-  static constexpr int ScreenWidth = 1920, ScreenHeight = 1080;
 
-  Stage();
+  // The window's client area lies at `windowAt` on the screen.
+  explicit Stage(cv::Size screen = {1920, 1080}, const cv::Rect& windowAt = {100, 60, 1280, 800});
 
   // The window's client area at this place of the screen.
   const cv::Rect& Area() const { return area; }
   std::uint32_t Window() const { return window; }
   // Makes a sprite unlike any other.
   Sprite MakeSprite(cv::Size size);
+  // Where the template of the latest sprite is.
+  std::wstring LastFile() const { return lastFile; }
   // Starts the worker and waits for its first reply. Throws std::runtime_error when none comes.
   void StartWorker(const std::string& program);
   // Adds a spec for the sprite in a region of the window; `options` follow the name.
@@ -50,24 +52,23 @@ class Stage {
   void Settle();
 
   ProcessFacts WorkerFacts() const { return FactsOf(worker->Pid()); }
-  double ServerCpuSeconds() const { return FactsOf(server).cpuSeconds; }
 
   const test::PrivateSession session;
-  test::PrivateDisplay display{ScreenWidth, ScreenHeight};
+  test::PrivateDisplay display;
   test::XClient client;
   Painter painter;
   test::RawController controller;
   testing::Random random{2025};
 
  private:
-  const cv::Rect area{100, 60, 1280, 800};
+  const cv::Rect area;
   std::uint32_t window = 0;
-  pid_t server = 0;
   int sprites = 0;
+  std::wstring lastFile;
   std::optional<test::ChildProcess> worker;
 };
 
-// The main function of a benchmark over a real worker, "NAME [COUNT [WORKER]]": calls `run` with the count,
+// The main function of a benchmark with a real worker, "NAME [COUNT [WORKER]]": calls `run` with the count,
 // or `usual`, and the worker's program, by default this build's. Returns the exit code.
 int RunBench(int argc, char** argv, const std::string& name, const std::string& unit, int usual,
              const std::function<int(int count, const std::string& worker)>& run);
