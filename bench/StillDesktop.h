@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <opencv2/imgproc.hpp>
+#include <span>
 #include <string>
 
 #include "specs/SpecStore.h"
@@ -52,6 +53,7 @@ inline cv::Mat FillStore(cv::Size screen, Specs16 kind, const SpecSizes& sizes) 
     spec.roi = cv::Rect(at, sizes.region);
     if (ShowsItsTemplate(i)) testing::Plant(picture, icon, at + cv::Point(sizes.region - sizes.icon) / 2);
     if (kind == Specs16::Gray) spec.vividFlat = false;
+    spec.revision = ++Specs().changes;
     Specs().specs.push_back(spec);
   }
   return picture;
@@ -60,7 +62,7 @@ inline cv::Mat FillStore(cv::Size screen, Specs16 kind, const SpecSizes& sizes) 
 // Always a new frame, with the picture as it is now.
 class StillFrames : public layer::Duplication {
  public:
-  explicit StillFrames(const cv::Mat& bgra) : picture(bgra) {}
+  StillFrames(const cv::Mat& bgra, const RECT& changes) : picture(bgra), changed(changes) {}
   std::uint32_t Width() const override { return static_cast<std::uint32_t>(picture.cols); }
   std::uint32_t Height() const override { return static_cast<std::uint32_t>(picture.rows); }
   HRESULT Acquire(std::uint32_t) override { return S_OK; }
@@ -69,9 +71,15 @@ class StillFrames : public layer::Duplication {
     view = {picture.data, static_cast<std::uint32_t>(picture.step)};
     return S_OK;
   }
+  layer::FrameFacts Facts() const override { return {.dirty = 1}; }
+  HRESULT Dirty(std::span<const RECT>& rects) override {
+    rects = {&changed, 1};
+    return S_OK;
+  }
 
  private:
   const cv::Mat picture;
+  const RECT& changed;  // by every frame
 };
 
 class StillDesktop : public test::ScriptedDesktop {
@@ -86,17 +94,19 @@ class StillDesktop : public test::ScriptedDesktop {
     OpenWindow(window);
   }
   HRESULT Duplicate(layer::MonitorId, std::unique_ptr<layer::Duplication>& duplication) override {
-    duplication = std::make_unique<StillFrames>(bgra);
+    duplication = std::make_unique<StillFrames>(bgra, changed);
     return S_OK;
   }
   // Inverts one pixel, from the next frame on. Not while a frame is held.
   void Blink(cv::Point at) {
     auto& pixel = bgra.at<cv::Vec4b>(at);
     pixel = cv::Vec4b::all(255) - pixel;
+    changed = test::RectAt(at.x, at.y, 1, 1);
   }
 
  private:
   cv::Mat bgra;
+  RECT changed = test::RectAt(0, 0, 1, 1);
 };
 
 }  // namespace quillmark::bench

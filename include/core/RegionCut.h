@@ -1,29 +1,14 @@
-// Cuts a spec's region out of a frame or screenshot: converts the picture, locates the region on it, and
-// makes the crops at template scale.
+// Locates a spec's region on a frame or screenshot and cuts it out.
 //
 // Threading: no shared state; callable from any thread.
 #pragma once
 
 #include <opencv2/core.hpp>
-#include <vector>
 
 #include "core/FrameJob.h"
 #include "core/RegionGeometry.h"
 
 namespace quillmark {
-
-// The planes of one picture, in buffers that are reused.
-struct FrameImages {
-  cv::Mat bgr, gray;               // 8UC3, 8UC1
-  cv::Mat hsv;                     // 8UC3; empty when not needed
-  std::vector<cv::Mat> hsvPlanes;  // of `hsv`
-};
-
-// Whether the spec's regions are compared by hue or saturation.
-[[nodiscard]] bool NeedsHsv(const TemplateSpec& spec);
-
-// `bgra` is 8UC4; its fourth byte is ignored.
-void ConvertFrame(const cv::Mat& bgra, bool needsHsv, FrameImages& images);
 
 // A spec's region, in desktop pixels.
 struct RegionOnFrame {
@@ -41,9 +26,12 @@ struct RegionOnFrame {
 // `frame` is the picture's rectangle on the desktop. The spec's target must be bound.
 [[nodiscard]] RegionOnFrame PlaceRegion(const TemplateSpec& spec, const Rect& frame);
 
-// Cuts the visible part, which must not be empty, out of the picture with its top-left corner at `origin` on
-// the desktop. The caller sets the unit's specIndex.
-[[nodiscard]] ROIUnit CutRegion(const TemplateSpec& spec, const RegionOnFrame& place,
-                                const FrameImages& images, cv::Point origin);
+// The unit of the visible part, which must not be empty, without planes. The caller sets specIndex.
+[[nodiscard]] ROIUnit UnitAt(const TemplateSpec& spec, const RegionOnFrame& place);
+
+// The same with its planes, cut out of a picture (8UC4, the fourth byte is ignored) with its top-left corner
+// at `origin` on the desktop: for tools, so with bgr always and with hsv on demand, whatever the spec needs.
+[[nodiscard]] ROIUnit CutRegion(const TemplateSpec& spec, const RegionOnFrame& place, const cv::Mat& bgra,
+                                cv::Point origin, bool withHsv = false);
 
 }  // namespace quillmark

@@ -115,6 +115,9 @@ struct ColourAgreement {
 };
 [[nodiscard]] ColourAgreement ColourAgreementOf(const Verdict& verdict);
 
+// Where a placement (crop pixels) of the unit is reported; cx and cy are relative to `target`.
+[[nodiscard]] HitGeometry LocateHit(const ROIUnit& unit, const Rect& target, const cv::Rect& placement);
+
 // Compares the region with the spec's prepared template. A mode outside the enumeration counts as Gray. The
 // hit's cx and cy are relative to `spec.targetRect`. Raises cv::Exception for images of unexpected type or
 // size and for colour tests without an HSV crop; a thorough evaluation may do so after the first veto.

@@ -15,6 +15,12 @@ namespace quillmark {
 struct MonitorEntry {
   HMONITOR monitor = nullptr;
   RECT rcMonitor{};  // full rectangle, desktop pixels
+
+  friend bool operator==(const MonitorEntry& a, const MonitorEntry& b) {
+    const RECT &p = a.rcMonitor, &q = b.rcMonitor;
+    return a.monitor == b.monitor && p.left == q.left && p.top == q.top && p.right == q.right &&
+           p.bottom == q.bottom;
+  }
 };
 
 // In the system's order. A monitor that cannot be measured is left out.

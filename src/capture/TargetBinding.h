@@ -46,6 +46,7 @@ struct [[nodiscard]] TargetBinding {
   HMONITOR monitor = nullptr;  // nearest to the window
   double scale = 1.0;          // desktop pixels per logical pixel
 
+  friend bool operator==(const TargetBinding&, const TargetBinding&) = default;
   [[nodiscard]] bool IsBound() const { return outcome == BindingOutcome::Bound; }
 };
 

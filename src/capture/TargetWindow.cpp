@@ -12,6 +12,15 @@ void SetTarget(TemplateSpec& spec, const TargetBinding& binding) {
   spec.targetScaleX = spec.targetScaleY = binding.scale;
 }
 
+TargetBinding TargetSearch::Find(const std::wstring& target) {
+  if (target.empty()) return {};
+  for (const auto& [text, binding] : answers) {
+    if (text == target) return binding;
+  }
+  if (!windows) windows = ListWindows();
+  return answers.emplace_back(target, FindBinding(target, *windows)).second;
+}
+
 TargetBinding BindTarget(TemplateSpec& spec, std::optional<std::vector<SystemWindow>>& windows) {
   TargetBinding binding;
   if (spec.target.empty()) {

@@ -5,6 +5,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "capture/SystemWindow.h"
@@ -13,9 +15,21 @@
 
 namespace quillmark {
 
+// Finds the target windows of a tick's specs: lists the windows once, when first needed, and answers each
+// text once. A window is searched for in every tick, never kept from the one before.
+class TargetSearch {
+ public:
+  // Raises std::bad_alloc only.
+  TargetBinding Find(const std::wstring& target);
+
+ private:
+  std::optional<std::vector<SystemWindow>> windows;
+  std::vector<std::pair<std::wstring, TargetBinding>> answers;
+};
+
 // Binds the spec to its target window, sets its target fields and returns the binding. A window that the spec
-// already has is kept while it exists; otherwise one is searched for. The worker's copies of the specs have
-// none, so it searches in every tick. `windows` is filled when first needed and serves all specs of a tick.
+// already has is kept while it exists; otherwise one is searched for in `windows`, listed if there is no
+// list.
 TargetBinding BindTarget(TemplateSpec& spec, std::optional<std::vector<SystemWindow>>& windows);
 
 // The same for one spec alone.

@@ -35,15 +35,6 @@ DecidingStep FirstVeto(const Verdict& v) {
   return v.colourActive && !ColourAgreementOf(v).Any() ? DecidingStep::Colour : DecidingStep::Accepted;
 }
 
-HitGeometry LocateHit(const ROIUnit& unit, const Rect& target, const cv::Rect& rect) {
-  const double sx = EffectiveScale(unit.scaleX), sy = EffectiveScale(unit.scaleY);
-  const cv::Point centre(RoundToPixel(unit.x + (rect.x + rect.width * 0.5) * sx),
-                         RoundToPixel(unit.y + (rect.y + rect.height * 0.5) * sy));
-  const cv::Size size = SizeOnDesktop(rect.size(), sx, sy);
-  const cv::Point relative = RelativeToTarget(centre, size, target);
-  return {centre.x, centre.y, relative.x, relative.y, size.width, size.height};
-}
-
 class Evaluation {
  public:
   Evaluation(const ROIUnit& region, const TemplateSpec& wanted, Thoroughness thorough,
@@ -192,6 +183,15 @@ class Evaluation {
 };
 
 }  // namespace
+
+HitGeometry LocateHit(const ROIUnit& unit, const Rect& target, const cv::Rect& placement) {
+  const double sx = EffectiveScale(unit.scaleX), sy = EffectiveScale(unit.scaleY);
+  const cv::Point centre(RoundToPixel(unit.x + (placement.x + placement.width * 0.5) * sx),
+                         RoundToPixel(unit.y + (placement.y + placement.height * 0.5) * sy));
+  const cv::Size size = SizeOnDesktop(placement.size(), sx, sy);
+  const cv::Point relative = RelativeToTarget(centre, size, target);
+  return {centre.x, centre.y, relative.x, relative.y, size.width, size.height};
+}
 
 ColourAgreement ColourAgreementOf(const Verdict& v) {
   return {!v.hue.Vetoes() && !v.saturation.Vetoes() && !v.value.Vetoes(), !v.red.Vetoes(), !v.labA.Vetoes()};

@@ -24,6 +24,7 @@
 #include "app/frame/OpenCvConfig.h"
 #include "core/PrimarySearch.h"
 #include "core/RegionCut.h"
+#include "core/RegionPicture.h"
 #include "core/engine/RegionTask.h"
 #include "core/engine/Tick.h"
 #include "figures/Cases.h"
@@ -130,7 +131,7 @@ std::string StepOf(const Verdict& verdict) {
   return kSteps.at(static_cast<std::size_t>(verdict.decidedBy));
 }
 
-void PrintVerdict(Writer& out, const Verdict& v, const TemplateSpec& spec) {
+void PrintVerdict(Writer& out, const Verdict& v) {
   out.Add("step", StepOf(v), "found", v.found, "x", v.loc.x, "y", v.loc.y, "dist", v.dist, "tw", v.tw, "th",
           v.th, "tiny", v.traits.tiny, "lowDetail", v.traits.lowDetail, "flatTemplate", v.traits.flat,
           "colourActive", v.colourActive);
@@ -141,7 +142,8 @@ void PrintVerdict(Writer& out, const Verdict& v, const TemplateSpec& spec) {
   }
   out.Line("e1", v.e1, "e2", v.e2, "density", v.density, "mean", v.hsvMean[0], "mean", v.hsvMean[1], "mean",
            v.hsvMean[2], "redRatio", v.redRatio, "labAMean", v.labAMean, "desktopX", v.hit.desktopX,
-           "desktopY", v.hit.desktopY, HitOf(v, spec, 0));
+           "desktopY", v.hit.desktopY, "cx", v.hit.cx, "cy", v.hit.cy, "w", v.hit.w, "h", v.hit.h, "sq", v.sq,
+           "edge", v.edgeScore, "window", v.dedupWindowMs);
 }
 
 // How many decisions each step made.
@@ -165,7 +167,7 @@ void PrintDecision(Writer& out, const ROIUnit& unit, const TemplateSpec& spec, H
   for (const Thoroughness thoroughness : {Thoroughness::UpToTheFirstVeto, Thoroughness::EveryStep}) {
     try {
       const Verdict verdict = EvaluateRegion(unit, spec, thoroughness);
-      PrintVerdict(out, verdict, spec);
+      PrintVerdict(out, verdict);
       if (thoroughness == Thoroughness::UpToTheFirstVeto) {
         ++decided[StepOf(verdict)];
         first = verdict;
@@ -217,8 +219,7 @@ void PrintPlaces(Writer& out, Random& random, TemplateSpec spec, const Rect& fra
 ROIUnit CutUnit(Writer& out, Random& random, const cv::Mat& screen, Scale scale, TemplateSpec& spec) {
   cv::Mat bgra;
   cv::cvtColor(screen, bgra, cv::COLOR_BGR2BGRA);
-  FrameImages images;
-  ConvertFrame(bgra, NeedsHsv(spec) || !random.OneIn(8), images);
+  const bool withHsv = NeedsOf(spec).hsv || !random.OneIn(8);
 
   const cv::Point origin{random.Between(-500, 200), random.Between(-500, 200)};
   const Rect monitor{origin.x, origin.y, origin.x + screen.cols, origin.y + screen.rows};
@@ -228,11 +229,10 @@ ROIUnit CutUnit(Writer& out, Random& random, const cv::Mat& screen, Scale scale,
   spec.roi = {random.OneIn(4) ? 3 : 0, random.OneIn(4) ? 2 : 0, 1000, 1000};
   spec.targetRect = monitor;
   if (random.OneIn(4)) spec.targetRect.right += 9;
-  ROIUnit unit = CutRegion(spec, PlaceRegion(spec, monitor), images, origin);
+  ROIUnit unit = CutRegion(spec, PlaceRegion(spec, monitor), bgra, origin, withHsv);
   if (unit.hsv.empty()) {
     PrintUnit(out, unit);
-    ConvertFrame(bgra, true, images);
-    unit = CutRegion(spec, PlaceRegion(spec, monitor), images, origin);
+    unit = CutRegion(spec, PlaceRegion(spec, monitor), bgra, origin, true);
   }
   return unit;
 }

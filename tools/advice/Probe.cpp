@@ -24,9 +24,7 @@ Probe ProbeOn(const cv::Mat& bgr, const TemplateSpec& spec) {
   const TemplateSpec bound = BoundTo(bgr.size(), spec, 1.0, false);
   cv::Mat bgra;
   cv::cvtColor(bgr, bgra, cv::COLOR_BGR2BGRA);
-  FrameImages images;
-  ConvertFrame(bgra, NeedsHsv(spec), images);
-  return ProbeOn(CutRegion(bound, PlaceRegion(bound, bound.targetRect), images, {}), spec);
+  return ProbeOn(CutRegion(bound, PlaceRegion(bound, bound.targetRect), bgra, {}), spec);
 }
 
 Probe ProbeOn(ROIUnit unit, const TemplateSpec& spec) {

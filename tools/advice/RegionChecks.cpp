@@ -74,10 +74,9 @@ void CheckSecond(const ROIUnit& unit, const TemplateSpec& spec, const Verdict& b
 
 void CheckOnWindow(const WindowPicture& window, const RegionOnFrame& place, const TemplateSpec& spec,
                    const explain::Progress& progress, FindingList& list) {
-  FrameImages images;
-  ConvertFrame(window.bgra, NeedsHsv(spec), images);
+  ROIUnit unit = CutRegion(spec, place, window.bgra, {});
   progress(1);
-  const Probe probe = ProbeOn(CutRegion(spec, place, images, {}), spec);
+  const Probe probe = ProbeOn(std::move(unit), spec);
   progress(2);
   if (!probe.verdict.Accepted()) {
     const std::string refusal = RefusalText(probe, spec);

@@ -94,7 +94,7 @@ cv::Mat PictureFor(const Measured& m, const std::vector<Measured>& all) {
   return picture;
 }
 
-void MeasureSpec(Measured& m, const FrameImages& images, double seconds, const std::function<void()>& tick) {
+void MeasureSpec(Measured& m, const cv::Mat& picture, double seconds, const std::function<void()>& tick) {
   m.steps = Measure(seconds * PrepareShare, tick, [&](Stopwatch& watch) {
     TemplateSpec fresh;
     fresh.path = m.spec.path;
@@ -106,7 +106,7 @@ void MeasureSpec(Measured& m, const FrameImages& images, double seconds, const s
     return;
   }
   const std::vector<Spread> steps = Measure(seconds, tick, [&](Stopwatch& watch) {
-    const ROIUnit unit = CutRegion(m.spec, PlaceRegion(m.spec, m.spec.targetRect), images, {});
+    const ROIUnit unit = CutRegion(m.spec, PlaceRegion(m.spec, m.spec.targetRect), picture, {});
     watch.Done("cut");
     const Verdict verdict = EvaluateRegion(unit, m.spec, Thoroughness::UpToTheFirstVeto,
                                            [&](DecidingStep step) { watch.Done(NameOf(step)); });
@@ -134,29 +134,18 @@ std::vector<Measured> PrepareToMeasure(const std::vector<advice::LintSpec>& give
 }
 
 double MeasuringSeconds(const std::vector<Measured>& specs, double seconds) {
-  return seconds * (PrepareShare + (1.0 + PrepareShare) * static_cast<double>(specs.size()));
+  return seconds * (1.0 + PrepareShare) * static_cast<double>(specs.size());
 }
 
-Benchmark MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
-                       const std::function<void()>& tick) {
-  Benchmark benchmark;
-  benchmark.needsHsv = std::ranges::any_of(specs, NeedsHsv, &Measured::spec);
+cv::Size MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
+                      const std::function<void()>& tick) {
+  cv::Size screen;
   for (Measured& m : specs) {
     const cv::Mat picture = screenshot.empty() ? PictureFor(m, specs) : screenshot;
-    FrameImages images;
-    const auto convert = [&] { ConvertFrame(picture, benchmark.needsHsv, images); };
-    if (&m == &specs.front()) {
-      benchmark.screen = picture.size();
-      benchmark.convert = Measure(seconds * PrepareShare, tick, [&](Stopwatch& watch) {
-                            convert();
-                            watch.Done("convert");
-                          }).front();
-    } else {
-      convert();
-    }
-    MeasureSpec(m, images, seconds, tick);
+    screen = picture.size();
+    MeasureSpec(m, picture, seconds, tick);
   }
-  return benchmark;
+  return screen;
 }
 
 }  // namespace quillmark::bench

@@ -1,5 +1,5 @@
-// Measures the worker's work on specs: converting the frame, preparing the template, cutting the region and
-// each step of the decision.
+// Measures the worker's work on specs: preparing the template, cutting the region out of a frame and each
+// step of the decision.
 //
 // Threading: one thread.
 #pragma once
@@ -38,15 +38,10 @@ struct Measured {
 [[nodiscard]] std::vector<Measured> PrepareToMeasure(const std::vector<advice::LintSpec>& given,
                                                      const cv::Mat& screenshot, double scale);
 
-struct Benchmark {
-  cv::Size screen;
-  bool needsHsv = false;
-  Spread convert;  // of a frame
-};
 // How long MeasureSpecs will take, roughly.
 [[nodiscard]] double MeasuringSeconds(const std::vector<Measured>& specs, double seconds);
-// Measures each spec for this many seconds; calls `tick` after each round.
-Benchmark MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
-                       const std::function<void()>& tick);
+// Measures each spec for this many seconds; calls `tick` after each round. Returns the size of the screen.
+cv::Size MeasureSpecs(std::vector<Measured>& specs, const cv::Mat& screenshot, double seconds,
+                      const std::function<void()>& tick);
 
 }  // namespace quillmark::bench

@@ -214,9 +214,7 @@ void ExplainOn(Explanation& e, const Picture& picture, const Progress& progress)
     Sight sight;
     sight.picture = picture;
     sight.place = place;
-    FrameImages images;
-    ConvertFrame(picture.bgra, NeedsHsv(spec), images);
-    sight.unit = CutRegion(spec, place, images, picture.origin);
+    sight.unit = CutRegion(spec, place, picture.bgra, picture.origin);
     report(1);
     sight.verdict = ThoroughVerdict(sight.unit, spec);
     report(2);

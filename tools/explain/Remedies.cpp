@@ -34,8 +34,7 @@ class Trials {
  public:
   explicit Trials(const Explanation& explanation)
       : e(explanation), v(explanation.sight->verdict), picture(explanation.sight->picture) {
-    ConvertFrame(picture.bgra, true, images);
-    unit = CutRegion(e.spec, e.sight->place, images, picture.origin);
+    unit = CutRegion(e.spec, e.sight->place, picture.bgra, picture.origin, true);
   }
 
   std::vector<Remedy> Run() {
@@ -114,7 +113,7 @@ class Trials {
   [[nodiscard]] std::optional<ROIUnit> Cut(const TemplateSpec& spec) const {
     const RegionOnFrame place = PlaceRegion(spec, picture.Area());
     if (place.OffFrame() || !place.HoldsTemplate()) return std::nullopt;
-    return CutRegion(spec, place, images, picture.origin);
+    return CutRegion(spec, place, picture.bgra, picture.origin, true);
   }
 
   void TryWithoutRed() {
@@ -151,7 +150,6 @@ class Trials {
   const Explanation& e;
   const Verdict& v;
   const Picture& picture;
-  FrameImages images;
   ROIUnit unit;
   std::vector<Remedy> remedies;
 };

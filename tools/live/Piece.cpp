@@ -107,10 +107,8 @@ Piece CutPiece(const PieceChoice& choice) {
     piece.monitor = MonitorOf(region, monitors);
     const MonitorPicture picture = TakePicture(piece.monitor.handle, Quiet);
     if (picture.bgra.empty()) throw std::runtime_error("the monitor cannot be captured: " + picture.fault);
-    FrameImages images;
-    ConvertFrame(picture.bgra, false, images);
     const RegionOnFrame place = PlaceRegion(spec, piece.monitor.rect);
-    piece.bgr = CutRegion(spec, place, images, {piece.monitor.rect.left, piece.monitor.rect.top}).bgr;
+    piece.bgr = CutRegion(spec, place, picture.bgra, {piece.monitor.rect.left, piece.monitor.rect.top}).bgr;
 
     const Exposure exposure = ExposureOf(region, piece.window.handle, windows, {piece.monitor.rect});
     piece.visible = exposure.visible;

@@ -86,7 +86,7 @@ Reason ReasonOf(const SpecTurn& turn) {
 
 Engine::Engine(std::vector<TemplateSpec> prepared, const std::vector<RecordedMonitor>& monitors,
                Observer& toTell)
-    : specs(std::move(prepared)), observer(toTell) {
+    : specs(std::make_shared<const std::vector<TemplateSpec>>(std::move(prepared))), observer(toTell) {
   for (std::size_t i = 0; i < monitors.size(); ++i) {
     const Rect& rect = monitors[i].rect;
     entries.push_back({HandleOf(i), RECT{rect.left, rect.top, rect.right, rect.bottom}});
@@ -99,10 +99,9 @@ Engine::Engine(std::vector<TemplateSpec> prepared, const std::vector<RecordedMon
 void Engine::BeginTick(const std::vector<RecordedWindow>& windows) {
   std::vector<WindowAnswers> listed;
   for (const RecordedWindow& window : windows) listed.emplace_back(window, entries);
-  const auto bind = [&](TemplateSpec& spec) {
+  const auto bind = [&](const TemplateSpec& spec) {
     TargetBinding binding = FindBinding(spec.target, listed);
     if (binding.outcome == BindingOutcome::NotFound) binding.outcome = WhyNoneChosen(spec.target, listed);
-    SetTarget(spec, binding);
     return binding;
   };
   const auto leftOut = [&](const SpecTurn& turn) { observer.OnSilence(turn.index, ReasonOf(turn), nullptr); };
@@ -138,17 +137,17 @@ void Engine::TakeTurn(std::size_t monitor, std::int64_t tMs, const cv::Mat& bgra
 
 void Engine::Evaluate(const ROIUnit& unit, const FrameJob& job, std::uint64_t wallMs) {
   const std::size_t index = static_cast<std::size_t>(unit.specIndex);
-  const TemplateSpec& spec = job.specs[index];
+  const TemplateSpec& spec = job.SpecOf(unit);
   std::optional<Verdict> verdict;
   try {
-    verdict = EvaluateRegion(unit, spec);
+    verdict = EvaluateLook(unit, spec);
   } catch (const std::exception&) {
     // Raised by the image library; the worker continues, too.
     observer.OnSilence(index, Reason::EvaluationFailed, nullptr);
     return;
   }
   if (verdict->Accepted()) {
-    Report(index, HitOf(*verdict, spec, wallMs), &*verdict);
+    Report(index, HitOf(unit, *verdict, spec, wallMs), &*verdict);
   } else {
     observer.OnSilence(index, *explain::ReasonOf(verdict->decidedBy), &*verdict);
   }

@@ -46,7 +46,7 @@ class Engine {
   void Evaluate(const ROIUnit& unit, const FrameJob& job, std::uint64_t wallMs);
   void Report(std::size_t spec, const HitRecord& hit, const Verdict* verdict);
 
-  const std::vector<TemplateSpec> specs;
+  const SpecList specs;
   std::vector<MonitorEntry> entries;
   MonitorAnswers answers;
   Observer& observer;

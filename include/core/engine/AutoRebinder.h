@@ -80,6 +80,8 @@ class AutoRebinder {
 
   // Capture thread only; in CaptureLoop.cpp.
   void CaptureTick(std::int64_t nowMs);
+  // The store's specs, copied when they have changed.
+  SpecList StoredSpecs();
   // Waits until the next tick, due at `dueMs`, or Stop.
   void WaitForTick(std::int64_t dueMs);
   // Waits until the store or the displays have changed since the last tick, or Stop.
@@ -121,6 +123,7 @@ class AutoRebinder {
 
   // Capture thread only.
   Tick tick;
+  SpecList snapshot;                                         // of the store
   std::set<HMONITOR> knownMonitors;                          // of the last tick
   std::unordered_map<HMONITOR, MonitorState> monitorStates;  // null: the whole tick's
   std::uint64_t seenGeneration = 0;                          // of rebindGeneration

@@ -11,6 +11,7 @@
 
 #include "core/FrameJob.h"
 #include "core/RegionEvaluation.h"
+#include "core/engine/RegionMemory.h"
 #include "core/engine/SampledErrors.h"
 #include "ipc/RingSender.h"
 
@@ -43,11 +44,18 @@ class PendingTasks {
 // Logs why a region of the spec was not evaluated: the spec's first error, then one in a hundred.
 void ReportTaskError(const std::wstring& name, const std::exception& error, SampledErrors& errors) noexcept;
 
-// The hit that reports an accepted verdict.
-[[nodiscard]] HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs);
+// Evaluates what the unit's look shows. Raises what EvaluateRegion raises.
+[[nodiscard]] Verdict EvaluateLook(const ROIUnit& unit, const TemplateSpec& spec);
 
-// Evaluates the unit with its spec, passes a hit to the sender, and always signals completion. An error of
-// the evaluation is logged and counts as no match.
+// The hit that reports an accepted verdict on the unit's look, where the unit is now.
+[[nodiscard]] HitRecord HitOf(const ROIUnit& unit, const Verdict& verdict, const TemplateSpec& spec,
+                              std::uint64_t tsMs);
+
+// Passes a hit to the sender if the verdict of the unit's look, which must be there, is accepted.
+void ReportVerdict(const ROIUnit& unit, const TemplateSpec& spec, RingSender& sender);
+
+// Evaluates the unit's look, keeps the verdict there, reports it, and always signals completion. An error of
+// the evaluation is logged and counts as no match; the next frame with this look evaluates it again.
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
                  SampledErrors& errors) noexcept;
 

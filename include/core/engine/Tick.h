@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <opencv2/core.hpp>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -21,20 +22,13 @@
 #include "capture/TargetBinding.h"
 #include "core/FrameJob.h"
 #include "core/RegionCut.h"
+#include "core/engine/RegionMemory.h"
 #include "ipc/HitRecord.h"
 
 namespace quillmark {
 
 // Indices of the specs to look for on each monitor, in order.
 using MonitorGroups = std::unordered_map<HMONITOR, std::vector<std::int32_t>>;
-
-// One monitor's frame.
-struct MonitorFrame {
-  HMONITOR monitor = nullptr;
-  cv::Point origin;          // of the monitor, desktop pixels
-  std::uint64_t number = 0;  // counted over all monitors
-  cv::Mat bgra;              // 8UC4; the fourth byte is ignored
-};
 
 // The outcome for a spec, in the order of the checks.
 enum class SpecOutcome : std::int32_t {
@@ -61,19 +55,20 @@ using SpecListener = std::function<void(const SpecTurn&)>;
 
 class Tick {
  public:
-  // Binds one spec to its window and sets its target fields.
-  using Binder = std::function<TargetBinding(TemplateSpec&)>;
+  // Finds the window of a spec.
+  using Binder = std::function<TargetBinding(const TemplateSpec&)>;
 
   // Milliseconds from one tick's start to the next one's; more as jobs pile up.
   [[nodiscard]] static std::int64_t IntervalMs(std::size_t waitingJobs);
 
-  // Begins a tick with the store's specs. Calls the listener for each spec that is left out, as Group does.
-  void Bind(std::vector<TemplateSpec> specs, const Binder& bind, const SpecListener& listener = {});
+  // Begins a tick with the store's specs, the same list as long as they are the same. Calls the listener for
+  // each spec that is left out, as Group does.
+  void Bind(const SpecList& specs, const Binder& bind, const SpecListener& listener = {});
   void Group(const std::vector<MonitorEntry>& monitors, const MonitorAnswers& answers = SystemMonitors(),
              const SpecListener& listener = {});
   [[nodiscard]] const MonitorGroups& Groups() const { return groups; }
   // This tick's specs, bound.
-  [[nodiscard]] const std::vector<TemplateSpec>& Specs() const { return bound; }
+  [[nodiscard]] const std::vector<TemplateSpec>& Specs() const { return *bound; }
 
   // Makes the job of a monitor's frame; the monitor's turn began at `tMs`. Calls the listener for each spec
   // of the monitor's group.
@@ -83,17 +78,23 @@ class Tick {
   // once.
   void Commit(HMONITOR monitor, const FrameJob& job);
 
-  // Frees the buffers of other monitors.
-  void KeepMonitors(const std::set<HMONITOR>& monitors);
+  // A frame of the monitor did not become a job: what it changed is not known.
+  void LoseTrack(HMONITOR monitor) { memory.LoseTrack(monitor); }
+  // Forgets what other monitors showed.
+  void KeepMonitors(const std::set<HMONITOR>& monitors) { memory.KeepMonitors(monitors); }
 
  private:
-  SpecTurn CutSpec(std::int32_t index, const MonitorFrame& frame, const FrameImages& images, FrameJob& job);
+  SpecTurn CutSpec(std::int32_t index, const MonitorFrame& frame, FrameJob& job);
 
-  std::vector<TemplateSpec> bound;  // the specs of this tick
+  SpecList stored;  // as they were given
+  // The same with their targets.
+  SpecList bound = std::make_shared<const std::vector<TemplateSpec>>();
+  std::vector<TargetBinding> bindings;  // of each
   MonitorGroups groups;
+  std::optional<std::vector<MonitorEntry>> grouped;  // the monitors of `groups`, unless these are out of date
   // Job time by "name@monitor". Entries are never removed: about 100 bytes per name and monitor.
   std::unordered_map<std::wstring, std::int64_t> lastScheduled;
-  std::unordered_map<HMONITOR, FrameImages> frameImages;  // reused from frame to frame
+  RegionMemory memory;
 };
 
 }  // namespace quillmark

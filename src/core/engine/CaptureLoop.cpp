@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
-#include <map>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 #include "capture/MonitorChoice.h"
@@ -28,14 +26,6 @@ constexpr std::int64_t kErrorQuietMs = 60'000;
 std::int64_t SteadyNowMs() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-}
-
-// The store's specs after its first `changes` changes.
-std::vector<TemplateSpec> SnapshotOfStore(std::uint64_t& changes) {
-  SpecStore& store = Specs();
-  const std::lock_guard lock(store.specMutex);
-  changes = store.changes;
-  return store.specs;
 }
 
 std::wstring NameOf(HMONITOR monitor) {
@@ -91,14 +81,8 @@ void AutoRebinder::WaitForTick(std::int64_t dueMs) {
 
 void AutoRebinder::CaptureTick(std::int64_t nowMs) {
   const std::uint64_t generation = rebindGeneration;  // before the monitors are listed
-  std::optional<std::vector<SystemWindow>> windows;
-  std::map<std::wstring_view, TargetBinding> targets;  // by text, which the tick's specs hold
-  tick.Bind(SnapshotOfStore(seenChanges), [&](TemplateSpec& spec) {
-    const auto known = targets.find(spec.target);
-    if (known == targets.end()) return targets[spec.target] = BindTarget(spec, windows);
-    SetTarget(spec, known->second);
-    return known->second;
-  });
+  TargetSearch targets;
+  tick.Bind(StoredSpecs(), [&](const TemplateSpec& spec) { return targets.Find(spec.target); });
   const std::vector<MonitorEntry> monitors = ListMonitors();
   tick.Group(monitors);
   const MonitorGroups& groups = tick.Groups();
@@ -111,9 +95,20 @@ void AutoRebinder::CaptureTick(std::int64_t nowMs) {
     try {
       MonitorTurn(monitor, nowMs);
     } catch (const std::exception& error) {
+      tick.LoseTrack(monitor);
       ReportTurnError(monitor, error);
     }
   }
+}
+
+SpecList AutoRebinder::StoredSpecs() {
+  SpecStore& store = Specs();
+  const std::lock_guard lock(store.specMutex);
+  if (!snapshot || seenChanges != store.changes) {
+    snapshot = std::make_shared<const std::vector<TemplateSpec>>(store.specs);
+    seenChanges = store.changes;
+  }
+  return snapshot;
 }
 
 void AutoRebinder::RetireContexts(std::set<HMONITOR> monitors, std::uint64_t generation, std::int64_t nowMs) {
@@ -168,6 +163,7 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, std::int64_t nowMs) {
     if (state.retry.OnOutcome(outcome, nowMs)) {
       LogLine(L"[Capture] ", NameOf(monitor), L": ", FromUtf8(outcome.Text()), L", opening it again");
     }
+    if (outcome.IsFault()) tick.LoseTrack(monitor);
     if (!outcome.IsFrame()) return;
   } catch (...) {
     DropContext(monitor);
@@ -177,7 +173,7 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, std::int64_t nowMs) {
   std::shared_ptr<FrameJob> job;
   {
     const HeldFrame held(*context);
-    job = tick.Cut({monitor, {context->left, context->top}, frameCounter, frame}, beginMs,
+    job = tick.Cut({monitor, {context->left, context->top}, frameCounter, frame, context->Changes()}, beginMs,
                    [&](const SpecTurn& turn) {
                      if (turn.outcome != SpecOutcome::Forced) return;
                      sender.Enqueue(ForcedHit(tick.Specs()[turn.index], turn.place, WallClockMs()));

@@ -32,12 +32,18 @@ void AutoRebinder::MatchLoop() {
 void AutoRebinder::RunJob(const FrameJob& job) {
   PendingTasks tasks;
   for (const ROIUnit& unit : job.units) {
+    const TemplateSpec& spec = job.SpecOf(unit);
     tasks.Add();
     try {
-      pool->Submit([this, unit, &job, &tasks] { EvaluateROI(unit, job, tasks, sender, taskErrors); });
+      if (unit.look->verdict) {
+        ReportVerdict(unit, spec, sender);
+        tasks.Done();
+        continue;
+      }
+      pool->Submit([this, &unit, &job, &tasks] { EvaluateROI(unit, job, tasks, sender, taskErrors); });
     } catch (const std::exception& error) {
       tasks.Done();
-      ReportTaskError(job.specs[unit.specIndex].name, error, taskErrors);
+      ReportTaskError(spec.name, error, taskErrors);
     }
   }
   // Also when stopping: the tasks refer to the job and to the counter.

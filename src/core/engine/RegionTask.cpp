@@ -15,18 +15,30 @@ void ReportTaskError(const std::wstring& name, const std::exception& error, Samp
   }
 }
 
-HitRecord HitOf(const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs) {
+Verdict EvaluateLook(const ROIUnit& unit, const TemplateSpec& spec) {
+  ROIUnit shown = unit;
+  static_cast<Planes&>(shown) = unit.look->picture->PlanesFor(NeedsOf(spec));
+  return EvaluateRegion(shown, spec);
+}
+
+HitRecord HitOf(const ROIUnit& unit, const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs) {
+  const HitGeometry place = LocateHit(unit, spec.targetRect, {verdict.loc, cv::Size(verdict.tw, verdict.th)});
   HitRecord hit;
   hit.name = spec.name;
-  hit.cx = verdict.hit.cx;
-  hit.cy = verdict.hit.cy;
-  hit.w = verdict.hit.w;
-  hit.h = verdict.hit.h;
+  hit.cx = place.cx;
+  hit.cy = place.cy;
+  hit.w = place.w;
+  hit.h = place.h;
   hit.sq = verdict.sq;
   hit.edge = verdict.edgeScore;
   hit.tsMs = tsMs;
   hit.dedupWindowMs = verdict.dedupWindowMs;
   return hit;
+}
+
+void ReportVerdict(const ROIUnit& unit, const TemplateSpec& spec, RingSender& sender) {
+  const Verdict& verdict = *unit.look->verdict;
+  if (verdict.Accepted()) sender.Enqueue(HitOf(unit, verdict, spec, WallClockMs()));
 }
 
 void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pendingTasks, RingSender& sender,
@@ -37,11 +49,11 @@ void EvaluateROI(const ROIUnit& unit, const FrameJob& job, PendingTasks& pending
     ~Completion() { tasks.Done(); }
   } const completion{pendingTasks};
 
-  const TemplateSpec& spec = job.specs[unit.specIndex];
+  const TemplateSpec& spec = job.SpecOf(unit);
   try {
-    const Verdict verdict = EvaluateRegion(unit, spec);
-    if (!verdict.Accepted()) return;
-    sender.Enqueue(HitOf(verdict, spec, WallClockMs()));
+    unit.look->verdict = EvaluateLook(unit, spec);
+    unit.look->picture.End();
+    ReportVerdict(unit, spec, sender);
   } catch (const std::exception& error) {
     ReportTaskError(spec.name, error, errors);
   }

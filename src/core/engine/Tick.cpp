@@ -46,51 +46,61 @@ HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::u
   return hit;
 }
 
-void Tick::Bind(std::vector<TemplateSpec> specs, const Binder& bind, const SpecListener& listener) {
-  groups.clear();
-  bound = std::move(specs);
-  for (std::size_t i = 0; i < bound.size(); ++i) {
-    const TargetBinding binding = bind(bound[i]);
-    if (binding.IsBound() || !listener) continue;
-    listener({static_cast<std::int32_t>(i), SpecOutcome::Unbound, binding.outcome, {}});
+void Tick::Bind(const SpecList& specs, const Binder& bind, const SpecListener& listener) {
+  std::vector<TargetBinding> now;
+  now.reserve(specs->size());
+  for (const TemplateSpec& spec : *specs) now.push_back(bind(spec));
+  if (specs != stored || now != bindings) {
+    grouped.reset();
+    auto copies = std::make_shared<std::vector<TemplateSpec>>(*specs);
+    for (std::size_t i = 0; i < now.size(); ++i) SetTarget((*copies)[i], now[i]);
+    if (specs != stored) memory.KeepSpecs(*specs);
+    bound = std::move(copies);
+    stored = specs;
+    bindings = std::move(now);
+  }
+  if (!listener) return;
+  for (std::size_t i = 0; i < bindings.size(); ++i) {
+    if (bindings[i].IsBound()) continue;
+    listener({static_cast<std::int32_t>(i), SpecOutcome::Unbound, bindings[i].outcome, {}});
   }
 }
 
 void Tick::Group(const std::vector<MonitorEntry>& monitors, const MonitorAnswers& answers,
                  const SpecListener& listener) {
+  if (!listener && grouped == monitors) return;
+  grouped.reset();
   groups.clear();
-  for (std::size_t i = 0; i < bound.size(); ++i) {
-    if (!bound[i].targetValid) continue;
+  for (std::size_t i = 0; i < bound->size(); ++i) {
+    const TemplateSpec& spec = (*bound)[i];
+    if (!spec.targetValid) continue;
     SpecTurn turn{static_cast<std::int32_t>(i), SpecOutcome::OutsideTarget};
-    if (const Rect region = RegionOnDesktop(bound[i]); !IsEmpty(region)) {
-      const std::vector<HMONITOR> chosen = MonitorsOf(bound[i], region, monitors, answers);
+    if (const Rect region = RegionOnDesktop(spec); !IsEmpty(region)) {
+      const std::vector<HMONITOR> chosen = MonitorsOf(spec, region, monitors, answers);
       for (const HMONITOR monitor : chosen) groups[monitor].push_back(turn.index);
       if (!chosen.empty()) continue;
       turn.outcome = SpecOutcome::OffMonitors;
     }
     if (listener) listener(turn);
   }
+  grouped = monitors;
 }
 
 std::shared_ptr<FrameJob> Tick::Cut(const MonitorFrame& frame, std::int64_t tMs,
                                     const SpecListener& listener) {
+  memory.NoteFrame(frame);
   auto job = std::make_shared<FrameJob>();
   job->tMs = tMs;
   job->specs = bound;
-  const std::vector<std::int32_t>& indices = groups.at(frame.monitor);
-  const bool needsHsv = std::ranges::any_of(indices, [&](auto index) { return NeedsHsv(bound[index]); });
-  FrameImages& images = frameImages[frame.monitor];
-  ConvertFrame(frame.bgra, needsHsv, images);
-  for (const std::int32_t index : indices) {
-    const SpecTurn turn = CutSpec(index, frame, images, *job);
+  for (const std::int32_t index : groups.at(frame.monitor)) {
+    const SpecTurn turn = CutSpec(index, frame, *job);
     if (listener) listener(turn);
   }
   return job;
 }
 
-SpecTurn Tick::CutSpec(std::int32_t index, const MonitorFrame& frame, const FrameImages& images,
-                       FrameJob& job) {
-  const TemplateSpec& spec = bound[index];
+SpecTurn Tick::CutSpec(std::int32_t index, const MonitorFrame& frame, FrameJob& job) {
+  const TemplateSpec& spec = (*bound)[index];
   SpecTurn turn{index};
   const auto ended = [&](SpecOutcome outcome) {
     turn.outcome = outcome;
@@ -105,27 +115,24 @@ SpecTurn Tick::CutSpec(std::int32_t index, const MonitorFrame& frame, const Fram
       return ended(SpecOutcome::Throttled);
     }
   }
-  turn.place = PlaceRegion(spec, {frame.origin.x, frame.origin.y, frame.origin.x + images.bgr.cols,
-                                  frame.origin.y + images.bgr.rows});
+  turn.place = PlaceRegion(spec, {frame.origin.x, frame.origin.y, frame.origin.x + frame.bgra.cols,
+                                  frame.origin.y + frame.bgra.rows});
   if (turn.place.OffFrame()) return ended(SpecOutcome::OffFrame);
   if (!turn.place.HoldsTemplate()) return ended(SpecOutcome::SmallerThanTemplate);
   if (IsForced(spec)) return ended(SpecOutcome::Forced);
 
-  ROIUnit unit = CutRegion(spec, turn.place, images, frame.origin);
+  ROIUnit unit = UnitAt(spec, turn.place);
   unit.specIndex = index;
+  unit.look = memory.LookAt(frame, spec, unit, job.tMs);
   job.units.push_back(std::move(unit));
   return ended(SpecOutcome::Cut);
 }
 
 void Tick::Commit(HMONITOR monitor, const FrameJob& job) {
   for (const ROIUnit& unit : job.units) {
-    const TemplateSpec& spec = job.specs[unit.specIndex];
+    const TemplateSpec& spec = job.SpecOf(unit);
     if (spec.intervalMs >= 1) lastScheduled[KeyOf(spec, monitor)] = job.tMs;
   }
-}
-
-void Tick::KeepMonitors(const std::set<HMONITOR>& monitors) {
-  std::erase_if(frameImages, [&](const auto& entry) { return !monitors.contains(entry.first); });
 }
 
 }  // namespace quillmark

@@ -1,5 +1,7 @@
 #include "core/RegionCut.h"
 
+#include "core/RegionPicture.h"
+
 #include <gtest/gtest.h>
 
 #include <opencv2/imgproc.hpp>
@@ -11,20 +13,16 @@ namespace {
 
 class RegionCutTest : public ::testing::Test {
  protected:
-  RegionCutTest() {
-    Show(true);
-    spec.targetRect = {0, 0, 300, 300};
-  }
-  void Show(bool needsHsv) { ConvertFrame(Noise(random, {100, 80}, CV_8UC4), needsHsv, images); }
+  RegionCutTest() { spec.targetRect = {0, 0, 300, 300}; }
   [[nodiscard]] ROIUnit CutAt(const cv::Rect& roi, double sx = 1.0, double sy = 1.0) {
     spec.roi = roi;
     spec.targetScaleX = sx;
     spec.targetScaleY = sy;
-    return CutRegion(spec, PlaceRegion(spec, {0, 0, 100, 80}), images, {0, 0});
+    return CutRegion(spec, PlaceRegion(spec, {0, 0, 100, 80}), screen, {0, 0});
   }
 
   Random random{5};
-  FrameImages images;
+  cv::Mat screen = Noise(random, {100, 80}, CV_8UC4);
   TemplateSpec spec;
 };
 
@@ -72,7 +70,9 @@ TEST_F(RegionCutTest, ScalesOnlyBeyondAHundredthOfTemplateScale) {
   };
   for (const auto& c : table) {
     const ROIUnit unit = CutAt({10, 5, 80, 60}, c.sx, c.sy);
-    cv::Mat expected = images.bgr(cv::Rect({unit.x, unit.y}, cv::Point{unit.right, unit.bottom})).clone();
+    cv::Mat expected;
+    cv::cvtColor(screen(cv::Rect({unit.x, unit.y}, cv::Point{unit.right, unit.bottom})), expected,
+                 cv::COLOR_BGRA2BGR);
     const cv::Size scaled(cvRound(expected.cols / c.sx), cvRound(expected.rows / c.sy));
     if (c.interpolation != kCopy) cv::resize(expected, expected, scaled, 0, 0, c.interpolation);
     ASSERT_EQ(unit.bgr.size(), expected.size()) << c.sx << " x " << c.sy;
@@ -87,31 +87,21 @@ TEST_F(RegionCutTest, CropHasAtLeastAPixelAndMayBeClipped) {
   EXPECT_TRUE(CutAt({10, 5, 90, 76}).clipped);
 }
 
-TEST_F(RegionCutTest, CropsKeepTheirPixelsWhenTheNextFrameComes) {
-  const ROIUnit unit = CutAt({10, 5, 30, 20});
-  const cv::Mat bgr = unit.bgr.clone();
-  Show(true);
-  EXPECT_EQ(cv::norm(unit.bgr, bgr, cv::NORM_INF), 0.0);
-  cv::Mat gray, planes[3];
-  cv::cvtColor(unit.bgr, gray, cv::COLOR_BGR2GRAY);
-  cv::split(unit.hsv, planes);
-  EXPECT_EQ(cv::norm(unit.gray, gray, cv::NORM_INF), 0.0);
-  EXPECT_EQ(cv::norm(unit.hue, planes[0], cv::NORM_INF), 0.0);
-  EXPECT_EQ(cv::norm(unit.sat, planes[1], cv::NORM_INF), 0.0);
-  Show(false);
-  EXPECT_TRUE(CutAt({10, 5, 30, 20}).hsv.empty());
-}
-
-TEST_F(RegionCutTest, OnlyHueAndSaturationModesAndColourTestsNeedHsv) {
+TEST_F(RegionCutTest, OnlyTheSpecsPlanesAreMadeForTheWorker) {
   for (const MatchMode mode : {MatchMode::Gray, MatchMode::Bgr, MatchMode::S, MatchMode::H, MatchMode::HS}) {
     spec.mode = mode;
-    EXPECT_EQ(NeedsHsv(spec), mode >= MatchMode::S);
+    EXPECT_EQ(NeedsOf(spec).hsv, mode >= MatchMode::S);
+    EXPECT_EQ(NeedsOf(spec).bgr, mode == MatchMode::Bgr);
   }
   for (const auto member : {&TemplateSpec::colorGate, &TemplateSpec::redHint, &TemplateSpec::vividFlat}) {
     TemplateSpec grey;
     grey.*member = true;
-    EXPECT_TRUE(NeedsHsv(grey));
+    EXPECT_TRUE(NeedsOf(grey).hsv);
+    EXPECT_EQ(NeedsOf(grey).bgr, member != &TemplateSpec::vividFlat);
   }
+  TemplateSpec chroma;
+  chroma.chromaChannel = 2;
+  EXPECT_TRUE(NeedsOf(chroma).bgr);
 }
 
 }  // namespace

@@ -88,10 +88,10 @@ TEST_F(CaptureTickTest, ForcedT1HitsTheCentreOfItsRegion) {
 // A tick without the engine.
 class TickTest : public ::testing::Test {
  protected:
-  static TargetBinding Bound(TemplateSpec& spec) {
-    spec.targetValid = true;
+  static TargetBinding Bound(const TemplateSpec&) {
     TargetBinding binding;
     binding.outcome = BindingOutcome::Bound;
+    binding.clientArea = {0, 0, 500, 500};
     return binding;
   }
   // The frame is smaller than the monitor.
@@ -99,16 +99,18 @@ class TickTest : public ::testing::Test {
     SpecOutcome outcome{};
     const SpecListener listener = [&](const SpecTurn& turn) { outcome = turn.outcome; };
     const HMONITOR handle = test::HandleOf(monitor);
-    tick.Bind({spec}, Bound, listener);
+    tick.Bind(ListOf({spec}), Bound, listener);
     tick.Group({{handle, RectAt(0, 0, 200, 200)}}, SystemMonitors(), listener);
     if (!tick.Groups().empty()) tick.Commit(handle, *tick.Cut({handle, {}, 0, picture}, tMs, listener));
     return outcome;
+  }
+  static SpecList ListOf(std::vector<TemplateSpec> specs) {
+    return std::make_shared<const std::vector<TemplateSpec>>(std::move(specs));
   }
   static TemplateSpec SpecAt(const cv::Rect& roi, const std::wstring& name = L"spec") {
     TemplateSpec spec;
     spec.name = name;
     spec.roi = roi;
-    spec.targetRect = {0, 0, 500, 500};
     spec.tmplGray = cv::Mat::zeros(8, 8, CV_8UC1);
     return spec;
   }
@@ -167,8 +169,8 @@ TEST_F(TickTest, GroupsBoundSpecsByTheMonitorsTheyTouchOrArePinnedTo) {
     specs.push_back(SpecAt({0, 0, 50, 50}));
     specs.back().monitorPin = pin;
   }
-  tick.Bind(specs,
-            [](TemplateSpec& spec) { return spec.name == L"unbound" ? TargetBinding{} : Bound(spec); });
+  tick.Bind(ListOf(std::move(specs)),
+            [](const TemplateSpec& spec) { return spec.name == L"unbound" ? TargetBinding{} : Bound(spec); });
   tick.Group({one, two}, {[=] { return primary; }, [=](const Rect&) { return nearest; }});
   EXPECT_EQ(
       tick.Groups(),

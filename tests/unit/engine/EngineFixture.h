@@ -30,6 +30,7 @@ class EngineFixture : public ::testing::Test {
   EngineFixture() {
     ConfigureOpenCvOnce();
     Specs().specs.clear();
+    ++Specs().changes;
   }
 
   HMONITOR AddMonitor(LONG left, LONG top, LONG width = 300, LONG height = 200) {
@@ -64,6 +65,7 @@ class EngineFixture : public ::testing::Test {
   // New frames everywhere, then one tick.
   Jobs Tick(std::int64_t afterMs = 20) {
     RefreshAll();
+    ++Specs().changes;  // the test may have written to it
     return probe.Tick(afterMs);
   }
   // The regions of a tick's jobs, on the desktop.

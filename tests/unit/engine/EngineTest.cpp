@@ -8,6 +8,7 @@
 #include "EngineFixture.h"
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
+#include "support/Jobs.h"
 
 namespace quillmark {
 namespace {
@@ -22,17 +23,13 @@ class EngineTest : public EngineFixture {
   EngineTest() { desktop->SetWaiting(test::Waiting::UpToTimeout); }
 
   // A job with this many regions of one spec.
-  static std::shared_ptr<FrameJob> MakeJob(std::size_t units) {
-    auto job = std::make_shared<FrameJob>();
-    TemplateSpec& spec = job->specs.emplace_back();
-    spec.name = L"mark";
-    spec.tmplGray.create(20, 40, CV_8UC1);
+  static std::shared_ptr<FrameJob> MakeJob(std::size_t units, const wchar_t* name = L"mark",
+                                           int type = CV_8UC1) {
+    TemplateSpec spec;
+    spec.name = name;
+    spec.tmplGray.create(20, 40, type);
     cv::randu(spec.tmplGray, 0, 256);
-    ROIUnit unit;
-    unit.gray.create(300, 400, CV_8UC1);
-    cv::randu(unit.gray, 0, 256);
-    job->units.assign(units, unit);
-    return job;
+    return testing::JobOf(std::move(spec), {400, 300}, units);
   }
 };
 
@@ -59,6 +56,7 @@ TEST_F(EngineTest, BurstOfDisplayChangesRebindsOnceAfterAQuietPeriod) {
 
 TEST_F(EngineTest, TicksSlowDownWhileJobsWait) {
   ShowOneSpec();
+  Specs().specs[0].revision = 0;  // evaluated again on every frame
   const auto start = Clock::now();
   engine.Start();
   probe.OccupyWorkers(release);
@@ -87,10 +85,7 @@ TEST_F(EngineTest, JobsRunInOrderOneAtATime) {
   engine.Start();
   probe.OccupyWorkers(release);
   for (const wchar_t* const name : {L"a", L"b", L"c"}) {
-    const std::shared_ptr<FrameJob> job = MakeJob(2);
-    job->specs[0].name = name;
-    job->units[0].gray = cv::Mat::zeros(30, 40, CV_32SC1);  // raises: the error line shows when the job ran
-    probe.QueueJob(job);
+    probe.QueueJob(MakeJob(2, name, CV_32SC1));  // raises: the error line shows when the job ran
   }
   EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 2; }));
   const auto until = Clock::now() + 50ms;

@@ -9,6 +9,7 @@
 
 #include "core/engine/DelayedCalls.h"
 #include "support/DebugOutputCapture.h"
+#include "support/Jobs.h"
 
 namespace quillmark {
 namespace {
@@ -16,18 +17,17 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(RegionTask, LogsOneErrorInAHundredAndAlwaysSignalsCompletion) {
-  FrameJob job;  // its crop makes the image library raise
-  TemplateSpec& spec = job.specs.emplace_back();
+  TemplateSpec spec;
   spec.name = L"broken";
-  spec.tmplGray = cv::Mat::zeros(8, 8, CV_8UC1);
-  job.units.emplace_back().gray = cv::Mat::zeros(20, 20, CV_32SC1);
+  spec.tmplGray = cv::Mat::zeros(8, 8, CV_32SC1);  // makes the image library raise
+  const std::shared_ptr<FrameJob> job = testing::JobOf(spec, {20, 20}, 1);
   RingSender sender;
   SampledErrors errors;
   test::DebugOutputCapture output;
   for (int i = 0; i < 201; ++i) {
     PendingTasks tasks;
     tasks.Add();
-    EvaluateROI(job.units[0], job, tasks, sender, errors);
+    EvaluateROI(job->units[0], *job, tasks, sender, errors);
     tasks.WaitForAll();
   }
   ASSERT_TRUE(output.WaitForLine("error 201 of name=broken"));
@@ -39,13 +39,19 @@ TEST(RegionTask, HitHasTheVerdictsFiguresAndTheSpecsName) {
   TemplateSpec spec;
   spec.name = L"mark";
   Verdict verdict;
-  verdict.hit = {.desktopX = 1, .desktopY = 2, .cx = 3, .cy = 4, .w = 5, .h = 6};
+  spec.targetRect = {100, 100, 200, 200};
+  verdict.loc = {7, 8};
+  verdict.tw = 6;
+  verdict.th = 4;
+  ROIUnit unit;
+  unit.x = 120;
+  unit.y = 130;
   verdict.sq = 0.7f;
   verdict.edgeScore = 0.8f;
   verdict.dedupWindowMs = 9;
-  const HitRecord hit = HitOf(verdict, spec, 10);
+  const HitRecord hit = HitOf(unit, verdict, spec, 10);
   EXPECT_EQ(std::tie(hit.name, hit.cx, hit.cy, hit.w, hit.h, hit.sq, hit.edge, hit.dedupWindowMs, hit.tsMs),
-            std::tuple(L"mark", 3, 4, 5, 6, 0.7f, 0.8f, 9u, 10u));
+            std::tuple(L"mark", 30, 40, 6, 4, 0.7f, 0.8f, 9u, 10u));
 }
 
 TEST(RegionTask, WaiterMayDestroyTheCounterAsSoonAsItSeesZero) {

@@ -50,14 +50,15 @@ TEST_F(LiveWorker, LiveExplanationHasTheBitsOfTheEnginesVerdict) {
   for (const auto& [client, dpi] : places) {
     SCOPED_TRACE(client.left);
     const layer::WindowId window = OpenWindow(client, dpi);
-    Specs().specs.clear();
+    ClearSpecs(L"test");
     LoadSpec(request.target, request.name, request.path, c.roi.x, c.roi.y, c.roi.width, c.roi.height,
              request.edgeMin, request.threshold);
     desktop->Paint(ScreenWith(c.screen, {client.left, client.top}));
     const Jobs jobs = probe.Tick();
     ASSERT_EQ(jobs.size(), 1u);
-    const ROIUnit& unit = jobs[0]->units.at(0);
-    const Verdict verdict = EvaluateRegion(unit, jobs[0]->specs[0], Thoroughness::EveryStep);
+    ROIUnit unit = jobs[0]->units.at(0);
+    static_cast<Planes&>(unit) = unit.look->picture->PlanesFor({true, true});
+    const Verdict verdict = EvaluateRegion(unit, jobs[0]->SpecOf(unit), Thoroughness::EveryStep);
     const Explanation live = ExplainLive(PrepareExplanation(request)).at(0);
     desktop->CloseWindow(window);
     ASSERT_TRUE(live.sight) << live.sentence;

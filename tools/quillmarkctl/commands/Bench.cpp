@@ -84,10 +84,10 @@ void Print(const Measured& m, Output& output) {
 }
 
 // Prints the totals; true when everything together fits into a tick.
-bool Summarise(const std::vector<Measured>& specs, const Spread& convert, Output& output) {
+bool Summarise(const std::vector<Measured>& specs, Output& output) {
   const double tick = static_cast<double>(Tick::IntervalMs(0)) * 1000.0;
   const std::size_t threads = ThreadPool::SizeFor(std::thread::hardware_concurrency());
-  Spread all{"whole", convert.median, convert.p90};
+  Spread all{"whole"};
   const Measured* costliest = nullptr;
   for (const Measured& m : specs) {
     if (!m.Compared()) continue;
@@ -106,8 +106,8 @@ bool Summarise(const std::vector<Measured>& specs, const Spread& convert, Output
                {"share", all.median / tick},
                {"threads", threads},
                {"costliest", nullptr}};
-  std::string text = Counted(specs.size(), "spec") + " and the frame" + Rows({all}) + "\n" + share +
-                     "; the worker would use " + Counted(threads, "thread") + " here.";
+  std::string text = Counted(specs.size(), "spec") + Rows({all}) + "\n" + share + "; the worker would use " +
+                     Counted(threads, "thread") + " here.";
   if (costliest != nullptr) {
     const auto less = [](const Spread& a, const Spread& b) { return a.median < b.median; };
     const Spread& step = *std::max_element(costliest->steps.begin() + 1, costliest->steps.end() - 1, less);
@@ -131,19 +131,13 @@ ExitCode RunBench(const BenchOptions& options, Output& output) {
   std::vector<Measured> specs = bench::PrepareToMeasure(given, screenshot, options.scale);
   const double seconds = bench::MeasuringSeconds(specs, options.seconds);
   const auto start = Clock::now();
-  const bench::Benchmark all = bench::MeasureSpecs(specs, screenshot, options.seconds, [&] {
+  const cv::Size screen = bench::MeasureSpecs(specs, screenshot, options.seconds, [&] {
     output.Bar().Show(std::chrono::duration<double>(Clock::now() - start).count(), seconds);
   });
-  const std::string screen = SizeText(all.screen);
-  output.Print(
-      {{"type", "frame"},
-       {"w", all.screen.width},
-       {"h", all.screen.height},
-       {"hsv", all.needsHsv},
-       {"steps", StepsJson({all.convert})}},
-      output.Styled(Style::Quiet, Row("", "median", "p90")) + "\nframe: " + screen + Rows({all.convert}));
+  output.Print({{"type", "frame"}, {"w", screen.width}, {"h", screen.height}},
+               output.Styled(Style::Quiet, Row("", "median", "p90")) + "\nframe: " + SizeText(screen));
   for (const Measured& m : specs) Print(m, output);
-  return Summarise(specs, all.convert, output) ? Yes : No;
+  return Summarise(specs, output) ? Yes : No;
 }
 
 }  // namespace
