@@ -11,7 +11,7 @@ repetitions=${REPETITIONS:-9}
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-for program in matching ipc specs engine; do
+for program in matching transform ipc specs engine; do
   "$build/bin/bench_$program" --benchmark_filter="$filter" --benchmark_format=csv \
     --benchmark_repetitions="$repetitions" --benchmark_enable_random_interleaving=true \
     --benchmark_min_time="${MIN_TIME:-0.05}" >"$work/$program.csv" 2>"$work/$program.log" || {
@@ -21,7 +21,7 @@ for program in matching ipc specs engine; do
   if grep -h ',true,"' "$work/$program.csv" >&2; then exit 1; fi # a benchmark that reports an error
 done
 printf '%-44s %12s %12s %12s %8s\n' "processor time, us" median min max control
-awk -f bench/median.awk "$work"/{matching,ipc,specs,engine}.csv | sort -s -k1,1 | awk '
+awk -f bench/median.awk "$work"/{matching,transform,ipc,specs,engine}.csv | sort -s -k1,1 | awk '
   { median[$1] = $2; low[$1] = $3; high[$1] = $4; names[NR] = $1 }
   END {
     for (i = 1; i <= NR; i++) {
