@@ -6,12 +6,24 @@
 // false and leaves its results untouched when image or template is empty or the template is larger than the
 // image. Images of incompatible types raise cv::Exception. Pass `map` to get every location's score (32FC1).
 //
+// Squared differences of 8-bit images are exact, so equal windows have equal distances and the first in
+// row-major order is found; the map's values are within 1e-6.
+//
 // Threading: callable from any thread at the same time; scratch images are kept per thread.
 #pragma once
 
 #include <opencv2/core.hpp>
 
+#include "core/PlacementMap.h"
+#include "core/TemplateSpectra.h"
+
 namespace quillmark {
+
+// What makes a search faster and changes no result.
+struct SearchAids {
+  TemplateSpectra* spectra = nullptr;  // where the template's are kept
+  KnownPlacements known;               // used by the searches by squared difference
+};
 
 // Grey levels with a smaller standard deviation are flat: normalised comparisons mean little.
 inline constexpr double kFlatStdDev = 3.0;
@@ -32,14 +44,15 @@ void HueToVec2(const cv::Mat& H8u, cv::Mat& cosOut, cv::Mat& sinOut);
 // Searches by hue (both images 8UC1): the maximum of the mean of the cosines' and the sines' normalised
 // cross-correlation, the first in row-major order. `score` is a similarity.
 [[nodiscard]] bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score,
-                               cv::Mat* map = nullptr);
+                               cv::Mat* map = nullptr, const SearchAids& aids = {});
 
 // Searches by hue, then compares the saturation (zero-mean, normalised) at the location found and its eight
 // neighbours and takes the first maximum of `(1 - hueWeight) * saturation + hueWeight * hue`. `hsv` is 8-bit
 // with at least two channels, hue first; the templates are 8UC1. `score` is a similarity, -1 when no
 // neighbour fits into the image; `map` is by hue alone. Raises cv::Exception when `hsv` is empty.
 [[nodiscard]] bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u,
-                               double hueWeight, cv::Point& loc, double& score, cv::Mat* map = nullptr);
+                               double hueWeight, cv::Point& loc, double& score, cv::Mat* map = nullptr,
+                               const SearchAids& aids = {});
 // The second half of that search: replaces the hue search's `loc` and `score`.
 void RefineOnSaturation(const cv::Mat& sat, const cv::Mat& satTpl8u, double hueWeight, cv::Point& loc,
                         double& score);
@@ -48,11 +61,11 @@ void RefineOnSaturation(const cv::Mat& sat, const cv::Mat& satTpl8u, double hueW
 // most 1: the normalised squared difference or, for a flat template, the mean squared difference over 255^2
 // (normalising by a flat template would amplify noise).
 [[nodiscard]] bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc,
-                                   double& dist, cv::Mat* map = nullptr);
+                                   double& dist, cv::Mat* map = nullptr, const SearchAids& aids = {});
 
 // Searches by normalised squared difference over all channels of two images of one type. `dist` is a
 // distance.
 [[nodiscard]] bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist,
-                                     cv::Mat* map = nullptr);
+                                     cv::Mat* map = nullptr, const SearchAids& aids = {});
 
 }  // namespace quillmark

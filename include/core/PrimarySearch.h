@@ -8,13 +8,9 @@
 #include <optional>
 
 #include "core/FrameJob.h"
+#include "core/PlacementMap.h"
 
 namespace quillmark {
-
-struct Placement {
-  cv::Point loc;      // of the template's top-left corner, in crop pixels
-  double dist = 1.0;  // difference
-};
 
 // Every placement's difference, to show what the search saw.
 struct SearchMap {
@@ -22,7 +18,8 @@ struct SearchMap {
   // The best placement at least half the template's width or height away from `best`, if there is room for
   // one.
   std::optional<Placement> second;
-  // 32FC1, one element per placement. In mode HS by hue alone: saturation is compared near these two only.
+  // 32FC1, one element per placement, within 1e-6. In mode HS by hue alone: saturation is compared near these
+  // two only.
   cv::Mat difference;
 };
 
@@ -30,8 +27,11 @@ struct SearchMap {
 [[nodiscard]] bool HasInputs(const ROIUnit& unit, const TemplateSpec& spec);
 
 // The best placement; none when the region cannot hold the template. A mode outside the enumeration counts as
-// Gray. Raises cv::Exception for images of unexpected type.
-[[nodiscard]] std::optional<Placement> SearchRegion(const ROIUnit& unit, const TemplateSpec& spec);
+// Gray. Raises cv::Exception for images of unexpected type. With the map of an earlier search of this region
+// by this spec, only the placements that touch a change are searched, for the same result; the hue modes
+// search all and leave the map empty. A map that does not fit the search is replaced.
+[[nodiscard]] std::optional<Placement> SearchRegion(const ROIUnit& unit, const TemplateSpec& spec,
+                                                    const KnownPlacements& known = {});
 
 // The same search with every placement's difference.
 [[nodiscard]] std::optional<SearchMap> MapRegion(const ROIUnit& unit, const TemplateSpec& spec);

@@ -15,6 +15,7 @@
 
 #include "core/FrameJob.h"
 #include "core/Gates.h"
+#include "core/PlacementMap.h"
 
 namespace quillmark {
 
@@ -121,8 +122,9 @@ struct ColourAgreement {
 // Compares the region with the spec's prepared template. A mode outside the enumeration counts as Gray. The
 // hit's cx and cy are relative to `spec.targetRect`. Raises cv::Exception for images of unexpected type or
 // size and for colour tests without an HSV crop; a thorough evaluation may do so after the first veto.
+// `known` is the search's: see SearchRegion.
 [[nodiscard]] Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec,
                                      Thoroughness thoroughness = Thoroughness::UpToTheFirstVeto,
-                                     const StepComputed& computed = {});
+                                     const StepComputed& computed = {}, const KnownPlacements& known = {});
 
 }  // namespace quillmark

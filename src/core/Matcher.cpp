@@ -4,6 +4,9 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
+#include "core/DifferenceSearch.h"
+#include "core/HueSearch.h"
+
 namespace quillmark {
 namespace {
 
@@ -29,6 +32,16 @@ bool CannotHold(const cv::Mat& image, const cv::Mat& tpl) {
 
 double NormalisedDot(const cv::Mat& a, const cv::Mat& b) {
   return a.dot(b) / (std::sqrt(a.dot(a) * b.dot(b)) + kCorrelationGuard);
+}
+
+void RequireHues(const cv::Mat& image) {
+  cv::Mat cosines, sines;
+  if (image.type() != CV_8U) HueToVec2(image, cosines, sines);  // raises
+}
+
+void Report(const Placement& best, cv::Point& loc, double& dist) {
+  loc = best.loc;
+  dist = best.dist;
 }
 
 cv::Mat FloatLessMean(const cv::Mat& image8u) {
@@ -60,15 +73,14 @@ void HueToVec2(const cv::Mat& H8u, cv::Mat& cosOut, cv::Mat& sinOut) {
   cv::polarToCart(cv::Mat::ones(angle.size(), CV_32F), angle, cosOut, sinOut);
 }
 
-bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score, cv::Mat* map) {
+bool MatchHueVec(const cv::Mat& hue8u, const cv::Mat& hueTpl8u, cv::Point& loc, double& score, cv::Mat* map,
+                 const SearchAids& aids) {
   if (CannotHold(hue8u, hueTpl8u)) return false;
-  thread_local cv::Mat imageCos, imageSin, tplCos, tplSin, scores, sinScores;
-  const KeptBuffer kept[] = {{imageCos}, {imageSin}, {tplCos}, {tplSin}, {scores}, {sinScores}};
-  HueToVec2(hue8u, imageCos, imageSin);
-  HueToVec2(hueTpl8u, tplCos, tplSin);
-  cv::matchTemplate(imageCos, tplCos, scores, cv::TM_CCORR_NORMED);
-  cv::matchTemplate(imageSin, tplSin, sinScores, cv::TM_CCORR_NORMED);
-  cv::addWeighted(scores, 0.5, sinScores, 0.5, 0.0, scores);
+  RequireHues(hue8u);
+  RequireHues(hueTpl8u);
+  thread_local cv::Mat scores;
+  const KeptBuffer kept{scores};
+  ScoreHues(hue8u, hueTpl8u, aids.spectra, scores);
   cv::minMaxLoc(scores, nullptr, &score, nullptr, &loc);
   if (map != nullptr) scores.copyTo(*map);
   return true;
@@ -99,19 +111,19 @@ void RefineOnSaturation(const cv::Mat& sat, const cv::Mat& satTpl8u, double hueW
 }
 
 bool MatchHueSat(const cv::Mat& hsv, const cv::Mat& hueTpl8u, const cv::Mat& satTpl8u, double hueWeight,
-                 cv::Point& loc, double& score, cv::Mat* map) {
+                 cv::Point& loc, double& score, cv::Mat* map, const SearchAids& aids) {
   if (satTpl8u.empty()) return false;
   thread_local cv::Mat hue, sat;
   const KeptBuffer kept[] = {{hue}, {sat}};
   cv::extractChannel(hsv, hue, 0);
   cv::extractChannel(hsv, sat, 1);
-  if (!MatchHueVec(hue, hueTpl8u, loc, score, map)) return false;
+  if (!MatchHueVec(hue, hueTpl8u, loc, score, map, aids)) return false;
   RefineOnSaturation(sat, satTpl8u, hueWeight, loc, score);
   return true;
 }
 
 bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& loc, double& dist,
-                     cv::Mat* map) {
+                     cv::Mat* map, const SearchAids& aids) {
   if (CannotHold(image, tplGray8u)) return false;
   cv::Mat gray = image;
   if (image.channels() == 3) cv::cvtColor(image, gray, cv::COLOR_BGR2GRAY);
@@ -119,31 +131,15 @@ bool MatchGraySqDiff(const cv::Mat& image, const cv::Mat& tplGray8u, cv::Point& 
 
   cv::Scalar mean, stdDev;
   cv::meanStdDev(tplGray8u, mean, stdDev);
-  thread_local cv::Mat scores;
-  const KeptBuffer kept{scores};
-  if (stdDev[0] < kFlatStdDev) {
-    double sum = 0.0;
-    cv::matchTemplate(gray, tplGray8u, scores, cv::TM_SQDIFF);
-    cv::minMaxLoc(scores, &sum, nullptr, &loc);
-    const double pixels = std::max(tplGray8u.rows * tplGray8u.cols, 1);
-    const double largest = pixels * 255.0 * 255.0;
-    dist = std::clamp(sum / largest, 0.0, 1.0);
-    if (map != nullptr) scores.convertTo(*map, CV_32F, 1.0 / largest);
-  } else {
-    cv::matchTemplate(gray, tplGray8u, scores, cv::TM_SQDIFF_NORMED);
-    cv::minMaxLoc(scores, &dist, nullptr, &loc);
-    if (map != nullptr) scores.copyTo(*map);
-  }
+  const Difference kind = stdDev[0] < kFlatStdDev ? Difference::MeanSquare : Difference::Normed;
+  Report(SearchByDifference({gray, tplGray8u, kind, aids.spectra}, aids.known, map), loc, dist);
   return true;
 }
 
-bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist, cv::Mat* map) {
+bool MatchSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl, cv::Point& loc, double& dist, cv::Mat* map,
+                       const SearchAids& aids) {
   if (CannotHold(image, tpl)) return false;
-  thread_local cv::Mat scores;
-  const KeptBuffer kept{scores};
-  cv::matchTemplate(image, tpl, scores, cv::TM_SQDIFF_NORMED);
-  cv::minMaxLoc(scores, &dist, nullptr, &loc);
-  if (map != nullptr) scores.copyTo(*map);
+  Report(SearchByDifference({image, tpl, Difference::Normed, aids.spectra}, aids.known, map), loc, dist);
   return true;
 }
 

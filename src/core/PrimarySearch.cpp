@@ -12,25 +12,28 @@ double HueWeight(const TemplateSpec& spec) {
 }
 
 // `map` gets similarities in the hue modes and differences in the others.
-std::optional<Placement> Search(const ROIUnit& unit, const TemplateSpec& spec, cv::Mat* map) {
+std::optional<Placement> Search(const ROIUnit& unit, const TemplateSpec& spec, const KnownPlacements& known,
+                                cv::Mat* map) {
   Placement best;
   bool found = false;
+  const SearchAids aids{spec.spectra.get(), known};
   switch (spec.mode) {
     case MatchMode::Bgr:
-      found = MatchSqDiffNormed(unit.bgr, spec.tmplBgr, best.loc, best.dist, map);
+      found = MatchSqDiffNormed(unit.bgr, spec.tmplBgr, best.loc, best.dist, map, aids);
       break;
     case MatchMode::S:
-      found = MatchSqDiffNormed(unit.sat, spec.tmplSat, best.loc, best.dist, map);
+      found = MatchSqDiffNormed(unit.sat, spec.tmplSat, best.loc, best.dist, map, aids);
       break;
     case MatchMode::H:
-      found = MatchHueVec(unit.hue, spec.tmplHue, best.loc, best.dist, map);
+      found = MatchHueVec(unit.hue, spec.tmplHue, best.loc, best.dist, map, aids);
       break;
     case MatchMode::HS:
-      found = MatchHueSat(unit.hsv, spec.tmplHue, spec.tmplSat, HueWeight(spec), best.loc, best.dist, map);
+      found =
+          MatchHueSat(unit.hsv, spec.tmplHue, spec.tmplSat, HueWeight(spec), best.loc, best.dist, map, aids);
       break;
     case MatchMode::Gray:
     default:
-      found = MatchGraySqDiff(unit.gray, spec.tmplGray, best.loc, best.dist, map);
+      found = MatchGraySqDiff(unit.gray, spec.tmplGray, best.loc, best.dist, map, aids);
       break;
   }
   if (!found) return std::nullopt;
@@ -82,14 +85,15 @@ bool HasInputs(const ROIUnit& unit, const TemplateSpec& spec) {
   return true;
 }
 
-std::optional<Placement> SearchRegion(const ROIUnit& unit, const TemplateSpec& spec) {
-  return Search(unit, spec, nullptr);
+std::optional<Placement> SearchRegion(const ROIUnit& unit, const TemplateSpec& spec,
+                                      const KnownPlacements& known) {
+  return Search(unit, spec, known, nullptr);
 }
 
 std::optional<SearchMap> MapRegion(const ROIUnit& unit, const TemplateSpec& spec) {
   SearchMap result;
   cv::Mat& map = result.difference;
-  const std::optional<Placement> best = Search(unit, spec, &map);
+  const std::optional<Placement> best = Search(unit, spec, {}, &map);
   if (!best) return std::nullopt;
   result.best = *best;
   result.second = SecondBest(unit, spec, map, ElsewhereThan(*best, spec.tmplGray.size(), map.size()));

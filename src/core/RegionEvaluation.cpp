@@ -38,8 +38,8 @@ DecidingStep FirstVeto(const Verdict& v) {
 class Evaluation {
  public:
   Evaluation(const ROIUnit& region, const TemplateSpec& wanted, Thoroughness thorough,
-             const StepComputed& listener)
-      : unit(region), spec(wanted), thoroughness(thorough), computed(listener) {}
+             const StepComputed& listener, const KnownPlacements& placements)
+      : unit(region), spec(wanted), thoroughness(thorough), computed(listener), known(placements) {}
 
   // In the order of measuring; each stage returns whether to go on.
   Verdict Run() {
@@ -67,7 +67,7 @@ class Evaluation {
     v.tw = spec.tmplGray.cols;
     v.th = spec.tmplGray.rows;
     if (!HasInputs(unit, spec)) return false;  // a verdict starts as decided by Inputs
-    const std::optional<Placement> best = SearchRegion(unit, spec);
+    const std::optional<Placement> best = SearchRegion(unit, spec, known);
     Report(DecidingStep::Search);
     v.decidedBy = best ? DecidingStep::Accepted : DecidingStep::Search;
     if (!best) return false;
@@ -175,6 +175,7 @@ class Evaluation {
   const TemplateSpec& spec;
   const Thoroughness thoroughness;
   const StepComputed& computed;
+  const KnownPlacements& known;
 
   Verdict v;
   GateContext context{spec, unit.clipped, {}};
@@ -198,8 +199,8 @@ ColourAgreement ColourAgreementOf(const Verdict& v) {
 }
 
 Verdict EvaluateRegion(const ROIUnit& unit, const TemplateSpec& spec, Thoroughness thoroughness,
-                       const StepComputed& computed) {
-  return Evaluation(unit, spec, thoroughness, computed).Run();
+                       const StepComputed& computed, const KnownPlacements& known) {
+  return Evaluation(unit, spec, thoroughness, computed, known).Run();
 }
 
 }  // namespace quillmark

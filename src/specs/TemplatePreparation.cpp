@@ -3,6 +3,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "core/ImageFigures.h"
+#include "core/TemplateSpectra.h"
 #include "specs/ImageFile.h"
 
 namespace quillmark {
@@ -80,6 +81,7 @@ bool PrepareTemplate(TemplateSpec& spec) {
   spec.tmplGray = gray;
   PrepareEdges(spec);
   PrepareColours(spec);
+  spec.spectra = std::make_shared<TemplateSpectra>();
   return true;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <opencv2/core.hpp>
 #include <string>
 
@@ -11,6 +12,8 @@ struct HWND__;
 struct HMONITOR__;
 
 namespace quillmark {
+
+class TemplateSpectra;
 
 enum class MatchMode : std::int32_t { Gray = 0, Bgr = 1, S = 2, H = 3, HS = 4 };
 
@@ -51,18 +54,19 @@ struct TemplateSpec {
   double edgeRelaxStep = 0.06;   // by this much
 
   // Prepared from the image; all of the template's size.
-  cv::Mat tmplBgr;             // 8UC3
-  cv::Mat tmplGray;            // 8UC1
-  cv::Mat tmplMask;            // 8UC1, 255 where opaque; empty without an alpha channel
-  cv::Mat tmplHue;             // 8UC1, 0 to 179
-  cv::Mat tmplSat;             // 8UC1
-  cv::Mat tmplEdgeZm;          // 32FC1, edge image over 255 minus its mean
-  cv::Mat tmplEdgeDilZm;       // 32FC1, the same of the dilated edge image
-  double edgeDensity = 0.0;    // share of edge pixels
-  cv::Scalar hsvMean, hsvStd;  // of H, S, V over the opaque pixels
-  cv::Mat tmplRedMask;         // 8UC1
-  double redRatio = 0.0;       // share of red pixels
-  double labAMean = 0.0;       // mean of the 8-bit a* plane, 128 is neutral
+  cv::Mat tmplBgr;                           // 8UC3
+  cv::Mat tmplGray;                          // 8UC1
+  cv::Mat tmplMask;                          // 8UC1, 255 where opaque; empty without an alpha channel
+  cv::Mat tmplHue;                           // 8UC1, 0 to 179
+  cv::Mat tmplSat;                           // 8UC1
+  cv::Mat tmplEdgeZm;                        // 32FC1, edge image over 255 minus its mean
+  cv::Mat tmplEdgeDilZm;                     // 32FC1, the same of the dilated edge image
+  double edgeDensity = 0.0;                  // share of edge pixels
+  cv::Scalar hsvMean, hsvStd;                // of H, S, V over the opaque pixels
+  cv::Mat tmplRedMask;                       // 8UC1
+  double redRatio = 0.0;                     // share of red pixels
+  double labAMean = 0.0;                     // mean of the 8-bit a* plane, 128 is neutral
+  std::shared_ptr<TemplateSpectra> spectra;  // kept between searches; may be missing
 
   // Red objects.
   bool redHint = false;            // the spec looks for a red object

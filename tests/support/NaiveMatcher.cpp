@@ -54,7 +54,7 @@ double SquaredDifference(const Sums& s) {
 
 // At most 1: a black window or template differs by 1 from anything, even itself.
 double NormedDifference(const Sums& s) {
-  const double norm = std::sqrt(s.image2 * s.tpl2);
+  const double norm = std::sqrt(s.image2) * std::sqrt(s.tpl2);
   return norm > 0.0 ? std::min(SquaredDifference(s) / norm, 1.0) : 1.0;
 }
 

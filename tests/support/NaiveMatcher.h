@@ -5,7 +5,8 @@
 
 namespace quillmark::testing {
 
-// The template's difference at every position, CV_64F. The image must be able to hold the template.
+// The template's difference at every position, CV_64F. The image must be able to hold the template. Squared
+// differences of 8-bit images are sums of integers and so exact.
 cv::Mat NaiveSqDiffNormed(const cv::Mat& image, const cv::Mat& tpl);
 cv::Mat NaiveGraySqDiff(const cv::Mat& gray, const cv::Mat& tpl);
 cv::Mat NaiveHueVec(const cv::Mat& hue, const cv::Mat& tpl);

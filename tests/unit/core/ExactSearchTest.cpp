@@ -1,0 +1,207 @@
+// The searches by squared difference and by hue, held against the image library's, and the search of changed
+// placements against a whole search.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <vector>
+
+#include "core/DifferenceSearch.h"
+#include "core/Matcher.h"
+#include "support/Images.h"
+#include "support/NaiveMatcher.h"
+
+namespace quillmark::testing {
+namespace {
+
+enum class Content { Noise, TwoLevels, Flat, Black, Panels };
+constexpr int kContents = 5;
+
+// Flat and black images and panels have many equal windows; of two levels, many windows are nearly so.
+cv::Mat Paint(Random& random, cv::Size size, int type, Content content) {
+  if (content == Content::Noise) return Noise(random, size, type);
+  cv::Mat image(size, type, content == Content::Black ? cv::Scalar() : random.Colour());
+  if (content == Content::TwoLevels) {
+    cv::Mat mask = Noise(random, size, CV_8U) > 200;
+    image.setTo(random.Colour(), mask);
+  }
+  if (content == Content::Panels) {
+    for (int i = random.Between(1, 8); i > 0; --i) {
+      const cv::Point at(random.Between(0, size.width - 1), random.Between(0, size.height - 1));
+      const cv::Rect panel(at, cv::Size(random.Between(1, 20), random.Between(1, 12)));
+      image(panel & cv::Rect(cv::Point(), size)).setTo(random.OneIn(4) ? cv::Scalar() : random.Colour());
+    }
+  }
+  return image;
+}
+
+struct Scene {
+  cv::Mat image, tmpl;
+};
+
+// Sizes from 1x1; the template is often cut from the image, sometimes disturbed.
+Scene MakeScene(Random& random, int type, int most) {
+  const cv::Size size(random.Between(1, most), random.Between(1, most));
+  const cv::Size small(random.Between(1, size.width), random.Between(1, size.height));
+  Scene scene{Paint(random, size, type, static_cast<Content>(random.Between(0, kContents - 1))), {}};
+  if (random.OneIn(3)) {
+    scene.tmpl = Paint(random, small, type, static_cast<Content>(random.Between(0, kContents - 1)));
+  } else {
+    const cv::Point at(random.Between(0, size.width - small.width),
+                       random.Between(0, size.height - small.height));
+    scene.tmpl = scene.image(cv::Rect(at, small)).clone();
+    if (random.OneIn(2)) scene.tmpl = WithNoise(random, scene.tmpl, random.Between(1, 30));
+  }
+  return scene;
+}
+
+// The library's map at the place found is as good as its best, within the limit.
+void ExpectAsGood(const cv::Mat& theirs, bool largest, cv::Point loc, double score, double limit) {
+  double smallest = 0.0, most = 0.0;
+  cv::minMaxLoc(theirs, &smallest, &most);
+  EXPECT_NEAR(score, largest ? most : smallest, limit);
+  EXPECT_NEAR(theirs.at<float>(loc), largest ? most : smallest, limit);
+}
+
+TEST(ExactSearch, AgreesWithTheImageLibrary) {
+  for (std::uint32_t seed = 0; seed < 20000; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    Random random(seed);
+    const Scene scene = MakeScene(random, random.OneIn(2) ? CV_8UC1 : CV_8UC3, seed % 100 == 0 ? 150 : 28);
+    cv::Point loc(-1, -1);
+    double dist = -1.0;
+    cv::Mat theirs;
+    cv::Scalar mean, deviation;
+    cv::meanStdDev(scene.tmpl, mean, deviation);
+    const bool flat = scene.tmpl.channels() == 1 && deviation[0] < 3.0 && random.OneIn(2);
+    if (flat) {
+      ASSERT_TRUE(MatchGraySqDiff(scene.image, scene.tmpl, loc, dist));
+      cv::matchTemplate(scene.image, scene.tmpl, theirs, cv::TM_SQDIFF);
+      theirs /= scene.tmpl.size().area() * 255.0 * 255.0;
+    } else {
+      ASSERT_TRUE(MatchSqDiffNormed(scene.image, scene.tmpl, loc, dist));
+      cv::matchTemplate(scene.image, scene.tmpl, theirs, cv::TM_SQDIFF_NORMED);
+    }
+    // The library's single precision errs in proportion to the brightest pixels, wherever they are.
+    const double window = cv::norm(scene.image(cv::Rect(loc, scene.tmpl.size())));
+    const double darkness = cv::norm(scene.image) / std::max(window, 1.0);
+    ExpectAsGood(theirs, false, loc, dist, std::max(2e-6, darkness * 1e-7));
+    ASSERT_FALSE(HasFailure());
+  }
+}
+
+// The sums of integers of both, and the first in row order.
+TEST(ExactSearch, AgreesWithDirectSumsToTheLastDigit) {
+  for (std::uint32_t seed = 0; seed < 3000; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    Random random(seed);
+    const Scene scene = MakeScene(random, random.OneIn(2) ? CV_8UC1 : CV_8UC3, 24);
+    const cv::Mat expected = NaiveSqDiffNormed(scene.image, scene.tmpl);
+    cv::Point first, loc;
+    double least = 0.0, dist = 0.0;
+    cv::minMaxLoc(expected, &least, nullptr, &first);
+    cv::Mat map;
+    ASSERT_TRUE(MatchSqDiffNormed(scene.image, scene.tmpl, loc, dist, &map));
+    ASSERT_EQ(dist, least);
+    ASSERT_EQ(loc, first);
+    map.convertTo(map, CV_64F);
+    ASSERT_LE(cv::norm(map, expected, cv::NORM_INF), 1e-6);
+  }
+}
+
+TEST(ExactSearch, OfHuesAgreesWithTheImageLibrary) {
+  for (std::uint32_t seed = 0; seed < 3000; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    Random random(seed);
+    Scene scene = MakeScene(random, CV_8U, seed % 100 == 0 ? 150 : 28);
+    // Hues of 1 to 89: the library scores windows that have no cosine or no sine by its rounding alone.
+    for (cv::Mat* const each : {&scene.image, &scene.tmpl}) each->convertTo(*each, CV_8U, 88.0 / 255.0, 1.0);
+    cv::Mat imageCos, imageSin, tmplCos, tmplSin, theirs, sines, map;
+    HueToVec2(scene.image, imageCos, imageSin);
+    HueToVec2(scene.tmpl, tmplCos, tmplSin);
+    cv::matchTemplate(imageCos, tmplCos, theirs, cv::TM_CCORR_NORMED);
+    cv::matchTemplate(imageSin, tmplSin, sines, cv::TM_CCORR_NORMED);
+    theirs = 0.5 * (theirs + sines);
+    cv::Point loc;
+    double score = 0.0;
+    ASSERT_TRUE(MatchHueVec(scene.image, scene.tmpl, loc, score, &map));
+    ExpectAsGood(theirs, true, loc, score, 1e-6);
+    ASSERT_LE(cv::norm(map, theirs, cv::NORM_INF), 1e-6);
+  }
+}
+
+// Copies of the template appear, vanish and are overwritten; noise, flat and single-pixel changes, at borders
+// and overlapping.
+std::vector<cv::Rect> Change(Random& random, cv::Mat& image, const cv::Mat& tmpl) {
+  std::vector<cv::Rect> changed;
+  const cv::Rect all(cv::Point(), image.size());
+  for (int i = random.OneIn(10) ? random.Between(5, 20) : random.Between(0, 3); i > 0; --i) {
+    const cv::Point at(random.Between(-3, image.cols - 1), random.Between(-3, image.rows - 1));
+    const int kind = random.Between(0, 4);
+    const cv::Size size = kind == 0   ? tmpl.size()
+                          : kind == 1 ? cv::Size(1, 1)
+                                      : cv::Size(random.Between(1, 14), random.Between(1, 9));
+    const cv::Rect rect = cv::Rect(at, size) & all;
+    if (rect.empty()) continue;
+    if (kind == 0) {
+      tmpl(cv::Rect(cv::Point(), rect.size())).copyTo(image(rect));
+    } else {
+      Paint(random, rect.size(), image.type(), static_cast<Content>(random.Between(0, kContents - 1)))
+          .copyTo(image(rect));
+    }
+    changed.push_back(cv::Rect(at, size));  // may reach beyond the image
+  }
+  return changed;
+}
+
+TEST(ExactSearch, OfChangedPlacementsFindsWhatAWholeSearchFinds) {
+  for (std::uint32_t seed = 0; seed < 400; ++seed) {
+    Random random(seed);
+    const int type = random.OneIn(2) ? CV_8UC1 : CV_8UC3;
+    const cv::Size size(random.Between(20, 160), random.Between(20, 120));
+    cv::Mat image = Paint(random, size, type, static_cast<Content>(random.Between(0, kContents - 1)));
+    const cv::Size small(random.Between(1, seed % 8 == 0 ? 20 : 8),
+                         random.Between(1, seed % 8 == 0 ? 20 : 8));
+    const cv::Mat tmpl = Paint(random, small, type, static_cast<Content>(random.Between(0, kContents - 1)));
+    const Difference kind = random.OneIn(3) ? Difference::MeanSquare : Difference::Normed;
+    TemplateSpectra spectra;
+    PlacementMap map;
+    std::vector<cv::Rect> changed;
+    for (int turn = 0; turn < 20; ++turn) {
+      SCOPED_TRACE(::testing::Message() << "seed " << seed << ", turn " << turn);
+      const Placement whole = SearchByDifference({image, tmpl, kind});
+      cv::Mat shown, wholeShown;
+      const Placement partial = SearchByDifference({image, tmpl, kind, &spectra}, {&map, changed},
+                                                   turn % 4 == 0 ? &shown : nullptr);
+      ASSERT_EQ(partial.loc, whole.loc);
+      ASSERT_EQ(partial.dist, whole.dist);
+      if (turn % 4 == 0) {
+        (void)SearchByDifference({image, tmpl, kind}, {}, &wholeShown);
+        ASSERT_EQ(cv::norm(shown, wholeShown, cv::NORM_INF), 0.0);
+      }
+      changed = Change(random, image, tmpl);
+      // The best one is overwritten, or touched where it ends.
+      if (random.OneIn(3)) {
+        const cv::Rect best = cv::Rect(whole.loc, random.OneIn(2) ? cv::Size(1, 1) : small);
+        image(best).setTo(random.Colour());
+        changed.push_back(best);
+      }
+    }
+  }
+}
+
+TEST(ExactSearch, OfAnotherRegionOrTemplateIgnoresTheMap) {
+  Random random(1);
+  const cv::Mat image = Noise(random, {60, 40}, CV_8U), other = Noise(random, {61, 40}, CV_8U);
+  const cv::Mat tmpl = image(cv::Rect(9, 9, 8, 8)).clone(), another = image(cv::Rect(30, 20, 8, 8)).clone();
+  PlacementMap map;
+  EXPECT_EQ(SearchByDifference({image, tmpl}, {&map, {}}).loc, cv::Point(9, 9));
+  EXPECT_EQ(SearchByDifference({image, another}, {&map, {}}).loc, cv::Point(30, 20));
+  EXPECT_EQ(SearchByDifference({other, another}, {&map, {}}).dist, SearchByDifference({other, another}).dist);
+  EXPECT_EQ(SearchByDifference({other, another, Difference::MeanSquare}, {&map, {}}).dist,
+            SearchByDifference({other, another, Difference::MeanSquare}).dist);
+  EXPECT_GE(map.Bytes(), 54u * 33u * sizeof(float));
+}
+
+}  // namespace
+}  // namespace quillmark::testing
