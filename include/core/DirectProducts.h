@@ -31,6 +31,7 @@ class DirectProducts {
  private:
   using Pairs = std::vector<std::int32_t>;  // a pixel's level and, in the upper half, its right neighbour's
 
+  void LoadTaps();
   void LoadRow(int y);
   void AddRows(int firstRow, int lastRow, double* products) const;
 

@@ -8,6 +8,9 @@
 
 namespace quillmark {
 
+// Directly searched blocks are at most this wide, so that their rows stay in the cache.
+inline constexpr int kDirectWidth = 512;
+
 // Estimated times are in nanoseconds on one common desktop processor; only their ratios matter.
 struct BlockPlan {
   cv::Size block;   // placements a block

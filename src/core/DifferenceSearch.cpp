@@ -22,11 +22,8 @@ constexpr float kNear = 1e-6f;
 // A search of the changed placements must promise to take at most this share of a whole one's time.
 constexpr double kWorthIt = 0.7;
 
-// Directly searched areas are this wide, so that their rows stay in the cache.
-constexpr int kDirectWidth = 512;
-
-// The worth of one transform's scratch memory stays with its thread, see ReleaseLarge.
-constexpr std::size_t kKeptBytes = std::size_t{4} << 20;
+// Spectra of up to this size are kept for the next search on the same thread.
+constexpr std::size_t kKeptScratch = std::size_t{4} << 20;
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
@@ -37,18 +34,6 @@ double ToInteger(double product) {
   return (product + kRounder) - kRounder;
 }
 
-struct Scratch {
-  std::vector<cv::Mat> planes;
-  Spectrum image, product;
-  cv::Mat products;
-  std::vector<double> direct, energies;
-  std::vector<float> differences;
-
-  void ReleaseLarge() {
-    if ((image.size() + product.size()) * sizeof(Spectrum::value_type) > kKeptBytes) *this = Scratch();
-  }
-};
-
 double EnergyOf(const cv::Mat& tmpl) {
   return tmpl.dot(tmpl);
 }
@@ -57,6 +42,18 @@ double EnergyOf(const cv::Mat& tmpl) {
 
 class DifferenceSearch {
  public:
+  struct Scratch {
+    std::vector<cv::Mat> planes;
+    Spectrum image, product;
+    cv::Mat products;
+    std::vector<double> direct, energies;
+    std::vector<float> differences;
+
+    void ReleaseLarge() {
+      if ((image.size() + product.size()) * sizeof(Spectrum::value_type) > kKeptScratch) *this = Scratch();
+    }
+  };
+
   DifferenceSearch(const DifferenceInputs& inputs, Scratch& kept)
       : image(inputs.image),
         tmpl(inputs.tmpl),
@@ -330,7 +327,7 @@ Placement SearchByDifference(const DifferenceInputs& inputs, const KnownPlacemen
   if (inputs.image.depth() != CV_8U || inputs.image.type() != inputs.tmpl.type()) {
     return SearchByLibrary(inputs, shown);
   }
-  thread_local Scratch scratch;
+  thread_local DifferenceSearch::Scratch scratch;
   const struct Release {
     ~Release() { scratch.ReleaseLarge(); }
   } release;

@@ -17,13 +17,15 @@ int RoundUp(int width) {
 }  // namespace
 
 DirectProducts::DirectProducts(const cv::Mat& tmpl)
-    : tmpl_(tmpl), channels_(tmpl.channels()), pairsPerRow_((tmpl.cols + 1) / 2) {
-  taps_.reserve(static_cast<std::size_t>(tmpl.rows) * channels_ * pairsPerRow_);
-  for (int y = 0; y < tmpl.rows; ++y) {
-    const unsigned char* const row = tmpl.ptr(y);
+    : tmpl_(tmpl), channels_(tmpl.channels()), pairsPerRow_((tmpl.cols + 1) / 2) {}
+
+void DirectProducts::LoadTaps() {
+  taps_.reserve(static_cast<std::size_t>(tmpl_.rows) * channels_ * pairsPerRow_);
+  for (int y = 0; y < tmpl_.rows; ++y) {
+    const unsigned char* const row = tmpl_.ptr(y);
     for (int c = 0; c < channels_; ++c) {
-      for (int x = 0; x < tmpl.cols; x += 2) {
-        const int next = x + 1 < tmpl.cols ? row[(x + 1) * channels_ + c] : 0;
+      for (int x = 0; x < tmpl_.cols; x += 2) {
+        const int next = x + 1 < tmpl_.cols ? row[(x + 1) * channels_ + c] : 0;
         taps_.push_back(row[x * channels_ + c] | next << 16);
       }
     }
@@ -33,7 +35,7 @@ DirectProducts::DirectProducts(const cv::Mat& tmpl)
 double DirectProducts::Nanoseconds(cv::Size placements, cv::Size tmpl, int channels) {
   const double rows = static_cast<double>(placements.height) * tmpl.height;
   if (placements.width < kFewPlacements) {
-    return placements.width * rows * (20.0 + tmpl.width * channels * 0.08);
+    return placements.width * (25.0 * placements.height + rows * (14.0 + tmpl.width * channels * 0.01));
   }
   const double lanes = RoundUp(placements.width);
   return rows * lanes / kLanes * channels * (1.5 + (tmpl.width + 1) / 2 * 1.1) +
@@ -45,6 +47,7 @@ void DirectProducts::Start(const cv::Mat& pixels) {
   width_ = pixels.cols - tmpl_.cols + 1;
   row_ = 0;
   if (width_ < kFewPlacements) return;
+  if (taps_.empty()) LoadTaps();
   stride_ = RoundUp(width_) + 2 * pairsPerRow_;
   ring_.resize(static_cast<std::size_t>(tmpl_.rows) * channels_ * stride_);
   for (int y = 0; y + 1 < tmpl_.rows; ++y) LoadRow(y);

@@ -16,8 +16,6 @@ constexpr double kEnergyUnit = 1.0 / (std::int64_t{1} << 40);
 
 // Measured: adding one product directly, for both planes.
 constexpr double kNanosecondsPerProduct = 1.0;
-// Directly searched areas are this wide, so that their rows stay in the cache.
-constexpr int kDirectWidth = 512;
 
 struct HueTables {
   cv::Mat cosines = cv::Mat(1, 256, CV_64F), sines = cosines.clone();
