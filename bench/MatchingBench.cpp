@@ -71,6 +71,42 @@ void MeasureSearches(const std::string& name, cv::Size region, cv::Size size) {
   }
 }
 
+// The image library's search of the same region, to compare with.
+void MeasureLibrary(const std::string& name, cv::Size region, cv::Size size) {
+  const Shown shown = Show(region, size, MatchMode::Gray);
+  const auto measure = [&](const std::string& mode, const cv::Mat& image, const cv::Mat& tmpl) {
+    Measure("library/" + mode + "/" + name, [image, tmpl](benchmark::State& state) {
+      cv::Mat map;
+      double least = 0.0;
+      for (auto _ : state) {
+        cv::matchTemplate(image, tmpl, map, cv::TM_SQDIFF_NORMED);
+        cv::minMaxLoc(map, &least);
+      }
+    });
+  };
+  measure("gray", shown.unit.gray, shown.spec.tmplGray);
+  measure("bgr", shown.unit.bgr, shown.spec.tmplBgr);
+}
+
+// A line of text changes; only the placements that touch it are searched.
+void MeasureChanged(const std::string& name, cv::Size region, cv::Size size) {
+  for (const NamedMode& each : kModes) {
+    if (IsHueMode(each.mode)) continue;  // always searched whole
+    const Shown shown = Show(region, size, each.mode);
+    Measure(std::string("changed/") + each.name + "/" + name, [shown, region](benchmark::State& state) {
+      const cv::Rect changed(region.width / 2, region.height / 4, 100, 18);
+      PlacementMap map;
+      (void)SearchRegion(shown.unit, shown.spec, {&map, {}});
+      int level = 0;
+      for (auto _ : state) {
+        const cv::Scalar colour = cv::Scalar::all(++level % 256);
+        for (cv::Mat image : {shown.unit.gray, shown.unit.bgr, shown.unit.sat}) image(changed).setTo(colour);
+        benchmark::DoNotOptimize(SearchRegion(shown.unit, shown.spec, {&map, {&changed, 1}}));
+      }
+    });
+  }
+}
+
 // -- the whole decision -----------------------------------------------------------------------------------
 
 const cv::Size kRegion(300, 200), kTemplate(64, 32);
@@ -142,6 +178,11 @@ int main(int argc, char** argv) {
   MeasureConversions("3840x2160", {3840, 2160});
   MeasureSearches("300x200-64x32", {300, 200}, {64, 32});
   MeasureSearches("1280x720-128x96", {1280, 720}, {128, 96});
+  MeasureSearches("400x300-64x64", {400, 300}, {64, 64});
+  MeasureLibrary("400x300-64x64", {400, 300}, {64, 64});
+  MeasureLibrary("1920x1080-64x64", {1920, 1080}, {64, 64});
+  MeasureChanged("400x300-64x64", {400, 300}, {64, 64});
+  MeasureChanged("1920x1080-64x64", {1920, 1080}, {64, 64});
   MeasureDecisions();
   return RunAll(argc, argv);
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <opencv2/core/hal/intrin.hpp>
 #include <vector>
 
 #include "core/SearchBlocks.h"
@@ -45,7 +46,7 @@ std::vector<cv::Mat> VectorsOf(const cv::Mat& hue) {
   return planes;
 }
 
-// The energy of the cosines of every window of an area, row by row.
+// The energy of the cosines of every window of an area, row by row, in pixels.
 class CosineEnergies {
  public:
   CosineEnergies(const cv::Mat& hues, cv::Size size)
@@ -54,7 +55,7 @@ class CosineEnergies {
       for (int x = 0; x < area.cols; ++x) columns[x] += of[area.ptr(y)[x]];
     }
   }
-  const std::vector<std::int64_t>& NextRow() {
+  const std::vector<double>& NextRow() {
     if (row > 0) {
       const unsigned char* const left = area.ptr(row - 1);
       const unsigned char* const entered = area.ptr(row - 1 + window.height);
@@ -63,10 +64,10 @@ class CosineEnergies {
     ++row;
     std::int64_t sum = 0;
     for (int x = 0; x < window.width; ++x) sum += columns[x];
-    energies[0] = sum;
+    energies[0] = static_cast<double>(sum) * kEnergyUnit;
     for (std::size_t x = 1; x < energies.size(); ++x) {
       sum += columns[x + window.width - 1] - columns[x - 1];
-      energies[x] = sum;
+      energies[x] = static_cast<double>(sum) * kEnergyUnit;
     }
     return energies;
   }
@@ -76,22 +77,21 @@ class CosineEnergies {
   const cv::Mat area;
   const cv::Size window;
   int row = 0;
-  std::vector<std::int64_t> columns, energies;
+  std::vector<std::int64_t> columns;
+  std::vector<double> energies;
 };
-
-// product / norm, at most 1; 0 where a norm of 0 leaves it undefined.
-double Normalised(double product, double norm) {
-  if (std::abs(product) < norm) return product / norm;
-  if (std::abs(product) < norm * 1.125) return product > 0.0 ? 1.0 : -1.0;
-  return 0.0;
-}
 
 class HueSearch {
  public:
   HueSearch(const cv::Mat& hues, const cv::Mat& templ, TemplateSpectra* kept, cv::Mat& to)
-      : hue(hues), tmpl(templ), spectra(kept), scores(to), tmplPlanes(VectorsOf(templ)) {
+      : hue(hues),
+        tmpl(templ),
+        spectra(kept),
+        scores(to),
+        tmplPlanes(VectorsOf(templ)),
+        pixels(templ.size().area()) {
     for (int i = 0; i < 2; ++i) norms[i] = cv::norm(tmplPlanes[i]);
-    rightAngles = cv::sum(tmplPlanes[0])[0] * Tables().cosines.at<double>(90);
+    rightAngles = std::clamp(-cv::sum(tmplPlanes[0])[0] / (norms[0] * std::sqrt(pixels)), -1.0, 1.0);
   }
 
   void Run() {
@@ -149,27 +149,50 @@ class HueSearch {
     }
   }
 
-  void ScoreRow(const std::vector<std::int64_t>& energies, const double* cosines, const double* sines,
+  void ScoreRow(const std::vector<double>& energies, const double* cosines, const double* sines,
                 float* to) const {
-    const double pixels = tmpl.size().area();
-    for (std::size_t x = 0; x < energies.size(); ++x) {
-      const double cosine = static_cast<double>(energies[x]) * kEnergyUnit, sine = pixels - cosine;
-      // In single precision the cosine of 90 degrees is tiny but not 0; normalised, it counts like any other.
-      const double cosineScore =
-          energies[x] == 0
-              ? Normalised(rightAngles, norms[0] * -Tables().cosines.at<double>(90) * std::sqrt(pixels))
-              : Normalised(cosines[x], norms[0] * std::sqrt(cosine));
-      const double sineScore = sine == 0.0 ? 0.0 : Normalised(sines[x], norms[1] * std::sqrt(sine));
-      to[x] = static_cast<float>(0.5 * (cosineScore + sineScore));
+    const int width = static_cast<int>(energies.size());
+    int x = 0;
+    for (; x + 4 <= width; x += 4) {
+      const cv::v_float64x2 low = ScorePair(&energies[x], cosines + x, sines + x);
+      const cv::v_float64x2 high = ScorePair(&energies[x + 2], cosines + x + 2, sines + x + 2);
+      cv::v_store(to + x, cv::v_cvt_f32(low, high));
     }
+    for (; x < width; ++x) {
+      const double energy[] = {energies[x], energies[x]}, cosine[] = {cosines[x], cosines[x]},
+                   sine[] = {sines[x], sines[x]};
+      to[x] = static_cast<float>(ScorePair(energy, cosine, sine).get0());
+    }
+  }
+
+  // The scores of two placements.
+  [[nodiscard]] cv::v_float64x2 ScorePair(const double* energies, const double* cosines,
+                                          const double* sines) const {
+    const cv::v_float64x2 zero = cv::v_setzero_f64();
+    const cv::v_float64x2 cosine = cv::v_load(energies), sine = cv::v_setall_f64(pixels) - cosine;
+    const cv::v_float64x2 score = Normalised(cv::v_load(cosines), cosine, norms[0]);
+    const cv::v_float64x2 other = Normalised(cv::v_load(sines), sine, norms[1]);
+    return cv::v_setall_f64(0.5) * (cv::v_select(cosine == zero, cv::v_setall_f64(rightAngles), score) +
+                                    cv::v_select(sine == zero, zero, other));
+  }
+
+  // Undefined where `energy` is 0.
+  static cv::v_float64x2 Normalised(const cv::v_float64x2& product, const cv::v_float64x2& energy,
+                                    double norm) {
+    if (norm == 0.0) return cv::v_setzero_f64();
+    const cv::v_float64x2 score = product / (cv::v_sqrt(energy) * cv::v_setall_f64(norm));
+    return cv::v_max(cv::v_min(score, cv::v_setall_f64(1.0)), cv::v_setall_f64(-1.0));
   }
 
   const cv::Mat &hue, &tmpl;
   TemplateSpectra* const spectra;
   cv::Mat& scores;
   const std::vector<cv::Mat> tmplPlanes;
-  double norms[2];     // of the template's planes
-  double rightAngles;  // the product of the template's cosines with a window of 90 degrees
+  double norms[2];  // of the template's planes
+  const double pixels;
+  // In single precision the cosine of 90 degrees is tiny but not 0; normalised, it counts like any other.
+  // This is the cosines' score of a window of nothing else, whose energy is less than one unit.
+  double rightAngles;
 };
 
 }  // namespace

@@ -155,7 +155,7 @@ std::vector<cv::Rect> Change(Random& random, cv::Mat& image, const cv::Mat& tmpl
 }
 
 TEST(ExactSearch, OfChangedPlacementsFindsWhatAWholeSearchFinds) {
-  for (std::uint32_t seed = 0; seed < 400; ++seed) {
+  for (std::uint32_t seed = 0; seed < 200; ++seed) {
     Random random(seed);
     const int type = random.OneIn(2) ? CV_8UC1 : CV_8UC3;
     const cv::Size size(random.Between(20, 160), random.Between(20, 120));
