@@ -2,8 +2,9 @@
 // placements against a whole search.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <opencv2/imgproc.hpp>
+#include <thread>
 #include <vector>
 
 #include "core/DifferenceSearch.h"
@@ -188,6 +189,23 @@ TEST(ExactSearch, OfChangedPlacementsFindsWhatAWholeSearchFinds) {
       }
     }
   }
+}
+
+// The sizes are searched by transforms, more of them than are kept.
+TEST(ExactSearch, SharesTheSpectraOfATemplateBetweenThreads) {
+  Random random(2);
+  const cv::Mat image = Noise(random, {340, 260}), tmpl = image(cv::Rect(70, 60, 60, 50)).clone();
+  TemplateSpectra spectra;
+  const auto search = [&] {
+    for (int cut = 0; cut < 40; cut += 5) {
+      const cv::Mat region = image(cv::Rect(cut, 0, image.cols - cut, image.rows));
+      EXPECT_EQ(SearchByDifference({region, tmpl, Difference::Normed, &spectra}).loc,
+                cv::Point(70 - cut, 60));
+    }
+  };
+  std::thread other(search);
+  search();
+  other.join();
 }
 
 TEST(ExactSearch, OfAnotherRegionOrTemplateIgnoresTheMap) {
