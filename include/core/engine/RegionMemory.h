@@ -23,27 +23,11 @@
 
 #include "capture/FrameChanges.h"
 #include "core/FrameJob.h"
+#include "core/PlacementMap.h"
 #include "core/RegionEvaluation.h"
 #include "core/RegionPicture.h"
 
 namespace quillmark {
-
-// A look at a region for one spec. Frames that show the same share it.
-struct RegionLook {
-  explicit RegionLook(std::shared_ptr<RegionPicture> shown) : picture(std::move(shown)) {}
-
-  PictureUse picture;              // until there is a verdict
-  std::optional<Verdict> verdict;  // none before the evaluation, and after one that raised
-};
-
-// One monitor's frame.
-struct MonitorFrame {
-  HMONITOR monitor = nullptr;
-  cv::Point origin;          // of the monitor, desktop pixels
-  std::uint64_t number = 0;  // counted over all monitors
-  cv::Mat bgra;              // 8UC4; the fourth byte is ignored
-  FrameChanges changes{};    // since the monitor's previous frame
-};
 
 // A part of the memory that all remembered pictures and maps of the process may take; given back on
 // destruction.
@@ -65,6 +49,36 @@ class MemoryShare {
 
  private:
   std::size_t taken = 0;
+};
+
+// What the last search of a region by one spec found at every placement, so that the next one searches only
+// where something changed.
+struct SearchTrace {
+  PlacementMap map;
+  std::uint64_t content = 0;  // of the region, that `map` is about; 0 after an evaluation that raised
+  MemoryShare share;
+};
+
+// A look at a region for one spec. Frames that show the same share it.
+struct RegionLook {
+  explicit RegionLook(std::shared_ptr<RegionPicture> shown) : picture(std::move(shown)) {}
+
+  PictureUse picture;              // until there is a verdict
+  std::optional<Verdict> verdict;  // none before the evaluation, and after one that raised
+
+  // None when all placements are searched.
+  std::shared_ptr<SearchTrace> trace;
+  std::uint64_t content = 0, before = 0;  // of the region: now, and at the look before
+  std::vector<cv::Rect> changed;          // between the two, relative to the region
+};
+
+// One monitor's frame.
+struct MonitorFrame {
+  HMONITOR monitor = nullptr;
+  cv::Point origin;          // of the monitor, desktop pixels
+  std::uint64_t number = 0;  // counted over all monitors
+  cv::Mat bgra;              // 8UC4; the fourth byte is ignored
+  FrameChanges changes{};    // since the monitor's previous frame
 };
 
 class RegionMemory {
@@ -94,6 +108,8 @@ class RegionMemory {
   // Null when it does not fit into the budget.
   std::shared_ptr<Region> RegionOf(MonitorMemory& monitor, const SpecMemory& known, PlaneNeeds needs,
                                    const ROIUnit& unit, const cv::Mat& shown, std::int64_t nowMs);
+  static void TakeOver(MonitorMemory& monitor, Region& region, const cv::Mat& shown,
+                       const std::vector<cv::Rect>& parts);
   static void Refresh(MonitorMemory& monitor, Region& region, const cv::Mat& shown, std::int64_t nowMs);
 
   std::unordered_map<HMONITOR, MonitorMemory> monitors;

@@ -13,7 +13,7 @@ namespace {
 // A region that nothing touched is compared after all when this time has passed, in case that the system does
 // not report all changes.
 constexpr std::int64_t kAuditMs = 1000;
-// A region touched by more rectangles is compared as a whole.
+// A region touched by more rectangles is compared as a whole, one changed in more is searched as a whole.
 constexpr std::size_t kMostTouches = 64;
 
 std::atomic<std::size_t> takenBytes{0};
@@ -64,12 +64,6 @@ struct RegionMemory::Region {
     return scaleX == unit.scaleX && scaleY == unit.scaleY;
   }
   [[nodiscard]] cv::Rect Whole() const { return {cv::Point(), picture->Size()}; }
-  void TakeOver(const cv::Mat& shown, const std::vector<cv::Rect>& parts) {
-    if (parts.empty()) return;
-    if (picture->Readers() != 0) picture = std::make_shared<RegionPicture>(*picture);
-    content = ++lastContent;
-    picture->Update(shown, parts);
-  }
   // Room for the planes that another spec needs as well.
   bool Extend(PlaneNeeds more) {
     const PlaneNeeds both{needs.bgr || more.bgr, needs.hsv || more.hsv};
@@ -86,6 +80,26 @@ struct RegionMemory::SpecMemory {
   std::uint64_t content = 0;  // of the region, when `look` was made
   bool clipped = false;
   std::shared_ptr<RegionLook> look;
+  std::shared_ptr<SearchTrace> trace;
+  std::vector<cv::Rect> changed;  // since `look`, relative to the region
+
+  // Makes a look at what the region shows now.
+  void LookAnew(const std::shared_ptr<Region>& at, bool isClipped) {
+    auto anew = std::make_shared<RegionLook>(at->picture);
+    if (region != at) trace.reset();
+    if (!trace && at->picture->AtDesktopScale()) trace = std::make_shared<SearchTrace>();
+    anew->trace = trace;
+    anew->content = at->content;
+    if (region == at && changed.size() <= kMostTouches) {
+      anew->before = content;
+      anew->changed = std::move(changed);
+    }
+    changed.clear();
+    region = at;
+    content = at->content;
+    clipped = isClipped;
+    look = std::move(anew);
+  }
 };
 
 struct RegionMemory::MonitorMemory {
@@ -139,7 +153,7 @@ std::shared_ptr<RegionLook> RegionMemory::LookAt(const MonitorFrame& frame, cons
   Refresh(monitor, *region, shown, nowMs);
   if (known.region != region || known.content != region->content || known.clipped != unit.clipped ||
       !known.look) {
-    known = {region, region->content, unit.clipped, std::make_shared<RegionLook>(region->picture)};
+    known.LookAnew(region, unit.clipped);
   }
   return known.look;
 }
@@ -185,19 +199,31 @@ void RegionMemory::Refresh(MonitorMemory& monitor, Region& region, const cv::Mat
       parts.insert(parts.end(), different.begin(), different.end());
     }
   }
-  region.TakeOver(shown, parts);
+  TakeOver(monitor, region, shown, parts);
   if (nowMs - region.comparedMs >= kAuditMs) {
     const std::vector<cv::Rect> missed = region.picture->Differences(shown, region.Whole());
     region.comparedMs = nowMs;
     if (!missed.empty()) {
       monitor.trusted = false;
       LogLine(L"[Capture] a change was not reported: frames of this monitor are compared from now on");
-      region.TakeOver(shown, missed);
+      TakeOver(monitor, region, shown, missed);
     }
   }
   region.unknown = false;
   region.touched.clear();
   region.frame = monitor.frame;
+}
+
+void RegionMemory::TakeOver(MonitorMemory& monitor, Region& region, const cv::Mat& shown,
+                            const std::vector<cv::Rect>& parts) {
+  if (parts.empty()) return;
+  if (region.picture->Readers() != 0) region.picture = std::make_shared<RegionPicture>(*region.picture);
+  region.content = ++lastContent;
+  for (auto& [revision, known] : monitor.specs) {
+    if (known.region.get() != &region || known.changed.size() > kMostTouches) continue;
+    known.changed.insert(known.changed.end(), parts.begin(), parts.end());
+  }
+  region.picture->Update(shown, parts);
 }
 
 void RegionMemory::KeepSpecs(const std::vector<TemplateSpec>& specs) {

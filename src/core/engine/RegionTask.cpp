@@ -18,7 +18,20 @@ void ReportTaskError(const std::wstring& name, const std::exception& error, Samp
 Verdict EvaluateLook(const ROIUnit& unit, const TemplateSpec& spec) {
   ROIUnit shown = unit;
   static_cast<Planes&>(shown) = unit.look->picture->PlanesFor(NeedsOf(spec));
-  return EvaluateRegion(shown, spec);
+  RegionLook& look = *unit.look;
+  if (!look.trace) return EvaluateRegion(shown, spec);
+
+  SearchTrace& trace = *look.trace;
+  if (trace.content == 0 || trace.content != look.before) trace.map = {};
+  trace.content = 0;
+  const Verdict verdict =
+      EvaluateRegion(shown, spec, Thoroughness::UpToTheFirstVeto, {}, {&trace.map, look.changed});
+  if (!trace.share.GrowTo(trace.map.Bytes())) {
+    trace.map = {};
+    trace.share.GrowTo(0);
+  }
+  trace.content = look.content;
+  return verdict;
 }
 
 HitRecord HitOf(const ROIUnit& unit, const Verdict& verdict, const TemplateSpec& spec, std::uint64_t tsMs) {
