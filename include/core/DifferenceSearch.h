@@ -27,7 +27,7 @@ struct DifferenceInputs {
 };
 
 // Images that are not both 8-bit of one type are searched by cv::matchTemplate, which raises cv::Exception
-// for two types that do not go together; `known` is then ignored. `shown`, when given, gets every placement's
+// for two types that do not go together, and leave the map empty. `shown`, when given, gets every placement's
 // difference (32FC1), within 1e-6 of its value.
 [[nodiscard]] Placement SearchByDifference(const DifferenceInputs& inputs, const KnownPlacements& known = {},
                                            cv::Mat* shown = nullptr);

@@ -325,6 +325,7 @@ Placement SearchByLibrary(const DifferenceInputs& inputs, cv::Mat* shown) {
 
 Placement SearchByDifference(const DifferenceInputs& inputs, const KnownPlacements& known, cv::Mat* shown) {
   if (inputs.image.depth() != CV_8U || inputs.image.type() != inputs.tmpl.type()) {
+    if (known.map != nullptr) *known.map = PlacementMap();
     return SearchByLibrary(inputs, shown);
   }
   thread_local DifferenceSearch::Scratch scratch;

@@ -1,6 +1,7 @@
 #include "core/PrimarySearch.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/Matcher.h"
 
@@ -87,7 +88,13 @@ bool HasInputs(const ROIUnit& unit, const TemplateSpec& spec) {
 
 std::optional<Placement> SearchRegion(const ROIUnit& unit, const TemplateSpec& spec,
                                       const KnownPlacements& known) {
-  return Search(unit, spec, known, nullptr);
+  if (known.map == nullptr) return Search(unit, spec, {}, nullptr);
+  // Stays empty unless the search fills it: the next one must not trust a map that missed a change.
+  PlacementMap map = std::exchange(*known.map, PlacementMap());
+  if (IsHueMode(spec.mode)) map = PlacementMap();
+  const std::optional<Placement> best = Search(unit, spec, {&map, known.changed}, nullptr);
+  if (best) *known.map = std::move(map);
+  return best;
 }
 
 std::optional<SearchMap> MapRegion(const ROIUnit& unit, const TemplateSpec& spec) {

@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <opencv2/imgproc.hpp>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "core/DifferenceSearch.h"
 #include "core/Matcher.h"
+#include "core/PrimarySearch.h"
 #include "support/Images.h"
 #include "support/NaiveMatcher.h"
 
@@ -271,6 +273,23 @@ TEST(ExactSearch, OfAnotherRegionOrTemplateIgnoresTheMap) {
   EXPECT_EQ(SearchByDifference({other, another, Difference::MeanSquare}, {&map, {}}).dist,
             SearchByDifference({other, another, Difference::MeanSquare}).dist);
   EXPECT_GE(map.Bytes(), 54u * 33u * sizeof(float));
+}
+
+// Each of these misses a change, so the map must not survive it.
+TEST(ExactSearch, OfARegionForgetsItsMapWhenItDoesNotFillIt) {
+  Random random(4);
+  const cv::Mat screen = Screen(random, {90, 70});
+  const ROIUnit unit = UnitShowing(screen), small = UnitShowing(screen(cv::Rect(0, 0, 9, 9)));
+  const TemplateSpec grey = PreparedSpec(Icon(random, {24, 18}, "Q"));
+  TemplateSpec hue = grey;
+  hue.mode = MatchMode::H;
+  for (const auto& [region, spec] : {std::pair{&small, &grey}, {&unit, &hue}}) {
+    PlacementMap map;
+    EXPECT_TRUE(SearchRegion(unit, grey, {&map, {}}));
+    EXPECT_FALSE(map.Empty());
+    (void)SearchRegion(*region, *spec, {&map, {}});
+    EXPECT_TRUE(map.Empty());
+  }
 }
 
 }  // namespace
