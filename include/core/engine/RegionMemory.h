@@ -79,6 +79,7 @@ struct MonitorFrame {
   std::uint64_t number = 0;  // counted over all monitors
   cv::Mat bgra;              // 8UC4; the fourth byte is ignored
   FrameChanges changes{};    // since the monitor's previous frame
+  std::int64_t tickMs = 0;   // steady-clock milliseconds of the tick's beginning
 };
 
 class RegionMemory {
@@ -94,7 +95,7 @@ class RegionMemory {
   // What the spec's region shows on the frame: an earlier look if it shows the same. `unit` says where the
   // region is and is inside the frame. A spec with revision 0 is not remembered.
   [[nodiscard]] std::shared_ptr<RegionLook> LookAt(const MonitorFrame& frame, const TemplateSpec& spec,
-                                                   const ROIUnit& unit, std::int64_t nowMs);
+                                                   const ROIUnit& unit);
 
   // Forgets all other specs, and all other monitors.
   void KeepSpecs(const std::vector<TemplateSpec>& specs);

@@ -173,8 +173,8 @@ void AutoRebinder::MonitorTurn(HMONITOR monitor, std::int64_t nowMs) {
   std::shared_ptr<FrameJob> job;
   {
     const HeldFrame held(*context);
-    job = tick.Cut({monitor, {context->left, context->top}, frameCounter, frame, context->Changes()}, beginMs,
-                   [&](const SpecTurn& turn) {
+    job = tick.Cut({monitor, {context->left, context->top}, frameCounter, frame, context->Changes(), nowMs},
+                   beginMs, [&](const SpecTurn& turn) {
                      if (turn.outcome != SpecOutcome::Forced) return;
                      sender.Enqueue(ForcedHit(tick.Specs()[turn.index], turn.place, WallClockMs()));
                    });

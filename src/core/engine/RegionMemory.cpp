@@ -139,18 +139,18 @@ void RegionMemory::LoseTrack(HMONITOR monitor) {
 }
 
 std::shared_ptr<RegionLook> RegionMemory::LookAt(const MonitorFrame& frame, const TemplateSpec& spec,
-                                                 const ROIUnit& unit, std::int64_t nowMs) {
+                                                 const ROIUnit& unit) {
   const cv::Mat shown = frame.bgra(
       cv::Rect(cv::Point(unit.x, unit.y) - frame.origin, cv::Point(unit.right, unit.bottom) - frame.origin));
   if (spec.revision == 0) return std::make_shared<RegionLook>(PictureOf(shown, unit));
   MonitorMemory& monitor = monitors[frame.monitor];
   SpecMemory& known = monitor.specs[spec.revision];
-  const std::shared_ptr<Region> region = RegionOf(monitor, known, NeedsOf(spec), unit, shown, nowMs);
+  const std::shared_ptr<Region> region = RegionOf(monitor, known, NeedsOf(spec), unit, shown, frame.tickMs);
   if (!region) {
     known = {};
     return std::make_shared<RegionLook>(PictureOf(shown, unit));
   }
-  Refresh(monitor, *region, shown, nowMs);
+  Refresh(monitor, *region, shown, frame.tickMs);
   if (known.region != region || known.content != region->content || known.clipped != unit.clipped ||
       !known.look) {
     known.LookAnew(region, unit.clipped);

@@ -123,7 +123,7 @@ SpecTurn Tick::CutSpec(std::int32_t index, const MonitorFrame& frame, FrameJob& 
 
   ROIUnit unit = UnitAt(spec, turn.place);
   unit.specIndex = index;
-  unit.look = memory.LookAt(frame, spec, unit, job.tMs);
+  unit.look = memory.LookAt(frame, spec, unit);
   job.units.push_back(std::move(unit));
   return ended(SpecOutcome::Cut);
 }

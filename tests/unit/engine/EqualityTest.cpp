@@ -121,7 +121,7 @@ class World {
       tick.LoseTrack(monitor);  // a turn without a job
       return;
     }
-    const auto job = tick.Cut({monitor, {}, number, screen.clone(), changes}, nowMs);
+    const auto job = tick.Cut({monitor, {}, number, screen.clone(), changes, nowMs}, nowMs);
     tick.Commit(monitor, *job);
     for (const ROIUnit& unit : job->units) Compare(unit, job->SpecOf(unit));
   }

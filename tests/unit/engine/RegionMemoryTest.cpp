@@ -31,12 +31,10 @@ class RegionMemoryTest : public ::testing::Test {
   // A new frame with what the screen shows.
   void Show(FrameChanges changes = {}, std::int64_t afterMs = 20) {
     nowMs += afterMs;
-    frame = {monitor, {}, 0, screen.clone(), std::move(changes)};
+    frame = {monitor, {}, 0, screen.clone(), std::move(changes), nowMs};
     memory.NoteFrame(frame);
   }
-  Look LookAt(const TemplateSpec& which, const ROIUnit& where) {
-    return memory.LookAt(frame, which, where, nowMs);
-  }
+  Look LookAt(const TemplateSpec& which, const ROIUnit& where) { return memory.LookAt(frame, which, where); }
   Look LookAt() { return LookAt(spec, unit); }
   void Touch(cv::Point at) { screen.at<cv::Vec4b>(at)[1] ^= 1; }
 
