@@ -45,6 +45,8 @@ else
   tar -C "$root" -xf "$base"
 fi
 
+chmod 755 "$root" # the base's own root folder is a temporary one's: closed to every other user
+
 for part in apt.conf.d keyrings sources.list sources.list.d trusted.gpg.d; do
   rm -rf "$root/etc/apt/$part"
   [ ! -e "/etc/apt/$part" ] || cp -a "/etc/apt/$part" "$root/etc/apt/"
