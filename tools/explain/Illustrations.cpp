@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
-#include <stdexcept>
 #include <string_view>
 
 #include "core/ImageFigures.h"
+#include "picture/PngFile.h"
 #include "text/Numbers.h"
 
 namespace quillmark::explain {
@@ -15,13 +14,14 @@ namespace {
 
 constexpr double kDifferenceGain = 4.0;
 
-std::string Base64(const std::vector<std::uint8_t>& bytes) {
+std::string Base64(std::string_view bytes) {
   constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string text;
   text.reserve((bytes.size() + 2) / 3 * 4);
   for (std::size_t i = 0; i < bytes.size(); i += 3) {
     std::uint32_t group = 0;
-    for (std::size_t k = 0; k < 3; ++k) group = group << 8 | (i + k < bytes.size() ? bytes[i + k] : 0u);
+    for (std::size_t k = 0; k < 3; ++k)
+      group = group << 8 | (i + k < bytes.size() ? static_cast<std::uint8_t>(bytes[i + k]) : 0u);
     for (std::size_t k = 0; k < 4; ++k) {
       text += i + k <= bytes.size() ? digits[group >> (18 - 6 * k) & 63] : '=';
     }
@@ -82,9 +82,7 @@ TileRow Edges(const TemplateSpec& spec, const ROIUnit& unit, const cv::Rect& pla
 }  // namespace
 
 std::string DataUri(const cv::Mat& image) {
-  std::vector<std::uint8_t> png;
-  if (!cv::imencode(".png", image, png)) throw std::runtime_error("a picture cannot be encoded as PNG");
-  return "data:image/png;base64," + Base64(png);
+  return "data:image/png;base64," + Base64(EncodePng(image, kFastPng));
 }
 
 cv::Mat Overview(const Picture& picture, int maxPixels) {

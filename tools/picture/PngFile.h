@@ -1,4 +1,4 @@
-// A PNG file with text entries.
+// PNG files.
 //
 // Threading: free functions without state.
 #pragma once
@@ -13,8 +13,10 @@ namespace quillmark {
 // Keyword (1 to 79 characters of Latin-1) and text (UTF-8) of each entry.
 using PngTexts = std::vector<std::pair<std::string, std::string>>;
 
-// The bytes of a PNG file of an 8UC3 BGR picture. ASCII texts go into tEXt chunks, others into iTXt. Raises
-// std::runtime_error when encoding fails.
-[[nodiscard]] std::string EncodePng(const cv::Mat& bgr, const PngTexts& texts);
+inline constexpr int kFastPng = 1, kSmallPng = 6;  // compression levels
+
+// The bytes of a PNG file of a picture, 8UC3 BGR or 8UC1. ASCII texts go into tEXt chunks, others into iTXt.
+// Raises std::runtime_error when encoding fails.
+[[nodiscard]] std::string EncodePng(const cv::Mat& picture, int level, const PngTexts& texts = {});
 
 }  // namespace quillmark

@@ -2,13 +2,12 @@
 
 #include <exception>
 #include <fstream>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 #include "picture/PictureFile.h"
+#include "picture/PngFile.h"
 #include "specs/Utf8.h"
 #include "text/Places.h"
 #include "text/Printable.h"
@@ -28,13 +27,9 @@ cv::Mat LoadFrame(const std::filesystem::path& path, const Rect& monitor) {
 void SaveFrame(const std::filesystem::path& path, const cv::Mat& bgra) {
   cv::Mat bgr;
   cv::cvtColor(bgra, bgr, cv::COLOR_BGRA2BGR);
-  std::vector<unsigned char> bytes;
-  // Screens compress well even at the fastest level.
-  if (!cv::imencode(".png", bgr, bytes, {cv::IMWRITE_PNG_COMPRESSION, 1})) {
-    throw std::runtime_error("a frame cannot be encoded as PNG");
-  }
+  const std::string bytes = EncodePng(bgr, kFastPng);  // screens compress well even so
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   if (!file.flush()) throw std::runtime_error(Utf8Of(path) + " cannot be written");
 }
 

@@ -86,7 +86,8 @@ TEST_F(PieceTest, AreaThatNoMonitorShowsCompletelyIsRefused) {
 }
 
 TEST_F(PieceTest, PngFileHasTexts) {
-  const std::string file = EncodePng(cv::Mat3b(3, 5), {{"Target", "sheet.exe"}, {"Title", "계산기"}});
+  const std::string file =
+      EncodePng(cv::Mat3b(3, 5), kSmallPng, {{"Target", "sheet.exe"}, {"Title", "계산기"}});
   for (const std::string& part :
        {std::string("tEXtTarget\0sheet.exe", 20), std::string("iTXtTitle"), std::string("계산기")}) {
     EXPECT_NE(file.find(part), std::string::npos) << part;

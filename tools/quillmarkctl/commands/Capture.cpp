@@ -149,7 +149,7 @@ ExitCode Capture(const CaptureOptions& options, Output& output) {
   }
   // The terminal may be on the captured screen.
   const Piece piece = output.Bar().Aside([&] { return live::CutPiece(choice); });
-  host::WriteFile(file, EncodePng(piece.bgr, TextsOf(piece)));
+  host::WriteFile(file, EncodePng(piece.bgr, kSmallPng, TextsOf(piece)));
 
   const cv::Rect all(cv::Point(), piece.client);
   const cv::Rect grown(piece.rect.x - options.margin, piece.rect.y - options.margin,
