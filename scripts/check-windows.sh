@@ -34,7 +34,7 @@ opencv_config=$(echo /usr/include/*/opencv4)
 export WORK=$work
 version=$(sed -n 's/^project(Quillmark VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 export FLAGS="-std=c++20 -Wall -Wextra -Werror -municode -DUNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN
-  -DQM_BUILDING -DQUILLMARK_VERSION=\"$version\" -Iinclude -Isrc
+  -DQM_BUILDING -DQUILLMARK_CODECS=\"codecs\" -DQUILLMARK_VERSION=\"$version\" -Iinclude -Isrc
   -Iclients/c -Iclients/c/include -Itools -Itools/quillmarkctl
   -isystem /usr/include/opencv4 -isystem $opencv_config -isystem $work/include"
 

@@ -2,11 +2,11 @@
 
 #include <windows.h>
 
-#include <opencv2/imgcodecs.hpp>
 #include <optional>
 #include <vector>
 
 #include "platform/UniqueHandle.h"
+#include "specs/ImageDecoder.h"
 #include "specs/ImageHeader.h"
 #include "specs/Utf8.h"
 
@@ -45,7 +45,7 @@ ImageFault Decode(const std::wstring& path, cv::Mat& picture) {
   const std::optional<ImageSize> size = ReadImageSize(bytes);
   if (!size) return ImageFault::UnknownFormat;
   if (size->height > kMaxImagePixels / size->width) return ImageFault::TooManyPixels;
-  picture = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
+  picture = DecodeImage(bytes);
   return picture.empty() ? ImageFault::Damaged : ImageFault::None;
 }
 

@@ -28,8 +28,8 @@ enum class ImageFault : std::int32_t {
 };
 
 // Decodes the file at `path` (UTF-16), with the file's channels and depth. On failure: empty, and `fault`
-// says why. Raises std::system_error for a path with an unpaired surrogate, and what the image library
-// raises: out of memory, one of its limits, a disabled codec.
+// says why. Raises std::system_error for a path with an unpaired surrogate, and what the decoder
+// raises: it cannot be loaded, is out of memory, or meets one of its limits or a disabled codec.
 [[nodiscard]] cv::Mat ReadImageFile(const std::wstring& path, ImageFault* fault = nullptr);
 
 }  // namespace quillmark

@@ -1,5 +1,6 @@
 #include "kernel32/Modules.h"
 
+#include <dlfcn.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -45,6 +46,24 @@ const Library* LibraryOf(HMODULE module) {
   return module == HandleOf(program) ? &program : Fail(ERROR_INVALID_HANDLE, nullptr);
 }
 
+// The files that are loaded, by their handles, which stay valid.
+std::mutex filesMutex;
+std::vector<void*> files;
+
+bool IsFile(HMODULE module) {
+  const std::lock_guard lock(filesMutex);
+  return std::ranges::find(files, reinterpret_cast<void*>(module)) != files.end();
+}
+
+HMODULE LoadFile(LPCWSTR name) {
+  const std::string path = HostPath(name);
+  void* const file = path.starts_with('/') ? ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL) : nullptr;
+  if (!file) return Fail(ERROR_MOD_NOT_FOUND, nullptr);
+  const std::lock_guard lock(filesMutex);
+  if (std::ranges::find(files, file) == files.end()) files.push_back(file);
+  return static_cast<HMODULE>(file);
+}
+
 HMODULE FindLibrary(LPCWSTR name) {
   std::string wanted = LowerCase(ToUtf8(name));
   if (wanted.find('.') == std::string::npos) wanted += ".dll";
@@ -70,18 +89,25 @@ extern "C" HMODULE WINAPI GetModuleHandleW(LPCWSTR name) {
 }
 
 extern "C" HMODULE WINAPI LoadLibraryW(LPCWSTR name) {
-  return name ? FindLibrary(name) : Fail(ERROR_INVALID_PARAMETER, nullptr);
+  if (!name) return Fail(ERROR_INVALID_PARAMETER, nullptr);
+  const HMODULE library = FindLibrary(name);
+  return library ? library : LoadFile(name);
 }
 
 extern "C" BOOL WINAPI FreeLibrary(HMODULE module) {
-  return LibraryOf(module) != nullptr;
+  return IsFile(module) || LibraryOf(module) != nullptr;
 }
 
 extern "C" FARPROC WINAPI GetProcAddress(HMODULE module, LPCSTR name) {
-  const Library* library = LibraryOf(module);
-  if (!library) return nullptr;
+  const bool file = IsFile(module);
+  const Library* library = file ? nullptr : LibraryOf(module);
+  if (!file && !library) return nullptr;
   constexpr std::uintptr_t ordinals = 0x10000;  // below this, the name is a number
   if (reinterpret_cast<std::uintptr_t>(name) < ordinals) return Fail(ERROR_PROC_NOT_FOUND, nullptr);
+  if (file) {
+    void* const entry = ::dlsym(reinterpret_cast<void*>(module), name);
+    return entry ? reinterpret_cast<FARPROC>(entry) : Fail(ERROR_PROC_NOT_FOUND, nullptr);
+  }
   for (const Entry& entry : library->entries) {
     if (std::string_view(name) == entry.name && !IsHidden(name)) return entry.address;
   }

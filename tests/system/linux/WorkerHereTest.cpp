@@ -77,6 +77,36 @@ TEST_F(WorkerHere, ProgramsWithoutStandardStreamsDoNotPrintIntoSharedObjects) {
   }
 }
 
+TEST_F(WorkerHere, LoadsTheCodecsOfItsFolderWithTheFirstImage) {
+  const TempFolder folder;
+  const auto program = folder.Path() / "bin" / "Quillmark", link = folder.Path() / "link";
+  std::filesystem::create_directory(program.parent_path());
+  std::filesystem::copy_file(WorkerFile(), program);
+  std::filesystem::create_symlink(program, link);
+  const auto codecs = program.parent_path() / QUILLMARK_CODECS;
+  WriteImage(folder.Path() / "a.png");
+  const Worker worker({}, link);
+  const auto add = [&] {
+    RawController controller;
+    EXPECT_TRUE(
+        controller.SendSpec(L"none", L"a", (folder.Path() / "a.png").wstring(), 0, 0, 90, 90, 0.75f, 0.1f));
+  };
+  const auto maps = [&] { return ContentOf("/proc/" + std::to_string(worker.Pid()) + "/maps"); };
+  ASSERT_TRUE(Answers());
+  EXPECT_EQ(maps().find("imgcodecs"), std::string::npos);
+
+  add();
+  EXPECT_TRUE(worker.Says("(cannot read images: " + codecs.string() + " cannot be loaded (error 126))"))
+      << worker.Err();
+  EXPECT_TRUE(Answers());
+
+  std::filesystem::create_directories(codecs.parent_path().lexically_normal());
+  std::filesystem::copy_file(WorkerFile().parent_path() / QUILLMARK_CODECS, codecs);
+  add();
+  EXPECT_TRUE(worker.Says("[Spec][ADD] name=a")) << worker.Err();
+  EXPECT_NE(maps().find("imgcodecs"), std::string::npos);
+}
+
 TEST_F(WorkerHere, InterruptedWatchSucceeds) {
   Program watch(ControlCommand({"watch"}));
   ASSERT_TRUE(watch.Says("no worker is running yet"));

@@ -41,15 +41,15 @@ void Progress::Draw() {
   // A wrapped line could not be erased.
   line.resize(std::min(line.size(), static_cast<std::size_t>(host::TerminalWidth() - 1)));
   if (line == drawn) return;
-  std::fprintf(stderr, "\r%s\033[K", line.c_str());
-  std::fflush(stderr);
+  std::fprintf(terminal, "\r%s\033[K", line.c_str());
+  std::fflush(terminal);
   drawn = std::move(line);
 }
 
 void Progress::Erase() {
   if (drawn.empty()) return;
-  std::fprintf(stderr, "\r\033[K");
-  std::fflush(stderr);
+  std::fprintf(terminal, "\r\033[K");
+  std::fflush(terminal);
   drawn.clear();
 }
 

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -54,6 +55,8 @@ class Progress {
   std::condition_variable ending;
   bool ended = false;
   std::string drawn;  // the line on the terminal
+  // The variable itself may change with the first image.
+  std::FILE* const terminal = stderr;
 
   std::thread ticker;  // on a terminal only
 };
