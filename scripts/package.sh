@@ -70,6 +70,7 @@ case $preset in
     ;;
 esac
 [ -s "$licences" ] || fail "$package has no licence statement"
+cp docs/img/tuning-letters.png "$work/template.png"
 
 # A private session (or Wine) without a display, and a working directory for the probe.
 export XDG_RUNTIME_DIR=$work WINEPREFIX=$work/wine
@@ -86,6 +87,7 @@ expect() {
 }
 
 expect "quillmarkctl $version" control --version
+expect "No problems found in 1 spec." control lint template.png
 "${runner[@]}" "$programs/Quillmark$suffix" 2>"$work/worker.log" &
 worker=$!
 expect packaged pong
