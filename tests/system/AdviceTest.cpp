@@ -57,6 +57,21 @@ TEST_F(Advice, LintPrintsFindingsAndExitsAccordingly) {
   EXPECT_EQ(objects[1]["errors"], 1);
 }
 
+TEST_F(Advice, CodecsPrintNothingAboutADamagedImage) {
+  WriteImage(File("ok.jpg"));
+  const std::string png = ContentOf(File("ok.png")), jpeg = ContentOf(File("ok.jpg"));
+  Write("cut.png", png.substr(0, png.size() / 2));
+  Write("extra.jpg", std::string(jpeg).insert(jpeg.size() - 2, 9, '\x55'));  // is read with a warning
+  Write("cut.ppm", "P6 9 9 255\n");
+  for (const char* name : {"cut.png", "extra.jpg", "cut.ppm"}) {
+    const Outcome lint = Control({"lint", File(name)});
+    EXPECT_EQ(lint.out.find("cannot be decoded. (" + File(name) + ")") == std::string::npos,
+              name == std::string("extra.jpg"))
+        << lint.out;
+    EXPECT_EQ(lint.err, "") << name;
+  }
+}
+
 TEST_F(Advice, SpecsInAFileAreHandledLikeArguments) {
   Write("specs.toml",
         "[defaults]\ntarget = \"t\"\npath = \"ok.png\"\nregion = [0, 0, 30, 20]\n"

@@ -99,18 +99,6 @@ TEST_F(ToolHere, WithoutADisplayTheMonitorIsReportedMissing) {
   EXPECT_EQ(captured.err, "quillmarkctl: there is no monitor\n");
 }
 
-TEST_F(ToolHere, DamagedImagesPrintNothingButTheResult) {
-  const std::string bytes = ContentOf(image);
-  std::ofstream(File("cut.png"), std::ios::binary) << bytes.substr(0, bytes.size() / 2);  // libpng: stderr
-  std::ofstream(File("cut.ppm"), std::ios::binary) << "P6 9 9 255\n";                     // OpenCV: std::cerr
-  for (const char* name : {"cut.png", "cut.ppm"}) {
-    const Outcome lint = Control({"lint", File(name)});
-    EXPECT_EQ(lint.code, 1) << name;
-    EXPECT_THAT(lint.out, HasSubstr("cannot be decoded. (" + File(name) + ")"));
-    EXPECT_EQ(lint.err, "") << name;
-  }
-}
-
 TEST_F(ToolHere, ShowsTheElapsedTimeOnATerminalUntilTheResult) {
   Program tool = OnATerminal({"ping", "--timeout=600"});
   EXPECT_TRUE(tool.Says("ping 1 s"));
