@@ -66,7 +66,7 @@ RequireSound() {
 
 Mutate() {
   local times original
-  times=$(grep -oF -- "$text" "$file" | wc -l)
+  times=$({ grep -oF -- "$text" "$file" || true; } | wc -l)
   if [ "$times" != 1 ]; then Tell "no longer applies" "found $times times"; return; fi
   RequireSound
   original=$(cat "$file"; echo .)
