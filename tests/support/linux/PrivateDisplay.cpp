@@ -5,6 +5,9 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iomanip>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -40,6 +43,11 @@ std::string ReadDisplayNumber(int fd) {
   throw std::runtime_error("Xvfb did not start");
 }
 
+// The file that says which process owns a display's number.
+std::string LockOf(const std::string& display) {
+  return "/tmp/.X" + display.substr(1) + "-lock";
+}
+
 }  // namespace
 
 PrivateDisplay::PrivateDisplay(int width, int height)
@@ -56,7 +64,10 @@ void PrivateDisplay::StartServer() {
   // The server inherits only the writing end.
   fcntl(ends[1], F_SETFD, 0);
   std::vector<std::string> arguments{"Xvfb"};
-  if (!name.empty()) arguments.push_back(name);
+  if (!name.empty()) {
+    arguments.push_back(name);
+    std::filesystem::remove(LockOf(name));
+  }
   arguments.insert(arguments.end(), {"-displayfd", std::to_string(ends[1]), "-screen", "0", screen,
                                      "-nolisten", "tcp", "-noreset"});
   try {
@@ -81,6 +92,8 @@ void PrivateDisplay::StartWindowManager() {
 void PrivateDisplay::EndServer(int signal) {
   if (server->Pid() != 0) ::kill(server->Pid(), signal);
   server->Wait();
+  // Otherwise a server of another test takes the number, and this one cannot start again.
+  std::ofstream(LockOf(name)) << std::setw(10) << getpid() << '\n';
   witness.reset();
   windowManager.reset();
 }
