@@ -169,12 +169,31 @@ TEST_F(TickTest, GroupsBoundSpecsByTheMonitorsTheyTouchOrArePinnedTo) {
     specs.push_back(SpecAt({0, 0, 50, 50}));
     specs.back().monitorPin = pin;
   }
-  tick.Bind(ListOf(std::move(specs)),
-            [](const TemplateSpec& spec) { return spec.name == L"unbound" ? TargetBinding{} : Bound(spec); });
+  tick.Bind(ListOf(std::move(specs)), [](const TemplateSpec& spec) {
+    TargetBinding binding = Bound(spec);
+    if (spec.name == L"unbound") binding.outcome = BindingOutcome::NoMonitor;
+    return binding;
+  });
   tick.Group({one, two}, {[=] { return primary; }, [=](const Rect&) { return nearest; }});
   EXPECT_EQ(
       tick.Groups(),
       (MonitorGroups{{one.monitor, {1, 2, 3}}, {two.monitor, {1, 4}}, {primary, {6}}, {nearest, {5, 7}}}));
+}
+
+TEST_F(TickTest, FollowsTargetsAndMonitorsWhileTheSpecsStay) {
+  const MonitorEntry one{test::HandleOf(layer::MonitorId{1}), RectAt(0, 0, 100, 100)};
+  const MonitorEntry two{test::HandleOf(layer::MonitorId{2}), RectAt(100, 0, 100, 100)};
+  const SpecList specs = ListOf({SpecAt({0, 0, 50, 50})});
+  TargetBinding binding = Bound(specs->front());
+  const auto groups = [&](const std::vector<MonitorEntry>& monitors) {
+    tick.Bind(specs, [&](const TemplateSpec&) { return binding; });
+    tick.Group(monitors);
+    return tick.Groups();
+  };
+  EXPECT_EQ(groups({one, two}), (MonitorGroups{{one.monitor, {0}}}));
+  binding.clientArea = {100, 0, 200, 100};
+  EXPECT_EQ(groups({one, two}), (MonitorGroups{{two.monitor, {0}}}));
+  EXPECT_EQ(groups({one}), MonitorGroups{});
 }
 
 TEST_F(TickTest, RegionOutsideTheTargetMonitorOrFrameIsNotCut) {
