@@ -9,6 +9,7 @@
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
 #include "support/Jobs.h"
+#include "support/RawController.h"
 
 namespace quillmark {
 namespace {
@@ -104,6 +105,19 @@ TEST_F(EngineTest, EachJobWakesTheMatchThread) {
   for (int job = 0; job < 50; ++job) {
     probe.QueueJob(MakeJob(0));
     ASSERT_TRUE(Eventually([&] { return probe.WaitingJobs() == 0; })) << job;
+  }
+}
+
+TEST_F(EngineTest, RememberedVerdictHitsWithEachJob) {
+  test::RawController controller;
+  engine.Start();
+  const std::shared_ptr<FrameJob> job = MakeJob(1);
+  Verdict& verdict = job->units[0].look->verdict.emplace();
+  verdict.decidedBy = DecidingStep::Accepted;
+  for (int turn = 0; turn < 2; ++turn) {
+    verdict.loc.x = 100 * turn;  // no repetition of the hit before
+    probe.RunJob(*job);
+    EXPECT_TRUE(controller.WaitForHit(L"mark")) << turn;
   }
 }
 
