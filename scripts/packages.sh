@@ -21,6 +21,7 @@ packages_of() {
       packages_of control
       echo g++ cmake ninja-build pkgconf
       echo libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev libxcb-res0-dev
+      echo libxcb-xinput-dev
       echo libfreetype-dev libfontconfig-dev fonts-dejavu-core
       ;;
     test)

@@ -5,6 +5,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 #include <xcb/xfixes.h>
+#include <xcb/xinput.h>
 
 #include <algorithm>
 #include <chrono>
@@ -22,9 +23,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The server sends no event for pointer motion over other windows, so the position is polled while waiting
-// for a frame. Nothing blocks on the reply.
+// The position is asked for while waiting for a frame, at most this often; nothing blocks on the reply. A
+// server that reports the motion of devices is asked after a report. No event tells of a program that moves
+// the pointer, so that server is asked at longer intervals too, and whenever a wait ends: the answer is there
+// when the next one begins.
 constexpr auto kPointerInterval = std::chrono::milliseconds(16);
+constexpr auto kQuietPointerInterval = std::chrono::milliseconds(50);
 
 class X11Duplication final : public Duplication {
  public:
@@ -45,9 +49,16 @@ class X11Duplication final : public Duplication {
  private:
   HRESULT WaitForFrame(Clock::time_point deadline);
   HRESULT FetchDamage();
+  void SelectRawMotion();
+  bool IsRawMotion(const xcb_generic_event_t& event) const;
   void TakeEvents(bool fromServer);
   void TakePointer();
   void AskForPointer(Clock::time_point now);
+  // When to ask for the pointer's position again.
+  Clock::time_point NextPointerQuestion(bool waitEnds = false) const {
+    const bool quiet = rawMotion && !deviceMoved && !waitEnds;
+    return pointerQuestionTime + (quiet ? kQuietPointerInterval : kPointerInterval);
+  }
   bool Contains(int x, int y) const;
   bool MonitorIsUnchanged();
 
@@ -67,9 +78,12 @@ class X11Duplication final : public Duplication {
   bool damageReported = false;
   bool screenChanged = false;
 
+  bool rawMotion = false;        // the server reports the motion of devices
+  std::uint8_t inputOpcode = 0;  // of the extension that does
+  bool deviceMoved = false;      // since the pointer's position was asked for
   bool pointerAsked = false;
   xcb_query_pointer_cookie_t pointerQuestion{};
-  Clock::time_point nextPointerQuestion{};
+  Clock::time_point pointerQuestionTime{};
   bool pointerKnown = false;
   bool pointerMoved = false;
   std::int16_t pointerX = 0, pointerY = 0;
@@ -98,6 +112,7 @@ HRESULT X11Duplication::Start(X11Transport best) {
   rootWidth = layout->rootWidth;
   rootHeight = layout->rootHeight;
 
+  SelectRawMotion();
   image = X11FrameImage::Make(*connection, area, best);
   if (!image) return E_OUTOFMEMORY;
   wholeArea = xcb_generate_id(*connection);
@@ -140,10 +155,11 @@ HRESULT X11Duplication::WaitForFrame(Clock::time_point deadline) {
     if (pointerMoved) return S_OK;
 
     const auto now = Clock::now();
-    if (!pointerAsked && now >= nextPointerQuestion) AskForPointer(now);
+    const bool ends = now >= deadline;
+    if (!pointerAsked && now >= NextPointerQuestion(ends)) AskForPointer(now);
     xcb_flush(*connection);
-    if (now >= deadline) return DXGI_ERROR_WAIT_TIMEOUT;
-    const auto wake = pointerAsked ? deadline : std::min(deadline, nextPointerQuestion);
+    if (ends) return DXGI_ERROR_WAIT_TIMEOUT;
+    const auto wake = pointerAsked ? deadline : std::min(deadline, NextPointerQuestion());
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(wake - now).count();
     pollfd server{xcb_get_file_descriptor(*connection), POLLIN, 0};
     poll(&server, 1, static_cast<int>(std::min<std::int64_t>(wait, std::numeric_limits<int>::max())));
@@ -172,16 +188,41 @@ void X11Duplication::TakeEvents(bool fromServer) {
       lost = true;  // an error: the server now refuses what it accepted at the start
     } else if (type == damageEvent + XCB_DAMAGE_NOTIFY) {
       damageReported = true;
+    } else if (IsRawMotion(*event)) {
+      deviceMoved = true;
     } else if (IsMonitorEvent(*connection, *event)) {
       screenChanged = true;
     }
   }
 }
 
+// Version 2.1 is the first to report motion while another program has grabbed the pointer.
+void X11Duplication::SelectRawMotion() {
+  if (!connection->Has(xcb_input_id)) return;
+  const XcbReply<xcb_input_xi_query_version_reply_t> version(
+      xcb_input_xi_query_version_reply(*connection, xcb_input_xi_query_version(*connection, 2, 1), nullptr));
+  rawMotion =
+      version && (version->major_version > 2 || (version->major_version == 2 && version->minor_version >= 1));
+  if (!rawMotion) return;
+  inputOpcode = xcb_get_extension_data(*connection, &xcb_input_id)->major_opcode;
+  const struct {
+    xcb_input_event_mask_t header;
+    std::uint32_t events;
+  } masters{{XCB_INPUT_DEVICE_ALL_MASTER, /*words*/ 1}, XCB_INPUT_XI_EVENT_MASK_RAW_MOTION};
+  xcb_input_xi_select_events(*connection, connection->Root(), 1, &masters.header);
+}
+
+bool X11Duplication::IsRawMotion(const xcb_generic_event_t& event) const {
+  const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+  return rawMotion && (event.response_type & 0x7F) == XCB_GE_GENERIC && generic.extension == inputOpcode &&
+         generic.event_type == XCB_INPUT_RAW_MOTION;
+}
+
 void X11Duplication::AskForPointer(Clock::time_point now) {
   pointerQuestion = xcb_query_pointer(*connection, connection->Root());
   pointerAsked = true;
-  nextPointerQuestion = now + kPointerInterval;
+  deviceMoved = false;
+  pointerQuestionTime = now;
 }
 
 void X11Duplication::TakePointer() {
