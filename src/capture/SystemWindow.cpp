@@ -66,7 +66,8 @@ std::optional<Rect> SystemWindow::ClientArea() const {
 std::vector<SystemWindow> ListWindows() {
   std::vector<SystemWindow> windows;
   const auto collect = [](HWND window, LPARAM list) -> BOOL {
-    reinterpret_cast<std::vector<SystemWindow>*>(list)->emplace_back(window);
+    // While the windows are listed, the system answers from what it has at hand.
+    (void)reinterpret_cast<std::vector<SystemWindow>*>(list)->emplace_back(window).Shown();
     return TRUE;
   };
   ::EnumWindows(collect, reinterpret_cast<LPARAM>(&windows));

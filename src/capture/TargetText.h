@@ -10,8 +10,8 @@ namespace quillmark {
 
 class TargetText {
  public:
-  // Keeps a reference to `target`: an executable's file name if it ends in ".exe" or ".EXE" and is longer,
-  // otherwise part of a title.
+  // `target` is an executable's file name if it ends in ".exe" or ".EXE" and is longer, otherwise part of a
+  // title.
   explicit TargetText(const std::wstring& target);
 
   // Whether it is an executable's file name.
@@ -27,7 +27,7 @@ class TargetText {
   [[nodiscard]] bool IsName(std::wstring_view imageFile) const;
   [[nodiscard]] bool IsPartOf(std::wstring_view title) const;
 
-  const std::wstring& name;
+  std::wstring folded;  // in lower case
   bool byImageName;
 };
 

@@ -35,6 +35,13 @@ std::shared_ptr<const TransformedTemplate> TemplateSpectra::Find(const cv::Mat& 
 void TemplateSpectra::Keep(const std::shared_ptr<const TransformedTemplate>& made) {
   std::vector<std::shared_ptr<const TransformedTemplate>> dropped;  // freed without the lock
   const std::lock_guard lock(mutex);
+  const auto used = std::find(usedOnce.begin(), usedOnce.end(), made->padded);
+  if (used == usedOnce.end()) {
+    usedOnce.push_back(made->padded);
+    if (usedOnce.size() > kSizes) usedOnce.pop_front();
+    return;
+  }
+  usedOnce.erase(used);
   latest.insert(latest.begin(), made);
   std::size_t bytes = 0;
   const auto surplus = std::find_if(latest.begin(), latest.end(),

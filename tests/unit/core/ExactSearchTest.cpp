@@ -268,9 +268,31 @@ TEST(ExactSearch, SharesTheSpectraOfATemplateBetweenThreads) {
                 cv::Point(70 - cut, 60));
     }
   };
-  std::thread other(search);
-  search();
-  other.join();
+  for (int turn = 0; turn < 2; ++turn) {
+    std::thread other(search);
+    search();
+    other.join();
+  }
+}
+
+TEST(ExactSearch, KeepsTheSpectraOfATemplateFromTheSecondSearchOfASizeOn) {
+  const cv::Mat tmpl(8, 8, CV_8U, cv::Scalar(7));
+  TemplateSpectra spectra;
+  int made = 0;
+  const auto use = [&](cv::Size padded) {
+    (void)TemplateSpectra::Of(tmpl, padded, &spectra, [&] {
+      ++made;
+      return std::vector{tmpl};
+    });
+    return made;
+  };
+  const cv::Size one(16, 16), another(18, 16);
+  EXPECT_EQ(use(one), 1);
+  EXPECT_EQ(use(another), 2);
+  EXPECT_EQ(use(one), 3);
+  EXPECT_EQ(use(one), 3);
+  EXPECT_EQ(use(another), 4);
+  EXPECT_EQ(use(another), 4);
 }
 
 TEST(ExactSearch, OfAnotherRegionOrTemplateIgnoresTheMap) {
