@@ -4,10 +4,12 @@
 #include <chrono>
 #include <functional>
 #include <thread>
+#include <vector>
 
 #include "EngineFixture.h"
 #include "support/DebugOutputCapture.h"
 #include "support/Eventually.h"
+#include "support/Images.h"
 #include "support/Jobs.h"
 #include "support/RawController.h"
 
@@ -119,6 +121,66 @@ TEST_F(EngineTest, RememberedVerdictHitsWithEachJob) {
     probe.RunJob(*job);
     EXPECT_TRUE(controller.WaitForHit(L"mark")) << turn;
   }
+}
+
+// The window moves between two places that show the same; so every hit, whenever it was found, names the same
+// place in the window.
+TEST_F(EngineTest, SpecsTargetsAndDisplaysChangeWhileVerdictsAreRemembered) {
+  test::RawController controller;
+  testing::Random random(7);
+  const cv::Mat icon = testing::Icon(random, {40, 20}, "AB");
+  const RECT places[] = {test::RectAt(10, 10, 200, 150), test::RectAt(310, 30, 200, 150)};
+  const POINT inRegion{5, 5}, iconAt{30, 40};
+  AddMonitor(0, 0);
+  AddMonitor(300, 0);
+  const auto paint = [&](const cv::Mat& bgr, POINT at) {
+    for (const RECT& place : places) desktop->Paint(bgr, {place.left + at.x, place.top + at.y});
+  };
+  paint(icon, iconAt);
+  const layer::WindowId window = OpenWindow(places[0]);
+  TemplateSpec spec = testing::PreparedSpec(icon);
+  spec.name = L"mark";
+  spec.target = L"target";
+  spec.roi = {0, 0, 120, 100};
+  spec.intervalMs = 1;  // hardly any hit is a repetition
+  const auto replaceSpec = [&](int turn) {
+    SpecStore& store = Specs();
+    const std::lock_guard lock(store.specMutex);
+    store.NoteChange();
+    spec.revision = store.changes;
+    spec.maxDiff = turn % 2 == 0 ? 0.1 : 0.2;
+    store.specs.assign(1, spec);
+  };
+  replaceSpec(0);
+  engine.Start();
+
+  const std::function<void(int turn)> changes[] = {
+      replaceSpec, [&](int turn) { desktop->MoveWindow(window, places[turn % 2]); },
+      [&](int turn) { turn % 2 == 0 ? desktop->Minimize(window) : desktop->Restore(window); },
+      [&](int turn) { paint(cv::Mat(4, 4, CV_8UC3, cv::Scalar::all(turn % 256)), inRegion); },
+      [&](int turn) { turn % 8 == 0 ? desktop->LoseAccess() : probe.ChangeDisplay(); }};
+  for (int round = 0; round < 4; ++round) {
+    std::vector<std::jthread> threads;
+    for (const auto& change : changes) {
+      threads.emplace_back([&change] {
+        for (int turn = 0; turn < 20; ++turn) change(turn);
+      });
+    }
+    threads.clear();
+    // Once nothing else changes, every frame brings a hit.
+    controller.TakeHits();
+    int hits = 0;
+    const auto foundAgain = [&] {
+      RefreshAll();
+      for (const test::RawHit& hit : controller.TakeHits()) {
+        EXPECT_EQ(cv::Point(hit.cx, hit.cy), cv::Point(iconAt.x + 20, iconAt.y + 10));
+        ++hits;
+      }
+      return hits >= 5;
+    };
+    ASSERT_TRUE(Eventually(foundAgain)) << round;
+  }
+  EXPECT_GT(MemoryShare::Taken(), 0u);
 }
 
 TEST_F(EngineTest, EmptyTicksRepeatAfter20MsWithATargetAndElseAfterAChangeOnly) {
