@@ -5,13 +5,11 @@
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "core/RegionCut.h"
-#include "core/engine/RegionTask.h"
 #include "core/engine/Tick.h"
 #include "support/Images.h"
+#include "support/Verdicts.h"
 
 namespace quillmark::testing {
 namespace {
@@ -22,22 +20,6 @@ const cv::Size kScreen(220, 160);
 int Worlds() {
   const char* const seeds = std::getenv("QUILLMARK_SEEDS");
   return seeds != nullptr ? std::atoi(seeds) : 40;
-}
-
-void ExpectSame(const Verdict& a, const Verdict& b) {
-  EXPECT_EQ(a.decidedBy, b.decidedBy);
-  EXPECT_EQ(std::tuple(a.found, a.loc, a.tw, a.th, a.dist, a.colourActive),
-            std::tuple(b.found, b.loc, b.tw, b.th, b.dist, b.colourActive));
-  EXPECT_EQ(std::tuple(a.traits.tiny, a.traits.lowDetail, a.traits.flat, a.e1, a.e2, a.density),
-            std::tuple(b.traits.tiny, b.traits.lowDetail, b.traits.flat, b.e1, b.e2, b.density));
-  EXPECT_EQ(std::tuple(a.hsvMean, a.redRatio, a.labAMean, a.sq, a.edgeScore, a.dedupWindowMs),
-            std::tuple(b.hsvMean, b.redRatio, b.labAMean, b.sq, b.edgeScore, b.dedupWindowMs));
-  for (const GateEntry& gate : kAllGates) {
-    const GateResult &x = a.*gate.result, &y = b.*gate.result;
-    EXPECT_EQ(std::tuple(x.outcome, x.figure, x.limit.Value()),
-              std::tuple(y.outcome, y.figure, y.limit.Value()))
-        << gate.name;
-  }
 }
 
 class World {
@@ -121,12 +103,13 @@ class World {
       tick.LoseTrack(monitor);  // a turn without a job
       return;
     }
-    const auto job = tick.Cut({monitor, {}, number, screen.clone(), changes, nowMs}, nowMs);
+    const MonitorFrame frame{monitor, {}, number, screen.clone(), changes, nowMs};
+    const auto job = tick.Cut(frame, nowMs);
     tick.Commit(monitor, *job);
-    for (const ROIUnit& unit : job->units) Compare(unit, job->SpecOf(unit));
+    for (const ROIUnit& unit : job->units) Compare(unit, job->SpecOf(unit), frame);
   }
 
-  void Compare(const ROIUnit& unit, const TemplateSpec& spec) {
+  void Compare(const ROIUnit& unit, const TemplateSpec& spec, const MonitorFrame& frame) {
     ++compared;
     std::optional<Verdict>& verdict = unit.look->verdict;
     if (verdict) ++remembered;
@@ -135,16 +118,7 @@ class World {
       verdict = EvaluateLook(unit, spec);
       unit.look->picture.End();
     }
-    const RegionOnFrame place = PlaceRegion(spec, {0, 0, kScreen.width, kScreen.height});
-    ROIUnit plain = CutRegion(spec, place, screen, {});
-    if (!NeedsOf(spec).bgr) plain.bgr.release();
-    EXPECT_EQ(plain.clipped, unit.clipped);
-    const Verdict expected = EvaluateRegion(plain, spec);
-    ExpectSame(*verdict, expected);
-    if (!expected.Accepted()) return;
-    const HitRecord hit = HitOf(unit, *verdict, spec, 1);
-    EXPECT_EQ(std::tuple(hit.cx, hit.cy, hit.w, hit.h),
-              std::tuple(expected.hit.cx, expected.hit.cy, expected.hit.w, expected.hit.h));
+    EXPECT_EQ(DifferenceFromPlain(unit, spec, frame), "");
   }
 
   Random random;
