@@ -1,5 +1,5 @@
-// Measures a whole tick of the engine with 16 specs on a scripted desktop: find the targets, take the frame,
-// convert it, cut the regions, and match them on the pool.
+// Measures a tick of the engine with 16 specs on a scripted desktop that names a change outside all regions:
+// find the targets, take the frame, look at the regions, and report the remembered verdicts.
 #include "Measure.h"
 #include "StillDesktop.h"
 #include "support/EngineProbe.h"
