@@ -69,6 +69,29 @@ TEST_F(CaptureFailures, ExceptionAnywhereInATickReleasesTheFrameAndStartsNoInter
   EXPECT_GT(failed, 10);
 }
 
+// The frame in which the region changes is lost at every point in turn; the next one names no change.
+TEST_F(CaptureFailures, ChangeInAFrameThatBecameNoJobIsLookedAt) {
+  ShowOneSpec();
+  constexpr int ms = 1;  // a second on, all is compared anyway
+  std::shared_ptr<RegionLook> look = Tick(ms).back()->units[0].look;
+  bool failed = true;
+  for (int n = 1; failed; ++n) {
+    SCOPED_TRACE(n);
+    desktop->Paint(cv::Mat(1, 1, CV_8UC3, cv::Scalar::all(n % 2 * 255)), {15, 15});
+    FailNthAllocation(n);
+    try {
+      probe.Tick(ms);
+    } catch (const std::bad_alloc&) {  // outside of any monitor's turn
+    }
+    failed = FailNthAllocation(0) == 0;
+    Jobs jobs;
+    for (int tick = 0; jobs.empty() && tick < 2000; ++tick) jobs = Tick(ms);  // a context may have to be made
+    ASSERT_FALSE(jobs.empty());
+    EXPECT_NE(jobs.back()->units[0].look, look);
+    look = jobs.back()->units[0].look;
+  }
+}
+
 TEST_F(CaptureFailures, FaultyContextIsReplacedAfter200MsAndLoggedOnce) {
   ShowOneSpecOnTwoMonitors();
   for (const auto& [call, text] :
