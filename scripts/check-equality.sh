@@ -40,15 +40,15 @@ start xterm -T scrolling -geometry 80x24+500+60 \
 start xterm -T cursor -geometry 60x10+60+500
 start xclock -geometry 200x200+1100+60 -update 1
 start xeyes -geometry 300x160+1100+400
-start ico -faces -colors red green blue yellow -geometry 300x300+700+500 -sleep 0.03
+start ico -faces -geometry 300x300+700+500 -sleep 0.03
 start xcalc -geometry +300+600
 
-# Drags a window at a time, with steps that a hand could make; sometimes raises or minimises it, or changes
-# the monitors.
+# Drags a window at a time, with steps that a hand could make; sometimes raises or minimises it, moves the
+# pointer, or splits and joins the monitors. A window may be gone, and a monitor there already.
 drag() {
   local windows id step x y
   while :; do
-    mapfile -t windows < <(xdotool search --onlyvisible --name '.' 2>/dev/null)
+    mapfile -t windows < <(xdotool search --onlyvisible --name '.')
     sleep 0.5
     [ ${#windows[@]} -gt 0 ] || continue
     id=${windows[RANDOM % ${#windows[@]}]}
@@ -75,9 +75,16 @@ drag() {
           sleep 0.03
         done
         ;;
-    esac
+    esac || true
   done
 }
 start drag
 
 "build/$preset/bin/bench_equality" "$minutes"
+for pid in "${pids[@]}"; do
+  kill -0 "$pid" 2>/dev/null || {
+    echo "check-equality.sh: a program has ended; the desktop did not move as it should:" >&2
+    tail -n 5 "$work/log" >&2
+    exit 1
+  }
+done
