@@ -40,8 +40,11 @@ std::pair<int, int> DifferentColumns(const std::uint32_t* a, const std::uint32_t
 }
 
 // Makes planes of BGRA pixels: into parts of existing planes if `planes` refers to such.
-void Convert(const cv::Mat& bgra, PlaneNeeds needs, Planes& planes) {
+void ConvertToGrey(const cv::Mat& bgra, Planes& planes) {
   cv::cvtColor(bgra, planes.gray, cv::COLOR_BGRA2GRAY);
+}
+
+void ConvertToColours(const cv::Mat& bgra, PlaneNeeds needs, Planes& planes) {
   if (needs.bgr) cv::cvtColor(bgra, planes.bgr, cv::COLOR_BGRA2BGR);
   if (!needs.hsv) return;
   cv::cvtColor(bgra, planes.hsv, cv::COLOR_BGR2HSV);
@@ -116,16 +119,19 @@ void RegionPicture::RefreshStaleParts() {
   for (const cv::Rect& part : stale) {
     Planes parts = planes;
     ForEachPlane(parts, [&](cv::Mat& plane) { plane = plane(part); });
-    Convert(pixels(part), {!planes.bgr.empty(), !planes.hsv.empty()}, parts);
+    ConvertToGrey(pixels(part), parts);
+    ConvertToColours(pixels(part), {!planes.bgr.empty(), !planes.hsv.empty()}, parts);
   }
   stale.clear();
 }
 
 void RegionPicture::MakeMissing(PlaneNeeds needs) {
+  // Planes that are there are left alone: others may read them.
+  const bool missingGrey = planes.gray.empty();
   const PlaneNeeds missing{needs.bgr && planes.bgr.empty(), needs.hsv && planes.hsv.empty()};
-  if (!planes.gray.empty() && !missing.bgr && !missing.hsv) return;
   Planes made;
-  Convert(pixels, missing, made);
+  if (missingGrey) ConvertToGrey(pixels, made);
+  ConvertToColours(pixels, missing, made);
   if (scaled) {
     const int interpolation = sx < 1.0 || sy < 1.0 ? cv::INTER_LINEAR : cv::INTER_AREA;
     const cv::Size size = SizeAtTemplateScale(pixels.size(), sx, sy);
@@ -135,7 +141,7 @@ void RegionPicture::MakeMissing(PlaneNeeds needs) {
       plane = result;
     });
   }
-  planes.gray = made.gray;
+  if (missingGrey) planes.gray = made.gray;
   if (missing.bgr) planes.bgr = made.bgr;
   if (missing.hsv) planes.hsv = made.hsv, planes.sat = made.sat, planes.hue = made.hue;
 }

@@ -59,6 +59,16 @@ TEST(RegionPicture, HasTheBitsOfTheFramesPlanesAlsoAfterPartialUpdates) {
   }
 }
 
+TEST(RegionPicture, PlanesThatAreReadStayWhenOthersAreMade) {
+  Random random(4);
+  RegionPicture picture(Noise(random, {30, 20}, CV_8UC4), 1.0, 1.0);
+  const Planes grey = picture.PlanesFor({});
+  const Planes colour = picture.PlanesFor({.bgr = true, .hsv = false});
+  const Planes all = picture.PlanesFor(kAll);
+  EXPECT_EQ(grey.gray.data, all.gray.data);
+  EXPECT_EQ(colour.bgr.data, all.bgr.data);
+}
+
 TEST(RegionPicture, FindsExactlyTheBandsThatDiffer) {
   const cv::Mat before(60, 40, CV_8UC4, cv::Scalar(1, 2, 3, 4));
   const cv::Rect whole(0, 0, 40, 60);
