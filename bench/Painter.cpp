@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 
@@ -60,6 +61,10 @@ void Painter::Erase(std::uint32_t window, const cv::Rect& at) {
 
 void Painter::Flush() {
   xcb_flush(connection);
+}
+
+void Painter::Sync() {
+  std::free(::xcb_get_input_focus_reply(connection, ::xcb_get_input_focus(connection), nullptr));
 }
 
 }  // namespace quillmark::bench

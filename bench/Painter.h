@@ -27,6 +27,8 @@ class Painter {
   void Erase(std::uint32_t window, const cv::Rect& at);
   // Sends what was drawn, without waiting for the server.
   void Flush();
+  // Waits until the server has drawn everything.
+  void Sync();
 
  private:
   xcb_connection_t* const connection;

@@ -37,6 +37,10 @@ class EngineProbe {
     const std::lock_guard lock(engine.jobQueueMutex);
     return engine.jobQueue.size();
   }
+  bool MatchingIsBehind() {
+    const std::lock_guard lock(engine.jobQueueMutex);
+    return engine.MatchingIsBehind();
+  }
   // Keeps every worker busy until the release.
   void OccupyWorkers(std::latch& release) {
     for (int i = 0; i < 6; ++i) engine.pool->Submit([&release] { release.wait(); });

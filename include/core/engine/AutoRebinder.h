@@ -4,7 +4,9 @@
 // use, hence the name. A context that fails is replaced alone, as CaptureRetry decides.
 //
 // No thread polls. The capture thread waits until its next tick is due or, while no spec names a target,
-// until the store or the displays change. The match thread waits for a job. Stop ends every wait.
+// until the store or the displays change. It also waits while the match thread is too far behind
+// (Tick::BeginsLate), so that jobs and their memory stay few, and each frame is the newest when it is taken.
+// The match thread waits for a job. Stop ends every wait.
 //
 // Threading: construction, SetTrackingTarget, Start, Stop and destruction by the owner's thread; other
 // methods name their thread. No thread holds two of the engine's locks.
@@ -13,13 +15,15 @@
 #include <windows.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <exception>
 #include <memory>
 #include <mutex>
 #include <opencv2/core.hpp>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -82,6 +86,8 @@ class AutoRebinder {
   void CaptureTick(std::int64_t nowMs);
   // The store's specs, copied when they have changed.
   SpecList StoredSpecs();
+  // Waits while matching is too far behind, or until Stop. Returns how many jobs waited at first.
+  std::size_t WaitForMatching();
   // Waits until the next tick, due at `dueMs`, or Stop.
   void WaitForTick(std::int64_t dueMs);
   // Waits until the store or the displays have changed since the last tick, or Stop.
@@ -97,8 +103,9 @@ class AutoRebinder {
   // Logs an error unless it repeats. A null monitor means the whole tick.
   void ReportTurnError(HMONITOR monitor, const std::exception& error) noexcept;
 
-  // In MatchLoop.cpp: any thread, and match thread only.
+  // In MatchLoop.cpp: any thread; with jobQueueMutex held; match thread only.
   void QueueJob(std::shared_ptr<FrameJob> job);
+  [[nodiscard]] bool MatchingIsBehind() const;
   void RunJob(const FrameJob& job);
 
   std::atomic<bool> running{false};
@@ -129,9 +136,12 @@ class AutoRebinder {
   std::uint64_t seenGeneration = 0;                          // of rebindGeneration
   std::uint64_t seenChanges = 0;                             // of the store
 
-  std::mutex jobQueueMutex;  // guards jobQueue and stopRequested
-  std::condition_variable jobQueueWakeup;
-  std::deque<std::shared_ptr<FrameJob>> jobQueue;
+  std::mutex jobQueueMutex;                // guards the rest
+  std::condition_variable jobQueueWakeup;  // a job was queued, or stopRequested
+  std::condition_variable jobProgress;     // the match thread took or ended a job, or stopRequested
+  JobQueue jobQueue;
+  std::optional<std::chrono::steady_clock::time_point> jobStart;  // of the running job
+  std::chrono::steady_clock::duration lastJobTime{};
   bool stopRequested = false;  // ends the match thread
 };
 

@@ -61,8 +61,10 @@ struct SearchTrace {
 
 // A look at a region for one spec. Frames that show the same share it.
 struct RegionLook {
-  explicit RegionLook(std::shared_ptr<RegionPicture> shown) : picture(std::move(shown)) {}
+  explicit RegionLook(std::shared_ptr<RegionPicture> shown)
+      : pixelBytes(std::size_t{4} * shown->Size().area()), picture(std::move(shown)) {}
 
+  const std::size_t pixelBytes;    // of the picture
   PictureUse picture;              // until there is a verdict
   std::optional<Verdict> verdict;  // none before the evaluation, and after one that raised
 

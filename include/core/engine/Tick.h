@@ -8,7 +8,9 @@
 
 #include <windows.h>
 
+#include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <opencv2/core.hpp>
@@ -50,6 +52,9 @@ struct SpecTurn {
 };
 using SpecListener = std::function<void(const SpecTurn&)>;
 
+// Jobs that wait for the match thread, the next one first.
+using JobQueue = std::deque<std::shared_ptr<FrameJob>>;
+
 // A forced hit, at the centre of its region.
 [[nodiscard]] HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::uint64_t tsMs);
 
@@ -60,6 +65,10 @@ class Tick {
 
   // Milliseconds from one tick's start to the next one's; more as jobs pile up.
   [[nodiscard]] static std::int64_t IntervalMs(std::size_t waitingJobs);
+  // Whether matching is so far behind that no tick begins before a job has ended: the waiting jobs would take
+  // longer than 250 ms, at `jobTime` each, or they hold more than 256 MiB. Pictures that jobs share count
+  // once; those that the worker remembers anyway count as well.
+  [[nodiscard]] static bool BeginsLate(const JobQueue& waiting, std::chrono::steady_clock::duration jobTime);
 
   // Begins a tick with the store's specs, the same list as long as they are the same. Calls the listener for
   // each spec that is left out, as Group does.

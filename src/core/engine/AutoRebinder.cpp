@@ -40,6 +40,7 @@ void AutoRebinder::Stop() {
     stopRequested = true;
   }
   jobQueueWakeup.notify_all();
+  jobProgress.notify_all();
   if (captureThread.joinable()) captureThread.join();
   if (matchThread.joinable()) matchThread.join();  // leaves no task of its last job behind
   sink.Stop();                                     // no display change from here on

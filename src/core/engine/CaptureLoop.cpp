@@ -36,14 +36,12 @@ std::wstring NameOf(HMONITOR monitor) {
 
 void AutoRebinder::CaptureLoop() {
   while (running) {
-    const std::int64_t now = SteadyNowMs();
-    std::size_t waitingJobs = 0;
-    {
-      const std::lock_guard lock(jobQueueMutex);
-      waitingJobs = jobQueue.size();
-    }
-    std::int64_t due = now + Tick::IntervalMs(waitingJobs);
+    std::int64_t due = SteadyNowMs() + kIdleWaitMs;
     try {
+      const std::size_t waitingJobs = WaitForMatching();
+      if (!running) return;
+      const std::int64_t now = SteadyNowMs();
+      due = now + Tick::IntervalMs(waitingJobs);
       CaptureTick(now);
       if (tick.Groups().empty()) {
         if (NeedsChange()) {
@@ -57,6 +55,13 @@ void AutoRebinder::CaptureLoop() {
     }
     WaitForTick(due);
   }
+}
+
+std::size_t AutoRebinder::WaitForMatching() {
+  std::unique_lock lock(jobQueueMutex);
+  const std::size_t waitingJobs = jobQueue.size();
+  jobProgress.wait(lock, [this] { return stopRequested || !MatchingIsBehind(); });
+  return waitingJobs;
 }
 
 bool AutoRebinder::NeedsChange() const {

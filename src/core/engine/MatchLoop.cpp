@@ -1,4 +1,6 @@
 // The engine's match thread: takes one job at a time and spreads its regions over the pool.
+#include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -7,12 +9,19 @@
 
 namespace quillmark {
 
+using Clock = std::chrono::steady_clock;
+
 void AutoRebinder::QueueJob(std::shared_ptr<FrameJob> job) {
   {
     const std::lock_guard lock(jobQueueMutex);
     jobQueue.push_back(std::move(job));
   }
   jobQueueWakeup.notify_one();
+}
+
+bool AutoRebinder::MatchingIsBehind() const {
+  const Clock::duration soFar = jobStart ? Clock::now() - *jobStart : Clock::duration{};
+  return Tick::BeginsLate(jobQueue, std::max(lastJobTime, soFar));
 }
 
 void AutoRebinder::MatchLoop() {
@@ -24,8 +33,16 @@ void AutoRebinder::MatchLoop() {
       if (stopRequested) return;
       job = std::move(jobQueue.front());
       jobQueue.pop_front();
+      jobStart = Clock::now();
     }
+    jobProgress.notify_one();
     RunJob(*job);
+    {
+      const std::lock_guard lock(jobQueueMutex);
+      lastJobTime = Clock::now() - *jobStart;
+      jobStart.reset();
+    }
+    jobProgress.notify_one();
   }
 }
 

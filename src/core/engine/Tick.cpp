@@ -9,6 +9,22 @@
 namespace quillmark {
 namespace {
 
+// Above either, a tick begins late.
+constexpr std::chrono::milliseconds kMostWaitingTime{250};
+constexpr std::size_t kMostWaitingBytes = std::size_t{256} << 20;
+
+std::size_t BytesHeldBy(const JobQueue& waiting) {
+  std::size_t bytes = 0;
+  std::set<std::uint64_t> counted;
+  for (const auto& job : waiting) {
+    for (const ROIUnit& unit : job->units) {
+      const RegionLook& look = *unit.look;
+      if (look.content == 0 || counted.insert(look.content).second) bytes += look.pixelBytes;
+    }
+  }
+  return bytes;
+}
+
 // An environment variable makes the worker report a spec named "T1" without comparing it.
 bool IsForced(const TemplateSpec& spec) {
   if (spec.name != L"T1") return false;
@@ -27,6 +43,11 @@ std::int64_t Tick::IntervalMs(std::size_t waitingJobs) {
   if (waitingJobs >= 4) return 50;
   if (waitingJobs >= 2) return 33;
   return 20;
+}
+
+bool Tick::BeginsLate(const JobQueue& waiting, std::chrono::steady_clock::duration jobTime) {
+  return static_cast<std::int64_t>(waiting.size()) * jobTime > kMostWaitingTime ||
+         BytesHeldBy(waiting) > kMostWaitingBytes;
 }
 
 HitRecord ForcedHit(const TemplateSpec& spec, const RegionOnFrame& place, std::uint64_t tsMs) {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "EngineFixture.h"
+#include "support/Jobs.h"
 #include "support/RawController.h"
 
 namespace quillmark {
@@ -124,6 +125,25 @@ TEST_F(TickTest, SlowsDownAsJobsPileUp) {
        {std::pair{0, 20}, {1, 20}, {2, 33}, {3, 33}, {4, 50}, {7, 50}, {8, 80}}) {
     EXPECT_EQ(Tick::IntervalMs(waiting), intervalMs) << waiting;
   }
+}
+
+TEST_F(TickTest, BeginsLateWhenWaitingJobsTakeLongOrHoldMuch) {
+  using std::chrono::milliseconds;
+  const auto jobs = [](std::size_t count, cv::Size region, std::uint64_t content) {
+    JobQueue waiting;
+    for (std::size_t i = 0; i < count; ++i) {
+      waiting.push_back(testing::JobOf(SpecAt({}), region, 2));
+      for (const ROIUnit& unit : waiting.back()->units) unit.look->content = content;
+    }
+    return waiting;
+  };
+  EXPECT_FALSE(Tick::BeginsLate({}, milliseconds(9000)));
+  EXPECT_FALSE(Tick::BeginsLate(jobs(5, {8, 8}, 0), milliseconds(50)));
+  EXPECT_TRUE(Tick::BeginsLate(jobs(5, {8, 8}, 0), milliseconds(51)));
+  const cv::Size region(4096, 4096);  // 64 MiB
+  EXPECT_FALSE(Tick::BeginsLate(jobs(2, region, 0), {}));
+  EXPECT_TRUE(Tick::BeginsLate(jobs(3, region, 0), {}));
+  EXPECT_FALSE(Tick::BeginsLate(jobs(3, region, 1), {})) << "one picture";
 }
 
 TEST_F(TickTest, IntervalsAreKeptForEachSpecOnEachMonitor) {

@@ -59,17 +59,49 @@ TEST_F(EngineTest, BurstOfDisplayChangesRebindsOnceAfterAQuietPeriod) {
 
 TEST_F(EngineTest, TicksSlowDownWhileJobsWait) {
   ShowOneSpec();
-  Specs().specs[0].revision = 0;  // evaluated again on every frame
+  engine.Start();
+  const std::shared_ptr<FrameJob> work = MakeJob(1, L"mark", CV_32SC1);  // raises at once
   const auto start = Clock::now();
+  while (Clock::now() < start + 400ms) {
+    RefreshAll();
+    if (probe.WaitingJobs() < 500) probe.QueueJob(work);
+  }
+  EXPECT_LE(probe.FramesCaptured(), 3u + (Clock::now() - start) / 80ms) << "the first ones sooner";
+}
+
+TEST_F(EngineTest, TickBeginsLateWhileMatchingIsBehind) {
+  ShowOneSpec();
+  Specs().specs[0].revision = 0;  // evaluated again on every frame
   engine.Start();
   probe.OccupyWorkers(release);
+  ASSERT_TRUE(Eventually([&] {
+    RefreshAll();
+    return probe.MatchingIsBehind();
+  }));
+  const std::uint64_t frames = probe.FramesCaptured() + 1;  // a tick may have begun
+  const auto until = Clock::now() + 200ms;
+  while (Clock::now() < until) {
+    RefreshAll();
+    ASSERT_LE(probe.FramesCaptured(), frames);
+  }
+  release.count_down();
   EXPECT_TRUE(Eventually([&] {
     RefreshAll();
-    return probe.WaitingJobs() >= 12;
+    return probe.FramesCaptured() > frames;
   }));
-  EXPECT_GE(Clock::now() - start, 2 * 20ms + 2 * 33ms + 4 * 50ms + 3 * 80ms);
-  release.count_down();
-  EXPECT_TRUE(Eventually([&] { return probe.WaitingJobs() == 0; }));
+}
+
+TEST_F(EngineTest, StopEndsTheWaitForMatching) {
+  ShowOneSpec();
+  engine.Start();
+  probe.OccupyWorkers(release);
+  for (int job = 0; job < 9; ++job) probe.QueueJob(MakeJob(1));
+  ASSERT_TRUE(Eventually([&] { return probe.MatchingIsBehind(); }));
+  std::thread stopper([&] { engine.Stop(); });
+  EXPECT_TRUE(Eventually([&] { return probe.StopRequested(); }));
+  release.count_down();  // which the match thread needs, after the request
+  stopper.join();
+  EXPECT_GE(probe.WaitingJobs(), 8u) << "the queued ones are not run";
 }
 
 TEST_F(EngineTest, ContextIsSharedUntilDroppedAndRetriedWhenItFails) {
