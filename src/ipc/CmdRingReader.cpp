@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -32,6 +34,20 @@ void Reply(const std::wstring& text) {
   WriteHit(text, 0, 0, 0, 0, 1.0f, 0.0f, WallClockMs());
 }
 
+std::array<SharedWord, 4> WordsOf(CmdRingHeader& header) {
+  return {SharedWord(header.writeIndex), SharedWord(header.readIndex), SharedWord(header.reserved[0]),
+          SharedWord(header.reserved[1])};
+}
+
+bool HasBeenUsed(CmdRingHeader& header) {
+  return std::ranges::any_of(WordsOf(header), [](const SharedWord& word) { return word.load() != 0; });
+}
+
+void Wipe(CmdRingHeader& header) {
+  for (const SharedWord& word : WordsOf(header)) word.store(0, std::memory_order_relaxed);
+  FullFence();
+}
+
 }  // namespace
 
 CmdRingReader::~CmdRingReader() {
@@ -52,20 +68,17 @@ bool CmdRingReader::Init(std::uint32_t timeoutMs) {
 bool CmdRingReader::TryOpen() {
   SharedSection section = OpenSharedSection(CmdRingSectionName, sizeof(CmdRingLayout));
   if (section.failedCall != nullptr) return false;
+  // Before the event is there: a controller publishes once it holds both, and what it has published by then
+  // is not to be wiped.
+  CmdRingHeader& header = static_cast<CmdRingLayout*>(section.view.Get())->header;
+  const bool used = HasBeenUsed(header);
   SharedEvent signal = OpenSharedEvent(CmdRingEventName);
   if (!signal.event) return false;
 
   mapping = std::move(section.mapping);
   view = std::move(section.view);
   event = std::move(signal.event);
-  if (!signal.existed) {
-    CmdRingHeader& header = static_cast<CmdRingLayout*>(view.Get())->header;
-    for (std::uint32_t* word :
-         {&header.writeIndex, &header.readIndex, &header.reserved[0], &header.reserved[1]}) {
-      SharedWord(*word).store(0, std::memory_order_relaxed);
-    }
-    FullFence();
-  }
+  if (used && !signal.existed) Wipe(header);
   return true;
 }
 

@@ -31,7 +31,8 @@ class CmdRingReader {
   CmdRingReader& operator=(const CmdRingReader&) = delete;
 
   // Opens or creates the ring, retrying every 50 ms until the timeout; 0 tries once. False when that fails.
-  // Zeroes the header unless somebody already held the ring's event.
+  // Zeroes the header of a ring that was used before, unless somebody already held its event. What a
+  // controller publishes meanwhile into a new ring is kept.
   [[nodiscard]] bool Init(std::uint32_t timeoutMs);
 
   // Commands without a callable are consumed without effect. Exceptions of a callable are discarded.
